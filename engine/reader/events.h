@@ -2,6 +2,7 @@
 // Threads: a reader, its sink and its input belong to one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -19,9 +20,9 @@ struct Position {
 struct ParseError {
     std::int32_t code = 0;
     Position position;
-    std::string reason;               // UTF-8, one line of plain English, no trailing newline, names the culprit
-    std::string sourceText;           // UTF-8, the line that holds the culprit (long lines are cut to a window)
-    std::uint64_t filePosition = 0;   // offset of the culprit in characters from the start of the document
+    std::string reason;      // UTF-8, one line of plain English, no trailing newline, names the culprit
+    std::string sourceText;  // UTF-8, the line that holds the culprit (long lines are cut to a window)
+    std::uint64_t filePosition = 0;  // offset of the culprit in characters from the start of the document
 
     [[nodiscard]] bool failed() const noexcept { return code != 0; }
 };
@@ -31,11 +32,40 @@ struct Attribute {
     std::string_view value;  // normalised, references expanded
 };
 
+// A name taken apart. The views live as long as the event that they belong to.
+struct ExpandedName {
+    std::string_view uri;  // empty: in no namespace
+    std::string_view prefix;
+    std::string_view local;
+};
+
+struct NamespaceDeclaration {
+    std::string_view prefix;  // empty: the default namespace
+    std::string_view uri;     // empty: the default namespace is taken back
+};
+
+// The names of the element whose startElement or endElement is being delivered, resolved.
+class Namespaces {
+public:
+    [[nodiscard]] virtual ExpandedName element() const = 0;
+    // By index into the attributes of the event; startElement only. Attributes without a prefix are in no
+    // namespace.
+    [[nodiscard]] virtual ExpandedName attribute(std::size_t index) const = 0;
+    [[nodiscard]] virtual bool isDeclaration(std::size_t index) const = 0;  // xmlns="..." or xmlns:p="..."
+    // What the element itself declares, in document order; in endElement what goes out of scope.
+    [[nodiscard]] virtual std::span<const NamespaceDeclaration> declarations() const = 0;
+
+protected:
+    ~Namespaces() = default;
+};
+
 // Asks the running reader where it stands; valid during a callback only.
 class Locator {
 public:
     // Start of the event being delivered: the '<' of a tag, the first character of a text.
     [[nodiscard]] virtual Position position() const = 0;
+    // Resolved names, lent until `read` returns; null from a source of events that does not resolve them.
+    [[nodiscard]] virtual const Namespaces* namespaces() const { return nullptr; }
 
 protected:
     ~Locator() = default;

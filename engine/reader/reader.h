@@ -1,0 +1,70 @@
+// Reads one document and tells a sink about it. The whole public surface of the reader, with events.h and
+// errors.h. Threads: `read` may run on any number of threads at once, each with an Input and a sink of its
+// own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "engine/reader/events.h"
+
+namespace engine::reader {
+
+// Where a document comes from. Cheap to make: a file is opened by `read`, and only there can it fail.
+class Input final {
+public:
+    enum class Kind : std::uint8_t { Bytes, Text, File, Refused };
+
+    // Borrowed bytes: the encoding is found from the byte-order mark and the XML declaration.
+    [[nodiscard]] static Input bytes(std::string_view bytes) noexcept;
+    // Borrowed UTF-16 text; a declared encoding is ignored, a leading U+FEFF is skipped.
+    [[nodiscard]] static Input text(std::u16string_view text) noexcept;
+    // A file, by its path as the system takes it. Read in chunks with ordinary reads, never mapped.
+    [[nodiscard]] static Input file(std::string path);
+    // A framework path (both separators recognised) or a `file:` URL. Any other URL makes an input that
+    // `read` refuses.
+    [[nodiscard]] static Input location(std::u16string_view pathOrUrl);
+
+    [[nodiscard]] Kind kind() const noexcept { return kind_; }
+    [[nodiscard]] std::string_view bytes() const noexcept { return bytes_; }
+    [[nodiscard]] std::u16string_view text() const noexcept { return text_; }
+    // The path of a file; for a refused address the address itself, UTF-8.
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+
+private:
+    Kind kind_ = Kind::Bytes;
+    std::string_view bytes_;
+    std::u16string_view text_;
+    std::string path_;
+};
+
+struct ReadOptions {
+    enum class Dtd : std::uint8_t {
+        Prohibit,  // a DOCTYPE ends the read with a positioned error
+        Internal,  // the internal subset is read: entities expand, attribute defaults arrive; nothing
+                   // external is opened
+    };
+    // Which implementation does the work. Both give the same events and the same errors.
+    enum class Parser : std::uint8_t {
+        Automatic,  // the fast one where it can, libxml2 for the rest
+        Libxml2,
+    };
+
+    Dtd dtd = Dtd::Prohibit;
+    Parser parser = Parser::Automatic;
+    std::uint32_t depthLimit = 10'000;  // elements open at once
+    // Text that comes out of entities may be this many bytes, or this many times the bytes read so far if
+    // that is more.
+    std::uint64_t entityFloorInBytes = std::uint64_t{1} << 20;
+    std::uint32_t entityFactor = 100;
+    std::uint64_t lengthLimitInBytes = ~std::uint64_t{0};  // of the decoded document; longer ones are refused
+    std::size_t chunkInBytes = std::size_t{64} << 10;      // read at a time
+};
+
+// Delivers the document's events to `sink` until its end or its first error, which is the result.
+// Nothing is thrown but what the sink throws and std::bad_alloc; afterwards everything is given back.
+[[nodiscard]] ParseError read(const Input& input, const ReadOptions& options, EventSink& sink);
+
+}  // namespace engine::reader
