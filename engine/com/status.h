@@ -1,0 +1,57 @@
+// How the engine's operations fail: with a status, and with error information that a person can act on.
+// Threads: error information belongs to the calling thread.
+#pragma once
+
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "engine/com/com.h"
+
+namespace engine::com {
+
+// Leaves `description` as the thread's error information and returns `status`. Short of memory the
+// description is lost, never the status.
+HRESULT fail(HRESULT status, std::u16string_view description) noexcept;
+HRESULT fail(HRESULT status, std::string_view utf8Description) noexcept;
+
+// Thrown below a guarded operation where a status would have to be passed up by hand.
+class Failure final {
+public:
+    Failure(HRESULT status, std::string utf8Description) noexcept
+        : status_(status), description_(std::move(utf8Description)) {}
+
+    [[nodiscard]] HRESULT status() const noexcept { return status_; }
+    [[nodiscard]] const std::string& description() const noexcept { return description_; }
+
+private:
+    HRESULT status_;
+    std::string description_;
+};
+
+namespace detail {
+HRESULT translateException() noexcept;  // inside a catch block only
+}
+
+// Runs `body`, which returns a status, and lets no exception out: Failure gives its own status and
+// description, memory that ran out E_OUTOFMEMORY, everything else E_FAIL with the exception's text.
+template <typename Body>
+HRESULT guarded(Body&& body) noexcept {
+    try {
+        return std::forward<Body>(body)();
+    } catch (...) {
+        return detail::translateException();
+    }
+}
+
+// A new string holding `utf8` as UTF-16, never null for a text. Throws std::bad_alloc.
+[[nodiscard]] BSTR makeBstr(std::string_view utf8);
+[[nodiscard]] BSTR makeBstr(std::u16string_view text);
+
+// The text of a BSTR; null counts as empty. Borrowed from it.
+[[nodiscard]] inline std::u16string_view textOf(const OLECHAR* text) noexcept {
+    return text == nullptr ? std::u16string_view() : std::u16string_view(text, SysStringLen(text));
+}
+
+}  // namespace engine::com
