@@ -1,0 +1,68 @@
+// Gives an implementation class its interfaces, its lookup by name and its class name:
+//
+//     class Shelf final : public kel::Implements<Shelf, IKelShelf, IKelShelfV2> {
+//     public:
+//         static constexpr const char* kClassName = "Shelf";
+//         static constexpr bool kIsHidden = true;  // only for a class that describes nothing of itself
+//         ...
+//
+// The lookup tries the class's own name (which hands out the object itself), "IKelUnknown", then the
+// interfaces in the order in which they stand here.
+#pragma once
+
+#include <array>
+#include <span>
+
+#include "framework/object/kelclassdescription.h"
+#include "framework/object/kelunknown.h"
+
+namespace kel {
+
+// A name and the pointer to hand out for it.
+struct LookupCandidate {
+    const char* name;
+    void* part;
+};
+
+// `self` is the class under its own name; the interfaces follow in order. Sets *out to null or to a part.
+void lookUpPart(const LookupCandidate& self, IKelUnknown& unknown,
+                std::span<const LookupCandidate> interfaces, const char* name, void** out);
+
+// Records the class and its interfaces, or nothing for a hidden class.
+void describeCandidates(bool isHidden, const char* className, std::span<const char* const> interfaceNames,
+                        KelClassDescription& description);
+
+// Asks an object to describe its class; what it says is added to the description.
+void describeClass(IKelUnknown& object, KelClassDescription& description);
+
+template <class Class, class... Interfaces>
+class Implements : public virtual Interfaces... {
+public:
+    void queryInterface(const char* name, void** out, bool /*flag*/) override {
+        if (name == nullptr) {
+            static constexpr std::array<const char*, sizeof...(Interfaces)> kNames{
+                Interfaces::interfaceName()...};
+            // A null name turns the output into the address of a description.
+            describeCandidates(isHidden(), Class::kClassName, kNames,
+                               *reinterpret_cast<KelClassDescription*>(out));
+            return;
+        }
+        auto* const object = static_cast<Class*>(this);
+        const std::array<LookupCandidate, sizeof...(Interfaces)> interfaces{
+            LookupCandidate{Interfaces::interfaceName(), static_cast<Interfaces*>(object)}...};
+        lookUpPart({Class::kClassName, object}, *object, interfaces, name, out);
+    }
+
+    [[nodiscard]] const char* className() const noexcept override { return Class::kClassName; }
+
+private:
+    static constexpr bool isHidden() noexcept {
+        if constexpr (requires { Class::kIsHidden; }) {
+            return Class::kIsHidden;
+        } else {
+            return false;
+        }
+    }
+};
+
+}  // namespace kel

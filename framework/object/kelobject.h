@@ -1,0 +1,10 @@
+// Root of every class of the object model.
+#pragma once
+
+class KelObject {
+public:
+    KelObject() = default;
+    KelObject(const KelObject&) = delete;  // an object is its identity
+    KelObject& operator=(const KelObject&) = delete;
+    virtual ~KelObject() = default;
+};

@@ -1,0 +1,10 @@
+// For tests: forget what was settled on first use, as in a freshly loaded component. Call before the host
+// goes: references to its services are released.
+#pragma once
+
+namespace kel::detail {
+
+void resetStringSupport();
+void resetTranslator();
+
+}  // namespace kel::detail

@@ -1,0 +1,14 @@
+// Told of failed assertions when no callback is installed (see assertion.h). The host may offer it.
+#pragma once
+
+#include <cstdint>
+
+#include "framework/object/kelunknown.h"
+
+class IKelAssertHandlerCB : public virtual IKelUnknown {
+public:
+    static constexpr const char* interfaceName() noexcept { return "IKelAssertHandlerCB"; }
+
+    // 0. Static texts. When it returns, the operation that failed goes on.
+    virtual void assertionFailed(const char* expression, const char* sourcePath, std::int32_t line) = 0;
+};

@@ -1,0 +1,214 @@
+#include "KelBasicTypes/kelstring.h"
+
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+using Traits = std::char_traits<char16_t>;
+
+// Blocks of units are tested together, for most text has its NUL far away.
+std::size_t unitsBeforeNul(std::u16string_view text) noexcept {
+    constexpr std::size_t kBlock = 16;
+    std::size_t at = 0;
+    for (; at + kBlock <= text.size(); at += kBlock) {
+        unsigned hasNul = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) hasNul |= static_cast<unsigned>(text[at + i] == 0);
+        if (hasNul != 0) break;
+    }
+    while (at < text.size() && text[at] != 0) ++at;
+    return at;
+}
+
+std::string_view untilNul(std::string_view text) noexcept {
+    return text.substr(0, text.find('\0'));
+}
+
+void widen(std::string_view text, char16_t* out) noexcept {
+    for (const char byte : text) *out++ = static_cast<char16_t>(static_cast<signed char>(byte));
+}
+
+std::size_t bytesFor(std::size_t units) {
+    if (units > KelString::kMaxUnits)
+        throw std::length_error("KelString: text is longer than 1073741822 units");
+    return (units + 1) * sizeof(char16_t);
+}
+
+}  // namespace
+
+KelString::KelString(const char16_t* text, std::size_t length) {
+    if (length == 0) {
+        text_ = const_cast<char16_t*>(text);  // borrowed text is never written to
+    } else if (text == nullptr || length >= kUpToNul) {
+        assign(text);
+    } else {
+        assign(std::u16string_view(text, length));
+    }
+}
+
+KelString::KelString(const KelString& other) {
+    if (other.textBytes_ == 0) {
+        text_ = other.text_;
+    } else {
+        assign(other.view());
+    }
+    if (other.narrowBytes_ == 0) narrow_ = other.narrow_;
+}
+
+KelString& KelString::operator=(KelString&& other) noexcept {
+    if (this != &other) {
+        clear();
+        swap(other);
+    }
+    return *this;
+}
+
+void KelString::swap(KelString& other) noexcept {
+    std::swap(text_, other.text_);
+    std::swap(textBytes_, other.textBytes_);
+    std::swap(ownedLength_, other.ownedLength_);
+    std::swap(narrow_, other.narrow_);
+    std::swap(narrowBytes_, other.narrowBytes_);
+    std::swap(extra_, other.extra_);
+    std::swap(extraBytes_, other.extraBytes_);
+}
+
+void KelString::clear() noexcept {
+    kel::giveBackBuffer(std::exchange(textBytes_, 0), std::exchange(text_, nullptr));
+    kel::giveBackBuffer(std::exchange(narrowBytes_, 0), std::exchange(narrow_, nullptr));
+    kel::giveBackBuffer(std::exchange(extraBytes_, 0), std::exchange(extra_, nullptr));
+    ownedLength_ = 0;
+}
+
+void KelString::makeEmpty() noexcept {
+    if (textBytes_ > 0) {
+        endText(0);
+    } else {
+        text_ = nullptr;
+    }
+    dropBorrowedNarrow();
+}
+
+void KelString::reserve(std::size_t units) {
+    const std::u16string_view text = view();
+    if (textBytes_ == 0 || capacity() < units) replaceBuffer(std::max(units, text.size()), text);
+}
+
+KelString& KelString::assign(std::u16string_view text) {
+    const std::size_t units = unitsBeforeNul(text);
+    char16_t* const out = beginAssign(units);  // text that is part of ourselves fits, so it is still there
+    Traits::move(out, text.data(), units);
+    endText(units);
+    return *this;
+}
+
+KelString& KelString::assign(const char16_t* text) {
+    if (text != nullptr) return assign(std::u16string_view(text));
+    clear();
+    return *this;
+}
+
+KelString& KelString::assign(const KelString& other) {
+    if (this == &other) return *this;
+    if (!other.isNull()) return assign(other.view());
+    clear();
+    return *this;
+}
+
+KelString& KelString::assignNarrow(const char* text, std::int32_t length) {
+    if (text == nullptr) {
+        clear();
+        return *this;
+    }
+    return assignNarrow(length < 0 ? std::string_view(text)
+                                   : std::string_view(text, static_cast<std::size_t>(length)));
+}
+
+KelString& KelString::assignNarrow(std::string_view text) {
+    text = untilNul(text);
+    widen(text, beginAssign(text.size()));
+    endText(text.size());
+    return *this;
+}
+
+KelString& KelString::append(std::u16string_view text) {
+    const std::size_t units = unitsBeforeNul(text);
+    // Growing gives our old buffer back, and the text may lie in it.
+    if (owns(text.data())) return append(KelString(text.substr(0, units)));
+    const std::size_t before = length();
+    Traits::copy(beginAppend(units), text.data(), units);
+    endText(before + units);
+    return *this;
+}
+
+KelString& KelString::appendNarrow(std::string_view text) {
+    text = untilNul(text);
+    const std::size_t before = length();
+    widen(text, beginAppend(text.size()));
+    endText(before + text.size());
+    return *this;
+}
+
+void KelString::borrowNarrow(const char* text) noexcept {
+    kel::giveBackBuffer(std::exchange(narrowBytes_, 0), narrow_);
+    narrow_ = const_cast<char*>(text);  // borrowed text is never written to
+}
+
+KelString KelString::replaceRange(std::size_t start, std::size_t end, std::u16string_view replacement) const {
+    const std::u16string_view text = view();
+    const std::u16string_view before = text.substr(0, start);
+    const std::u16string_view after = text.substr(std::min(end, text.size()));
+    KelString result;
+    result.reserve(before.size() + replacement.size() + after.size());
+    result.append(before).append(replacement).append(after);
+    return result;
+}
+
+std::size_t KelString::borrowedLength() const noexcept {
+    return text_ == nullptr ? 0 : Traits::length(text_);
+}
+
+bool KelString::owns(const char16_t* unit) const noexcept {
+    const std::less<> before;  // a total order, also between unrelated objects
+    return textBytes_ > 0 && !before(unit, text_) && before(unit, text_ + textBytes_ / 2);
+}
+
+// Room for `units` and a NUL where the text begins; what was there is lost if it does not fit.
+char16_t* KelString::beginAssign(std::size_t units) {
+    if (textBytes_ == 0 || static_cast<std::size_t>(textBytes_) < bytesFor(units)) replaceBuffer(units, {});
+    dropBorrowedNarrow();
+    return text_;
+}
+
+// Room for `units` and a NUL where the text ends.
+char16_t* KelString::beginAppend(std::size_t units) {
+    const std::size_t before = length();
+    if (textBytes_ == 0 || static_cast<std::size_t>(textBytes_) < bytesFor(before + units)) {
+        const std::size_t doubled = std::min(2 * before, kMaxUnits);
+        replaceBuffer(std::max(before + units, doubled), view());
+    }
+    dropBorrowedNarrow();
+    return text_ + before;
+}
+
+void KelString::replaceBuffer(std::size_t units, std::u16string_view keep) {
+    std::int32_t bytes = 0;
+    auto* const text = static_cast<char16_t*>(kel::takeBuffer(bytesFor(units), bytes));
+    Traits::copy(text, keep.data(), keep.size());
+    kel::giveBackBuffer(textBytes_, text_);
+    text_ = text;
+    textBytes_ = bytes;
+    endText(keep.size());
+}
+
+void KelString::endText(std::size_t units) noexcept {
+    text_[units] = 0;
+    ownedLength_ = static_cast<std::uint32_t>(units);
+}
+
+// Our own narrow form is rebuilt on every request; a lent one would go on saying what the text was.
+void KelString::dropBorrowedNarrow() noexcept {
+    if (narrowBytes_ == 0) narrow_ = nullptr;
+}

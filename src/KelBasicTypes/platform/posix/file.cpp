@@ -1,0 +1,55 @@
+#include "KelBasicTypes/platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "KelBasicTypes/utf8.h"
+
+namespace kel::platform {
+
+namespace {
+
+bool isRefused(std::u16string_view path) {
+    return path.empty() || path.find(u'\0') != std::u16string_view::npos;
+}
+
+bool isDirectory(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+FileHandle openFile(std::u16string_view path, const char* mode) {
+    if (isRefused(path)) return nullptr;
+    const std::string closedOnExec = std::string(mode) + "e";
+    FileHandle file(std::fopen(nativePath(path).c_str(), closedOnExec.c_str()));
+    if (file != nullptr && isDirectory(fileno(file.get())))
+        return nullptr;  // opens for reading, but reads nothing
+    return file;
+}
+
+bool closeFile(FileHandle file) noexcept {
+    return file != nullptr && std::fclose(file.release()) == 0;
+}
+
+bool canOpenForReading(std::u16string_view path) {
+    if (isRefused(path)) return false;
+    // O_NONBLOCK: a pipe without a writer must not hold us up.
+    const int descriptor = open(nativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return false;
+    const bool isFile = !isDirectory(descriptor);
+    (void)close(descriptor);  // nothing was written
+    return isFile;
+}
+
+std::string nativePath(std::u16string_view path) {
+    std::string bytes = toUtf8(path);
+    std::replace(bytes.begin(), bytes.end(), '\\', '/');
+    return bytes;
+}
+
+}  // namespace kel::platform
