@@ -1,0 +1,74 @@
+// Strings and variants of the engine, owned.
+// Threads: no shared state.
+#pragma once
+
+#include <string_view>
+#include <utility>
+
+#include "msxml_parser/detail/platformcom.h"
+
+namespace msxml {
+
+// An owned engine string. Null and empty are one to its readers.
+class BStr final {
+public:
+    BStr() noexcept = default;
+    explicit BStr(std::u16string_view text);  // raises _com_error with E_OUTOFMEMORY
+    BStr(BStr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
+    BStr& operator=(BStr&& other) noexcept {
+        std::swap(text_, other.text_);
+        return *this;
+    }
+    ~BStr() { SysFreeString(text_); }
+
+    [[nodiscard]] BSTR get() const noexcept { return text_; }
+    [[nodiscard]] BSTR detach() noexcept { return std::exchange(text_, nullptr); }
+    // For out-parameters: frees what is held and takes over what is written.
+    [[nodiscard]] BSTR* receive() noexcept {
+        SysFreeString(std::exchange(text_, nullptr));
+        return &text_;
+    }
+    [[nodiscard]] std::u16string_view view() const& noexcept;
+    std::u16string_view view() && = delete;
+
+private:
+    BSTR text_ = nullptr;
+};
+
+// An owned variant.
+class Variant final {
+public:
+    Variant() noexcept { VariantInit(&value_); }
+    explicit Variant(std::u16string_view text);  // VT_BSTR; raises _com_error with E_OUTOFMEMORY
+    explicit Variant(
+        IDispatch* object) noexcept;  // VT_DISPATCH with a count of its own; null is held as null
+    Variant(const Variant&) = delete;
+    Variant& operator=(const Variant&) = delete;
+    ~Variant() { (void)VariantClear(&value_); }  // nothing could be done about a failure
+
+    // For calls that take a variant by value: borrowed, still owned here.
+    [[nodiscard]] const VARIANT& get() const noexcept { return value_; }
+    // For out-parameters: clears what is held and takes over what is written.
+    [[nodiscard]] VARIANT* receive() noexcept {
+        (void)VariantClear(&value_);
+        return &value_;
+    }
+    // The text of a VT_BSTR; every other type is empty.
+    [[nodiscard]] std::u16string_view text() const& noexcept;
+    std::u16string_view text() && = delete;
+
+private:
+    VARIANT value_;
+};
+
+// The one place that knows the platform's wide unit: it is 16 bits everywhere, under different names.
+[[nodiscard]] inline std::u16string_view toUnits(const OLECHAR* text, std::size_t length) noexcept {
+    static_assert(sizeof(OLECHAR) == sizeof(char16_t));
+    if (text == nullptr) return {};
+    return {reinterpret_cast<const char16_t*>(text), length};
+}
+[[nodiscard]] inline const OLECHAR* toOleChars(const char16_t* text) noexcept {
+    return reinterpret_cast<const OLECHAR*>(text);
+}
+
+}  // namespace msxml

@@ -1,0 +1,60 @@
+// Writes an element and what is below it as indented XML text: the component's own layout, one element a
+// line. Threads: one at a time, the document's thread.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KelBasicTypes/kelstring.h"
+#include "msxml_parser/detail/escapexml.h"
+#include "msxml_parser/detail/nodes.h"
+
+namespace msxml {
+
+struct WriterOptions {
+    std::FILE* file;  // borrowed; null: all text goes to the output string
+    std::u16string_view indent;
+    std::u16string_view indentUnit;
+    bool wide;
+};
+
+class ElementWriter final {
+public:
+    // The options' texts and `out` are borrowed for the writer's life.
+    ElementWriter(const WriterOptions& options, KelString& out);
+
+    // Runs once. On failure raises _com_error; `out` then holds what was written and not flushed to the file.
+    void write(const Node& root);
+
+private:
+    // An element whose start tag is written and whose children are being written.
+    struct OpenElement {
+        Node nextChild;            // the next child element; empty behind the last
+        std::size_t nameStart;     // of its escaped name in names_
+        std::size_t indentLength;  // of its own line in indent_
+    };
+
+    void writeTree(const Node& root);
+    void openElement(const Node& element);
+    void closeElement();
+    void appendAttributes(const Node& element);
+    void appendEndTag(std::size_t nameStart);
+    void endLine(std::size_t depth);
+    void writeToFile();
+    void handOver();
+
+    [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }
+
+    const WriterOptions options_;
+    KelString& out_;
+    std::u16string buffer_;  // the text not yet in the file or in `out`
+    KelString chunk_;
+    std::u16string indent_;  // of the deepest open line; each line uses a beginning of it
+    std::u16string names_;   // escaped names of the open elements, one after the other
+    std::vector<OpenElement> open_;
+    XmlEscaper escaper_;
+};
+
+}  // namespace msxml

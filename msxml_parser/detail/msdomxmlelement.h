@@ -1,0 +1,73 @@
+// The element handle over an engine element. Its operations are documented with their interface.
+// Threads: one at a time, the document's thread.
+#pragma once
+
+#include "framework/object/implements.h"
+#include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/ikeldomxmlelement.h"
+
+class MSDOMXmlElement : public kel::Implements<MSDOMXmlElement, IKelDOMXmlElement> {
+public:
+    static constexpr const char* kClassName = "MSDOMXmlElement";
+    static constexpr const char* interfaceName() noexcept { return kClassName; }
+
+    explicit MSDOMXmlElement(
+        msxml::Element element) noexcept;  // may be empty: a handle that stands on nothing
+
+    // A new handle with count 0; null when memory runs out.
+    [[nodiscard]] static MSDOMXmlElement* create(msxml::Element element) noexcept;
+
+    [[nodiscard]] const msxml::Element& engineElement() const noexcept { return element_; }
+    void standOn(msxml::Element element) noexcept { element_ = std::move(element); }
+
+    IKelDOMXmlElement* clone() override;
+
+    virtual KelCString& getName(KelCString& out);
+    KelString& getName(KelString& out) override;
+    KelString getName() override;
+    void setName(const KelString& name) override;
+
+    KelCString& getAttributeValue(int index, KelCString& out) override;
+    KelString& getAttributeValue(int index, KelString& out) override;
+    KelString getAttributeValue(int index) override;
+    KelCString& getAttribute(const KelString& name, KelCString& out) override;
+    KelString& getAttribute(const KelString& name, KelString& out) override;
+    KelString getAttribute(const KelString& name) override;
+    void setAttribute(const KelString& name, const KelString& value) override;
+    int getAttributeCount() override;
+    KelCString& getAttributeName(int index, KelCString& out) override;
+    KelString& getAttributeName(int index, KelString& out) override;
+    KelString getAttributeName(int index) override;
+
+    KelCString& getText(KelCString& out) override;
+    KelString& getText(KelString& out) override;
+    KelString getText() override;
+    void setText(const KelString& text) override;
+
+    IKelDOMXmlElement* getChild(const KelString& name) override;
+    IKelDOMXmlElementItr* getChildren() override;
+    void addChild(IKelDOMXmlElement* child) override;
+    bool isSpecialA() override { return false; }
+    bool isSpecialB() override { return false; }
+    IKelDOMXmlElement* getParent() override;
+
+    bool write(std::FILE* file, KelString& out, const KelString& indent, const KelString& indentUnit,
+               bool wide) override;
+
+private:
+    template <typename String>
+    String& readName(String& out) const;
+    template <typename String>
+    String& readAttributeValue(int index, String& out) const;
+    template <typename String>
+    String& readAttribute(const KelString& name, String& out) const;
+    template <typename String>
+    String& readAttributeName(int index, String& out) const;
+    template <typename String>
+    String& readText(String& out) const;
+
+    [[nodiscard]] msxml::Node attributeAt(int index) const;
+    [[nodiscard]] msxml::ComPtr<IXMLDOMDocument> ownerDocument() const;
+
+    msxml::Element element_;
+};

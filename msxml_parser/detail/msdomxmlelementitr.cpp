@@ -1,0 +1,37 @@
+#include "msxml_parser/detail/msdomxmlelementitr.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+MSDOMXmlElementItr::MSDOMXmlElementItr(msxml::Node parent) noexcept : parent_(std::move(parent)) {}
+
+MSDOMXmlElementItr* MSDOMXmlElementItr::create(msxml::Node parent) {
+    // Not yet counted, so it is deleted outright should the first step throw.
+    std::unique_ptr<MSDOMXmlElementItr> itr(new (std::nothrow) MSDOMXmlElementItr(std::move(parent)));
+    if (itr) itr->first();
+    return itr.release();
+}
+
+void MSDOMXmlElementItr::first() {
+    current_ = parent_ ? msxml::skipToElement(msxml::firstChildOf(parent_)) : msxml::Node();
+}
+
+void MSDOMXmlElementItr::next() {
+    if (current_) current_ = msxml::skipToElement(msxml::nextSiblingOf(current_));
+}
+
+IKelDOMXmlElement* MSDOMXmlElementItr::getElement(bool shared) {
+    if (shared) return getElement();
+    return current_ ? MSDOMXmlElement::create(current_.as<IXMLDOMElement>()) : nullptr;
+}
+
+IKelDOMXmlElement* MSDOMXmlElementItr::getElement() {
+    if (!current_) return nullptr;
+    if (shared_) {
+        shared_->standOn(current_.as<IXMLDOMElement>());
+    } else {
+        shared_ = MSDOMXmlElement::create(current_.as<IXMLDOMElement>());
+    }
+    return shared_.get();
+}

@@ -1,0 +1,50 @@
+// The error objects of the two parsers: one record under two names. Each is a member of its parser.
+// Threads: the parser's.
+#pragma once
+
+#include "KelBasicTypes/kelstring.h"
+#include "framework/object/implements.h"
+#include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikelsaxxmlerror.h"
+
+namespace msxml {
+
+template <typename Class, typename Interface>
+class ErrorRecord : public kel::Implements<Class, Interface> {
+public:
+    // A reference of its own, so that callers' references never count down to a deletion: the storage is the
+    // parser's.
+    ErrorRecord() { this->addRef(); }
+    ~ErrorRecord() override { this->releaseNoDelete(); }
+
+    Interface* setCode(int code) override {
+        code_ = code;
+        return this;
+    }
+    const int& getCode() override { return code_; }
+    KelString& setMessage(const KelString& message) override {
+        message_ = message;
+        return message_;
+    }
+    KelString& getMessage() override { return message_; }
+    void clear() override {
+        code_ = 0;
+        message_.clear();
+    }
+
+private:
+    int code_ = 0;
+    KelString message_;
+};
+
+}  // namespace msxml
+
+class MSDOMXmlError final : public msxml::ErrorRecord<MSDOMXmlError, IKelDOMXmlError> {
+public:
+    static constexpr const char* kClassName = "MSDOMXmlError";
+};
+
+class MSSAXXmlError final : public msxml::ErrorRecord<MSSAXXmlError, IKelSAXXmlError> {
+public:
+    static constexpr const char* kClassName = "MSSAXXmlError";
+};

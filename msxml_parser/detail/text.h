@@ -1,0 +1,23 @@
+// Between the engine's texts and the framework's strings.
+#pragma once
+
+#include <string_view>
+
+#include "KelBasicTypes/kelcstring.h"
+#include "KelBasicTypes/kelstring.h"
+#include "msxml_parser/detail/bstr.h"
+
+namespace msxml {
+
+// Replaces the string's content, in its own buffer if that is large enough.
+inline void assign(KelString& out, std::u16string_view text) {
+    out.assign(text);
+}
+inline void assign(KelCString& out, std::u16string_view text) {
+    out.assignLowBytes(text);
+}  // the low bytes
+
+// The description attached to an engine failure; empty if there is none.
+[[nodiscard]] KelString descriptionOf(const _com_error& error);
+
+}  // namespace msxml

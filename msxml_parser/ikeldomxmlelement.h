@@ -1,0 +1,75 @@
+// A light handle on one element of a document. It copies nothing: every operation reads or edits the tree,
+// and two handles on one element see each other's edits.
+//
+// Failure: what the engine refuses leaves as `_com_error` (engine/com/comerror.h) with the engine's status; a
+// handle that stands on nothing (the parent of a root element, the root of an empty document) throws
+// E_POINTER on first use. Ownership: elements and iterators that an operation returns come with reference
+// count 0; take them into an IPtr. A handle keeps its document alive, and releasing it never removes the
+// element from the tree. Texts: UTF-16 units. The narrow forms keep the low byte of each unit: characters
+// above U+00FF are lost. The forms with an output argument return that argument and reuse its buffer.
+// Threads: one at a time, the document's thread.
+#pragma once
+
+#include <cstdio>
+
+#include "KelBasicTypes/kelcstring.h"
+#include "KelBasicTypes/kelstring.h"
+#include "framework/object/kelunknown.h"
+
+class IKelDOMXmlElementItr;
+
+class IKelDOMXmlElement : public virtual IKelUnknown {
+public:
+    static constexpr const char* interfaceName() noexcept { return "IKelDOMXmlElement"; }
+
+    virtual IKelDOMXmlElement* clone() = 0;  // deep; the copy belongs to no parent
+
+    virtual KelString& getName(KelString& out) = 0;  // with its prefix
+    virtual KelString getName() = 0;
+    // Puts a new element of this name in the place of the old one, with copies of all its children but
+    // without its attributes. Other handles stay on the old element, which then has no parent. An element
+    // without a parent: E_POINTER, nothing changed. The name it has already: nothing happens.
+    virtual void setName(const KelString& name) = 0;
+
+    // Attributes by position, from 0, in document order, namespace declarations included. Outside: E_POINTER.
+    virtual KelCString& getAttributeValue(int index, KelCString& out) = 0;
+    virtual KelString& getAttributeValue(int index, KelString& out) = 0;
+    virtual KelString getAttributeValue(int index) = 0;
+    // Attributes by qualified name; an absent one is empty.
+    virtual KelCString& getAttribute(const KelString& name, KelCString& out) = 0;
+    virtual KelString& getAttribute(const KelString& name, KelString& out) = 0;
+    virtual KelString getAttribute(const KelString& name) = 0;
+    virtual void setAttribute(const KelString& name, const KelString& value) = 0;  // creates or overwrites
+    virtual int getAttributeCount() = 0;
+    virtual KelCString& getAttributeName(int index, KelCString& out) = 0;
+    virtual KelString& getAttributeName(int index, KelString& out) = 0;
+    virtual KelString getAttributeName(int index) = 0;
+
+    // The element's own text nodes joined; neither CDATA sections nor the text of child elements.
+    virtual KelCString& getText(KelCString& out) = 0;
+    virtual KelString& getText(KelString& out) = 0;
+    virtual KelString getText() = 0;
+    // Replaces the first text node alone, or appends one after all children if there is none.
+    virtual void setText(const KelString& text) = 0;
+
+    virtual IKelDOMXmlElement* getChild(const KelString& name) = 0;  // the first of that name; null if none
+    virtual IKelDOMXmlElementItr* getChildren() = 0;                 // stands on the first child element
+    // Appends; an element that has a parent moves. Null and elements of another implementation: nothing
+    // happens.
+    virtual void addChild(IKelDOMXmlElement* child) = 0;
+
+    virtual bool isSpecialA() = 0;  // false
+    virtual bool isSpecialB() = 0;  // false
+
+    virtual IKelDOMXmlElement*
+    getParent() = 0;  // never null; of a root element: a handle that stands on nothing
+
+    // Writes the element and what is below it as XML text, one element a line, starting at `indent` and going
+    // deeper by `indentUnit`. Mixed content is written with its whole text first and again inside the
+    // children. Without a file all text is appended to `out`. With one, `out` is scratch: what it held is
+    // written first and it is empty afterwards. `wide` writes UTF-16 units in memory order and ends lines
+    // with "\r\n"; otherwise 8-bit text (host's string support, else ASCII alone) and "\n". The file is
+    // borrowed; write errors are not reported. Returns true. Whatever depth: no stack is used.
+    virtual bool write(std::FILE* file, KelString& out, const KelString& indent, const KelString& indentUnit,
+                       bool wide) = 0;
+};

@@ -1,0 +1,13 @@
+// Everything the component offers.
+#pragma once
+
+#include "msxml_parser/entrypoint.h"
+#include "msxml_parser/ikeldomxml.h"
+#include "msxml_parser/ikeldomxmlelement.h"
+#include "msxml_parser/ikeldomxmlelementitr.h"
+#include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikelsaxxml.h"
+#include "msxml_parser/ikelsaxxmlerror.h"
+#include "msxml_parser/ikelsaxxmlhandler.h"
+#include "msxml_parser/xmldom.h"
+#include "msxml_parser/xmlsax.h"
