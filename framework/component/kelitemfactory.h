@@ -1,0 +1,47 @@
+// Makes the objects of one class. An item factory registers itself when it is made and lives as long as the
+// process:
+//
+//     auto& shelfFactory = *new KelTClassItemFactory<Shelf>(&kShelfClassId, "Shelf", nullptr);
+#pragma once
+
+#include <new>
+
+#include "framework/object/kelclassid.h"
+#include "framework/object/kelunknown.h"
+
+class KelItemFactory {
+public:
+    // Registers with KelDefaultClassFactory under the identifier, in place of an item factory that was there.
+    // The texts are static; the description may be null.
+    KelItemFactory(const KelClassId* id, const char* name, const char* description);
+    KelItemFactory(const KelItemFactory&) = delete;  // the class map points at us
+    KelItemFactory& operator=(const KelItemFactory&) = delete;
+
+    // 0.
+    virtual ~KelItemFactory() = default;
+    // 1. A new object with count 0, null when there was no memory; *created becomes 1 either way.
+    virtual IKelUnknown* create(int* created) = 0;
+    // 2. and 3.
+    [[nodiscard]] virtual const char* name() const { return name_; }
+    [[nodiscard]] virtual const char* description() const { return description_; }
+
+private:
+    const char* name_;
+    const char* description_;
+    KelClassId classId_;
+};
+
+template <class T>
+class KelTClassItemFactory final : public KelItemFactory {
+public:
+    using KelItemFactory::KelItemFactory;
+
+    IKelUnknown* create(int* created) override {
+        *created = 1;
+        try {
+            return new T;
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
+};
