@@ -1,0 +1,70 @@
+// Runs a piece of a test in a process of its own, for what ends a process or needs a second one.
+#pragma once
+
+#include <signal.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+namespace kel::test {
+
+class ChildProcess final {
+public:
+    static constexpr int kBodyReturned = 77;  // exit status of a child whose body came to its end
+
+    // The child leaves without running the test program's own endings.
+    explicit ChildProcess(const std::function<void()>& body) : id_(fork()) {
+        if (id_ != 0) return;
+        body();
+        _exit(kBodyReturned);
+    }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess() {
+        if (isRunning_) kill();
+    }
+
+    void kill() {
+        ::kill(id_, SIGKILL);
+        (void)waitForStatus();
+    }
+
+    // Exit status, or minus the number of the signal that ended it.
+    int waitForStatus() {
+        int status = 0;
+        waitpid(id_, &status, 0);
+        isRunning_ = false;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+private:
+    pid_t id_;
+    bool isRunning_ = true;
+};
+
+// Says between two processes that a point was reached.
+class Signpost final {
+public:
+    Signpost() { ok_ = pipe(ends_) == 0; }
+    Signpost(const Signpost&) = delete;
+    Signpost& operator=(const Signpost&) = delete;
+    ~Signpost() {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+
+    [[nodiscard]] bool isOk() const { return ok_; }
+    void reach() { ok_ = write(ends_[1], "x", 1) == 1 && ok_; }
+    void await() {
+        char byte = 0;
+        ok_ = read(ends_[0], &byte, 1) == 1 && ok_;
+    }
+
+private:
+    int ends_[2] = {-1, -1};
+    bool ok_ = false;
+};
+
+}  // namespace kel::test

@@ -1,0 +1,194 @@
+#include "KelBasicTypes/kelcondition.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "KelBasicTypes/detail/spincount.h"
+#include "KelBasicTypes/kelevent.h"
+#include "KelBasicTypes/kelmutex.h"
+#include "childprocess.h"
+
+using kel::test::ChildProcess;
+
+namespace {
+
+class Locked final {
+public:
+    explicit Locked(KelMutex& mutex) : mutex_(mutex) { mutex_.lock(); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+    ~Locked() { mutex_.unlock(); }
+
+private:
+    KelMutex& mutex_;
+};
+
+void joinAll(std::vector<std::thread>& threads) {
+    for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+
+TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
+    constexpr int kWaiters = 12;
+    constexpr int kRounds = 100;
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition condition;
+    int waiting = 0;
+    int round = 0;
+    std::atomic<int> woken{0};  // counted when a waiter has the mutex again
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kWaiters; ++t) {
+        threads.emplace_back([&] {
+            for (int mine = 1; mine <= kRounds; ++mine) {
+                const Locked locked(mutex);
+                ++waiting;
+                while (round < mine) condition.wait(mutex);
+                ++woken;
+            }
+        });
+    }
+    for (int mine = 1; mine <= kRounds; ++mine) {
+        bool done = false;
+        while (!done) {
+            {
+                const Locked locked(mutex);
+                if (waiting == kWaiters) {
+                    waiting = 0;
+                    round = mine;
+                    condition.broadcast();
+                    done = true;
+                }
+            }
+            std::this_thread::yield();
+        }
+        while (woken < mine * kWaiters) std::this_thread::yield();
+    }
+    joinAll(threads);
+    EXPECT_EQ(woken, kWaiters * kRounds);
+}
+
+TEST(KelCondition, SignalledQueueLosesNothing) {
+    constexpr int kItems = 3000;
+    constexpr int kConsumers = 6;
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition filled;
+    std::deque<int> queue;
+    long sum = 0;
+    std::vector<std::thread> consumers;
+    for (int t = 0; t < kConsumers; ++t) {
+        consumers.emplace_back([&] {
+            for (;;) {
+                const Locked locked(mutex);
+                while (queue.empty()) filled.wait(mutex);
+                const int item = queue.front();
+                queue.pop_front();
+                if (item < 0) return;
+                sum += item;
+            }
+        });
+    }
+    for (int i = 1; i <= kItems + kConsumers; ++i) {
+        {
+            const Locked locked(mutex);
+            queue.push_back(i <= kItems ? i : -1);
+        }
+        filled.signal();
+    }
+    joinAll(consumers);
+    EXPECT_EQ(sum, static_cast<long>(kItems) * (kItems + 1) / 2);
+}
+
+TEST(KelCondition, SignalAndBroadcastWithoutWaitersLeaveNothingBehind) {
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition condition;
+    condition.signal();
+    mutex.lock();
+    condition.broadcast();
+    mutex.unlock();
+    std::atomic<bool> waits{false};
+    std::atomic<int> wakeUps{0};
+    std::thread waiter([&] {
+        const Locked locked(mutex);
+        waits = true;
+        condition.wait(mutex);
+        ++wakeUps;
+    });
+    while (!waits) std::this_thread::yield();
+    mutex.lock();  // the waiter has queued
+    EXPECT_EQ(wakeUps, 0);
+    mutex.unlock();
+    for (int i = 0; i < 100; ++i) std::this_thread::yield();
+    EXPECT_EQ(wakeUps, 0);
+    condition.signal();
+    waiter.join();
+}
+
+TEST(KelCondition, MayBeDestroyedAsSoonAsItsBroadcastReturned) {
+    for (int i = 0; i < 300; ++i) {
+        KelMutex mutex;
+        ASSERT_TRUE(mutex.create());
+        auto condition = std::make_unique<KelCondition>();
+        std::atomic<int> waiting{0};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 3; ++t) {
+            threads.emplace_back([&] {
+                const Locked locked(mutex);
+                ++waiting;
+                condition->wait(mutex);
+            });
+        }
+        while (waiting < 3) std::this_thread::yield();
+        mutex.lock();
+        condition->broadcast();
+        condition.reset();
+        mutex.unlock();
+        joinAll(threads);
+    }
+}
+
+TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {
+    struct Case {
+        const char* text;
+        std::int32_t spinCount;
+    };
+    for (const Case& c :
+         {Case{"4000", 4000}, Case{"-7", -1}, Case{"0", 0}, Case{"many", 0}, Case{nullptr, -1}}) {
+        SCOPED_TRACE(c.text == nullptr ? "unset" : c.text);
+        ChildProcess child([&] {
+            kel::forgetProcessSpinCount();
+            unsetenv("KEL_SPIN_COUNT");
+            if (c.text != nullptr) setenv("KEL_SPIN_COUNT", c.text, 1);
+            const KelCondition first;
+            setenv("KEL_SPIN_COUNT", "12", 1);
+            const KelCondition second;
+            if (first.spinCount() != c.spinCount || second.spinCount() != c.spinCount) _exit(1);
+        });
+        EXPECT_EQ(child.waitForStatus(), ChildProcess::kBodyReturned);
+    }
+}
+
+TEST(KelEvent, LetsEverybodyThroughUntilReset) {
+    KelEvent event;
+    EXPECT_FALSE(event.set());
+    EXPECT_FALSE(event.close());
+    ASSERT_TRUE(event.create());
+    EXPECT_FALSE(event.create());
+    EXPECT_FALSE(event.waitFor(0));
+    EXPECT_TRUE(event.set());
+    EXPECT_TRUE(event.waitFor(0));
+    EXPECT_TRUE(event.wait());
+    EXPECT_TRUE(event.reset());
+    EXPECT_FALSE(event.waitFor(1));
+    EXPECT_TRUE(event.close());
+    EXPECT_TRUE(event.isNull());
+}

@@ -1,0 +1,163 @@
+#include "KelBasicTypes/kelmutex.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "childprocess.h"
+
+using kel::test::ChildProcess;
+using kel::test::Signpost;
+
+namespace {
+
+// Test programs that run at the same time must not meet.
+std::string uniqueName(const char* stem) {
+    return std::string("Kel test/") + stem + std::to_string(getpid());
+}
+
+}  // namespace
+
+TEST(KelMutex, CutsItsTimeLimitToMillisecondsAndWaitsOneAtLeast) {
+    struct Case {
+        double seconds;
+        std::uint32_t milliseconds;
+    };
+    for (const Case& c : {Case{0.0004, 1}, Case{2.5, 2500}, Case{0.0019, 1}, Case{1.9999, 1999}, Case{0, 1},
+                          Case{-3, 1}, Case{std::nan(""), 1}, Case{1e300, 4294967294U}}) {
+        EXPECT_EQ(KelMutex::timeoutMs(c.seconds), c.milliseconds) << c.seconds;
+    }
+}
+
+TEST(KelMutex, WithoutAHandleEveryOperationAnswersFalse) {
+    KelMutex mutex;
+    EXPECT_TRUE(mutex.isNull());
+    EXPECT_FALSE(mutex.lock());
+    EXPECT_FALSE(mutex.tryLock());
+    EXPECT_FALSE(mutex.timedLock(0.001));
+    EXPECT_FALSE(mutex.unlock());
+    EXPECT_FALSE(mutex.close());
+    EXPECT_FALSE(mutex.open(uniqueName("nobody").c_str()));
+    EXPECT_FALSE(mutex.create(""));
+    EXPECT_FALSE(mutex.create(nullptr));
+    EXPECT_FALSE(mutex.create(std::string(400, 'n').c_str()));
+    EXPECT_TRUE(mutex.isNull());
+}
+
+TEST(KelMutex, KeepsTheHandleItHas) {
+    const std::string name = uniqueName("kept");
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    EXPECT_FALSE(mutex.create(name.c_str()));
+    EXPECT_FALSE(mutex.create());
+    EXPECT_FALSE(mutex.open(name.c_str()));
+    EXPECT_TRUE(mutex.lock());
+    EXPECT_TRUE(mutex.unlock());
+    EXPECT_TRUE(mutex.close());
+    EXPECT_TRUE(mutex.create(name.c_str()));
+}
+
+TEST(KelMutex, ANameLastsAsLongAsItsLastHolder) {
+    const std::string name = uniqueName("shared name \xc3\xa4");
+    KelMutex first;
+    KelMutex second;
+    KelMutex late;
+    ASSERT_TRUE(first.create(name.c_str()));
+    ASSERT_TRUE(second.create(name.c_str()));
+    EXPECT_TRUE(first.close());
+    EXPECT_TRUE(late.open(name.c_str()));
+    EXPECT_TRUE(late.close());
+    EXPECT_TRUE(second.close());
+    EXPECT_FALSE(late.open(name.c_str()));
+}
+
+TEST(KelMutex, HandlesOfOneNameExcludeEachOther) {
+    const std::string name = uniqueName("excluding");
+    // Read and written apart, so that two at once lose a count. Atomic, for the thread sanitizer takes the mutex
+    // for another one at each address that it is mapped to.
+    std::atomic<long> unguarded{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 200; ++i) {
+                KelMutex mutex;  // opened and closed all the time: the name comes and goes under the others
+                if (!mutex.create(name.c_str())) continue;
+                mutex.lock();
+                unguarded = unguarded.load() + 1;
+                mutex.unlock();
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(unguarded, 600);
+}
+
+TEST(KelMutex, SurvivesTheDeathOfAnOwningProcess) {
+    const std::string name = uniqueName("survivor");
+    KelMutex ours;
+    ASSERT_TRUE(ours.create(name.c_str()));
+    for (const bool withLimit : {false, true}) {
+        Signpost held;
+        ChildProcess owner([&] {
+            KelMutex theirs;
+            if (!theirs.open(name.c_str()) || !theirs.lock()) _exit(1);
+            held.reach();
+            pause();
+        });
+        held.await();
+        EXPECT_FALSE(ours.tryLock());
+        EXPECT_FALSE(ours.timedLock(0.002));
+        owner.kill();
+        EXPECT_FALSE(withLimit ? ours.timedLock(1) : ours.tryLock()) << "abandoned counts as not acquired";
+        EXPECT_TRUE(withLimit ? ours.timedLock(1) : ours.tryLock()) << "and does not wedge the next caller";
+        EXPECT_TRUE(ours.unlock());
+    }
+    Signpost held;
+    ChildProcess owner([&] {
+        KelMutex theirs;
+        if (!theirs.open(name.c_str()) || !theirs.lock()) _exit(1);
+        held.reach();
+        pause();
+    });
+    held.await();
+    std::thread killer([&] { owner.kill(); });
+    EXPECT_TRUE(ours.lock());  // sleeping on it while its owner dies
+    killer.join();
+    EXPECT_TRUE(ours.unlock());
+}
+
+TEST(KelMutex, ANameLeftByDeadProcessesIsNobodys) {
+    const std::string name = uniqueName("leftover");
+    Signpost held;
+    ChildProcess owner([&] {
+        KelMutex theirs;
+        if (!theirs.create(name.c_str()) || !theirs.lock()) _exit(1);
+        held.reach();
+        pause();
+    });
+    held.await();
+    KelMutex mutex;
+    EXPECT_TRUE(mutex.open(name.c_str()));
+    EXPECT_TRUE(mutex.close());
+    owner.kill();
+    EXPECT_FALSE(mutex.open(name.c_str()));
+    ASSERT_TRUE(mutex.create(name.c_str()));
+    EXPECT_TRUE(mutex.tryLock()) << "a new mutex of an old name is not owned";
+    EXPECT_TRUE(mutex.unlock());
+}
+
+TEST(KelMutex, AForkedChildThatClosesLeavesTheNameToItsParent) {
+    const std::string name = uniqueName("forked");
+    KelMutex ours;
+    ASSERT_TRUE(ours.create(name.c_str()));
+    ChildProcess child([&] { ours.close(); });
+    EXPECT_EQ(child.waitForStatus(), ChildProcess::kBodyReturned);
+    KelMutex other;
+    EXPECT_TRUE(other.open(name.c_str()));
+}
