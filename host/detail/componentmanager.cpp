@@ -1,0 +1,39 @@
+#include "host/detail/componentmanager.h"
+
+#include <atomic>
+#include <mutex>
+
+namespace kelhost {
+
+namespace {
+
+constexpr std::int32_t kDeadObject = -42;
+
+}  // namespace
+
+void ComponentManager::incrementCount(std::int32_t* count) {
+    // A new reference is always made from one that exists, so nothing needs to be ordered before it.
+    std::atomic_ref(*count).fetch_add(1, std::memory_order_relaxed);
+}
+
+bool ComponentManager::decrementCount(std::int32_t* count) {
+    // Whoever destroys the object must see what the other holders did to it before they let go.
+    if (std::atomic_ref(*count).fetch_sub(1, std::memory_order_acq_rel) != 1) return false;
+    *count = kDeadObject;
+    return true;
+}
+
+IKelComponentContainer* ComponentManager::container(const std::string& name, std::int32_t /*option*/) {
+    const std::shared_lock guard(containersLock_);
+    const auto found = containers_.find(name);
+    return found == containers_.end() ? nullptr : found->second.get();
+}
+
+ServiceRegistry& ComponentManager::servicesOf(const std::string& containerName) {
+    const std::unique_lock guard(containersLock_);
+    IPtr<ComponentContainer>& container = containers_[containerName];
+    if (!container) container = new ComponentContainer;
+    return container->services();
+}
+
+}  // namespace kelhost

@@ -1,0 +1,60 @@
+// The host as components see it: counting, services, containers.
+// Threads: all operations may run together.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <shared_mutex>
+#include <string>
+#include <vector>
+
+#include "framework/object/ikelcomponentmanager.h"
+#include "framework/object/implements.h"
+#include "framework/object/iptr.h"
+#include "host/detail/serviceregistry.h"
+
+namespace kelhost {
+
+class ComponentContainer final : public kel::Implements<ComponentContainer, IKelComponentContainer> {
+public:
+    static constexpr const char* kClassName = "ComponentContainer";
+
+    std::int32_t lookupService(const std::string& serviceName, void** out) override {
+        return services_.lookUp(serviceName, out);
+    }
+
+    [[nodiscard]] ServiceRegistry& services() noexcept { return services_; }
+
+private:
+    ServiceRegistry services_;
+};
+
+class ComponentManager final : public kel::Implements<ComponentManager, IKelComponentManager> {
+public:
+    static constexpr const char* kClassName = "ComponentManager";
+
+    std::int32_t lookupService(const std::string& serviceName, void** out) override {
+        return services_.lookUp(serviceName, out);
+    }
+
+    std::int32_t testStatus() override { return testStatus_; }
+    void setTestStatus(std::int32_t status) noexcept { testStatus_ = status; }
+
+    // Atomic. A count that reaches zero is left at -42, the mark of a dead object, as it is without a host.
+    void incrementCount(std::int32_t* count) override;
+    bool decrementCount(std::int32_t* count) override;
+
+    IKelComponentContainer* container(const std::string& name, std::int32_t option) override;
+
+    [[nodiscard]] ServiceRegistry& services() noexcept { return services_; }
+    [[nodiscard]] ServiceRegistry& servicesOf(const std::string& containerName);  // made on the first call
+
+private:
+    ServiceRegistry services_;
+    std::shared_mutex containersLock_;
+    std::map<std::string, IPtr<ComponentContainer>, std::less<>> containers_;  // none is ever removed
+    std::atomic<std::int32_t> testStatus_ = 0;
+};
+
+}  // namespace kelhost

@@ -1,0 +1,28 @@
+#include "host/platform/sharedlibrary.h"
+
+#include <string>
+
+#include <dlfcn.h>
+
+namespace kelhost {
+
+namespace {
+
+[[noreturn]] void throwLoaderError() {
+    const char* reason = ::dlerror();
+    throw std::runtime_error(reason != nullptr ? reason : "the system's loader gives no reason");
+}
+
+}  // namespace
+
+void* loadSymbol(const std::filesystem::path& library, const char* symbol) {
+    // A bare name would be searched along the system's library path; a path is what the caller means.
+    const std::filesystem::path file = library.has_parent_path() ? library : "." / library;
+    void* const handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) throwLoaderError();
+    void* const address = ::dlsym(handle, symbol);
+    if (address == nullptr) throwLoaderError();
+    return address;
+}
+
+}  // namespace kelhost

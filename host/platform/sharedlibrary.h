@@ -1,0 +1,14 @@
+// Component libraries, loaded at run time.
+// Threads: as the system's loader allows, which is: any.
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace kelhost {
+
+// Loads the library and looks up what it exports under `symbol`. The library stays loaded until the process
+// ends: its objects may be anywhere by then. Throws std::runtime_error with the system's own reason.
+[[nodiscard]] void* loadSymbol(const std::filesystem::path& library, const char* symbol);
+
+}  // namespace kelhost

@@ -1,0 +1,177 @@
+#include "host/host.h"
+
+#include <array>
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "KelBasicTypes/detail/resetbasictypes.h"
+#include "KelBasicTypes/ikelerrorservice.h"
+#include "KelBasicTypes/ikelstrsupport.h"
+#include "framework/object/detail/resetobject.h"
+#include "framework/object/hostlink.h"
+#include "framework/object/implements.h"
+#include "framework/object/kelweakref.h"
+#include "framework/object/sptr.h"
+#include "host/detail/icustrsupport.h"
+#include "host/text.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class NoteTaker final : public kel::Implements<NoteTaker, IKelErrorService> {
+public:
+    static constexpr const char* kClassName = "NoteTaker";
+    void report(const KelString& message, const std::int32_t& /*level*/, const char* /*operation*/) override {
+        last = kelhost::toUtf8(message);
+    }
+    std::string last;
+};
+
+class HostTest : public ::testing::Test {
+protected:
+    ~HostTest() override {
+        kel::detail::resetStringSupport();
+        kel::detail::resetHostLink();
+    }
+};
+
+template <class Action>
+std::string hostErrorOf(Action action) {
+    try {
+        action();
+    } catch (const kelhost::HostError& error) {
+        return error.what();
+    }
+    return "no HostError";
+}
+
+TEST_F(HostTest, CountsAtomicallyAndMarksTheDead) {
+    const kelhost::Host host;
+    constexpr std::int32_t kThreads = 4;
+    constexpr std::int32_t kRounds = 50'000;
+    std::int32_t count = kThreads * kRounds;
+    std::atomic<int> reachedZero = 0;
+    std::vector<std::thread> threads;
+    for (std::int32_t t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (std::int32_t i = 0; i < kRounds; ++i) {
+                host.manager().incrementCount(&count);
+                if (host.manager().decrementCount(&count)) ++reachedZero;
+                if (host.manager().decrementCount(&count)) ++reachedZero;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(reachedZero, 1);
+    EXPECT_EQ(count, -42);
+}
+
+TEST_F(HostTest, TheApplicationsOwnObjectsCountThroughItsHost) {
+    const kelhost::Host host;
+    IPtr<NoteTaker> object(new NoteTaker);
+    KelWeakRef* const weak = object->weakRef();
+    weak->addRef();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([copy = object] {
+            for (int i = 0; i < 50'000; ++i) const IPtr<NoteTaker> another(copy);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    threads.clear();
+    EXPECT_EQ(object->refCount(), 1);
+    object.reset();
+    EXPECT_EQ(weak->target(), nullptr);
+    weak->release();
+}
+
+TEST_F(HostTest, AnswersForServicesByNameAndContainerFirst) {
+    kelhost::Host host;
+    const IPtr<NoteTaker> common(new NoteTaker);
+    const IPtr<NoteTaker> special(new NoteTaker);
+    host.offer("IKelErrorService", *common);
+    host.offer("drawing", "IKelErrorService", *special);
+
+    EXPECT_THAT(host.serviceNames(), ElementsAre("IKelErrorService", "IKelStrSupport"));
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get());
+    kel::setContainerName("drawing");
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), special.get());
+    EXPECT_TRUE(SPtr<IKelStrSupport>()) << "what the container lacks comes from the host";
+    kel::setContainerName("unknown");
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get());
+
+    int untouched = 0;
+    void* out = &untouched;
+    EXPECT_EQ(host.manager().lookupService("ikelerrorservice", &out), 0) << "names are exact";
+    EXPECT_EQ(out, nullptr);
+
+    EXPECT_THAT(hostErrorOf([&] { host.offer("IKelErrorService", *special); }),
+                HasSubstr("IKelErrorService"));
+    EXPECT_THAT(hostErrorOf([&] { host.offer("IKelDirService", *special); }),
+                AllOf(HasSubstr("IKelDirService"), HasSubstr("NoteTaker")));
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get()) << "a refused offer changes nothing";
+}
+
+TEST_F(HostTest, StringsFollowUnicodeOnceThereIsAHost) {
+    const kelhost::Host host;
+    // Latin, Greek, beyond 16 bits, a Euro sign: all of it survives the way to 8 bits and back.
+    const KelString text(u"na\u00EFve \u03B1\u03B2\u03B3 \U0001F600 \u20AC");
+    EXPECT_STREQ(text.narrow(), "na\xC3\xAFve \xCE\xB1\xCE\xB2\xCE\xB3 \xF0\x9F\x98\x80 \xE2\x82\xAC");
+    EXPECT_EQ(kelhost::fromUtf8(text.narrow()), text);
+
+    EXPECT_EQ(KelString(u"Stra\u00DFe").toUpper(), u"STRASSE") << "case may change the length";
+    EXPECT_EQ(KelString(u"\u0391\u0392\u0393").toLower(), u"\u03B1\u03B2\u03B3");
+    EXPECT_EQ(KelString(u"e\u0301 b").mapWhitespace(u'_'), u"\u00E9_b") << "normalised, then mapped";
+    EXPECT_TRUE(KelString(u"\u2003").isSpace(0));
+    EXPECT_TRUE(KelString(u"\u0664").isDigit(0));
+}
+
+TEST_F(HostTest, OrdersTextsAsTheLocaleDoesAndTellsAllApart) {
+    struct Row {
+        const char* locale;
+        const char16_t* smaller;
+        const char16_t* larger;
+    };
+    constexpr std::array kRows{
+        Row{"de", u"apple", u"Banana"},   Row{"de", u"r\u00E9sum\u00E9", u"rsvp"}, Row{"de", u"\u00E4", u"z"},
+        Row{"sv", u"z", u"\u00E4"},       Row{"en_US_POSIX", u"Banana", u"apple"}, Row{"de", u"", u"a"},
+        Row{"de", u"e\u0301", u"\u00E9"},  // one looks like the other, and they are different texts all the
+                                           // same
+    };
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.locale + (' ' + kelhost::toUtf8(KelString(row.larger))));
+        const IPtr<kelhost::IcuStrSupport> support(new kelhost::IcuStrSupport(row.locale));
+        EXPECT_LT(support->compare(row.smaller, row.larger), 0);
+        EXPECT_GT(support->compare(row.larger, row.smaller), 0);
+        EXPECT_EQ(support->compare(row.larger, row.larger), 0);
+    }
+}
+
+TEST_F(HostTest, RefusesWhatIsNoComponent) {
+    struct Row {
+        const char* library;
+        const char* reason;
+    };
+    constexpr std::array kRows{
+        Row{"no/such/library.so", "no/such/library.so"},
+        Row{KEL_TEST_SOURCE_FILE, "host_test.cpp"},
+        Row{KEL_LIBRARY_WITHOUT_ENTRY, "EntryPoint"},
+        Row{KEL_LIBRARY_THAT_FAILS, "EntryPoint made no component"},
+        Row{KEL_LIBRARY_WITHOUT_COMPONENT, "EntryPoint made no component"},
+        Row{KEL_LIBRARY_OF_OTHER_PROTOCOL, "protocol version 99"},
+    };
+    kelhost::Host host;
+    for (const Row& row : kRows) {
+        EXPECT_THAT(hostErrorOf([&] { (void)host.load(row.library); }), HasSubstr(row.reason)) << row.library;
+    }
+}
+
+}  // namespace
