@@ -78,7 +78,12 @@ void XmlEscaper::escapeTail(std::u16string& buffer, std::size_t start) {
         const std::u16string_view text = std::u16string_view(buffer).substr(start);
         scratch_.clear();
         row = runPass(row, text, scratch_) + 1;
-        if (scratch_.size() != text.size()) buffer.replace(start, buffer.npos, scratch_);
+        if (scratch_.size() == text.size()) continue;
+        if (start == 0) {
+            buffer.swap(scratch_);
+        } else {
+            buffer.replace(start, buffer.npos, scratch_);
+        }
     }
 }
 
