@@ -1,0 +1,21 @@
+// The XML declaration: checked here for both parsers, which start behind it.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/reader/detail/fault.h"
+#include "engine/reader/detail/text_source.h"
+
+namespace engine::reader::detail {
+
+struct Declaration {
+    std::uint64_t length = 0;  // bytes of decoded text; 0: there is none
+    bool isStandalone = false;
+    Fault fault;
+};
+
+// `source` stands at its start; its window then holds the declaration and at least what follows it up to
+// here.
+[[nodiscard]] Declaration readDeclaration(TextSource& source);
+
+}  // namespace engine::reader::detail

@@ -1,0 +1,45 @@
+// Which encoding a document is in, and how its bytes become UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "engine/reader/detail/fault.h"
+
+namespace engine::reader::detail {
+
+enum class Encoding : std::uint8_t { Utf8, Utf16Little, Utf16Big, Latin1, Ascii, Windows1252, Foreign };
+
+// What the first bytes of a document say about its encoding.
+struct Detection {
+    Encoding encoding = Encoding::Utf8;
+    std::string name;            // as declared, or of what was detected; for messages and foreign converters
+    std::size_t markLength = 0;  // bytes of the byte-order mark
+    Fault fault;                 // unknown or contradictory; offset 0 stands for the declaration
+};
+
+inline constexpr std::size_t kDetectionBytes = 1024;  // enough for every sensible XML declaration
+
+// `head`: the first kDetectionBytes of the document, or all of it.
+[[nodiscard]] Detection detectEncoding(std::string_view head);
+
+// What became of a piece of text on its way to UTF-8.
+struct Transcoded {
+    std::size_t consumed = 0;  // bytes of the input; what is left over is the start of a character
+    Fault fault;               // at the end of what was written
+};
+
+// Turns bytes of one encoding into UTF-8, which the filter checks further. Not for Encoding::Utf8.
+class Transcoder {
+public:
+    virtual ~Transcoder() = default;
+    // Appends to `to`. With `last` nothing may be left over: a character cut short is a fault.
+    [[nodiscard]] virtual Transcoded convert(std::string_view from, bool last, std::string& to) = 0;
+
+    // Null if libxml2 has no converter of that name.
+    [[nodiscard]] static std::unique_ptr<Transcoder> create(const Detection& detection);
+};
+
+}  // namespace engine::reader::detail
