@@ -1,0 +1,104 @@
+#include "KelBasicTypes/binfile.h"
+
+#include <utility>
+
+#include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/platform/fileposition.h"
+
+using kel::platform::commitFile;
+using kel::platform::FileHandle;
+using kel::platform::openFile;
+using kel::platform::Origin;
+using kel::platform::seekFile;
+using kel::platform::tellFile;
+
+namespace {
+
+Origin originOf(bool fromStart) noexcept {
+    return fromStart ? Origin::Start : Origin::End;
+}
+
+}  // namespace
+
+BinInputFile::BinInputFile(const KelString& path) : BinInputFile(openFile(path.view(), "rb")) {}
+
+BinInputFile::BinInputFile(std::FILE* file) : BinInputFile(FileHandle(file)) {}
+
+BinInputFile::BinInputFile(FileHandle file) : file_(std::move(file)) {
+    if (file_ == nullptr || !seekFile(*file_, 0, Origin::End)) return;
+    const std::int64_t end = tellFile(*file_);
+    if (seekFile(*file_, 0, Origin::Start) && end > 0) setLength(end);
+}
+
+BinInputFile::~BinInputFile() = default;
+
+std::size_t BinInputFile::readRaw(void* buffer, std::size_t byteCount) {
+    return file_ == nullptr ? 0 : std::fread(buffer, 1, byteCount, file_.get());
+}
+
+std::int64_t BinInputFile::tell() {
+    return file_ == nullptr ? -1 : tellFile(*file_);
+}
+
+bool BinInputFile::seek(std::int64_t position, bool fromStart) {
+    return file_ != nullptr && seekFile(*file_, position, originOf(fromStart));
+}
+
+bool BinInputFile::good() const {
+    return file_ != nullptr && std::ferror(file_.get()) == 0;
+}
+
+void BinInputFile::close() {
+    file_.reset();
+}
+
+BinOutputFile::BinOutputFile(const KelString& path) : file_(openFile(path.view(), "w+b")) {}
+
+BinOutputFile::BinOutputFile(std::FILE* file) : file_(file) {}
+
+BinOutputFile::~BinOutputFile() {
+    BinOutputFile::close();
+}
+
+bool BinOutputFile::flush() {
+    if (file_ == nullptr || !flushBuffer()) return false;
+    return std::fflush(file_.get()) == 0 && commitFile(*file_) && good();
+}
+
+std::size_t BinOutputFile::writeRaw(const void* buffer, std::size_t byteCount) {
+    if (file_ == nullptr) return 0;
+    turnTo(Direction::Write);
+    return std::fwrite(buffer, 1, byteCount, file_.get());
+}
+
+std::size_t BinOutputFile::readRaw(void* buffer, std::size_t byteCount) {
+    if (file_ == nullptr || !flushBuffer()) return 0;
+    turnTo(Direction::Read);
+    return std::fread(buffer, 1, byteCount, file_.get());
+}
+
+// A file open for both directions wants a positioning between a write and a read.
+void BinOutputFile::turnTo(Direction direction) noexcept {
+    if (direction_ != direction && direction_ != Direction::None) (void)seekFile(*file_, 0, Origin::Here);
+    direction_ = direction;
+}
+
+std::int64_t BinOutputFile::tell() {
+    return file_ == nullptr ? -1 : tellFile(*file_);
+}
+
+bool BinOutputFile::seek(std::int64_t position, bool fromStart) {
+    if (file_ == nullptr || !flushBuffer()) return false;
+    direction_ = Direction::None;
+    return seekFile(*file_, position, originOf(fromStart));
+}
+
+bool BinOutputFile::good() const {
+    return file_ != nullptr && std::ferror(file_.get()) == 0;
+}
+
+void BinOutputFile::close() {
+    if (file_ == nullptr) return;
+    (void)flushBuffer();  // reported by flush(), which careful callers call before
+    file_.reset();
+}

@@ -1,0 +1,55 @@
+// Binary streams over files.
+// A file that cannot be opened leaves the stream without one: reads deliver nothing, writes take nothing,
+// good() answers false.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "KelBasicTypes/binio.h"
+#include "KelBasicTypes/platform/file.h"
+
+class KelString;
+
+class BinInputFile final : public BinInput {
+public:
+    explicit BinInputFile(const KelString& path);
+    explicit BinInputFile(std::FILE* file);  // takes ownership; null for none; stands at the start afterwards
+    ~BinInputFile() override;
+
+    std::size_t readRaw(void* buffer, std::size_t byteCount) override;
+    [[nodiscard]] std::int64_t tell() override;
+    bool seek(std::int64_t position, bool fromStart) override;
+    [[nodiscard]] bool good() const override;
+    void close() override;
+
+private:
+    explicit BinInputFile(kel::platform::FileHandle file);
+
+    kel::platform::FileHandle file_;
+};
+
+// The bytes that wait in the buffer are written before the file is read, positioned, closed or destroyed. A
+// caller that must know whether that worked calls flush() before.
+class BinOutputFile final : public BinOutput {
+public:
+    explicit BinOutputFile(const KelString& path);  // created, or emptied
+    explicit BinOutputFile(std::FILE* file);        // takes ownership; null for none
+    ~BinOutputFile() override;
+
+    // The file's contents are then on the disk, not just with the operating system: this is slow.
+    bool flush() override;
+    std::size_t writeRaw(const void* buffer, std::size_t byteCount) override;
+    std::size_t readRaw(void* buffer, std::size_t byteCount) override;
+    [[nodiscard]] std::int64_t tell() override;
+    bool seek(std::int64_t position, bool fromStart) override;
+    [[nodiscard]] bool good() const override;
+    void close() override;
+
+private:
+    enum class Direction { None, Read, Write };
+    void turnTo(Direction direction) noexcept;
+
+    kel::platform::FileHandle file_;
+    Direction direction_ = Direction::None;
+};
