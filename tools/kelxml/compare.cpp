@@ -1,0 +1,242 @@
+// Two passes over both trees at once, each with a stack of its own instead of recursion.
+//
+// The first compares what elements show: names, attributes, texts, number of children. Elements do not show
+// the text of CDATA sections, but the component's writer does: an element that has a text node is written
+// with all its text. So where the original may hold such sections, a second pass gives a copy of the element
+// a text node if it lacks one, and compares what is written. It starts at the roots, which ends it at once
+// unless something is hidden, and goes down only where the written forms differ.
+#include "tools/kelxml/compare.h"
+
+#include <string_view>
+#include <utility>
+
+#include "framework/object/iptr.h"
+#include "host/text.h"
+#include "msxml_parser/ikeldomxmlelementitr.h"
+#include "tools/kelxml/output.h"
+
+namespace kelxml {
+
+namespace {
+
+using ElementPtr = IPtr<IKelDOMXmlElement>;
+using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
+
+constexpr std::size_t kExcerptInCharacters = 40;
+
+std::string quoted(const KelString& text) {
+    return '"' + oneLine(kelhost::toUtf8(text), kExcerptInCharacters) + '"';
+}
+
+// A pair of elements at the same place, and the walk over their children.
+struct Level {
+    Level(ElementPtr originalElement, ElementPtr copyElement)
+        : original(std::move(originalElement)),
+          copy(std::move(copyElement)),
+          originalChildren(original->getChildren()),
+          copyChildren(copy->getChildren()) {}
+
+    [[nodiscard]] bool isLeaf() const {
+        return visited == 0 && originalChildren->isEnd() && copyChildren->isEnd();
+    }
+    [[nodiscard]] bool hasPair() const { return !originalChildren->isEnd() && !copyChildren->isEnd(); }
+
+    Level nextPair() {
+        Level pair(ElementPtr(originalChildren->getElement(false)),
+                   ElementPtr(copyChildren->getElement(false)));
+        originalChildren->next();
+        copyChildren->next();
+        ++visited;
+        return pair;
+    }
+
+    ElementPtr original;
+    ElementPtr copy;
+    IteratorPtr originalChildren;  // stand on the first pair that was not visited yet
+    IteratorPtr copyChildren;
+    std::size_t visited = 0;
+};
+
+std::size_t countRest(IKelDOMXmlElementItr& children) {
+    std::size_t count = 0;
+    for (; !children.isEnd(); children.next()) ++count;
+    return count;
+}
+
+// "name[3]" for the third child of that name, "name" if it is the only one.
+std::string stepTo(IKelDOMXmlElement& parent, std::size_t childIndex) {
+    const IteratorPtr child(parent.getChildren());
+    for (std::size_t i = 0; i < childIndex; ++i) child->next();
+    const KelString name = child->getElement()->getName();
+    std::size_t index = 0;
+    std::size_t before = 0;
+    std::size_t count = 0;
+    for (child->first(); !child->isEnd(); child->next(), ++index) {
+        if (!(child->getElement()->getName() == name)) continue;
+        ++count;
+        if (index < childIndex) ++before;
+    }
+    std::string step = kelhost::toUtf8(name);
+    if (count > 1) step += '[' + std::to_string(before + 1) + ']';
+    return step;
+}
+
+std::string written(IKelDOMXmlElement& element) {
+    KelString text;
+    element.write(nullptr, text, KelString(), KelString(), false);
+    return kelhost::toUtf8(text);
+}
+
+bool hasCharacterToEscape(const KelString& text) {
+    return text.view().find_first_of(u"&<>\"") != std::u16string_view::npos;
+}
+
+class Comparison {
+public:
+    Comparison(HiddenText hidden, std::size_t limit) : hidden_(hidden), limit_(limit) {}
+
+    std::vector<Difference> run(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        comparePairs(original, copy);
+        // Beside differences that show already, hidden ones tell nothing new.
+        if (hidden_ == HiddenText::Possible && differences_.empty()) findHiddenText(original, copy);
+        return std::move(differences_);
+    }
+
+private:
+    [[nodiscard]] bool isFull() const { return differences_.size() >= limit_; }
+
+    void comparePairs(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        enter(Level(ElementPtr(&original), ElementPtr(&copy)));
+        while (!path_.empty() && !isFull()) {
+            if (path_.back().hasPair()) {
+                enter(path_.back().nextPair());
+            } else {
+                compareChildCounts();
+                path_.pop_back();
+            }
+        }
+        path_.clear();
+    }
+
+    // Compares the pair itself; stays in it to go through its children unless it is not even the same
+    // element.
+    void enter(Level&& pair) {
+        path_.push_back(std::move(pair));
+        IKelDOMXmlElement& original = *path_.back().original;
+        IKelDOMXmlElement& copy = *path_.back().copy;
+        original.getName(original_);
+        copy.getName(copy_);
+        if (!(original_ == copy_)) {
+            note("element " + quoted(original_) + " reads back as " + quoted(copy_));
+            path_.pop_back();
+            return;
+        }
+        compareAttributes(original, copy);
+        compareTexts(original, copy);
+    }
+
+    void compareChildCounts() {
+        Level& level = path_.back();
+        const std::size_t original = level.visited + countRest(*level.originalChildren);
+        const std::size_t copy = level.visited + countRest(*level.copyChildren);
+        if (original == copy) return;
+        note(std::to_string(original) + " child elements read back as " + std::to_string(copy));
+    }
+
+    void compareAttributes(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        const int count = original.getAttributeCount();
+        if (count != copy.getAttributeCount()) {
+            note(std::to_string(count) + " attributes read back as " +
+                 std::to_string(copy.getAttributeCount()));
+            return;
+        }
+        for (int i = 0; i < count; ++i) {
+            const KelString name = original.getAttributeName(i);
+            if (!(name == copy.getAttributeName(i, copy_))) {
+                note("attribute " + quoted(name) + " reads back as " + quoted(copy_));
+                return;
+            }
+            original.getAttributeValue(i, original_);
+            copy.getAttributeValue(i, copy_);
+            if (!(original_ == copy_)) {
+                note("attribute " + kelhost::toUtf8(name) + '=' + quoted(original_) + " reads back as " +
+                     quoted(copy_));
+            }
+        }
+    }
+
+    void compareTexts(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        original.getText(original_);
+        copy.getText(copy_);
+        if (original_ == copy_ || hasSameWholeText(original, copy)) return;
+        note("text " + quoted(original_) + " reads back as " + quoted(copy_));
+    }
+
+    // A leaf of texts and CDATA sections reads back as one text. Text without anything to escape is written
+    // as it is, so two of them that are written alike hold the same.
+    [[nodiscard]] bool hasSameWholeText(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) const {
+        return hidden_ == HiddenText::Possible && !hasCharacterToEscape(copy_) && path_.back().isLeaf() &&
+               written(original) == written(copy);
+    }
+
+    // Follows the differing written forms down to the elements that hold the hidden text.
+    void findHiddenText(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        if (isWrittenAlike(original, copy)) return;
+        path_.emplace_back(ElementPtr(&original), ElementPtr(&copy));
+        std::vector<bool> isExplained{
+            false};  // for each level: a child explains why it is written differently
+        while (!path_.empty() && !isFull()) {
+            if (!path_.back().hasPair()) {
+                if (!isExplained.back()) note("the text of a CDATA section is missing");
+                path_.pop_back();
+                isExplained.pop_back();
+                continue;
+            }
+            Level pair = path_.back().nextPair();
+            if (isWrittenAlike(*pair.original, *pair.copy)) continue;
+            isExplained.back() = true;
+            path_.push_back(std::move(pair));
+            isExplained.push_back(false);
+        }
+        path_.clear();
+    }
+
+    static bool isWrittenAlike(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
+        return writtenWhole(original) == writtenWhole(copy);
+    }
+
+    static std::string writtenWhole(IKelDOMXmlElement& element) {
+        if (!element.getText().isEmpty()) return written(element);
+        const ElementPtr clone(element.clone());
+        clone->setText(KelString(u"x"));
+        return written(*clone);
+    }
+
+    void note(std::string what) {
+        if (!isFull()) differences_.push_back({place(), std::move(what)});
+    }
+
+    [[nodiscard]] std::string place() const {
+        std::string place = '/' + kelhost::toUtf8(path_.front().original->getName());
+        for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
+            place += '/' + stepTo(*path_[i].original, path_[i].visited - 1);
+        }
+        return oneLine(place, 200);
+    }
+
+    HiddenText hidden_;
+    std::size_t limit_;
+    std::vector<Level> path_;
+    std::vector<Difference> differences_;
+    KelString original_;  // what is being compared
+    KelString copy_;
+};
+
+}  // namespace
+
+std::vector<Difference> compareTrees(IKelDOMXmlElement& original, IKelDOMXmlElement& copy, HiddenText hidden,
+                                     std::size_t limit) {
+    return Comparison(hidden, limit).run(original, copy);
+}
+
+}  // namespace kelxml

@@ -1,0 +1,118 @@
+#include "tools/kelxml/output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/platform/files.h"
+
+namespace kelxml {
+
+namespace {
+
+constexpr std::size_t kBufferSizeInBytes = 1 << 16;
+
+std::string_view escapeOf(Ink ink) {
+    switch (ink) {
+        case Ink::Name:
+            return "\x1b[1;34m";
+        case Ink::Attribute:
+            return "\x1b[36m";
+        case Ink::Text:
+            return "\x1b[32m";
+        case Ink::Dim:
+            return "\x1b[2m";
+        case Ink::Plain:
+            break;
+    }
+    return {};
+}
+
+bool wantsColour() {
+    return isTerminal(stdout) && std::getenv("NO_COLOR") == nullptr;
+}
+
+bool isBlank(unsigned char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+// The length of the UTF-8 sequence that starts with `lead`; 1 for anything that cannot start one.
+std::size_t sequenceLength(unsigned char lead) {
+    if (lead >= 0xF0) return 4;
+    if (lead >= 0xE0) return 3;
+    return lead >= 0xC0 ? 2 : 1;
+}
+
+// U+0080 to U+009F: some terminals obey them as they obey ESC.
+bool isControl(std::string_view sequence) {
+    const auto lead = static_cast<unsigned char>(sequence[0]);
+    if (lead < 0x20 || lead == 0x7F) return true;
+    return sequence.size() == 2 && lead == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
+}
+
+}  // namespace
+
+Output::Output() : coloured_(wantsColour()) {}
+
+void Output::write(std::string_view utf8, Ink ink) {
+    const std::string_view escape = coloured_ ? escapeOf(ink) : std::string_view();
+    put(escape);
+    put(utf8);
+    if (!escape.empty()) put("\x1b[0m");
+}
+
+void Output::put(std::string_view bytes) {
+    buffer_ += bytes;
+    if (buffer_.size() >= kBufferSizeInBytes) drain();
+}
+
+void Output::drain() {
+    const bool written = std::fwrite(buffer_.data(), 1, buffer_.size(), stdout) == buffer_.size();
+    if (!written || std::fflush(stdout) != 0) {
+        const int error = errno;
+        if (error == EPIPE) throw ReaderGone();
+        throw Failure(kRefused, "cannot write to standard output: " + std::generic_category().message(error));
+    }
+    buffer_.clear();
+}
+
+void Output::finish() {
+    drain();
+}
+
+void Output::copyFile(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::vector<char> block(kBufferSizeInBytes);
+    while (file) {
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
+    }
+    if (!file.eof()) throw Failure(kRefused, "cannot read back " + path.string());
+}
+
+std::string oneLine(std::string_view utf8, std::size_t limit) {
+    std::string line;
+    std::size_t characters = 0;
+    bool blankPending = false;
+    for (std::size_t at = 0; at < utf8.size();) {
+        const auto lead = static_cast<unsigned char>(utf8[at]);
+        const std::string_view sequence = utf8.substr(at, sequenceLength(lead));
+        at += sequence.size();
+        if (isBlank(lead)) {
+            blankPending = !line.empty();
+            continue;
+        }
+        if (characters + (blankPending ? 1 : 0) >= limit) return line + "...";
+        if (blankPending) line += ' ';
+        line += isControl(sequence) ? std::string_view("?") : sequence;
+        characters += blankPending ? 2 : 1;
+        blankPending = false;
+    }
+    return line;
+}
+
+}  // namespace kelxml

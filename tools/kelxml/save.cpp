@@ -1,0 +1,152 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "host/text.h"
+#include "tools/kelxml/compare.h"
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/output.h"
+#include "tools/kelxml/platform/files.h"
+#include "tools/kelxml/verbs.h"
+
+namespace kelxml {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kPlacesShown = 5;
+
+// Says on a terminal what is being waited for, and takes it back.
+class Progress {
+public:
+    explicit Progress(const char* phase) : shown_(isTerminal(stderr)) {
+        if (shown_) std::fprintf(stderr, "\r%s...\x1b[K", phase);
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress() {
+        if (shown_) std::fputs("\r\x1b[K", stderr);
+    }
+
+private:
+    bool shown_;
+};
+
+// Whether the bytes "<![CDATA[" stand in the file, in any encoding that has them as ASCII with or without
+// zero bytes around. A false alarm, from a comment say, costs time and changes nothing.
+HiddenText lookForCData(const fs::path& path) {
+    static constexpr std::string_view kStart = "<![CDATA[";
+    std::ifstream file(path, std::ios::binary);
+    std::vector<char> block(1 << 16);
+    std::string window;
+    while (file) {
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        const auto end = block.begin() + file.gcount();
+        std::copy_if(block.begin(), end, std::back_inserter(window), [](char byte) { return byte != '\0'; });
+        if (window.find(kStart) != std::string::npos) return HiddenText::Possible;
+        if (window.size() >= kStart.size()) window.erase(0, window.size() - (kStart.size() - 1));
+    }
+    return HiddenText::None;
+}
+
+// Where the result stands until it is known to be good.
+class Result {
+public:
+    explicit Result(const std::string& out) : target_(resolve(out)), temporary_(makeTemporary()) {}
+
+    [[nodiscard]] const fs::path& path() const noexcept { return temporary_.path(); }
+
+    void deliver() {
+        if (replacesTarget()) {
+            temporary_.takePlaceOf(target_);
+        } else if (target_.empty()) {
+            Output output;
+            output.copyFile(path());
+            output.finish();
+        } else {
+            copyInto(target_);
+        }
+    }
+
+private:
+    // A link stays a link: the file that it points to is replaced.
+    static fs::path resolve(const std::string& out) {
+        std::error_code absent;
+        const fs::path target = fs::canonical(out, absent);
+        return absent ? fs::path(out) : target;
+    }
+
+    // Devices and pipes are written to; only files, and what does not exist yet, can be replaced.
+    [[nodiscard]] bool replacesTarget() const {
+        return !target_.empty() && (!fs::exists(target_) || fs::is_regular_file(target_));
+    }
+
+    [[nodiscard]] TemporaryFile makeTemporary() const {
+        if (fs::is_directory(target_))
+            throw std::system_error(EISDIR, std::generic_category(), target_.string());
+        return replacesTarget() ? TemporaryFile::beside(target_) : TemporaryFile::inTemporaryFolder();
+    }
+
+    void copyInto(const fs::path& device) const {
+        std::ifstream from(path(), std::ios::binary);
+        std::ofstream to(device, std::ios::binary);
+        if (from.peek() != std::ifstream::traits_type::eof()) to << from.rdbuf();
+        if (!to.flush()) throw std::system_error(errno, std::generic_category(), device.string());
+    }
+
+    fs::path target_;  // empty: standard output
+    TemporaryFile temporary_;
+};
+
+std::string listOf(const std::vector<Difference>& differences) {
+    std::string list;
+    for (const Difference& difference : differences)
+        list += "\n  " + difference.place + ": " + difference.what;
+    if (differences.size() == kPlacesShown) list += "\n  (further places are not listed)";
+    return list;
+}
+
+void write(IKelDOMXml& parser, const fs::path& path) {
+    const Progress progress("writing");
+    if (!parser.saveToFile(kelhost::fromUtf8(path.string()))) throw Failure(kRefused, errorOf(parser));
+}
+
+// What is wrong with the result; empty if nothing is.
+std::string check(const Session& session, const InputFile& input, IKelDOMXml& original,
+                  const fs::path& result) {
+    const Progress progress("reading back");
+    const IPtr<IKelDOMXmlV2> copy = session.makeParser();
+    if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
+        return "the result would not be well formed: " + errorOf(*copy);
+    }
+    const std::vector<Difference> differences =
+        compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()),
+                     lookForCData(input.path()), kPlacesShown);
+    return differences.empty() ? "" : "the result would differ from the document:" + listOf(differences);
+}
+
+}  // namespace
+
+void save(Session& session, const SaveOptions& options) {
+    const InputFile input(options.file);
+    const IPtr<IKelDOMXmlV2> original = input.load(session);
+    try {
+        Result result(options.out);
+        write(*original, result.path());
+        const std::string complaint = check(session, input, *original, result.path());
+        if (!complaint.empty() && !options.force) {
+            throw Failure(kRefused, complaint + "\nNothing was written; --force writes it all the same.");
+        }
+        if (!complaint.empty()) std::fprintf(stderr, "kelxml: warning: %s\n", complaint.c_str());
+        result.deliver();
+    } catch (const std::system_error& error) {
+        throw Failure(kRefused, std::string("cannot write the result: ") + error.what());
+    }
+}
+
+}  // namespace kelxml

@@ -1,0 +1,51 @@
+// kelxml's way to the component: a host, the component library loaded into it, and documents read through it.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "host/host.h"
+#include "msxml_parser/ikeldomxml.h"
+#include "tools/kelxml/platform/files.h"
+
+namespace kelxml {
+
+using ElementPtr = IPtr<IKelDOMXmlElement>;
+
+class Session {
+public:
+    // Loads the library at `component`; an empty path means the one that belongs to this program (in the
+    // build tree or where it is installed). Throws Failure.
+    explicit Session(const std::filesystem::path& component);
+
+    [[nodiscard]] kelhost::Host& host() noexcept { return host_; }
+    [[nodiscard]] const kelhost::Component& component() const noexcept { return component_; }
+    [[nodiscard]] IPtr<IKelDOMXmlV2> makeParser() const;
+
+private:
+    kelhost::Host host_;
+    kelhost::Component component_;
+};
+
+// What a verb reads: a file, or standard input kept in a temporary file so that it can be read like one.
+class InputFile {
+public:
+    explicit InputFile(std::string name);  // "-": standard input. Throws Failure.
+
+    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+    // Parses the file. Throws Failure with the parser's own code and message, in which the file has the name
+    // it was given on the command line.
+    [[nodiscard]] IPtr<IKelDOMXmlV2> load(const Session& session) const;
+
+private:
+    std::string name_;
+    std::unique_ptr<TemporaryFile> spooled_;  // only for standard input
+    std::filesystem::path path_;
+};
+
+// "error 3: Error while reading ...", as the parser tells it.
+[[nodiscard]] std::string errorOf(IKelDOMXml& parser);
+
+}  // namespace kelxml

@@ -1,0 +1,70 @@
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "host/text.h"
+#include "msxml_parser/ikeldomxmlelementitr.h"
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/output.h"
+#include "tools/kelxml/verbs.h"
+
+namespace kelxml {
+
+namespace {
+
+constexpr std::size_t kTextInCharacters = 60;
+// Deeper levels are no longer indented further: the outline of a document 100,000 deep would be gigabytes of
+// blanks.
+constexpr std::size_t kIndentedLevels = 40;
+
+using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
+
+void writeElement(Output& output, IKelDOMXmlElement& element, std::size_t depth) {
+    output.write(std::string(2 * std::min(depth, kIndentedLevels), ' '));
+    output.write(kelhost::toUtf8(element.getName()), Ink::Name);
+    const int attributeCount = element.getAttributeCount();
+    for (int i = 0; i < attributeCount; ++i) {
+        output.write(' ' + kelhost::toUtf8(element.getAttributeName(i)) + '=', Ink::Attribute);
+        output.write('"' + oneLine(kelhost::toUtf8(element.getAttributeValue(i)), kTextInCharacters) + '"');
+    }
+    const std::string text = oneLine(kelhost::toUtf8(element.getText()), kTextInCharacters);
+    if (!text.empty()) output.write("  " + text, Ink::Text);
+}
+
+std::size_t countOf(IKelDOMXmlElementItr& children) {
+    std::size_t count = 0;
+    for (children.first(); !children.isEnd(); children.next()) ++count;
+    return count;
+}
+
+}  // namespace
+
+void tree(Session& session, const TreeOptions& options) {
+    const IPtr<IKelDOMXmlV2> document = InputFile(options.file).load(session);
+    const auto depthLimit = static_cast<std::size_t>(options.depth);
+    Output output;
+    // The open elements are remembered by the walk over their children; the document may be deeper than our
+    // stack.
+    std::vector<IteratorPtr> open;
+    const auto visit = [&](IKelDOMXmlElement& element) {
+        writeElement(output, element, open.size());
+        IteratorPtr children(element.getChildren());
+        const bool isCut = depthLimit != 0 && open.size() + 1 >= depthLimit && !children->isEnd();
+        if (isCut) output.write("  (" + std::to_string(countOf(*children)) + " child elements)", Ink::Dim);
+        output.write("\n");
+        if (!isCut) open.push_back(std::move(children));
+    };
+    visit(*ElementPtr(document->getRootElement()));
+    while (!open.empty()) {
+        if (open.back()->isEnd()) {
+            open.pop_back();
+            continue;
+        }
+        const ElementPtr element(open.back()->getElement(false));
+        open.back()->next();
+        visit(*element);
+    }
+    output.finish();
+}
+
+}  // namespace kelxml
