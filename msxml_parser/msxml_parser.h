@@ -1,6 +1,7 @@
 // Everything the component offers.
 #pragma once
 
+#include "framework/object/iptr.h"
 #include "msxml_parser/entrypoint.h"
 #include "msxml_parser/ikeldomxml.h"
 #include "msxml_parser/ikeldomxmlelement.h"

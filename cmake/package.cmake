@@ -1,0 +1,49 @@
+# What other projects find: find_package(msxml_parser 6.3 [COMPONENTS host]) and pkg-config --cflags msxml_parser.
+include(CMakePackageConfigHelpers)
+
+set(KEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/msxml_parser)
+
+# The sources' own include roots serve the build tree only; installed, all headers stand below one root.
+function(kel_exported target)
+    set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR};${PROJECT_SOURCE_DIR}/src>;$<INSTALL_INTERFACE:${KEL_INCLUDE_DIR}>")
+    set_target_properties(${target} PROPERTIES INTERFACE_COMPILE_FEATURES cxx_std_20)
+endfunction()
+
+kel_public_headers(framework/object DIRECTORY ${PROJECT_SOURCE_DIR}/framework/object)
+kel_public_headers(framework/component DIRECTORY ${PROJECT_SOURCE_DIR}/framework/component)
+kel_public_headers(KelBasicTypes DIRECTORY ${PROJECT_SOURCE_DIR}/src/KelBasicTypes)
+kel_public_headers(msxml_parser DIRECTORY ${PROJECT_SOURCE_DIR}/msxml_parser)
+# The exception that reaches callers. The engine behind it is the component's own business.
+kel_public_headers(engine/com DIRECTORY ${PROJECT_SOURCE_DIR}/engine/com FILES comerror.h)
+kel_public_headers(host DIRECTORY ${PROJECT_SOURCE_DIR}/host)
+
+add_library(framework INTERFACE)
+target_link_libraries(framework INTERFACE kel_component kel_basictypes kel_object)
+foreach(target kel_object kel_basictypes kel_component framework msxml_parser kel_host)
+    kel_exported(${target})
+endforeach()
+set_target_properties(kel_host PROPERTIES EXPORT_NAME host)
+set_target_properties(msxml_parser PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+
+install(TARGETS kel_object kel_basictypes kel_component framework msxml_parser EXPORT msxml_parser-targets)
+install(EXPORT msxml_parser-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR})
+# The host needs ICU, which a user of the component alone need not have: a set of its own, loaded when asked for.
+install(TARGETS kel_host EXPORT msxml_parser-host-targets)
+install(EXPORT msxml_parser-host-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR})
+install(TARGETS kelxml RUNTIME)
+
+configure_package_config_file(cmake/msxml_parser-config.cmake.in msxml_parser-config.cmake
+    INSTALL_DESTINATION ${KEL_CMAKE_DIR})
+write_basic_package_version_file(msxml_parser-config-version.cmake COMPATIBILITY SameMajorVersion)
+# Relative to itself, so that a package unpacked under any prefix describes that prefix.
+file(RELATIVE_PATH KEL_PC_TO_PREFIX /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
+configure_file(cmake/msxml_parser.pc.in msxml_parser.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/msxml_parser-config.cmake ${PROJECT_BINARY_DIR}/msxml_parser-config-version.cmake
+    DESTINATION ${KEL_CMAKE_DIR})
+install(FILES ${PROJECT_BINARY_DIR}/msxml_parser.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+set(CPACK_PACKAGE_VENDOR "The msxml_parser maintainers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "XML services for the component framework")
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)
