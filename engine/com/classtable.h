@@ -11,7 +11,7 @@ namespace engine::com {
 // registered.
 struct ClassEntry {
     const CLSID& clsid;
-    HRESULT (*create)
+    HRESULT(*create)
     (REFIID iid, void** object) noexcept;  // as CoCreateInstance, out-parameter already cleared
     ClassEntry* next = nullptr;
 };

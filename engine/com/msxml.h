@@ -29,7 +29,8 @@ enum DOMNodeType {
     NODE_NOTATION = 12,
 };
 
-// Two handles on one node answer the same IUnknown while either lives.
+// Asking twice for one node gives the same object while the first answer lives. Attribute nodes are made
+// anew.
 struct IXMLDOMNode : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_nodeName(BSTR* name) = 0;
     virtual HRESULT STDMETHODCALLTYPE

@@ -1,0 +1,281 @@
+#include "engine/dom/document.h"
+
+#include <memory>
+
+#include "engine/com/classtable.h"
+#include "engine/com/status.h"
+#include "engine/dom/parseerror.h"
+#include "engine/dom/utf8text.h"
+#include "engine/text/xmlnames.h"
+
+namespace engine::dom {
+
+using com::fail;
+using com::Failure;
+using com::guarded;
+using com::textOf;
+
+namespace {
+
+constexpr IID kDocumentId{0x3C8E61D4, 0x7A0F, 0x4B1D, {0xA2, 0x6E, 0x90, 0x5B, 0xC1, 0x47, 0x2F, 0xE8}};
+
+constinit Transformer* theTransformer = nullptr;
+
+struct Retire {
+    void operator()(LiveTree* tree) const noexcept { tree->retire(); }
+};
+using OwnedTree = std::unique_ptr<LiveTree, Retire>;
+
+void checkName(BSTR name, const char* what) {
+    if (text::isQualifiedName(textOf(name))) return;
+    const std::u16string shown(textOf(name).substr(0, 100));
+    throw Failure(E_INVALIDARG, "'" + text::toUtf8(shown) + "' is not a name that " + what + " can have.");
+}
+
+}  // namespace
+
+void setTransformer(Transformer* transformer) noexcept {
+    theTransformer = transformer;
+}
+Transformer* transformer() noexcept {
+    return theTransformer;
+}
+
+Document::Document(std::uint32_t mostTextInBytes)
+    : NodeImplementation(nullptr, kDocumentNode), mostTextInBytes_(mostTextInBytes) {
+    tree = new LiveTree(*this, mostTextInBytes);
+}
+
+Document::~Document() {
+    tree->retire();
+}
+
+HRESULT Document::create(REFIID iid, void** object) noexcept {
+    return guarded([&] {
+        const auto made = com::Ref<Document>::adopt(new Document);
+        return made->QueryInterface(iid, object);
+    });
+}
+
+Document* Document::of(IUnknown* object) noexcept {
+    void* document = nullptr;
+    if (object == nullptr || FAILED(object->QueryInterface(kDocumentId, &document))) return nullptr;
+    object->Release();  // the caller's own reference keeps it
+    return static_cast<Document*>(document);
+}
+
+HRESULT Document::QueryInterface(REFIID iid, void** object) {
+    if (iid == kDocumentId && object != nullptr) {
+        *object = this;
+        AddRef();
+        return S_OK;
+    }
+    return answer(iid == IID_IXMLDOMDocument ? IID_IXMLDOMDocument2 : iid, IID_IXMLDOMDocument2, object);
+}
+
+ULONG Document::Release() {
+    const ULONG left = --count;
+    if (left == 0) delete this;
+    return left;
+}
+
+void Document::install(LiveTree* content) noexcept {
+    LiveTree* old = tree;
+    tree = content;
+    old->retire();
+}
+
+void Document::clear() {
+    install(new LiveTree(*this, mostTextInBytes_));
+}
+
+void Document::replaceContent(const std::function<void(reader::EventSink&)>& fill) {
+    OwnedTree content(new LiveTree(*this, mostTextInBytes_));
+    TreeBuilder builder(content->tree(), WhiteSpace::KeepAll);
+    fill(builder);
+    lastError_ = {};
+    install(content.release());
+}
+
+// The node's object as the interface that its kind has.
+template <typename Made>
+HRESULT Document::give(NodeId node, Made** result) {
+    com::Ref<IXMLDOMNode> object = tree->object(node);
+    if (!object) return S_FALSE;
+    *result = static_cast<Made*>(object.detach());
+    return S_OK;
+}
+
+HRESULT Document::get_documentElement(IXMLDOMElement** element) {
+    if (element == nullptr) return nodeops::nullPointer("get_documentElement");
+    *element = nullptr;
+    return guarded([&] { return give(tree->tree().documentElement(), element); });
+}
+
+HRESULT Document::createElement(BSTR name, IXMLDOMElement** element) {
+    if (element == nullptr) return nodeops::nullPointer("createElement");
+    *element = nullptr;
+    return guarded([&] {
+        checkName(name, "an element");
+        tree->makeRoom();
+        const Utf8Text tag(textOf(name));
+        return give(tree->tree().createElement(tag.view()), element);
+    });
+}
+
+HRESULT Document::createTextNode(BSTR text, IXMLDOMText** node) {
+    if (node == nullptr) return nodeops::nullPointer("createTextNode");
+    *node = nullptr;
+    return guarded([&] {
+        tree->makeRoom();
+        const Utf8Text content(textOf(text));
+        return give(tree->tree().createText(NodeKind::Text, content.view()), node);
+    });
+}
+
+// The target "xml" is allowed: that is how callers ask for an XML declaration.
+HRESULT Document::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) {
+    if (node == nullptr) return nodeops::nullPointer("createProcessingInstruction");
+    *node = nullptr;
+    return guarded([&] {
+        checkName(target, "a processing instruction");
+        const Utf8Text content(textOf(data));
+        if (content.view().find("?>") != std::string_view::npos) {
+            throw Failure(E_INVALIDARG,
+                          "The data of a processing instruction cannot contain '?>', which ends it.");
+        }
+        tree->makeRoom();
+        const Utf8Text name(textOf(target));
+        return give(tree->tree().createProcessingInstruction(name.view(), content.view()), node);
+    });
+}
+
+HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
+    if (loaded == nullptr) return nodeops::nullPointer("load");
+    *loaded = VARIANT_FALSE;
+    return guarded([&] {
+        if (source.vt != VT_BSTR) {
+            clear();
+            lastError_ = {E_INVALIDARG,
+                          {},
+                          "A document is loaded from a path or a file URL, given as a string.",
+                          {},
+                          0};
+            return fail(E_INVALIDARG, lastError_.reason);
+        }
+        const reader::Input input = reader::Input::location(textOf(source.bstrVal));
+        return loadFrom(input, input.path(), loaded);
+    });
+}
+
+HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
+    if (loaded == nullptr) return nodeops::nullPointer("loadXML");
+    *loaded = VARIANT_FALSE;
+    return loadFrom(reader::Input::text(textOf(text)), {}, loaded);
+}
+
+// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is made
+// first, when there is memory.
+HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
+    OwnedTree empty;
+    const HRESULT status = guarded([&] {
+        empty.reset(new LiveTree(*this, mostTextInBytes_));
+        OwnedTree content(new LiveTree(*this, mostTextInBytes_));
+        content->setUrl(std::move(url));
+        lastError_ = build(input, *content);
+        if (lastError_.failed()) return S_FALSE;
+        install(content.release());
+        *loaded = VARIANT_TRUE;
+        return S_OK;
+    });
+    if (status != S_OK && empty) install(empty.release());
+    if (FAILED(status)) {
+        lastError_ = {};
+        lastError_.code = status;
+        (void)guarded([&] {  // the words are welcome, but may be more than there is memory for
+            lastError_.reason = "There is not enough memory to load the document.";
+            return S_OK;
+        });
+    }
+    return status;
+}
+
+// Reads into an empty tree and, if that is wanted, validates what came.
+reader::ParseError Document::build(const reader::Input& input, LiveTree& target) {
+    TreeBuilder builder(target.tree(), whiteSpace_);
+    reader::ParseError error;
+    try {
+        error = reader::read(input, {}, builder);
+    } catch (const Failure& failure) {  // the tree is full
+        return {failure.status(), builder.position(), failure.description(), {}, 0};
+    }
+    if (error.failed() || !validatesOnParse_ || !schemas_) return error;
+    const HRESULT status = schemas_->validateTree({target.tree(), kDocumentNode, target.url()}, &error);
+    if (FAILED(status))
+        error = {status, {}, "The document could not be validated while it was loaded.", {}, 0};
+    return error;
+}
+
+HRESULT Document::get_parseError(IXMLDOMParseError** error) {
+    if (error == nullptr) return nodeops::nullPointer("get_parseError");
+    *error = nullptr;
+    return guarded([&] {
+        *error = new ParseErrorObject(lastError_);
+        return S_OK;
+    });
+}
+
+HRESULT Document::get_validateOnParse(VARIANT_BOOL* validate) {
+    if (validate == nullptr) return nodeops::nullPointer("get_validateOnParse");
+    *validate = validatesOnParse_ ? VARIANT_TRUE : VARIANT_FALSE;
+    return S_OK;
+}
+
+HRESULT Document::put_validateOnParse(VARIANT_BOOL validate) {
+    validatesOnParse_ = validate != VARIANT_FALSE;
+    return S_OK;
+}
+
+// Kept: only VARIANT_TRUE keeps all white space; 1, which looks just as true, does not.
+HRESULT Document::put_preserveWhiteSpace(VARIANT_BOOL preserve) {
+    whiteSpace_ = preserve == VARIANT_TRUE ? WhiteSpace::KeepAll : WhiteSpace::DropLayout;
+    return S_OK;
+}
+
+HRESULT Document::putref_schemas(VARIANT schemas) {
+    const bool isObject = schemas.vt == VT_DISPATCH || schemas.vt == VT_UNKNOWN;
+    if (schemas.vt == VT_NULL || schemas.vt == VT_EMPTY || (isObject && schemas.punkVal == nullptr)) {
+        schemas_ = {};
+        return S_OK;
+    }
+    void* validator = nullptr;
+    if (!isObject || FAILED(schemas.punkVal->QueryInterface(IID_ISchemaValidator, &validator))) {
+        return fail(E_INVALIDARG,
+                    "The schemas for a document must be a schema collection of this XML library.");
+    }
+    schemas_ = com::Ref<ISchemaValidator>::adopt(static_cast<ISchemaValidator*>(validator));
+    return S_OK;
+}
+
+HRESULT Document::validate(IXMLDOMParseError** error) {
+    if (error == nullptr) return nodeops::nullPointer("validate");
+    *error = nullptr;
+    return guarded([&] {
+        if (!schemas_) throw Failure(E_FAIL, "The document has no schemas to be validated against.");
+        reader::ParseError result;
+        const HRESULT status = schemas_->validateTree({tree->tree(), kDocumentNode, tree->url()}, &result);
+        if (FAILED(status)) return status;
+        *error = new ParseErrorObject(result);
+        return result.failed() ? S_FALSE : S_OK;
+    });
+}
+
+}  // namespace engine::dom
+
+namespace {
+engine::com::ClassEntry documentClass{CLSID_DOMDocument60, engine::dom::Document::create};
+}
+
+// The name by which the link asks for this file; see CMakeLists.txt.
+extern "C" const bool engineDomRegistered;
+const bool engineDomRegistered = engine::com::registerClass(documentClass);

@@ -1,0 +1,64 @@
+// The document object: loads trees, makes nodes, and stands for the document node of the tree it has.
+// It counts from 1. Threads: a document, its nodes and everything got from them belong to one thread.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "engine/dom/nodeobject.h"
+#include "engine/dom/services.h"
+#include "engine/dom/treebuilder.h"
+#include "engine/reader/reader.h"
+
+namespace engine::dom {
+
+class Document final : public NodeImplementation<IXMLDOMDocument2>, public com::Pooled {
+public:
+    // An empty document; throws std::bad_alloc. The limit is for tests; see Table.
+    explicit Document(std::uint32_t mostTextInBytes = Table<char>::kMost);
+
+    // As the class table wants it.
+    [[nodiscard]] static HRESULT create(REFIID iid, void** object) noexcept;
+    // The document that an object is, borrowed from it; null for null and for other objects.
+    [[nodiscard]] static Document* of(IUnknown* object) noexcept;
+
+    // Takes the events that `fill` sends as the document's new content. What `fill` throws passes through,
+    // and the document then keeps what it had.
+    void replaceContent(const std::function<void(reader::EventSink&)>& fill);
+
+    HRESULT QueryInterface(REFIID iid, void** object) override;
+    ULONG Release() override;
+
+    HRESULT get_documentElement(IXMLDOMElement** element) override;
+    HRESULT createElement(BSTR name, IXMLDOMElement** element) override;
+    HRESULT createTextNode(BSTR text, IXMLDOMText** node) override;
+    HRESULT createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) override;
+    HRESULT load(VARIANT source, VARIANT_BOOL* loaded) override;
+    HRESULT get_parseError(IXMLDOMParseError** error) override;
+    HRESULT put_async(VARIANT_BOOL) override { return S_OK; }  // a load has always ended when it returns
+    HRESULT loadXML(BSTR text, VARIANT_BOOL* loaded) override;
+    HRESULT get_validateOnParse(VARIANT_BOOL* validate) override;
+    HRESULT put_validateOnParse(VARIANT_BOOL validate) override;
+    HRESULT put_resolveExternals(VARIANT_BOOL) override { return S_OK; }  // nothing external is ever read
+    HRESULT put_preserveWhiteSpace(VARIANT_BOOL preserve) override;
+    HRESULT putref_schemas(VARIANT schemas) override;
+    HRESULT validate(IXMLDOMParseError** error) override;
+
+private:
+    ~Document();
+
+    template <typename Made>
+    HRESULT give(NodeId node, Made** result);
+    HRESULT loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept;
+    reader::ParseError build(const reader::Input& input, LiveTree& target);
+    void clear();
+    void install(LiveTree* content) noexcept;
+
+    std::uint32_t mostTextInBytes_;
+    reader::ParseError lastError_;
+    WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;
+    bool validatesOnParse_ = true;
+    com::Ref<ISchemaValidator> schemas_;
+};
+
+}  // namespace engine::dom

@@ -1,0 +1,144 @@
+// Taking back what edits left behind.
+//
+// Nodes cut out of the document live as long as somebody holds a COM object for a node of their subtree. When
+// as many nodes were made as there were, the document and those subtrees are marked, and the unmarked rest
+// goes to the free list. Replaced texts and moved attribute runs are only counted; when half of the stores
+// may be waste, the live ones are copied together. Both cost time linear in the tree (texts: a sort on top)
+// and come seldom enough to be constant on average for each edit.
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "engine/com/status.h"
+#include "engine/dom/tree.h"
+
+namespace engine::dom {
+
+namespace {
+constexpr std::uint32_t kNodesNotWorthIt = 1024;
+constexpr std::uint64_t kBytesNotWorthIt = std::uint64_t{64} << 10;
+}  // namespace
+
+bool Tree::wantsReclaim() const noexcept {
+    const std::uint64_t stored = text_.size() + std::uint64_t{attributes_.size()} * sizeof(Attribute);
+    return madeSinceReclaim_ > kNodesNotWorthIt + nodesAtReclaim_ ||
+           wastedBytes_ > kBytesNotWorthIt + stored / 2;
+}
+
+void Tree::markSubtree(NodeId root) noexcept {
+    for (NodeId at = root; at != kNoNode; at = nextInSubtree(at, root)) nodes_[at].kindAndName |= kMark;
+}
+
+void Tree::reclaim(std::span<const NodeId> roots) noexcept {
+    markSubtree(kDocumentNode);
+    for (NodeId root : roots) {
+        if ((nodes_[root].kindAndName & kMark) != 0) continue;  // so that a shared way up is gone only once
+        while (nodes_[root].parent != kNoNode) root = nodes_[root].parent;
+        markSubtree(root);
+    }
+    for (NodeId node = kDocumentNode; node < nodes_.size(); ++node) {
+        std::uint32_t& kindAndName = nodes_[node].kindAndName;
+        if ((kindAndName & kMark) != 0) {
+            kindAndName &= ~kMark;
+        } else if (kind(node) != NodeKind::Free) {
+            release(node);
+        }
+    }
+    madeSinceReclaim_ = 0;
+    nodesAtReclaim_ = nodeCount();
+    const std::uint64_t stored = text_.size() + std::uint64_t{attributes_.size()} * sizeof(Attribute);
+    if (wastedBytes_ <= kBytesNotWorthIt + stored / 2) return;
+    try {
+        compact();
+    } catch (const std::bad_alloc&) {  // everything is still where it was
+    } catch (const com::Failure&) {
+    }
+    wastedBytes_ = 0;
+}
+
+namespace {
+
+// Maps the live spans of the old store to a new one. Spans that overlap are kept together, so that shared
+// text stays shared.
+class SpanMap final {
+public:
+    void add(std::uint32_t offset, std::uint32_t length) {
+        if (length != 0) pieces_.push_back({offset, offset + length, 0});
+    }
+    void moveTo(Table<char>& target, const Table<char>& source) {
+        std::sort(pieces_.begin(), pieces_.end(),
+                  [](const Piece& a, const Piece& b) { return a.begin < b.begin; });
+        std::size_t kept = 0;
+        for (const Piece& piece : pieces_) {
+            if (kept != 0 && piece.begin < pieces_[kept - 1].end) {
+                pieces_[kept - 1].end = std::max(pieces_[kept - 1].end, piece.end);
+            } else {
+                pieces_[kept++] = piece;
+            }
+        }
+        pieces_.resize(kept);
+        for (Piece& piece : pieces_) {
+            piece.moved = target.size();
+            const std::uint32_t length = piece.end - piece.begin;
+            std::memcpy(target.extend(length), source.data() + piece.begin, length);
+        }
+    }
+    [[nodiscard]] std::uint32_t moved(std::uint32_t offset, std::uint32_t length) const noexcept {
+        if (length == 0) return 0;
+        const auto after =
+            std::upper_bound(pieces_.begin(), pieces_.end(), offset,
+                             [](std::uint32_t at, const Piece& piece) { return at < piece.begin; });
+        const Piece& piece = *(after - 1);
+        return piece.moved + (offset - piece.begin);
+    }
+
+private:
+    struct Piece {
+        std::uint32_t begin;
+        std::uint32_t end;
+        std::uint32_t moved;
+    };
+    std::vector<Piece> pieces_;
+};
+
+}  // namespace
+
+// Builds both stores beside the old ones; from the first change to a node on, nothing can fail.
+void Tree::compact() {
+    SpanMap spans;
+    std::uint32_t attributeTotal = 0;
+    for (NodeId node = kDocumentNode; node < nodes_.size(); ++node) {
+        const Node& record = nodes_[node];
+        if (kind(node) != NodeKind::Element) {
+            spans.add(record.first, record.count);
+            continue;
+        }
+        attributeTotal += record.count;
+        for (std::uint32_t i = 0; i < record.count; ++i) {
+            spans.add(attributes_[record.first + i].offset, attributes_[record.first + i].length);
+        }
+    }
+    Table<char> text(text_.most());
+    spans.moveTo(text, text_);
+    Table<Attribute> attributes;
+    attributes.reserve(attributeTotal);
+    for (NodeId node = kDocumentNode; node < nodes_.size(); ++node) {
+        Node& record = nodes_[node];
+        if (kind(node) != NodeKind::Element) {
+            record.first = spans.moved(record.first, record.count);
+            continue;
+        }
+        const std::uint32_t first = attributes.size();
+        for (std::uint32_t i = 0; i < record.count; ++i) {
+            Attribute moved = attributes_[record.first + i];
+            moved.offset = spans.moved(moved.offset, moved.length);
+            attributes.append(moved);
+        }
+        record.first = first;
+    }
+    text_ = std::move(text);
+    attributes_ = std::move(attributes);
+}
+
+}  // namespace engine::dom

@@ -1,0 +1,341 @@
+// The tree's records and links.
+//
+// The children of a node form a list whose links to the next end at the last child, while those to the
+// previous one run in a circle: the first child's previous is the last child. So both ends, and cutting a
+// node out, are at hand without a field for the last child.
+//
+// An element's attributes are a run of records. A run that has to grow moves to the end of its table and
+// leaves spare records behind it, as many as it has attributes, so that adding one costs constant time on
+// average.
+#include "engine/dom/tree.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cassert>
+#include <cstring>
+
+namespace engine::dom {
+
+namespace {
+constinit std::atomic<std::uint64_t> lastSerial{0};
+}
+
+Tree::Tree(std::uint32_t mostTextInBytes) : text_(mostTextInBytes), serial_(++lastSerial) {
+    nodes_.append({});
+    (void)allocate(NodeKind::Document, 0, 0, 0);
+}
+
+NodeId Tree::previousSibling(NodeId node) const noexcept {
+    const NodeId previous = nodes_[node].previous;
+    return previous == kNoNode || nodes_[previous].next == kNoNode ? kNoNode : previous;
+}
+
+NodeId Tree::nextInSubtree(NodeId node, NodeId root) const noexcept {
+    if (nodes_[node].firstChild != kNoNode) return nodes_[node].firstChild;
+    while (node != root) {
+        if (nodes_[node].next != kNoNode) return nodes_[node].next;
+        node = nodes_[node].parent;
+    }
+    return kNoNode;
+}
+
+NodeId Tree::documentElement() const noexcept {
+    NodeId node = firstChild(kDocumentNode);
+    while (node != kNoNode && kind(node) != NodeKind::Element) node = nextSibling(node);
+    return node;
+}
+
+bool Tree::isAncestorOrSelf(NodeId ancestor, NodeId node) const noexcept {
+    while (node != kNoNode && node != ancestor) node = parent(node);
+    return node == ancestor;
+}
+
+AttributeView Tree::attribute(NodeId element, std::uint32_t index) const noexcept {
+    const Attribute& record = attributes_[nodes_[element].first + index];
+    return {names_.text(record.name), names_.prefixLength(record.name), textAt(record.offset, record.length)};
+}
+
+std::optional<std::uint32_t> Tree::findAttribute(NodeId element, std::string_view name) const noexcept {
+    const std::uint32_t count = attributeCount(element);
+    if (count == 0) return std::nullopt;
+    const std::optional<NameId> id = names_.find(name);
+    if (!id) return std::nullopt;
+    const Attribute* run = attributes_.data() + nodes_[element].first;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (run[i].name == *id) return i;
+    }
+    return std::nullopt;
+}
+
+reader::Position Tree::position(NodeId element) const noexcept {
+    const Placed* end = placed_.data() + placed_.size();
+    const Placed* at = std::lower_bound(placed_.data(), end, element,
+                                        [](const Placed& placed, NodeId node) { return placed.node < node; });
+    return at == end || at->node != element ? reader::Position{} : at->position;
+}
+
+Tree::Span Tree::store(std::string_view text) {
+    if (text.empty()) return {0, 0};
+    if (text.size() > text_.most()) detail::tableIsFull();
+    const auto length = static_cast<std::uint32_t>(text.size());
+    const bool inside = text.data() >= text_.data() && text.data() < text_.data() + text_.size();
+    if (inside) return {static_cast<std::uint32_t>(text.data() - text_.data()), length};
+    const std::uint32_t offset = text_.size();
+    std::memcpy(text_.extend(length), text.data(), length);
+    return {offset, length};
+}
+
+NodeId Tree::allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count) {
+    NodeId node = firstFree_;
+    if (node == kNoNode) {
+        node = nodes_.size();
+        nodes_.append({});
+    } else {
+        firstFree_ = nodes_[node].next;
+        --freeCount_;
+    }
+    const std::uint32_t kindAndName = static_cast<std::uint32_t>(kind) | (name << kNameShift);
+    nodes_[node] = {kNoNode, kNoNode, kNoNode, node, kindAndName, first, count, 0};
+    ++madeSinceReclaim_;
+    return node;
+}
+
+// The node's place may be used again; a place in the file is no longer its own.
+void Tree::release(NodeId node) noexcept {
+    Node& record = nodes_[node];
+    if (kind(node) == NodeKind::Element) {
+        for (std::uint32_t i = 0; i < record.count; ++i) {
+            wastedBytes_ += attributes_[record.first + i].length + sizeof(Attribute);
+        }
+        Placed* end = placed_.data() + placed_.size();
+        Placed* at = std::lower_bound(placed_.data(), end, node,
+                                      [](const Placed& placed, NodeId id) { return placed.node < id; });
+        if (at != end && at->node == node) at->position = {};
+    } else {
+        wastedBytes_ += record.count;
+    }
+    record = {kNoNode, kNoNode, firstFree_, kNoNode, 0, 0, 0, 0};
+    firstFree_ = node;
+    ++freeCount_;
+}
+
+NodeId Tree::createElement(std::string_view name) {
+    return allocate(NodeKind::Element, names_.intern(name), 0, 0);
+}
+
+NodeId Tree::createText(NodeKind kind, std::string_view text) {
+    const Span span = store(text);
+    return allocate(kind, 0, span.offset, span.length);
+}
+
+NodeId Tree::createProcessingInstruction(std::string_view target, std::string_view data) {
+    const NameId name = names_.intern(target);
+    const Span span = store(data);
+    return allocate(NodeKind::ProcessingInstruction, name, span.offset, span.length);
+}
+
+// Copies a subtree node by node with `copy`, which makes one unlinked node.
+template <typename Copy>
+NodeId Tree::copySubtree(const Tree& source, NodeId node, Copy copy) {
+    const NodeId root = copy(node);
+    NodeId at = node;
+    NodeId made = root;
+    try {
+        while (true) {
+            NodeId next = source.nodes_[at].firstChild;
+            NodeId parent = made;
+            while (next == kNoNode && at != node) {
+                next = source.nodes_[at].next;
+                parent = nodes_[made].parent;
+                if (next == kNoNode) {
+                    at = source.nodes_[at].parent;
+                    made = parent;
+                }
+            }
+            if (next == kNoNode) return root;
+            made = copy(next);
+            append(parent, made);
+            at = next;
+        }
+    } catch (...) {
+        free(root);
+        throw;
+    }
+}
+
+NodeId Tree::clone(NodeId node, bool deep) {
+    const auto copy = [this](NodeId from) {
+        const Node original = nodes_[from];
+        std::uint32_t first = original.first;
+        if (kind(from) == NodeKind::Element && original.count != 0) {
+            first = attributes_.size();
+            Attribute* run = attributes_.extend(original.count);
+            std::copy_n(attributes_.data() + original.first, original.count, run);
+        }
+        return allocate(kind(from), original.kindAndName >> kNameShift, first, original.count);
+    };
+    return deep ? copySubtree(*this, node, copy) : copy(node);
+}
+
+NodeId Tree::copyNode(const Tree& source, NodeId node) {
+    switch (source.kind(node)) {
+        case NodeKind::Element:
+            break;
+        case NodeKind::ProcessingInstruction:
+            return createProcessingInstruction(source.name(node), source.content(node));
+        default:
+            return createText(source.kind(node), source.content(node));
+    }
+    const NameId name = names_.intern(source.name(node));
+    const std::uint32_t count = source.attributeCount(node);
+    const std::uint32_t first = attributes_.size();
+    if (count != 0) attributes_.extend(count);
+    try {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const AttributeView view = source.attribute(node, i);
+            const NameId attributeName = names_.intern(view.name);
+            const Span span = store(view.value);
+            attributes_[first + i] = {attributeName, span.offset, span.length};
+        }
+        return allocate(NodeKind::Element, name, first, count);
+    } catch (...) {
+        attributes_.truncate(first);
+        throw;
+    }
+}
+
+NodeId Tree::copyFrom(const Tree& source, NodeId node) {
+    return copySubtree(source, node, [&](NodeId from) { return copyNode(source, from); });
+}
+
+void Tree::setContent(NodeId node, std::string_view text) {
+    Node& record = nodes_[node];
+    const Span span = store(text);
+    ++textRevision_;
+    wastedBytes_ += record.count;
+    record.first = span.offset;
+    record.count = span.length;
+}
+
+void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_view value) {
+    const Span span = store(value);
+    Attribute& record = attributes_[nodes_[element].first + index];
+    ++textRevision_;
+    wastedBytes_ += record.length;
+    record.offset = span.offset;
+    record.length = span.length;
+}
+
+void Tree::setAttribute(NodeId element, std::string_view name, std::string_view value) {
+    if (const std::optional<std::uint32_t> index = findAttribute(element, name)) {
+        return setAttributeValue(element, *index, value);
+    }
+    const NameId id = names_.intern(name);
+    const Span span = store(value);
+    growAttributes(element);
+    ++textRevision_;
+    Node& record = nodes_[element];
+    attributes_[record.first + record.count++] = {id, span.offset, span.length};
+}
+
+// Makes sure that the record behind the element's run is free for it.
+void Tree::growAttributes(NodeId element) {
+    Node& record = nodes_[element];
+    const std::uint32_t end = record.first + record.count;
+    if (record.count != 0 && end < attributes_.size() && attributes_[end].name == kSpare) return;
+    const std::uint32_t room = std::max(record.count * 2, 2u);
+    const std::uint32_t first = attributes_.size();
+    Attribute* run = attributes_.extend(room);
+    for (std::uint32_t i = 0; i < room; ++i) run[i] = {kSpare, 0, 0};
+    for (std::uint32_t i = 0; i < record.count; ++i) {
+        Attribute& old = attributes_[record.first + i];
+        run[i] = old;
+        old = {kDead, 0, 0};
+    }
+    wastedBytes_ += record.count * sizeof(Attribute);
+    record.first = first;
+}
+
+void Tree::append(NodeId parent, NodeId child) noexcept {
+    insertAfter(parent, lastChild(parent), child);
+}
+
+void Tree::insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept {
+    ++linkRevision_;
+    Node& added = nodes_[child];
+    Node& above = nodes_[parent];
+    added.parent = parent;
+    const NodeId first = above.firstChild;
+    if (previous == kNoNode) {
+        added.next = first;
+        added.previous = first == kNoNode ? child : nodes_[first].previous;
+        if (first != kNoNode) nodes_[first].previous = child;
+        above.firstChild = child;
+        return;
+    }
+    added.next = nodes_[previous].next;
+    added.previous = previous;
+    nodes_[added.next == kNoNode ? first : added.next].previous = child;
+    nodes_[previous].next = child;
+}
+
+void Tree::unlink(NodeId node) noexcept {
+    Node& removed = nodes_[node];
+    if (removed.parent == kNoNode) return;
+    ++linkRevision_;
+    Node& above = nodes_[removed.parent];
+    const NodeId first = above.firstChild;
+    const NodeId after = removed.next == kNoNode ? first : removed.next;  // whose previous this node is
+    if (after != node) nodes_[after].previous = removed.previous;
+    if (first == node) {
+        above.firstChild = removed.next;
+    } else {
+        nodes_[removed.previous].next = removed.next;
+    }
+    removed.parent = kNoNode;
+    removed.next = kNoNode;
+    removed.previous = node;
+}
+
+void Tree::replace(NodeId replacement, NodeId replaced) noexcept {
+    const NodeId above = parent(replaced);
+    insertAfter(above, replaced, replacement);
+    unlink(replaced);
+}
+
+// Goes down to a leaf, takes it back, and goes on with what follows it.
+void Tree::free(NodeId root) noexcept {
+    assert(nodes_[root].parent == kNoNode);
+    NodeId at = root;
+    while (at != kNoNode) {
+        if (const NodeId child = nodes_[at].firstChild; child != kNoNode) {
+            at = child;
+            continue;
+        }
+        const NodeId above = nodes_[at].parent;
+        const NodeId next = nodes_[at].next;
+        if (above != kNoNode) nodes_[above].firstChild = next;
+        const bool last = at == root;
+        release(at);
+        at = last ? kNoNode : next != kNoNode ? next : above;
+    }
+}
+
+void Tree::trim() noexcept {
+    try {
+        nodes_.trim();
+        attributes_.trim();
+        text_.trim();
+        placed_.trim();
+        names_.trim();
+    } catch (const std::bad_alloc&) {  // a table then keeps what it has, which is as good
+    }
+}
+
+std::size_t Tree::sizeInBytes() const noexcept {
+    return std::size_t{nodes_.capacity()} * sizeof(Node) +
+           std::size_t{attributes_.capacity()} * sizeof(Attribute) + text_.capacity() +
+           std::size_t{placed_.capacity()} * sizeof(Placed) + names_.sizeInBytes();
+}
+
+}  // namespace engine::dom

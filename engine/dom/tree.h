@@ -1,0 +1,203 @@
+// The tree of one document, plain and compact: nodes are records of 32 bytes in one table, linked by their
+// indices; attributes are records in another, one run an element; texts lie in one store of bytes. Text is
+// UTF-8, in which a lone surrogate is kept as three bytes (see engine/text/utf.h).
+//
+// Ids stay valid until their node is reclaimed. Views of text live until the next operation that is not
+// const. No operation recurses. What throws, throws std::bad_alloc, or com::Failure when a table is full, and
+// then nothing has changed that a reader of the tree could see. Threads: const operations may run together; a
+// change needs the tree to itself.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "engine/dom/names.h"
+#include "engine/dom/table.h"
+#include "engine/reader/events.h"
+
+namespace engine::dom {
+
+using NodeId = std::uint32_t;
+inline constexpr NodeId kNoNode = 0;
+inline constexpr NodeId kDocumentNode = 1;
+
+// The numbers are those of the COM node types.
+enum class NodeKind : std::uint8_t {
+    Free = 0,
+    Element = 1,
+    Text = 3,
+    CData = 4,
+    ProcessingInstruction = 7,
+    Comment = 8,
+    Document = 9,
+};
+
+struct AttributeView {
+    std::string_view name;  // as written
+    std::uint32_t prefixLength;
+    std::string_view value;
+};
+
+class Tree final {
+public:
+    // An empty document. The limit is for tests; see Table.
+    explicit Tree(std::uint32_t mostTextInBytes = Table<char>::kMost);
+
+    // Reading. All of it in constant time but where stated.
+    [[nodiscard]] NodeKind kind(NodeId node) const noexcept {
+        return static_cast<NodeKind>(nodes_[node].kindAndName & kKindMask);
+    }
+    [[nodiscard]] NodeId parent(NodeId node) const noexcept { return nodes_[node].parent; }
+    [[nodiscard]] NodeId firstChild(NodeId node) const noexcept { return nodes_[node].firstChild; }
+    [[nodiscard]] NodeId lastChild(NodeId node) const noexcept {
+        const NodeId first = nodes_[node].firstChild;
+        return first == kNoNode ? kNoNode : nodes_[first].previous;
+    }
+    [[nodiscard]] NodeId nextSibling(NodeId node) const noexcept { return nodes_[node].next; }
+    [[nodiscard]] NodeId previousSibling(NodeId node) const noexcept;
+    // The node after `node` in document order within the subtree of `root`; kNoNode at its end. Constant on
+    // average.
+    [[nodiscard]] NodeId nextInSubtree(NodeId node, NodeId root) const noexcept;
+    [[nodiscard]] NodeId documentElement() const noexcept;  // linear in the nodes around it
+    [[nodiscard]] bool isAncestorOrSelf(NodeId ancestor, NodeId node) const noexcept;  // linear in the depth
+
+    // Of an element, or the target of a processing instruction.
+    [[nodiscard]] NameId nameId(NodeId node) const noexcept { return nodes_[node].kindAndName >> kNameShift; }
+    [[nodiscard]] std::string_view name(NodeId node) const noexcept { return names_.text(nameId(node)); }
+    [[nodiscard]] const Names& names() const noexcept { return names_; }
+    // Of a text, CDATA section, comment or processing instruction.
+    [[nodiscard]] std::string_view content(NodeId node) const noexcept {
+        return textAt(nodes_[node].first, nodes_[node].count);
+    }
+    // Attributes of an element, in document order, namespace declarations among them.
+    [[nodiscard]] std::uint32_t attributeCount(NodeId node) const noexcept {
+        return kind(node) == NodeKind::Element ? nodes_[node].count : 0;
+    }
+    [[nodiscard]] AttributeView attribute(NodeId element, std::uint32_t index) const noexcept;
+    [[nodiscard]] NameId attributeNameId(NodeId element, std::uint32_t index) const noexcept {
+        return attributes_[nodes_[element].first + index].name;
+    }
+    // Linear in the number of the element's attributes.
+    [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element,
+                                                             std::string_view name) const noexcept;
+    // Where an element's start tag stood; 0 and 0 for what was not loaded.
+    [[nodiscard]] reader::Position position(NodeId element) const noexcept;
+
+    // Calls `use` with each piece of the text in the subtree of `node`, in document order. Linear.
+    template <typename Use>
+    void forEachText(NodeId node, Use&& use) const {
+        for (NodeId at = node; at != kNoNode; at = nextInSubtree(at, node)) {
+            if (kind(at) == NodeKind::Text || kind(at) == NodeKind::CData) use(content(at));
+        }
+    }
+
+    // Making nodes, which belong nowhere at first. Names are taken as they are.
+    [[nodiscard]] NodeId createElement(std::string_view name);
+    [[nodiscard]] NodeId createText(NodeKind kind, std::string_view text);  // also CData and Comment
+    [[nodiscard]] NodeId createProcessingInstruction(std::string_view target, std::string_view data);
+    // A copy of the node, with all below it if `deep`. Attributes always come along; texts are shared, not
+    // copied.
+    [[nodiscard]] NodeId clone(NodeId node, bool deep);
+    // A copy of a whole subtree of another tree.
+    [[nodiscard]] NodeId copyFrom(const Tree& source, NodeId node);
+
+    // Changing.
+    void setContent(NodeId node, std::string_view text);  // `text` may lie in this tree
+    // Creates or overwrites. Constant on average but for the search.
+    void setAttribute(NodeId element, std::string_view name, std::string_view value);
+    void setAttributeValue(NodeId element, std::uint32_t index, std::string_view value);
+    // Linking: `child` must be linked nowhere. The caller sees to it that no node comes below itself.
+    void append(NodeId parent, NodeId child) noexcept;
+    void insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept;  // kNoNode: as the first
+    void replace(NodeId replacement, NodeId replaced) noexcept;
+    void unlink(NodeId node) noexcept;
+    // Takes an unlinked subtree back at once; nobody may hold an id of it.
+    void free(NodeId node) noexcept;
+
+    // Tells this tree from every other of the process.
+    [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
+    // Count the changes to the links, and all changes, so that a cursor or a compiled form knows whether it
+    // still holds.
+    [[nodiscard]] std::uint64_t linkRevision() const noexcept { return linkRevision_; }
+    [[nodiscard]] std::uint64_t revision() const noexcept { return linkRevision_ + textRevision_; }
+
+    // Nodes that are neither in the document nor in a subtree that holds one of `roots` are taken back.
+    // Worth a call when `wantsReclaim`; linear then, so constant on average for each node made.
+    [[nodiscard]] bool wantsReclaim() const noexcept;
+    void reclaim(std::span<const NodeId> roots) noexcept;
+
+    // What a node's owner keeps with it: its live COM object's place in a table of theirs, 0 for none.
+    [[nodiscard]] std::uint32_t handle(NodeId node) const noexcept { return nodes_[node].handle; }
+    void setHandle(NodeId node, std::uint32_t handle) noexcept { nodes_[node].handle = handle; }
+
+    // Gives back what the tables have left over. Throws nothing.
+    void trim() noexcept;
+    [[nodiscard]] std::size_t sizeInBytes() const noexcept;
+    [[nodiscard]] std::uint32_t nodeCount() const noexcept { return nodes_.size() - 1 - freeCount_; }
+
+private:
+    friend class TreeBuilder;
+
+    struct Node {
+        NodeId parent;
+        NodeId firstChild;
+        NodeId next;
+        NodeId previous;  // of a first child the last one
+        std::uint32_t kindAndName;
+        std::uint32_t first;  // of its attributes, or of its text
+        std::uint32_t count;  // of its attributes, or the length of its text in bytes
+        std::uint32_t handle;
+    };
+    static_assert(sizeof(Node) == 32);
+    struct Attribute {
+        NameId name;  // kSpare: room at the end of the run before it, kDead: room nobody owns
+        std::uint32_t offset;
+        std::uint32_t length;
+    };
+    struct Placed {
+        NodeId node;
+        reader::Position position;
+    };
+    struct Span {
+        std::uint32_t offset;
+        std::uint32_t length;
+    };
+
+    static constexpr std::uint32_t kKindMask = 0xF;
+    static constexpr std::uint32_t kMark = 0x10;
+    static constexpr std::uint32_t kNameShift = 5;
+    static constexpr NameId kSpare = 0xFFFFFFFF;
+    static constexpr NameId kDead = 0xFFFFFFFE;
+
+    [[nodiscard]] std::string_view textAt(std::uint32_t offset, std::uint32_t length) const noexcept {
+        return {text_.data() + offset, length};
+    }
+    Span store(std::string_view text);
+    NodeId allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count);
+    void release(NodeId node) noexcept;
+    NodeId copyNode(const Tree& source, NodeId node);
+    template <typename Copy>
+    NodeId copySubtree(const Tree& source, NodeId node, Copy copy);
+    void growAttributes(NodeId element);
+    void markSubtree(NodeId root) noexcept;
+    void compact();
+
+    Table<Node> nodes_;
+    Table<Attribute> attributes_;
+    Table<char> text_;
+    Table<Placed> placed_;  // by id, for elements that were loaded
+    Names names_;
+    NodeId firstFree_ = kNoNode;
+    std::uint32_t freeCount_ = 0;
+    std::uint64_t serial_;
+    std::uint64_t linkRevision_ = 0;
+    std::uint64_t textRevision_ = 0;
+    std::uint32_t madeSinceReclaim_ = 0;
+    std::uint32_t nodesAtReclaim_ = 0;
+    std::uint64_t wastedBytes_ = 0;  // estimate of what compact would give back
+};
+
+}  // namespace engine::dom

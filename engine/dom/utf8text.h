@@ -1,0 +1,34 @@
+// A text that came in as UTF-16, as UTF-8 for the tree; short ones need no heap.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "engine/text/utf.h"
+
+namespace engine::dom {
+
+class Utf8Text final {
+public:
+    explicit Utf8Text(std::u16string_view text) {
+        if (text.size() * 3 <= buffer_.size()) {
+            view_ = {buffer_.data(), text::convertToUtf8(text, buffer_.data())};
+        } else {
+            long_ = text::toUtf8(text);
+            view_ = long_;
+        }
+    }
+    Utf8Text(const Utf8Text&) = delete;
+    Utf8Text& operator=(const Utf8Text&) = delete;
+
+    [[nodiscard]] std::string_view view() const& noexcept { return view_; }
+    std::string_view view() && = delete;
+
+private:
+    std::array<char, 768> buffer_;
+    std::string long_;
+    std::string_view view_;
+};
+
+}  // namespace engine::dom
