@@ -1,0 +1,38 @@
+// The documents that rows work on: real ones from Debian packages, and generated ones of any length.
+// Threads: one.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace bench {
+
+struct Document {
+    std::string name;  // as rows are named: "Gio-2.0.gir"
+    std::string path;
+    std::uint64_t lengthInBytes = 0;
+};
+
+class Documents {
+public:
+    // Generated documents are kept in `folder`, which exists, and made when first asked for.
+    explicit Documents(std::string folder) : folder_(std::move(folder)) {}
+
+    // Those that every group has a row for; the last one is generated. Not yet looked for.
+    [[nodiscard]] static const std::vector<std::string>& names();
+
+    // Throws std::runtime_error naming the file that is absent and the package that has it.
+    [[nodiscard]] Document find(std::string_view name) const;
+    // A catalogue of this many bytes; throws std::runtime_error when it cannot be written.
+    [[nodiscard]] Document catalogue(std::uint64_t lengthInBytes) const;
+    // Where a row may write a file; it removes it.
+    [[nodiscard]] std::string scratchPath() const { return folder_ + "/scratch.xml"; }
+
+private:
+    std::string folder_;
+};
+
+}  // namespace bench

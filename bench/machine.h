@@ -1,0 +1,28 @@
+// What the benchmarks ask the operating system.
+// Threads: one.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+// One or two lines: processor, cores, load, compiler, build type, versions of the peers.
+[[nodiscard]] std::string describeMachine();
+
+// Memory of this process that is resident now, and the most that ever was.
+struct Residency {
+    std::uint64_t nowInBytes = 0;
+    std::uint64_t peakInBytes = 0;
+};
+[[nodiscard]] Residency residency();  // throws std::runtime_error where the system does not tell
+
+// Gives free heap memory back to the system, so far as the allocator can.
+void trimHeap() noexcept;
+
+// Runs this very program with these arguments and returns what it printed; throws std::runtime_error when it
+// cannot be started or does not end with 0.
+[[nodiscard]] std::string runSelf(const std::vector<std::string>& arguments);
+
+}  // namespace bench

@@ -1,0 +1,17 @@
+// The groups of rows; each adds its own to the suite. A group prepares nothing until one of its rows runs.
+#pragma once
+
+#include "bench/suite.h"
+
+namespace bench {
+
+class Documents;
+
+void addLoadRows(Suite& suite, const Documents& documents);    // load/
+void addMemoryRows(Suite& suite, const Documents& documents);  // memory/
+void addWalkRows(Suite& suite, const Documents& documents);    // walk/
+void addSaveRows(Suite& suite, const Documents& documents);    // save/
+void addSaxRows(Suite& suite, const Documents& documents);     // sax/
+void addGrowthRows(Suite& suite, const Documents& documents);  // growth/
+
+}  // namespace bench

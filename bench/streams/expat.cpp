@@ -1,0 +1,64 @@
+#include <expat.h>
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <type_traits>
+
+#include "bench/streams.h"
+
+namespace bench {
+namespace {
+
+constexpr int kPieceInBytes = 64 << 10;
+
+void XMLCALL startElement(void* counts, const XML_Char*, const XML_Char** attributes) {
+    auto& found = *static_cast<EventCounts*>(counts);
+    ++found.elements;
+    for (; *attributes != nullptr; attributes += 2) ++found.attributes;
+}
+
+void XMLCALL endElement(void*, const XML_Char*) {}
+
+void XMLCALL characters(void* counts, const XML_Char* text, int length) {
+    static_cast<EventCounts*>(counts)->characters += utf16Length({text, static_cast<std::size_t>(length)});
+}
+
+void feed(XML_Parser parser, std::FILE* file, const std::string& path) {
+    for (bool last = false; !last;) {
+        void* const buffer = XML_GetBuffer(parser, kPieceInBytes);
+        if (buffer == nullptr) throw std::bad_alloc();
+        const std::size_t count = std::fread(buffer, 1, kPieceInBytes, file);
+        last = count < static_cast<std::size_t>(kPieceInBytes);
+        if (XML_ParseBuffer(parser, static_cast<int>(count), last) != XML_STATUS_OK)
+            throw std::runtime_error("expat refuses " + path);
+    }
+}
+
+class ExpatStreams final : public StreamLibrary {
+public:
+    [[nodiscard]] std::string_view name() const override { return "expat"; }
+
+    [[nodiscard]] EventCounts parse(const std::string& path) const override {
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                                   std::fclose);
+        if (!file) throw std::runtime_error("cannot open " + path);
+        const std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser(
+            XML_ParserCreateNS(nullptr, '|'), XML_ParserFree);
+        EventCounts counts;
+        XML_SetUserData(parser.get(), &counts);
+        XML_SetElementHandler(parser.get(), startElement, endElement);
+        XML_SetCharacterDataHandler(parser.get(), characters);
+        feed(parser.get(), file.get(), path);
+        return counts;
+    }
+};
+
+}  // namespace
+
+const StreamLibrary& expatStreams() {
+    static const ExpatStreams library;
+    return library;
+}
+
+}  // namespace bench
