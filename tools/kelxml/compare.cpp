@@ -7,9 +7,11 @@
 // unless something is hidden, and goes down only where the written forms differ.
 #include "tools/kelxml/compare.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
+#include "KelBasicTypes/utf8.h"
 #include "framework/object/iptr.h"
 #include "host/text.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
@@ -22,10 +24,45 @@ namespace {
 using ElementPtr = IPtr<IKelDOMXmlElement>;
 using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
 
-constexpr std::size_t kExcerptInCharacters = 40;
+constexpr std::size_t kExcerptInUnits = 40;
+constexpr std::size_t kCommonInUnits = 12;  // shown before the first difference
 
-std::string quoted(const KelString& text) {
-    return '"' + oneLine(kelhost::toUtf8(text), kExcerptInCharacters) + '"';
+bool isTrailSurrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+// Part of a text, fit for one line, in which white space can be told apart.
+std::string excerpt(std::u16string_view text, std::size_t start) {
+    std::string line = start > 0 ? "\"..." : "\"";
+    std::size_t end = std::min(start + kExcerptInUnits, text.size());
+    if (end < text.size() && isTrailSurrogate(text[end])) ++end;
+    for (const char unit : kel::toUtf8(text.substr(start, end - start))) {
+        switch (unit) {
+            case '\t':
+                line += "\\t";
+                break;
+            case '\n':
+                line += "\\n";
+                break;
+            case '\r':
+                line += "\\r";
+                break;
+            default:
+                line += unit;
+        }
+    }
+    line += end < text.size() ? "...\"" : "\"";
+    return oneLine(line, line.size());
+}
+
+// `"abc" reads back as "abd"`, around the first difference.
+std::string readsBack(const KelString& original, const KelString& copy) {
+    const std::u16string_view a = original.view();
+    const std::u16string_view b = copy.view();
+    const auto first = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
+    std::size_t start = first > kCommonInUnits ? first - kCommonInUnits : 0;
+    if (start > 0 && isTrailSurrogate(a[start])) --start;
+    return excerpt(a, start) + " reads back as " + excerpt(b, start);
 }
 
 // A pair of elements at the same place, and the walk over their children.
@@ -87,10 +124,6 @@ std::string written(IKelDOMXmlElement& element) {
     return kelhost::toUtf8(text);
 }
 
-bool hasCharacterToEscape(const KelString& text) {
-    return text.view().find_first_of(u"&<>\"") != std::u16string_view::npos;
-}
-
 class Comparison {
 public:
     Comparison(HiddenText hidden, std::size_t limit) : hidden_(hidden), limit_(limit) {}
@@ -127,7 +160,7 @@ private:
         original.getName(original_);
         copy.getName(copy_);
         if (!(original_ == copy_)) {
-            note("element " + quoted(original_) + " reads back as " + quoted(copy_));
+            note("element " + readsBack(original_, copy_));
             path_.pop_back();
             return;
         }
@@ -153,14 +186,13 @@ private:
         for (int i = 0; i < count; ++i) {
             const KelString name = original.getAttributeName(i);
             if (!(name == copy.getAttributeName(i, copy_))) {
-                note("attribute " + quoted(name) + " reads back as " + quoted(copy_));
+                note("attribute " + readsBack(name, copy_));
                 return;
             }
             original.getAttributeValue(i, original_);
             copy.getAttributeValue(i, copy_);
             if (!(original_ == copy_)) {
-                note("attribute " + kelhost::toUtf8(name) + '=' + quoted(original_) + " reads back as " +
-                     quoted(copy_));
+                note("attribute " + kelhost::toUtf8(name) + '=' + readsBack(original_, copy_));
             }
         }
     }
@@ -169,14 +201,15 @@ private:
         original.getText(original_);
         copy.getText(copy_);
         if (original_ == copy_ || hasSameWholeText(original, copy)) return;
-        note("text " + quoted(original_) + " reads back as " + quoted(copy_));
+        note("text " + readsBack(original_, copy_));
     }
 
-    // A leaf of texts and CDATA sections reads back as one text. Text without anything to escape is written
-    // as it is, so two of them that are written alike hold the same.
+    // A leaf of texts and CDATA sections reads back as one text. Only ampersands can make different texts be
+    // written alike, so without any, leaves that are written alike hold the same.
     [[nodiscard]] bool hasSameWholeText(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) const {
-        return hidden_ == HiddenText::Possible && !hasCharacterToEscape(copy_) && path_.back().isLeaf() &&
-               written(original) == written(copy);
+        if (hidden_ == HiddenText::None || !path_.back().isLeaf()) return false;
+        const std::string form = written(copy);
+        return form.find("&amp;") == std::string::npos && form == written(original);
     }
 
     // Follows the differing written forms down to the elements that hold the hidden text.

@@ -113,7 +113,8 @@ std::string listOf(const std::vector<Difference>& differences) {
 
 void write(IKelDOMXml& parser, const fs::path& path) {
     const Progress progress("writing");
-    if (!parser.saveToFile(kelhost::fromUtf8(path.string()))) throw Failure(kRefused, errorOf(parser));
+    if (!parser.saveToFile(kelhost::fromUtf8(path.string())))
+        throw Failure(kRefused, errorOf(parser, path.string(), "the result"));
 }
 
 // What is wrong with the result; empty if nothing is.
@@ -122,7 +123,7 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
     const Progress progress("reading back");
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
     if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
-        return "the result would not be well formed: " + errorOf(*copy);
+        return "the result would not be well formed: " + errorOf(*copy, result.string(), "the result");
     }
     const std::vector<Difference> differences =
         compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()),

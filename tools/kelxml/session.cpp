@@ -55,12 +55,6 @@ void spoolStandardInput(const fs::path& path) {
     if (!file.flush()) throw Failure(kRefused, "cannot keep standard input in " + path.string());
 }
 
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    const std::size_t at = text.find(from);
-    if (at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
-
 }  // namespace
 
 Session::Session(const fs::path& component) : component_(loadComponent(host_, component)) {}
@@ -83,14 +77,17 @@ InputFile::InputFile(std::string name) : name_(std::move(name)), path_(name_) {
 IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {
     IPtr<IKelDOMXmlV2> parser = session.makeParser();
     if (!parser->loadFromFile(kelhost::fromUtf8(path_.string()))) {
-        throw Failure(kRefused, replaced(errorOf(*parser), path_.string(), name_));
+        throw Failure(kRefused, errorOf(*parser, path_.string(), name_));
     }
     return parser;
 }
 
-std::string errorOf(IKelDOMXml& parser) {
+std::string errorOf(IKelDOMXml& parser, const std::string& path, const std::string& name) {
     IKelDOMXmlError& error = *parser.getError();
-    return "error " + std::to_string(error.getCode()) + ": " + kelhost::toUtf8(error.getMessage());
+    std::string message = kelhost::toUtf8(error.getMessage());
+    const std::size_t at = message.find(path);
+    if (at != std::string::npos) message.replace(at, path.size(), name);
+    return "error " + std::to_string(error.getCode()) + ": " + message;
 }
 
 }  // namespace kelxml

@@ -45,7 +45,8 @@ private:
     std::filesystem::path path_;
 };
 
-// "error 3: Error while reading ...", as the parser tells it.
-[[nodiscard]] std::string errorOf(IKelDOMXml& parser);
+// "error 3: Error while reading ...", as the parser tells it, but for the path, which gets a name that the
+// user knows.
+[[nodiscard]] std::string errorOf(IKelDOMXml& parser, const std::string& path, const std::string& name);
 
 }  // namespace kelxml
