@@ -12,38 +12,46 @@ namespace msxml {
 [[noreturn]] void raiseNullReference();
 [[noreturn]] void raise(HRESULT status, IUnknown* object, REFIID iid);
 
-// The identifier of an engine interface.
+// The identifier of an engine interface: one overload for each in use.
 template <typename T>
-inline constexpr const IID* kIidOf = nullptr;
-template <>
-inline constexpr const IID* kIidOf<IUnknown> = &IID_IUnknown;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMNode> = &IID_IXMLDOMNode;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMElement> = &IID_IXMLDOMElement;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMText> = &IID_IXMLDOMText;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMProcessingInstruction> = &IID_IXMLDOMProcessingInstruction;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMDocument> = &IID_IXMLDOMDocument;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMDocument2> = &IID_IXMLDOMDocument2;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMNodeList> = &IID_IXMLDOMNodeList;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMNamedNodeMap> = &IID_IXMLDOMNamedNodeMap;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMParseError> = &IID_IXMLDOMParseError;
-template <>
-inline constexpr const IID* kIidOf<IXMLDOMSchemaCollection> = &IID_IXMLDOMSchemaCollection;
-template <>
-inline constexpr const IID* kIidOf<ISAXXMLReader> = &IID_ISAXXMLReader;
+using Interface = std::type_identity<T>;
+inline const IID& iidFor(Interface<IUnknown>) noexcept {
+    return IID_IUnknown;
+}
+inline const IID& iidFor(Interface<IXMLDOMNode>) noexcept {
+    return IID_IXMLDOMNode;
+}
+inline const IID& iidFor(Interface<IXMLDOMElement>) noexcept {
+    return IID_IXMLDOMElement;
+}
+inline const IID& iidFor(Interface<IXMLDOMText>) noexcept {
+    return IID_IXMLDOMText;
+}
+inline const IID& iidFor(Interface<IXMLDOMProcessingInstruction>) noexcept {
+    return IID_IXMLDOMProcessingInstruction;
+}
+inline const IID& iidFor(Interface<IXMLDOMDocument>) noexcept {
+    return IID_IXMLDOMDocument;
+}
+inline const IID& iidFor(Interface<IXMLDOMDocument2>) noexcept {
+    return IID_IXMLDOMDocument2;
+}
+inline const IID& iidFor(Interface<IXMLDOMNamedNodeMap>) noexcept {
+    return IID_IXMLDOMNamedNodeMap;
+}
+inline const IID& iidFor(Interface<IXMLDOMParseError>) noexcept {
+    return IID_IXMLDOMParseError;
+}
+inline const IID& iidFor(Interface<IXMLDOMSchemaCollection>) noexcept {
+    return IID_IXMLDOMSchemaCollection;
+}
+inline const IID& iidFor(Interface<ISAXXMLReader>) noexcept {
+    return IID_ISAXXMLReader;
+}
 
 template <typename T>
 [[nodiscard]] const IID& iidOf() noexcept {
-    static_assert(kIidOf<T> != nullptr, "name the interface's identifier above");
-    return *kIidOf<T>;
+    return iidFor(Interface<T>());
 }
 
 template <typename T>

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "KelBasicTypes/binio.h"
+#include "KelBasicTypes/binnumbers.h"
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
 #include "msxml_parser/detail/bstr.h"
@@ -14,33 +15,19 @@
 using msxml::check;
 using msxml::fail;
 
-namespace {
-
-// Whether exactly `byteCount` bytes could be read.
-bool readWhole(BinInput& in, char* bytes, std::size_t byteCount) {
-    std::size_t done = 0;
-    while (done < byteCount) {
-        const std::size_t delivered = in.readRaw(bytes + done, byteCount - done);
-        if (delivered == 0) return false;
-        done += delivered;
-    }
-    return true;
-}
-
-}  // namespace
-
 // Kept: the bytes are widened one by one, not decoded, and a zero byte ends the text. See behaviour.md,
 // "Loading from a stream".
 bool MSDOMXml::loadFromStream(BinInput& in) {
+    (void)in.seek(0, true);  // a stream that cannot be positioned comes up short
     (void)in.seek(0, false);
     const std::int64_t byteCount = in.tell();
-    (void)in.seek(0, true);  // a stream that cannot be positioned shows in the reading
+    (void)in.seek(0, true);
     if (byteCount < 0) return false;
     const auto length = static_cast<std::size_t>(byteCount);
     KelString text;
     {
         const auto bytes = std::make_unique_for_overwrite<char[]>(length + 1);
-        if (!readWhole(in, bytes.get(), length)) return false;
+        if (!kel::readRecords(in, bytes.get(), 1, length)) return false;
         bytes[length] = '\0';
         text.assignNarrow(bytes.get());
     }

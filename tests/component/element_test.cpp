@@ -1,0 +1,269 @@
+#include "msxml_parser/detail/msdomxmlelement.h"
+
+#include <functional>
+
+#include "tests/component/fixture.h"
+
+namespace {
+
+using namespace component_test;
+
+Element childOf(const Element& parent, std::string_view name) {
+    return Element(parent->getChild(wide(name)));
+}
+
+TEST(ElementNames, ComeWithTheirPrefixInEveryForm) {
+    const DomParser parser = load("<p:\xC3\xA9 xmlns:p='u'/>");
+    const Element root = rootOf(parser);
+    KelString out(u"a longer text than the name");
+    EXPECT_EQ(&root->getName(out), &out);
+    EXPECT_EQ(utf8(out), "p:\xC3\xA9");
+    EXPECT_EQ(utf8(root->getName()), "p:\xC3\xA9");
+    KelCString narrow;
+    auto* const ours = kel::queryInterface<MSDOMXmlElement>(root.get());
+    ASSERT_NE(ours, nullptr);
+    EXPECT_EQ(ours->getName(narrow), "p:\xE9");
+}
+
+TEST(ElementNames, RenamingKeepsPlaceAndChildrenButNoAttributes) {
+    const DomParser parser = load("<a><b x='1'>t<!--c--><d y='2'/></b><e/></a>");
+    const Element root = rootOf(parser);
+    const Element other = childOf(root, "b");
+    const Element handle = childOf(root, "b");
+    handle->setName(wide("b"));  // its own name: nothing happens
+    EXPECT_EQ(handle->getAttributeCount(), 1);
+    handle->setName(wide("new"));
+    EXPECT_EQ(utf8(handle->getName()), "new");
+    EXPECT_EQ(handle->getAttributeCount(), 0);
+    EXPECT_EQ(saved(parser), "<a>\n\t<new>t\n\t\t<d y=\"2\" />\n\t</new>\n\t<e />\n</a>\n");
+    EXPECT_EQ(utf8(other->getName()), "b");  // on the old element, which has left the tree
+    EXPECT_EQ(other->getAttributeCount(), 1);
+    EXPECT_EQ(statusOf([&] { Element(other->getParent())->getName(); }), E_POINTER);
+    root->setName(wide("root"));
+    EXPECT_EQ(utf8(rootOf(parser)->getName()), "root");
+}
+
+TEST(ElementNames, RenamingChangesNothingWhereItFails) {
+    const DomParser parser = load("<a x='1'><b/></a>");
+    const Element detached(rootOf(parser)->clone());
+    EXPECT_EQ(statusOf([&] { detached->setName(wide("new")); }), E_POINTER);
+    EXPECT_EQ(utf8(detached->getName()), "a");
+    EXPECT_NE(statusOf([&] { rootOf(parser)->setName(wide("not a name")); }), S_OK);
+    EXPECT_EQ(saved(parser), "<a x=\"1\">\n\t<b />\n</a>\n");
+}
+
+TEST(Attributes, AreFoundByIndexAndByName) {
+    const DomParser parser = load("<a xmlns:p='u' second='\xC3\xA9\xE2\x82\xAC' p:third=''/>");
+    const Element root = rootOf(parser);
+    ASSERT_EQ(root->getAttributeCount(), 3);
+    const char* const names[] = {"xmlns:p", "second", "p:third"};
+    const char* const values[] = {"u", "\xC3\xA9\xE2\x82\xAC", ""};
+    for (int i = 0; i < 3; ++i) {
+        KelString out;
+        EXPECT_EQ(utf8(root->getAttributeName(i)), names[i]);
+        EXPECT_EQ(utf8(root->getAttributeName(i, out)), names[i]);
+        EXPECT_EQ(utf8(root->getAttributeValue(i)), values[i]);
+        EXPECT_EQ(utf8(root->getAttributeValue(i, out)), values[i]);
+        EXPECT_EQ(utf8(root->getAttribute(wide(names[i]))), values[i]);
+        EXPECT_EQ(utf8(root->getAttribute(wide(names[i]), out)), values[i]);
+    }
+    KelCString narrow;
+    EXPECT_EQ(root->getAttributeName(1, narrow), "second");
+    EXPECT_EQ(root->getAttributeValue(1, narrow), "\xE9\xAC");  // the low bytes
+    EXPECT_EQ(root->getAttribute(wide("second"), narrow), "\xE9\xAC");
+}
+
+TEST(Attributes, AbsentOnesAreEmptyAndBadIndexesRaise) {
+    const DomParser parser = load("<a b='1'><c/></a>");
+    const Element root = rootOf(parser);
+    KelString out(u"earlier");
+    KelCString narrow("earlier");
+    EXPECT_EQ(utf8(root->getAttribute(wide("x"), out)), "");
+    EXPECT_EQ(root->getAttribute(wide("x"), narrow), "");
+    EXPECT_EQ(utf8(root->getAttribute(wide("x"))), "");
+    EXPECT_EQ(childOf(root, "c")->getAttributeCount(), 0);
+    for (const int index : {-1, 1, 1 << 30}) {
+        EXPECT_EQ(statusOf([&] { root->getAttributeValue(index); }), E_POINTER) << index;
+        EXPECT_EQ(statusOf([&] { root->getAttributeName(index); }), E_POINTER) << index;
+    }
+}
+
+TEST(Attributes, AreCreatedAndOverwritten) {
+    const DomParser parser = load("<a b='1'/>");
+    const Element root = rootOf(parser);
+    root->setAttribute(wide("b"), wide("<2>"));
+    root->setAttribute(wide("c"), KelString());
+    EXPECT_EQ(saved(parser), "<a b=\"&lt;2&gt;\" c=\"\" />\n");
+    EXPECT_NE(statusOf([&] { root->setAttribute(wide("not a name"), wide("x")); }), S_OK);
+    EXPECT_EQ(root->getAttributeCount(), 2);
+}
+
+TEST(ElementText, IsThatOfTheElementsOwnTextNodes) {
+    const DomParser parser = load("<a> x <b>z</b><![CDATA[cdata]]><!--c--> y </a>");
+    const Element root = rootOf(parser);
+    KelString out(u"earlier");
+    KelCString narrow;
+    EXPECT_EQ(utf8(root->getText()), " x  y ");
+    EXPECT_EQ(utf8(root->getText(out)), " x  y ");
+    EXPECT_EQ(root->getText(narrow), " x  y ");
+    EXPECT_EQ(utf8(childOf(root, "b")->getText(out)), "z");
+}
+
+TEST(ElementText, ReplacesTheFirstTextNodeOrAppendsOne) {
+    struct Row {
+        const char* before;
+        const char* after;
+        const char* text;
+    };
+    constexpr Row rows[] = {
+        {"<a>x<b/>y</a>", "<a>Ty\n\t<b />\n</a>\n", "Ty"},
+        {"<a><b>z</b></a>", "<a>zT\n\t<b>z</b>\n</a>\n", "T"},
+        {"<a/>", "<a>T</a>\n", "T"},
+        {"<a><![CDATA[c]]></a>", "<a>cT</a>\n", "T"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.before);
+        const DomParser parser = load(row.before);
+        rootOf(parser)->setText(wide("T"));
+        EXPECT_EQ(utf8(rootOf(parser)->getText()), row.text);
+        EXPECT_EQ(saved(parser), row.after);
+    }
+}
+
+TEST(ElementNeighbours, ChildrenByNameParentsAndClones) {
+    const DomParser parser = load("<a>t<!--b--><b n='1'/><B n='2'/><b n='3'/></a>");
+    const Element root = rootOf(parser);
+    EXPECT_EQ(utf8(childOf(root, "b")->getAttribute(wide("n"))), "1");
+    EXPECT_EQ(utf8(childOf(root, "B")->getAttribute(wide("n"))), "2");
+    EXPECT_EQ(root->getChild(wide("c")), nullptr);
+    EXPECT_EQ(utf8(Element(childOf(root, "b")->getParent())->getName()), "a");
+
+    const Element copy(childOf(root, "b")->clone());
+    copy->setAttribute(wide("n"), wide("4"));
+    EXPECT_EQ(utf8(childOf(root, "b")->getAttribute(wide("n"))), "1");
+    root->addChild(copy.get());
+    root->addChild(childOf(root, "B").get());  // has a parent: moves
+    root->addChild(nullptr);
+    EXPECT_EQ(saved(parser),
+              "<a>t\n\t<b n=\"1\" />\n\t<b n=\"3\" />\n\t<b n=\"4\" />\n\t<B n=\"2\" />\n</a>\n");
+    EXPECT_NE(statusOf([&] { copy->addChild(root.get()); }), S_OK);  // below itself
+    EXPECT_FALSE(root->isSpecialA() || root->isSpecialB());
+}
+
+TEST(ElementNeighbours, HandlesOfAnotherParserMoveAcross) {
+    const DomParser from = load("<a><b>t</b></a>");
+    const DomParser to = load("<c/>");
+    const Element moved = childOf(rootOf(from), "b");
+    rootOf(to)->addChild(moved.get());
+    EXPECT_EQ(saved(from), "<a />\n");
+    EXPECT_EQ(saved(to), "<c>\n\t<b>t</b>\n</c>\n");
+    moved->setText(wide("u"));
+    EXPECT_EQ(saved(to), "<c>\n\t<b>u</b>\n</c>\n");
+}
+
+// The parent of a root element, and the root element of nothing.
+TEST(ElementOnNothing, RaisesANullPointerOnEveryUse) {
+    const DomParser parser = load("<a/>");
+    const DomParser empty = makeDom();
+    for (const Element& element : {Element(rootOf(parser)->getParent()), rootOf(empty)}) {
+        ASSERT_TRUE(element);
+        const KelString text(u"t");
+        KelString out(u"o");
+        const std::function<void()> operations[] = {
+            [&] { element->clone(); },
+            [&] { element->getName(); },
+            [&] { element->setName(text); },
+            [&] { element->getAttributeValue(0); },
+            [&] { element->getAttribute(text); },
+            [&] { element->setAttribute(text, text); },
+            [&] { element->getAttributeCount(); },
+            [&] { element->getAttributeName(0); },
+            [&] { element->getText(); },
+            [&] { element->setText(text); },
+            [&] { element->getChild(text); },
+            [&] { element->getChildren(); },
+            [&] { element->addChild(rootOf(parser).get()); },
+            [&] { element->getParent(); },
+            [&] { element->write(nullptr, out, text, text, false); },
+        };
+        for (const auto& operation : operations) EXPECT_EQ(statusOf(operation), E_POINTER);
+        EXPECT_EQ(utf8(out), "ot");  // what was there and the indent
+        EXPECT_NO_THROW(element->addChild(nullptr));
+    }
+}
+
+TEST(RootElement, IsCreatedSetAndRefused) {
+    const DomParser parser = makeDom();
+    const Element made(parser->createElement(wide("a")));
+    made->addChild(Element(parser->createElement(wide("b"))).get());
+    EXPECT_EQ(made->refCount(), 1);
+    parser->setRootElement(made.get());
+    EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
+    EXPECT_NE(statusOf([&] { parser->setRootElement(Element(parser->createElement(wide("c"))).get()); }),
+              S_OK);
+    EXPECT_EQ(errorOf(parser), "0 ");
+    EXPECT_NE(statusOf([&] { parser->createElement(wide("<")); }), S_OK);
+    EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
+}
+
+// An element from elsewhere, which answers to no name of ours.
+class ForeignElement final : public MSDOMXmlElement {
+public:
+    ForeignElement() : MSDOMXmlElement({}) {}
+    void queryInterface(const char*, void** out, bool) override { *out = nullptr; }
+};
+
+TEST(RootElement, ElementsOfAnotherImplementationAreNotTaken) {
+    const DomParser parser = load("<a/>");
+    const Element foreign(new ForeignElement);
+    parser->setRootElement(foreign.get());
+    EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");
+    rootOf(parser)->addChild(foreign.get());
+    EXPECT_EQ(saved(parser), "<a />\n");
+}
+
+TEST(ElementCursor, VisitsElementsAlone) {
+    const DomParser parser = load("<a>t<b/><!--c--><?p i?><![CDATA[x]]><d/>u</a>");
+    const Elements itr(rootOf(parser)->getChildren());
+    ASSERT_FALSE(itr->isEnd());
+    const Element shared(itr->getElement());
+    const Element kept(itr->getElement(false));
+    EXPECT_EQ(utf8(shared->getName()), "b");
+    itr->next();
+    EXPECT_EQ(itr->getElement(true), shared.get());
+    EXPECT_EQ(utf8(shared->getName()), "d");
+    EXPECT_EQ(utf8(kept->getName()), "b");
+    for (int i = 0; i < 2; ++i) {
+        itr->next();
+        EXPECT_TRUE(itr->isEnd());
+        EXPECT_EQ(itr->getElement(), nullptr);
+        EXPECT_EQ(itr->getElement(false), nullptr);
+    }
+    EXPECT_EQ(utf8(shared->getName()), "d");
+    itr->first();
+    EXPECT_EQ(utf8(Element(itr->getElement())->getName()), "b");
+}
+
+TEST(ElementCursor, StandsAtTheEndWhereThereAreNoElements) {
+    const DomParser parser = load("<a>t</a>");
+    EXPECT_TRUE(Elements(rootOf(parser)->getChildren())->isEnd());
+    EXPECT_TRUE(Elements(parser->getRootElementItr())->isEnd());
+    const Elements none(makeDom()->getRootElementItr());  // no root element either
+    EXPECT_TRUE(none->isEnd());
+    none->first();
+    none->next();
+    EXPECT_EQ(none->getElement(), nullptr);
+}
+
+// The iterator's own handle dies with it unless somebody else holds it.
+TEST(ElementCursor, SharesItsHandle) {
+    Elements itr(load("<a><b/></a>")->getRootElementItr());
+    EXPECT_EQ(itr->getElement()->refCount(), 1);
+    const Element shared(itr->getElement());
+    EXPECT_EQ(shared->refCount(), 2);
+    itr.reset();
+    EXPECT_EQ(shared->refCount(), 1);
+    EXPECT_EQ(utf8(shared->getName()), "b");  // parser and document are long gone for everybody else
+}
+
+}  // namespace

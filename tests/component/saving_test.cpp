@@ -1,0 +1,208 @@
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "KelBasicTypes/binfile.h"
+#include "KelBasicTypes/ikelstrsupport.h"
+#include "framework/object/implements.h"
+#include "tests/component/fixture.h"
+#include "tests/component/onehost.h"
+
+namespace {
+
+using namespace component_test;
+
+struct Case {
+    const char* fault;
+    const char* in;
+    const char* out;
+};
+
+constexpr Case kCases[] = {
+    {"an element without content", "<a/>", "<a />\n"},
+    {"an element whose content leaves nothing", "<a><!--c--><?p i?></a>", "<a />\n"},
+    {"a blank leaf", "<a> </a>", "<a> </a>\n"},
+    {"levels of indentation", "<a><b><c/></b><d>t</d></a>",
+     "<a>\n\t<b>\n\t\t<c />\n\t</b>\n\t<d>t</d>\n</a>\n"},
+    {"whole text in mixed content, and again in the child", "<a>x<b>z</b>y</a>",
+     "<a>xzy\n\t<b>z</b>\n</a>\n"},
+    {"text only in front of the first text node", "<a><b>z</b>y</a>", "<a>zy\n\t<b>z</b>\n</a>\n"},
+    {"CDATA alone is no text node", "<a><![CDATA[x]]></a>", "<a />\n"},
+    {"CDATA beside a text node is part of the whole text", "<a>t<![CDATA[<x>]]></a>", "<a>t&lt;x&gt;</a>\n"},
+    {"attributes in order, escaped, and declarations", "<p:a xmlns:p='u' b='\"&lt;' c=\"it's\"/>",
+     "<p:a xmlns:p=\"u\" b=\"&quot;&lt;\" c=\"it's\" />\n"},
+    {"escaping skips a pass", "<a>x &amp; y &lt; z</a>", "<a>x &amp; y < z</a>\n"},
+    {"nothing outside the root element", "<?xml version='1.0'?><!--c--><?p i?><a/><!--c-->", "<a />\n"},
+};
+
+TEST(Saving, WritesOneElementALine) {
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.fault);
+        EXPECT_EQ(saved(load(c.in)), c.out);
+    }
+}
+
+TEST(Saving, AppendsToTheString) {
+    const DomParser parser = load("<a/>");
+    EXPECT_TRUE(parser->addProcessingInstruction(wide("target"), wide("data")));
+    KelString out(u"before:");
+    EXPECT_TRUE(parser->saveToString(out));
+    EXPECT_TRUE(parser->saveToString(out));
+    EXPECT_EQ(utf8(out), "before:<a />\n<a />\n");
+}
+
+TEST(Saving, WritesAFileAndReadsTheSameBack) {
+    const Folder folder;
+    const DomParser parser = load("<a b='1'><c>t</c>" + std::string(2000, 'x') + "<d/></a>");
+    (void)folder.write("out.xml", std::string(100000, '?'));
+    const KelString path = wide(folder.path("out.xml"));
+    EXPECT_TRUE(parser->saveToFile(path));
+    EXPECT_EQ(folder.read("out.xml"), saved(parser));
+    EXPECT_TRUE(parser->loadFromFile(path));
+    EXPECT_TRUE(parser->saveToFile(path));
+    EXPECT_EQ(folder.read("out.xml"), saved(parser));
+}
+
+TEST(Saving, DropsWhatIsNotAsciiWithoutStringSupport) {
+    const Folder folder;
+    const DomParser parser = load("<a>\xC3\xA9t\xC3\xA9</a>");
+    EXPECT_TRUE(parser->saveToFile(wide(folder.path("out.xml"))));
+    EXPECT_EQ(folder.read("out.xml"), "<a>t</a>\n");
+    EXPECT_EQ(saved(parser), "<a>\xC3\xA9t\xC3\xA9</a>\n");
+}
+
+TEST(Saving, ToAFileThatCannotBeWrittenLeavesTheCodeAtZero) {
+    const Folder folder;
+    const DomParser parser = load("<a/>");
+    parser->setRootElement(nullptr);
+    const std::string path = folder.path("missing/out.xml");
+    EXPECT_FALSE(parser->saveToFile(wide(path)));
+    EXPECT_EQ(errorOf(parser), "0 Error while writing to XML file " + path +
+                                   "  : The file doesn't exist or you don't have write rights to it");
+    EXPECT_FALSE(parser->saveToFile(KelString()));
+    EXPECT_EQ(parser->getError()->getCode(), 0);
+}
+
+TEST(Saving, ToAStreamIsNotOffered) {
+    const Folder folder;
+    const DomParser parser = load("<a/>");
+    parser->setRootElement(nullptr);
+    BinOutputFile stream(wide(folder.path("out.bin")));
+    EXPECT_FALSE(parser->saveToStream(stream));
+    EXPECT_EQ(stream.tell(), 0);
+    EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");
+}
+
+// The file is truncated and stays open, the root element's handle stays alive: both by contract.
+TEST(Saving, OfNoRootElementRaises) {
+    const Folder folder;
+    const DomParser parser = makeDom();
+    KelString out(u"kept");
+    EXPECT_EQ(statusOf([&] { parser->saveToString(out); }), E_POINTER);
+    EXPECT_EQ(utf8(out), "kept");
+    (void)folder.write("out.xml", "earlier");
+    EXPECT_EQ(statusOf([&] { parser->saveToFile(wide(folder.path("out.xml"))); }), E_POINTER);
+    EXPECT_EQ(folder.read("out.xml"), "");
+    EXPECT_EQ(errorOf(parser), "0 ");
+}
+
+// The writer itself.
+
+struct File {
+    std::FILE* file = std::tmpfile();
+    ~File() { std::fclose(file); }
+
+    [[nodiscard]] std::string content() const {
+        std::rewind(file);
+        std::string bytes(1 << 16, '\0');
+        bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+        return bytes;
+    }
+};
+
+TEST(Writer, WidensAndIndentsAsAsked) {
+    const Element root = rootOf(load("<a>\xC3\xA9<b/></a>"));
+    const KelString indent(u"..");
+    const KelString unit(u"--");
+    const std::u16string expected = u"..<a>\u00E9\r\n..--<b />\r\n..</a>\r\n";
+    KelString out;
+    EXPECT_TRUE(root->write(nullptr, out, indent, unit, true));
+    EXPECT_EQ(out.view(), expected);
+    const File file;
+    KelString scratch(u"first");
+    EXPECT_TRUE(root->write(file.file, scratch, indent, unit, true));
+    EXPECT_EQ(utf8(scratch), "");
+    const std::u16string all = u"first" + expected;
+    EXPECT_EQ(file.content(),
+              std::string(reinterpret_cast<const char*>(all.data()), all.size() * sizeof(char16_t)));
+}
+
+// Notes the pieces in which the writer asks for 8-bit text.
+class PieceRecorder final : public kel::Implements<PieceRecorder, IKelStrSupport> {
+public:
+    static constexpr const char* kClassName = "PieceRecorder";
+
+    std::string& toNarrow(const char16_t* text, std::string& result) override {
+        result = kel::toUtf8(text);
+        pieces.push_back(result);
+        return result;
+    }
+    std::int32_t compare(const char16_t* a, const char16_t* b) override {
+        return std::u16string_view(a).compare(b);
+    }
+    bool isSpace(char16_t) override { return false; }
+    bool isDigit(char16_t) override { return false; }
+    void normalise(KelString&) override {}
+    void toLower(KelString&) override {}
+    void toUpper(KelString&) override {}
+
+    std::vector<std::string> pieces;
+};
+
+TEST(Writer, HandsPiecesOfMoreThan512UnitsToTheFileAtElementEnds) {
+    PieceRecorder support;
+    OneServiceHost host("IKelStrSupport", &support);
+    {
+        const std::string line(300, 'x');
+        const Element root = rootOf(
+            load("<a><b>" + line + "</b><c>" + line + "\xC3\xA9</c><d/><e><f>" + line + "</f></e></a>"));
+        const File file;
+        KelString out;
+        EXPECT_TRUE(root->write(file.file, out, KelString(), KelString(), false));
+        ASSERT_EQ(support.pieces.size(), 2u);
+        EXPECT_EQ(support.pieces[0], "<a>\n<b>" + line + "</b>\n<c>" + line + "\xC3\xA9</c>\n");
+        EXPECT_EQ(support.pieces[1], "<d />\n<e>\n<f>" + line + "</f>\n</e>\n</a>\n");
+        EXPECT_EQ(file.content(), support.pieces[0] + support.pieces[1]);
+    }
+}
+
+// A chain of elements built through the interfaces, deeper than any stack would bear.
+Element chain(const DomParser& parser, int depth) {
+    const Element root(parser->createElement(wide("e")));
+    Element deepest(root);
+    for (int i = 1; i < depth; ++i) {
+        const Element child(parser->createElement(wide("e")));
+        deepest->addChild(child.get());
+        deepest = child;
+    }
+    parser->setRootElement(root.get());
+    return root;
+}
+
+TEST(Writer, UsesNoStackForDepth) {
+    {
+        const DomParser parser = makeDom();
+        const Element root = chain(parser, 10000);
+        KelString out;
+        EXPECT_TRUE(parser->saveToString(out));
+        // Each level but the deepest has two lines with as many tabs as its depth; the deepest one line.
+        EXPECT_EQ(out.length(), std::size_t{9999} * 9998 + 9999 + 9999 * (4 + 5) + 6);
+    }
+    const DomParser parser = makeDom();
+    const Element root = chain(parser, 100000);
+    KelString out;
+    EXPECT_TRUE(root->write(nullptr, out, KelString(), KelString(), false));
+    EXPECT_EQ(out.length(), std::size_t{99999} * (4 + 5) + 6);
+}
+
+}  // namespace
