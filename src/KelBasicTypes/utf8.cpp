@@ -3,38 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "KelBasicTypes/detail/utf8encode.h"
+
 namespace kel {
 
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kFirstSupplementary = 0x10000;
-
-bool isHighSurrogate(char16_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool isLowSurrogate(char16_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-void appendCode(std::string& out, char32_t code) {
-    const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (code < 0x80) {
-        put(code);
-    } else if (code < 0x800) {
-        put(0xC0 | (code >> 6));
-        put(0x80 | (code & 0x3F));
-    } else if (code < kFirstSupplementary) {
-        put(0xE0 | (code >> 12));
-        put(0x80 | ((code >> 6) & 0x3F));
-        put(0x80 | (code & 0x3F));
-    } else {
-        put(0xF0 | (code >> 18));
-        put(0x80 | ((code >> 12) & 0x3F));
-        put(0x80 | ((code >> 6) & 0x3F));
-        put(0x80 | (code & 0x3F));
-    }
-}
 
 void appendCode(std::u16string& out, char32_t code) {
     if (code < kFirstSupplementary) {
@@ -73,14 +49,7 @@ Decoded decode(std::string_view bytes) {
 std::string toUtf8(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        char32_t code = text[at];
-        if (isHighSurrogate(text[at]) && at + 1 < text.size() && isLowSurrogate(text[at + 1])) {
-            code = kFirstSupplementary + ((code - 0xD800) << 10) + (text[at + 1] - 0xDC00U);
-            ++at;
-        }
-        appendCode(out, code);
-    }
+    detail::appendUtf8(out, text);
     return out;
 }
 

@@ -52,6 +52,8 @@ private:
     static void forget() {
         kel::detail::resetStringSupport();
         kel::detail::resetTranslator();
+        kel::detail::resetDirectories();
+        kel::detail::resetMemoryManager();
     }
     FakeHost host_;
 };

@@ -6,5 +6,7 @@ namespace kel::detail {
 
 void resetStringSupport();
 void resetTranslator();
+void resetDirectories();
+void resetMemoryManager();
 
 }  // namespace kel::detail

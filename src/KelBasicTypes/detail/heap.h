@@ -1,0 +1,31 @@
+// The system heap as the guarded allocation sees it, and what it falls back to while the process ends for
+// lack of memory: a small reserve from which the report is made. Threads: any; replacing the heap needs the
+// process to itself.
+#pragma once
+
+#include <cstddef>
+
+namespace kel::detail {
+
+// Null instead of an exception. Blocks of one heap are freed by that heap.
+struct Heap {
+    void* (*allocate)(std::size_t sizeInBytes);
+    void* (*reallocate)(void* block, std::size_t sizeInBytes);
+    void (*release)(void* block);
+};
+
+[[nodiscard]] const Heap& systemHeap() noexcept;
+void setHeap(const Heap& heap) noexcept;  // for tests
+
+[[nodiscard]] void* heapAllocate(std::size_t sizeInBytes) noexcept;
+[[nodiscard]] void* heapReallocate(void* block,
+                                   std::size_t sizeInBytes) noexcept;  // null: the block is unchanged
+void heapRelease(void* block) noexcept;                                // null does nothing
+
+// From now on requests of the calling thread that the heap refuses are served from the reserve. Once only.
+void openReserve() noexcept;
+
+// Whether the calling thread is the one that ends the process for lack of memory.
+[[nodiscard]] bool isReserveOpen() noexcept;
+
+}  // namespace kel::detail

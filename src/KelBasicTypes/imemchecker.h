@@ -1,0 +1,25 @@
+// Knows how much memory the machine has, better than the operating system tells. Positions are relied upon.
+#pragma once
+
+#include <cstdint>
+
+#include "framework/object/kelunknown.h"
+
+// Figures in units of the divisor that was asked for.
+struct MemoryFigures {
+    std::uint64_t systemFree = 0;
+    std::uint64_t systemTotal = 0;
+    std::uint64_t swapFree = 0;
+    std::uint64_t swapTotal = 0;
+};
+
+class IMemChecker : public virtual IKelUnknown {
+public:
+    static constexpr const char* interfaceName() noexcept { return "IMemChecker"; }
+
+    // 0. Whether it knows anything.
+    virtual bool isAvailable() = 0;
+
+    // 1. Bytes divided by the divisor, rounded down.
+    virtual void figures(MemoryFigures& result, std::uint32_t divisor) = 0;
+};

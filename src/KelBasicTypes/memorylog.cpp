@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "KelBasicTypes/detail/memorylog.h"
+#include "KelBasicTypes/idatastore.h"
+#include "KelBasicTypes/imemchecker.h"
+#include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/outofmemory.h"
+#include "KelBasicTypes/platform/memorystatus.h"
+#include "KelBasicTypes/platform/rawfile.h"
+#include "framework/object/sptr.h"
+
+namespace kel::detail {
+namespace {
+
+constexpr std::uint32_t kKilobyte = 1024;
+constexpr unsigned long long kManagerUnitInKilobytes = KelMM::IKelMManager::kUnitInBytes / kKilobyte;
+
+// The log's text, in place: there may be no memory for it.
+class LogText final {
+public:
+    // A label, the figure to the right of a field, a unit.
+    void line(const char* label, unsigned long long figure, char unit) noexcept {
+        const int length =
+            std::snprintf(text_ + size_, sizeof text_ - size_, "%-18s%7llu%c\n", label, figure, unit);
+        if (length > 0) size_ = std::min(size_ + static_cast<std::size_t>(length), sizeof text_ - 1);
+    }
+    void line(const char* words) noexcept {
+        const int length = std::snprintf(text_ + size_, sizeof text_ - size_, "%s\n", words);
+        if (length > 0) size_ = std::min(size_ + static_cast<std::size_t>(length), sizeof text_ - 1);
+    }
+
+    [[nodiscard]] const char* text() const noexcept { return text_; }
+    [[nodiscard]] std::size_t size() const noexcept { return size_; }
+
+private:
+    char text_[1024];  // twelve lines of some 30 characters
+    std::size_t size_ = 0;
+};
+
+MemoryFigures figuresOfSystem() noexcept {
+    platform::MemoryStatus status;
+    if (!platform::readMemoryStatus(status)) return {};
+    const auto difference = [](std::uint64_t a, std::uint64_t b) { return a > b ? a - b : 0; };
+    const std::uint64_t swapTotal =
+        std::min(difference(status.totalVirtual, status.totalPhysical), status.totalPageFile);
+    const std::uint64_t swapFree = std::min(
+        {swapTotal, difference(status.availableVirtual, status.availablePhysical), status.availablePageFile});
+    return {status.availablePhysical / kKilobyte, status.totalPhysical / kKilobyte, swapFree / kKilobyte,
+            swapTotal / kKilobyte};
+}
+
+MemoryFigures figures() {
+    const SPtr<IMemChecker> checker;
+    if (!checker || !checker->isAvailable()) return figuresOfSystem();
+    MemoryFigures result;
+    checker->figures(result, kKilobyte);
+    return result;
+}
+
+void addManager(LogText& log) {
+    KelMM::IKelMManager* const manager = memoryManager();
+    if (manager == nullptr) return log.line("kelmm not available");
+    log.line("kelmm core now:", manager->coreInUse() * kManagerUnitInKilobytes, 'k');
+    log.line("kelmm core limit:", manager->coreLimit() * kManagerUnitInKilobytes, 'k');
+    log.line("kelmm swap now:", manager->swapInUse() * kManagerUnitInKilobytes, 'k');
+    log.line("kelmm swap limit:", manager->swapLimit() * kManagerUnitInKilobytes, 'k');
+}
+
+KelString logPath() {
+    KelString path;
+    if (const SPtr<IDataStore> settings; settings) settings->readText("Directories/Logs Directory", path);
+    const std::size_t length = path.length();
+    const bool endsWithSeparator = length > 0 && (path[length - 1] == u'\\' || path[length - 1] == u'/');
+    if (length > 0 && !endsWithSeparator) path.append(u'\\');
+    path.append(u"memory.log");
+    return path;
+}
+
+}  // namespace
+
+void writeMemoryLog(std::uint64_t attemptedBytes) {
+    const KelString path = logPath();
+    platform::RawFile file(path.view(), platform::RawFile::Creation::Replace);
+    if (!file.isOpen()) return;
+    LogText log;
+    if (attemptedBytes != 0) {
+        log.line("attempted:", attemptedBytes, 'b');
+        log.line("");
+    }
+    const MemoryFigures now = figures();
+    log.line("system free:", now.systemFree, 'k');
+    log.line("system total:", now.systemTotal, 'k');
+    log.line("swap free:", now.swapFree, 'k');
+    log.line("swap total:", now.swapTotal, 'k');
+    log.line("");
+    addManager(log);
+    log.line("");
+    (void)file.write(log.text(), log.size());  // nobody is left to hear of a full disk
+}
+
+}  // namespace kel::detail

@@ -1,0 +1,137 @@
+#include "KelBasicTypes/outofmemory.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <iterator>
+
+#include "KelBasicTypes/detail/heap.h"
+#include "KelBasicTypes/detail/memorylog.h"
+#include "KelBasicTypes/detail/resetbasictypes.h"
+#include "KelBasicTypes/idatastore.h"
+#include "KelBasicTypes/igfxrenderer.h"
+#include "KelBasicTypes/ikelerrorservice.h"
+#include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/message.h"
+#include "KelBasicTypes/platform/messagebox.h"
+#include "KelBasicTypes/platform/process.h"
+#include "framework/object/sptr.h"
+
+namespace kel {
+namespace {
+
+constexpr int kExitStatus = -1;
+constexpr std::int32_t kLowestCode = -5;
+constexpr std::int32_t kHighestCode = -1;
+constexpr std::uint32_t kLongestWaitMs = 30'000;
+
+constexpr char kMessageKey[] =
+    "While running this function, you have run out of memory.\n"
+    "The application will close. After restarting, please read\n"
+    "the online help about \"Memory Optimization\".";
+constexpr auto kMessage = [] {
+    std::array<char16_t, sizeof kMessageKey> wide{};
+    std::copy(std::begin(kMessageKey), std::end(kMessageKey), wide.begin());
+    return wide;
+}();
+
+constinit std::atomic<std::uintptr_t> endingThread{0};
+
+constinit std::atomic<KelMM::IKelMManager*> manager{
+    nullptr};  // holds one reference, kept until the process ends
+
+bool usesErrorService() {
+    const SPtr<IDataStore> settings;
+    return settings && settings->readBool("Memory/UseErrorService", false);
+}
+
+// The message itself when there is no memory, or no translator, to translate it.
+KelString translatedMessage() noexcept {
+    try {
+        KelString message;
+        translate(message, kMessageKey);
+        if (!message.isEmpty()) return message;
+    } catch (...) {
+        // whatever a translator of the host throws: the user gets the English text
+    }
+    return {kMessage.data(), 0};  // borrowed
+}
+
+void report() {
+    IPtr<IKelErrorService> errorService;
+    const bool isForService = usesErrorService();
+    if (isForService) {
+        errorService = SPtr<IKelErrorService>();
+        if (!errorService) return;
+    }
+    const KelString message = translatedMessage();
+    const SPtr<IGfxRenderer> renderer;
+    if (renderer) renderer->beforeReport();
+    if (isForService) {
+        errorService->report(message, IKelErrorService::kLevelError, "realloc");
+        return;
+    }
+    platform::showMessageBox(message.view(), u"Out of Memory");
+    if (renderer) renderer->afterMessageBox();
+}
+
+// The first one of a process goes on. One that comes back here while it reports has nothing left to report
+// with; those that come from other threads let the first one finish, but not for ever: they may hold what it
+// needs.
+void becomeEndingThread() noexcept {
+    const std::uintptr_t self = platform::currentThread();
+    std::uintptr_t first = 0;
+    if (endingThread.compare_exchange_strong(first, self)) return;
+    if (first != self) platform::sleepFor(kLongestWaitMs);
+    platform::endProcess(kExitStatus);
+}
+
+}  // namespace
+
+KelMM::IKelMManager* memoryManager() noexcept {
+    if (KelMM::IKelMManager* const known = manager.load(std::memory_order_acquire)) return known;
+    try {
+        const SPtr<KelMM::IKelMManager> found;
+        KelMM::IKelMManager* none = nullptr;
+        // Several threads may have run out of memory at once: only one of them leaves its reference there.
+        if (found && manager.compare_exchange_strong(none, found.get())) found->addRef();
+    } catch (...) {
+        // a host that has no memory for the lookup has no manager for us
+    }
+    return manager.load(std::memory_order_acquire);
+}
+
+void writeMemorySnapshot(std::uint64_t attemptedBytes) noexcept {
+    try {
+        detail::writeMemoryLog(attemptedBytes);
+    } catch (...) {
+        // a service of the host failed: there is no log, as when the file cannot be opened
+    }
+}
+
+bool outOfMemoryHandler(std::int32_t failureCode) noexcept {
+    if (failureCode < kLowestCode || failureCode > kHighestCode) return false;
+    try {
+        report();
+    } catch (...) {
+        // a service of the host failed: the process ends without a word rather than not at all
+    }
+    return false;
+}
+
+void endOutOfMemory(std::uint64_t attemptedBytes, MemoryFailure failure) noexcept {
+    becomeEndingThread();
+    detail::openReserve();
+    writeMemorySnapshot(attemptedBytes);
+    (void)outOfMemoryHandler(static_cast<std::int32_t>(failure));  // always false
+    platform::endProcess(kExitStatus);
+}
+
+namespace detail {
+
+void resetMemoryManager() {
+    if (KelMM::IKelMManager* const known = manager.exchange(nullptr)) known->release();
+}
+
+}  // namespace detail
+}  // namespace kel

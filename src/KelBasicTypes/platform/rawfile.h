@@ -1,0 +1,33 @@
+// Files for when nothing can be allocated: no operation here takes memory from the heap.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace kel::platform {
+
+class RawFile final {
+public:
+    enum class Creation {
+        Replace,       // creates the file or empties it; it may be read by everybody
+        NewTemporary,  // must not exist yet; for reading and writing; has no name, or loses it, from the
+                       // start
+    };
+
+    // A framework path. Not open when the system refuses.
+    RawFile(std::u16string_view path, Creation creation) noexcept;
+    RawFile(const RawFile&) = delete;
+    RawFile& operator=(const RawFile&) = delete;
+    ~RawFile();
+
+    [[nodiscard]] bool isOpen() const noexcept { return descriptor_ >= 0; }
+    // All bytes or false.
+    [[nodiscard]] bool write(const void* bytes, std::size_t byteCount) noexcept;
+    [[nodiscard]] bool read(void* bytes, std::size_t byteCount) noexcept;
+    [[nodiscard]] bool seekToStart() noexcept;
+
+private:
+    int descriptor_ = -1;
+};
+
+}  // namespace kel::platform
