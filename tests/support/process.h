@@ -1,0 +1,26 @@
+// Runs a program as a person at a shell would, and says what came of it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kel::test {
+
+struct RunOptions {
+    std::string_view input = {};                 // what the program reads on standard input
+    std::size_t readAtMost = std::string::npos;  // bytes of standard output after which nobody reads any more
+    std::string outputDevice = {};  // where standard output goes instead; then RunResult::output is empty
+};
+
+struct RunResult {
+    int status = -1;  // exit status; 128 + N for a program that signal N ended
+    std::string output;
+    std::string errors;
+};
+
+// `command` is the program's path and its arguments. Ends by itself only when the program does; the tests'
+// own time limit is the guard. Throws std::system_error if the program cannot be run at all.
+[[nodiscard]] RunResult run(const std::vector<std::string>& command, const RunOptions& options = {});
+
+}  // namespace kel::test

@@ -1,0 +1,52 @@
+// A folder of a test's own that goes away with it.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace kel::test {
+
+[[nodiscard]] inline std::string readFile(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "kel-test-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder " + name);
+        path_ = name;
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+    // Returns the file's path.
+    std::string write(const std::string& name, std::string_view content) const {
+        std::ofstream(path_ / name, std::ios::binary) << content;
+        return (path_ / name).string();
+    }
+
+    [[nodiscard]] std::string pathOf(const std::string& name) const { return (path_ / name).string(); }
+
+    [[nodiscard]] std::size_t fileCount() const {
+        const std::filesystem::directory_iterator files(path_);
+        return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace kel::test
