@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include <unicode/uchar.h>
-#include <unicode/unorm2.h>
 #include <unicode/uloc.h>
+#include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include "KelBasicTypes/kelstring.h"
