@@ -111,7 +111,7 @@ DirectParser::Step DirectParser::finish() {
         return Step::Stop;
     }
     if (inCData_) {
-        fault_ = {ErrorCode::BadCData, cDataOffset_, unfinishedToken()};
+        fault_ = unfinishedToken();
         return Step::Stop;
     }
     if (!opens_.empty()) {
@@ -139,34 +139,44 @@ void DirectParser::deliver(const char* from, const char* to) {
     sink_.characters({from, length});
 }
 
-std::string DirectParser::unfinishedToken() const {
+Fault DirectParser::unfinishedToken() const {
     const std::string_view token(cursor_, static_cast<std::size_t>(end_ - cursor_));
     const auto name = [&](std::size_t skip) {
         const char* start = cursor_ + std::min(skip, token.size());
-        return std::string_view(start, static_cast<std::size_t>(nameEnd(start) - start));
+        return quoted(std::string_view(start, static_cast<std::size_t>(nameEnd(start) - start)));
     };
-    if (inCData_ || token.starts_with("<![")) return "This CDATA section is not closed: ']]>' is missing.";
-    if (token.starts_with("<!-")) return "This comment is not closed: '-->' is missing.";
-    if (token.starts_with("<?"))
-        return "The processing instruction " + quoted(name(2)) + " is not closed: '?>' is missing.";
-    if (token.starts_with("</"))
-        return "The end tag " + quoted(name(2)) + " is not finished: '>' is missing.";
-    if (token.starts_with("<!")) return "This markup is not finished.";
-    if (token == "<") return "'<' is the last character: a tag is not finished.";
-    if (token.starts_with("<"))
-        return "The start tag " + quoted(name(1)) + " is not finished: '>' is missing.";
-    return "The reference " + quoted(token) + " is not finished: ';' is missing.";
+    const std::uint64_t offset = inCData_ ? cDataOffset_ : source_.offsetOf(cursor_);
+    const auto fault = [&](ErrorCode code, std::string reason) {
+        return Fault{code, offset, std::move(reason)};
+    };
+    if (inCData_ || token.starts_with("<![")) {
+        return fault(ErrorCode::BadCData, "This CDATA section is not closed: ']]>' is missing.");
+    }
+    if (token.starts_with("<!-"))
+        return fault(ErrorCode::BadComment, "This comment is not closed: '-->' is missing.");
+    if (token.starts_with("<?")) {
+        return fault(ErrorCode::BadInstruction,
+                     "The processing instruction " + name(2) + " is not closed: '?>' is missing.");
+    }
+    if (token.starts_with("</")) {
+        return fault(ErrorCode::BadTag, "The end tag " + name(2) + " is not finished: '>' is missing.");
+    }
+    if (token.starts_with("<!D"))
+        return fault(ErrorCode::BadDoctype, "This DOCTYPE is not finished: '>' is missing.");
+    if (token.starts_with("<!")) return fault(ErrorCode::BadMarkup, "The document ends after '<!'.");
+    if (token == "<") return fault(ErrorCode::BadTag, "The document ends after '<'.");
+    if (token.starts_with("<")) {
+        return fault(ErrorCode::BadTag, "The start tag " + name(1) + " is not finished: '>' is missing.");
+    }
+    return fault(ErrorCode::BareAmpersand,
+                 "The reference " + quoted(token) + " is not finished: ';' is missing.");
 }
 
 DirectParser::Step DirectParser::refuse(const char* at, ErrorCode code, const char* culprit,
                                         std::string reason) {
     if (isEnd(at)) {
         if (!ended_) return Step::More;
-        if (source_.fault()) {
-            fault_ = source_.fault();
-            return Step::Stop;
-        }
-        fault_ = {code, inCData_ ? cDataOffset_ : source_.offsetOf(cursor_), unfinishedToken()};
+        fault_ = source_.fault() ? source_.fault() : unfinishedToken();
         return Step::Stop;
     }
     fault_ = {code, source_.offsetOf(culprit), std::move(reason)};

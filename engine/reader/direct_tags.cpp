@@ -60,7 +60,7 @@ DirectParser::Step DirectParser::startTag() {
         if (const Step step = attribute(at); step != Step::Next) return step;
     }
     const bool isEmpty = *at == '/';
-    if (isEmpty && *++at != '>') return refuseInTag(at, name);
+    if (isEmpty && *++at != '>') return refuseInTag(at == end_ ? at : at - 1, name);
     if (attributes_.size() > 1) {
         if (const Step step = checkDuplicates(); step != Step::Next) return step;
     }

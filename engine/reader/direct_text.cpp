@@ -65,6 +65,7 @@ DirectParser::Step DirectParser::text() {
         }
         if (*at == '>') {
             if (at - cursor_ >= 2 && at[-1] == ']' && at[-2] == ']') {
+                deliver(cursor_, at - 2);  // as it would be in smaller pieces
                 return refuse(at, ErrorCode::CDataEndInText, at - 2,
                               "']]>' is not allowed in text: write ']]&gt;'.");
             }

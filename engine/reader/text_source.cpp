@@ -49,7 +49,10 @@ Fault TextSource::open() {
     rawSize_ -= detection.markLength;
     std::memmove(raw_.data(), raw_.data() + detection.markLength, rawSize_);
     transcoder_ = Transcoder::create(detection);
-    if (detection.fault) (void)fill(0);  // the message shows the declaration
+    while (detection.fault && !holds(detection.fault.offset) &&
+           fill(0)) {  // the message shows the declaration
+    }
+    if (detection.fault && !holds(detection.fault.offset)) detection.fault.offset = offsetOf(end());
     return detection.fault;
 }
 

@@ -73,7 +73,7 @@ private:
     [[nodiscard]] bool isEnd(const char* at) const noexcept { return at == end_; }
     // The mistake at `culprit`, found at `at`. If the window ends there, the token may only be incomplete.
     [[gnu::cold]] Step refuse(const char* at, ErrorCode code, const char* culprit, std::string reason);
-    [[gnu::cold]] std::string unfinishedToken() const;
+    [[gnu::cold]] Fault unfinishedToken() const;
     [[nodiscard]] std::string_view openName() const noexcept {
         return std::string_view(openNames_).substr(opens_.back().nameStart);
     }
@@ -124,6 +124,8 @@ private:
     Progress progress_;
 };
 
+inline constexpr std::string_view kDoctypeProhibited =
+    "A DOCTYPE is not allowed here: documents with a document type declaration are refused.";
 inline constexpr std::uint32_t kNoCharacter = 0;  // a reference that stands for no text here
 
 }  // namespace engine::reader::detail

@@ -25,6 +25,9 @@ class NamespaceLayer final : public EventSink, private Namespaces, private Locat
 public:
     explicit NamespaceLayer(EventSink& sink) noexcept : sink_(sink) {}
 
+    // Another parser goes on with the document.
+    void follow(const Locator& locator) noexcept { locator_ = &locator; }
+
     void startDocument(const Locator& locator) override;
     void endDocument() override { sink_.endDocument(); }
     void startElement(std::string_view name, std::span<const Attribute> attributes) override;

@@ -1,0 +1,392 @@
+#include "engine/reader/detail/libxml2_parser.h"
+
+#include <libxml/SAX2.h>
+#include <libxml/parserInternals.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+#include "engine/reader/detail/declaration.h"
+#include "engine/reader/detail/namespace_layer.h"
+
+namespace engine::reader::detail {
+namespace {
+
+// Text without events (blanks outside the root, a huge tag) is kept for its position up to here.
+constexpr std::uint64_t kLongestLookBack = std::uint64_t{16} << 20;
+
+std::string_view viewOf(const xmlChar* text) {
+    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+void initialiseLibxml2() {
+    static std::once_flag once;
+    std::call_once(once, xmlInitParser);
+}
+
+}  // namespace
+
+// The thread's handler of libxml2 errors; the application may have one too. Contexts have none of their own
+// for this kind of callbacks, and those that libxml2 makes for entities would not inherit a second kind's.
+class Libxml2Parser::ErrorHandler final {
+public:
+    ErrorHandler(xmlStructuredErrorFunc function, void* context)
+        : previous_{xmlStructuredError, xmlStructuredErrorContext} {
+        xmlSetStructuredErrorFunc(context, function);
+    }
+    explicit ErrorHandler(const HandlerSetting& setting) : ErrorHandler(setting.function, setting.context) {}
+    ErrorHandler(const ErrorHandler&) = delete;
+    ErrorHandler& operator=(const ErrorHandler&) = delete;
+    ~ErrorHandler() { xmlSetStructuredErrorFunc(previous_.context, previous_.function); }
+    [[nodiscard]] const HandlerSetting& previous() const noexcept { return previous_; }
+
+private:
+    HandlerSetting previous_;
+};
+
+// Each callback ends in a member function. An exception must not cross libxml2's frames: it is kept, the
+// parser is stopped, and `run` lets it go on.
+struct Libxml2Parser::Callbacks {
+    template <typename Body>
+    static void guarded(void* user, Body&& body) noexcept {
+        auto& self = *static_cast<Libxml2Parser*>(user);
+        if (self.isStopped_) return;  // an entity's text is being finished behind our back
+        try {
+            body(self);
+        } catch (NamespaceFault& found) {
+            self.refuse(found.code, self.event_, std::move(found.reason));
+            self.isFaultFinal_ = false;
+        } catch (...) {
+            self.thrown_ = std::current_exception();
+            self.stop();
+        }
+    }
+
+    static int read(void* user, char* to, int length) noexcept {
+        int given = 0;
+        guarded(user, [&](Libxml2Parser& self) { given = self.feed(to, length); });
+        return given;
+    }
+    static void startDocument(void* user) noexcept {
+        guarded(user, [](Libxml2Parser& self) {
+            xmlSAX2StartDocument(self.context_.get());  // makes the document that holds the entities
+            self.startDocument();
+        });
+    }
+    static void endDocument(void*) noexcept {}  // comes after errors too
+    static void startElement(void* user, const xmlChar* name, const xmlChar** attributes) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.startElement(name, attributes); });
+    }
+    static void endElement(void* user, const xmlChar* name) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.endElement(name); });
+    }
+    static void characters(void* user, const xmlChar* text, int length) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.characters(text, length); });
+    }
+    static void cData(void* user, const xmlChar* text, int length) noexcept {
+        guarded(user, [&](Libxml2Parser& self) {
+            self.cData({reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
+        });
+    }
+    static void comment(void* user, const xmlChar* text) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.comment(viewOf(text)); });
+    }
+    static void instruction(void* user, const xmlChar* target, const xmlChar* data) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.instruction(viewOf(target), viewOf(data)); });
+    }
+    static void internalSubset(void* user, const xmlChar* name, const xmlChar* publicId,
+                               const xmlChar* systemId) noexcept {
+        guarded(user, [&](Libxml2Parser& self) {
+            self.startDoctype();
+            if (!self.isStopped_) xmlSAX2InternalSubset(self.context_.get(), name, publicId, systemId);
+        });
+    }
+    static void entityDecl(void* user, const xmlChar* name, int type, const xmlChar* publicId,
+                           const xmlChar* systemId, xmlChar* content) noexcept {
+        guarded(user,
+                [&](Libxml2Parser& self) { self.declareEntity(name, type, publicId, systemId, content); });
+    }
+    static void unparsedEntityDecl(void* user, const xmlChar* name, const xmlChar* publicId,
+                                   const xmlChar* systemId, const xmlChar* notation) noexcept {
+        guarded(user, [&](Libxml2Parser& self) {
+            self.refuseColon(viewOf(name), "entity");
+            xmlSAX2UnparsedEntityDecl(self.context_.get(), name, publicId, systemId, notation);
+            self.eventEnds();
+        });
+    }
+    static void notationDecl(void* user, const xmlChar* name, const xmlChar*, const xmlChar*) noexcept {
+        guarded(user, [&](Libxml2Parser& self) {
+            self.refuseColon(viewOf(name), "notation");
+            self.eventEnds();
+        });
+    }
+    static void attributeDecl(void* user, const xmlChar* element, const xmlChar* name, int type, int,
+                              const xmlChar* defaultValue, xmlEnumeration* values) noexcept {
+        xmlFreeEnumeration(values);  // ours to free
+        guarded(user, [&](Libxml2Parser& self) { self.declareAttribute(element, name, type, defaultValue); });
+    }
+    static xmlEntity* getEntity(void* user, const xmlChar* name) noexcept {
+        xmlEntity* found = nullptr;
+        guarded(user, [&](Libxml2Parser& self) { found = self.generalEntity(name); });
+        return found;
+    }
+    static xmlEntity* getParameterEntity(void* user, const xmlChar* name) noexcept {
+        xmlEntity* found = nullptr;
+        guarded(user, [&](Libxml2Parser& self) { found = self.parameterEntity(name); });
+        return found;
+    }
+    static xmlParserInput* resolveEntity(void*, const xmlChar*, const xmlChar*) noexcept { return nullptr; }
+    static void failed(void* user, xmlError* error) noexcept {
+        guarded(user, [&](Libxml2Parser& self) { self.failed(*error); });
+    }
+};
+
+void Libxml2Parser::FreeContext::operator()(xmlParserCtxt* context) const noexcept {
+    xmlFreeDoc(context->myDoc);
+    context->myDoc = nullptr;
+    xmlFreeParserCtxt(context);
+}
+
+Libxml2Parser::Libxml2Parser(TextSource& source, const ReadOptions& options, EventSink& sink,
+                             const Progress& done)
+    : source_(source), options_(options), sink_(sink), done_(done), sizes_([this](std::string_view name) {
+          const std::string terminated(name);
+          const xmlEntity* entity =
+              xmlGetDocEntity(context_->myDoc, reinterpret_cast<const xmlChar*>(terminated.c_str()));
+          const bool hasText = entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY;
+          return hasText ? viewOf(entity->content) : std::string_view();
+      }) {}
+
+void Libxml2Parser::createContext() {
+    initialiseLibxml2();
+    xmlSAXHandler sax{};
+    sax.initialized = 1;  // the first kind of callbacks
+    sax.startDocument = Callbacks::startDocument;
+    sax.endDocument = Callbacks::endDocument;
+    sax.startElement = Callbacks::startElement;
+    sax.endElement = Callbacks::endElement;
+    sax.characters = sax.ignorableWhitespace = Callbacks::characters;
+    sax.cdataBlock = Callbacks::cData;
+    sax.comment = Callbacks::comment;
+    sax.processingInstruction = Callbacks::instruction;
+    sax.internalSubset = Callbacks::internalSubset;
+    sax.entityDecl = Callbacks::entityDecl;
+    sax.unparsedEntityDecl = Callbacks::unparsedEntityDecl;
+    sax.notationDecl = Callbacks::notationDecl;
+    sax.attributeDecl = Callbacks::attributeDecl;
+    sax.getEntity = Callbacks::getEntity;
+    sax.getParameterEntity = Callbacks::getParameterEntity;
+    sax.resolveEntity = Callbacks::resolveEntity;
+    context_.reset(xmlCreateIOParserCtxt(&sax, this, Callbacks::read, nullptr, this, XML_CHAR_ENCODING_UTF8));
+    if (context_ == nullptr) throw std::bad_alloc();
+    // HUGE: the limits are ours. Entities expand, the network is closed, a declared encoding does not count.
+    xmlCtxtUseOptions(context_.get(),
+                      XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_IGNORE_ENC);
+}
+
+bool Libxml2Parser::run() {
+    const Declaration declaration = readDeclaration(source_);
+    if (declaration.fault) {
+        if (done_.events == 0) sink_.startDocument(*this);
+        fault_ = declaration.fault;
+        isFaultFinal_ = true;
+        return false;
+    }
+    isStandalone_ = declaration.isStandalone;
+    preamble_ = isStandalone_ ? "<?xml version=\"1.0\" standalone=\"yes\"?>" : "<?xml version=\"1.0\"?>";
+    documentStart_ = feedOffset_ = farthest_ = event_ = lastEventEnd_ = declaration.length;
+    createContext();
+    {
+        const ErrorHandler ours(Callbacks::failed, this);
+        applicationHandler_ = ours.previous();
+        (void)xmlParseDocument(context_.get());
+    }
+    return conclude();
+}
+
+bool Libxml2Parser::conclude() {
+    if (thrown_) std::rethrow_exception(thrown_);
+    if (!fault_ && context_->wellFormed == 0) {
+        if (context_->lastError.code == XML_ERR_NO_MEMORY || context_->lastError.code == XML_ERR_OK)
+            throw std::bad_alloc();
+        describe(context_->lastError);
+    }
+    if (!fault_ && source_.fault()) {
+        fault_ = source_.fault();  // behind the root element
+        isFaultFinal_ = true;
+    }
+    if (fault_) return false;
+    event_ = source_.offsetOf(source_.end());
+    if (isEventNew()) sink_.endDocument();
+    return true;
+}
+
+int Libxml2Parser::feed(char* to, int length) {
+    int given = 0;
+    while (given != length) {
+        std::string_view from = preamble_;
+        if (from.empty()) {
+            if (feedOffset_ == source_.offsetOf(source_.end())) {
+                const std::uint64_t at = here();
+                if (!source_.fill(at - lastEventEnd_ < kLongestLookBack ? lastEventEnd_ : at)) break;
+            }
+            const char* next = source_.at(feedOffset_);
+            from = {next, static_cast<std::size_t>(source_.end() - next)};
+        }
+        const std::size_t now = std::min(from.size(), static_cast<std::size_t>(length - given));
+        std::memcpy(to + given, from.data(), now);
+        given += static_cast<int>(now);
+        if (preamble_.empty()) {
+            feedOffset_ += now;
+        } else {
+            preamble_.remove_prefix(now);
+        }
+    }
+    return given;
+}
+
+// The sink may use libxml2 itself: it meets the thread as the application has set it up.
+template <typename Event>
+void Libxml2Parser::tell(Event&& event) {
+    const ErrorHandler theirs(applicationHandler_);
+    event();
+}
+
+void Libxml2Parser::stop() {
+    isStopped_ = true;
+    (void)here();
+    xmlStopParser(context_.get());
+}
+
+void Libxml2Parser::refuse(ErrorCode code, std::uint64_t offset, std::string reason) {
+    fault_ = {code, offset, std::move(reason)};
+    isFaultFinal_ = true;
+    stop();
+}
+
+std::uint64_t Libxml2Parser::here() const {
+    if (context_ == nullptr || context_->inputNr == 0) return farthest_;
+    const xmlParserInput& input = *context_->inputTab[0];
+    const std::size_t preamble = isStandalone_ ? 38 : 21;
+    const std::uint64_t consumed = input.consumed + static_cast<std::uint64_t>(input.cur - input.base);
+    if (consumed > preamble) farthest_ = std::max(farthest_, documentStart_ + consumed - preamble);
+    return farthest_;
+}
+
+Position Libxml2Parser::position() const {
+    return source_.positionOf(source_.holds(event_) ? event_ : here());
+}
+
+bool Libxml2Parser::isEventNew() {
+    ++seen_.events;
+    seen_.textBytes = 0;
+    return seen_.events > done_.events;
+}
+
+std::string_view Libxml2Parser::sinceLastEvent() const {
+    const std::uint64_t from =
+        source_.holds(lastEventEnd_) ? lastEventEnd_ : source_.offsetOf(source_.begin());
+    const std::uint64_t to = std::min(here(), source_.offsetOf(source_.end()));
+    return from >= to ? std::string_view()
+                      : std::string_view(source_.at(from), static_cast<std::size_t>(to - from));
+}
+
+void Libxml2Parser::locateLast(char mark) {
+    const std::string_view text = sinceLastEvent();
+    const std::size_t at = text.rfind(mark);
+    event_ = at == std::string_view::npos ? lastEventEnd_ : source_.offsetOf(text.data() + at);
+}
+
+void Libxml2Parser::locateFirst(std::string_view mark) {
+    const std::string_view text = sinceLastEvent();
+    const std::size_t at = text.find(mark);
+    event_ = at == std::string_view::npos ? lastEventEnd_ : source_.offsetOf(text.data() + at);
+}
+
+void Libxml2Parser::eventEnds() {
+    lastEventEnd_ = here();
+}
+
+void Libxml2Parser::startDocument() {
+    if (isEventNew()) tell([&] { sink_.startDocument(*this); });
+}
+
+void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes) {
+    locateLast('<');
+    attributes_.clear();
+    for (; attributes != nullptr && attributes[0] != nullptr; attributes += 2) {
+        attributes_.push_back({viewOf(attributes[0]), viewOf(attributes[1])});
+    }
+    attributeDeclarations_.apply(viewOf(name), attributes_);
+    if (++depth_ > options_.depthLimit) {
+        refuse(ErrorCode::TooDeep, event_,
+               "Elements are nested more than " + std::to_string(options_.depthLimit) + " deep.");
+        return;
+    }
+    if (isEventNew()) tell([&] { sink_.startElement(viewOf(name), attributes_); });
+    // libxml2 stands before the '>'. Of an empty tag, the end event still has to find the '<'.
+    const std::uint64_t at = here();
+    if (source_.holds(at) && *source_.at(at) == '>') lastEventEnd_ = at + 1;
+}
+
+void Libxml2Parser::endElement(const xmlChar* name) {
+    locateLast('<');
+    --depth_;
+    if (isEventNew()) tell([&] { sink_.endElement(viewOf(name)); });
+    eventEnds();
+}
+
+void Libxml2Parser::characters(const xmlChar* text, int length) {
+    event_ = lastEventEnd_;
+    deliverText({reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
+    eventEnds();
+}
+
+void Libxml2Parser::deliverText(std::string_view text) {
+    if (text.empty()) return;
+    const std::uint64_t before = seen_.textBytes;
+    seen_.textBytes += text.size();
+    if (seen_.events < done_.events) return;
+    if (seen_.events == done_.events && before < done_.textBytes) {
+        text.remove_prefix(
+            static_cast<std::size_t>(std::min<std::uint64_t>(done_.textBytes - before, text.size())));
+    }
+    if (!text.empty()) tell([&] { sink_.characters(text); });
+}
+
+void Libxml2Parser::startDoctype() {
+    locateFirst("<!DOCTYPE");
+    if (options_.dtd == ReadOptions::Dtd::Prohibit)
+        refuse(ErrorCode::DoctypeProhibited, event_, std::string(kDoctypeProhibited));
+    eventEnds();
+}
+
+void Libxml2Parser::cData(std::string_view text) {
+    locateFirst("<![CDATA[");
+    if (isEventNew()) tell([&] { sink_.startCData(); });
+    deliverText(text);
+    if (isEventNew()) tell([&] { sink_.endCData(); });
+    eventEnds();
+}
+
+void Libxml2Parser::comment(std::string_view text) {
+    if (context_->inSubset == 0) {
+        locateFirst("<!--");
+        if (isEventNew()) tell([&] { sink_.comment(text); });
+    }
+    eventEnds();
+}
+
+void Libxml2Parser::instruction(std::string_view target, std::string_view data) {
+    if (context_->inSubset == 0) {
+        locateFirst("<?");
+        if (isEventNew()) tell([&] { sink_.processingInstruction(target, data); });
+    } else {
+        refuseColon(target, "processing instruction");
+    }
+    eventEnds();
+}
+
+}  // namespace engine::reader::detail
