@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kTestClassCapacity = 20;
 
-bool readBreakEnabled() {
+bool readBreakEnabled() noexcept {
     const char* const value = std::getenv("KEL_BREAK_ENABLED");
     return value == nullptr || std::strcmp(value, "0") != 0;
 }

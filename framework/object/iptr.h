@@ -17,7 +17,7 @@ public:
         assign(object);
         return *this;
     }
-    IPtr& operator=(const IPtr& other) noexcept {
+    IPtr& operator=(const IPtr& other) noexcept {  // NOLINT(bugprone-unhandled-self-assignment): see assign
         assign(other.ptr_);
         return *this;
     }

@@ -16,13 +16,18 @@ public:
     static constexpr std::size_t kMaxBytes = kel::kMaxBufferBytes - 1;
 
     KelCString() noexcept = default;
+    // NOLINTNEXTLINE(google-explicit-constructor): texts are welcome wherever a string is
     KelCString(const char* text) { assign(text == nullptr ? std::string_view() : std::string_view(text)); }
+    // NOLINTNEXTLINE(google-explicit-constructor)
     KelCString(std::string_view text) { assign(text); }
     KelCString(const KelCString& other) { assign(other.view()); }
     KelCString(KelCString&& other) noexcept { swap(other); }
     ~KelCString() { clear(); }
 
-    KelCString& operator=(const KelCString& other) { return assign(other.view()); }
+    KelCString& operator=(const KelCString& other) {
+        if (this != &other) assign(other.view());
+        return *this;
+    }
     KelCString& operator=(KelCString&& other) noexcept;
     void swap(KelCString& other) noexcept;
     friend void swap(KelCString& a, KelCString& b) noexcept { a.swap(b); }

@@ -1,6 +1,7 @@
 #include "KelBasicTypes/kelstring.h"
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <stdexcept>
 #include <utility>
@@ -9,16 +10,27 @@ namespace {
 
 using Traits = std::char_traits<char16_t>;
 
-// Blocks of units are tested together, for most text has its NUL far away.
+// The sign bit of each 16-bit lane that is 0; lanes above the lowest such one may be wrong.
+constexpr std::uint64_t zeroLanes(std::uint64_t lanes) noexcept {
+    constexpr std::uint64_t kOnes = 0x0001'0001'0001'0001;
+    return (lanes - kOnes) & ~lanes & (kOnes << 15);
+}
+
+bool hasNulIn4(const char16_t* units) noexcept {
+    std::uint64_t lanes = 0;
+    std::memcpy(&lanes, units, sizeof lanes);
+    return zeroLanes(lanes) != 0;
+}
+
+// Four units are tested at once, for most text has its NUL nowhere; the last four may overlap those before.
 std::size_t unitsBeforeNul(std::u16string_view text) noexcept {
-    constexpr std::size_t kBlock = 16;
+    const std::size_t size = text.size();
     std::size_t at = 0;
-    for (; at + kBlock <= text.size(); at += kBlock) {
-        unsigned hasNul = 0;
-        for (std::size_t i = 0; i < kBlock; ++i) hasNul |= static_cast<unsigned>(text[at + i] == 0);
-        if (hasNul != 0) break;
+    if (size >= 4) {
+        while (at + 4 <= size && !hasNulIn4(text.data() + at)) at += 4;
+        if (at + 4 > size && !hasNulIn4(text.data() + size - 4)) return size;
     }
-    while (at < text.size() && text[at] != 0) ++at;
+    while (at < size && text[at] != 0) ++at;
     return at;
 }
 
@@ -143,6 +155,10 @@ KelString& KelString::append(std::u16string_view text) {
     return *this;
 }
 
+KelString& KelString::appendSlowly(char16_t unit) {
+    return append(std::u16string_view(&unit, 1));
+}
+
 KelString& KelString::appendNarrow(std::string_view text) {
     text = untilNul(text);
     const std::size_t before = length();
@@ -177,7 +193,7 @@ bool KelString::owns(const char16_t* unit) const noexcept {
 
 // Room for `units` and a NUL where the text begins; what was there is lost if it does not fit.
 char16_t* KelString::beginAssign(std::size_t units) {
-    if (textBytes_ == 0 || static_cast<std::size_t>(textBytes_) < bytesFor(units)) replaceBuffer(units, {});
+    if (text_ == nullptr || static_cast<std::size_t>(textBytes_) < bytesFor(units)) replaceBuffer(units, {});
     dropBorrowedNarrow();
     return text_;
 }
@@ -185,7 +201,7 @@ char16_t* KelString::beginAssign(std::size_t units) {
 // Room for `units` and a NUL where the text ends.
 char16_t* KelString::beginAppend(std::size_t units) {
     const std::size_t before = length();
-    if (textBytes_ == 0 || static_cast<std::size_t>(textBytes_) < bytesFor(before + units)) {
+    if (text_ == nullptr || static_cast<std::size_t>(textBytes_) < bytesFor(before + units)) {
         const std::size_t doubled = std::min(2 * before, kMaxUnits);
         replaceBuffer(std::max(before + units, doubled), view());
     }
@@ -201,14 +217,4 @@ void KelString::replaceBuffer(std::size_t units, std::u16string_view keep) {
     text_ = text;
     textBytes_ = bytes;
     endText(keep.size());
-}
-
-void KelString::endText(std::size_t units) noexcept {
-    text_[units] = 0;
-    ownedLength_ = static_cast<std::uint32_t>(units);
-}
-
-// Our own narrow form is rebuilt on every request; a lent one would go on saying what the text was.
-void KelString::dropBorrowedNarrow() noexcept {
-    if (narrowBytes_ == 0) narrow_ = nullptr;
 }

@@ -19,6 +19,8 @@
 #include "KelBasicTypes/buffers.h"
 #include "KelBasicTypes/numberformat.h"
 
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the order of the fields is shared with other
+// components
 class KelString final {
 public:
     static constexpr std::size_t kMaxUnits = kel::kMaxBufferBytes / sizeof(char16_t) - 1;
@@ -26,10 +28,12 @@ public:
 
     // --- Construction -------------------------------------------------------------------------------------
     KelString() noexcept = default;  // the null string
+    // NOLINTBEGIN(google-explicit-constructor): 16-bit texts are welcome wherever a string is
     KelString(std::nullptr_t) noexcept {}
     KelString(const char16_t* text) { assign(text); }  // copied up to the NUL; null makes the null string
     KelString(std::u16string_view text) { assign(text); }
     KelString(const std::u16string& text) { assign(std::u16string_view(text)); }
+    // NOLINTEND(google-explicit-constructor)
 
     // Copied; a length of kUpToNul or more means up to the NUL. Careful: a length of 0 with a text BORROWS
     // the text up to its NUL. For "no units" construct from a view.
@@ -61,7 +65,7 @@ public:
     ~KelString() { clear(); }
 
     KelString& operator=(const KelString& other) {
-        assign(other);
+        if (this != &other) assign(other);
         return *this;
     }
     KelString& operator=(KelString&& other) noexcept;
@@ -133,7 +137,13 @@ public:
     KelString& append(std::u16string_view text);
     KelString& append(const KelString& other) { return append(other.view()); }
     KelString& append(const char16_t* text) { return append(std::u16string_view(text)); }
-    KelString& append(char16_t unit) { return append(std::u16string_view(&unit, 1)); }
+    KelString& append(char16_t unit) {
+        if (unit == 0 || ownedLength_ >= capacity()) return appendSlowly(unit);
+        text_[ownedLength_] = unit;
+        endText(ownedLength_ + 1);
+        dropBorrowedNarrow();
+        return *this;
+    }
     KelString& appendNarrow(std::string_view text);  // widened as in the constructor
     template <class Text>
     KelString& operator+=(const Text& text) {
@@ -166,8 +176,15 @@ private:
     [[nodiscard]] char16_t* beginAssign(std::size_t units);
     [[nodiscard]] char16_t* beginAppend(std::size_t units);
     void replaceBuffer(std::size_t units, std::u16string_view keep);
-    void endText(std::size_t units) noexcept;
-    void dropBorrowedNarrow() noexcept;
+    KelString& appendSlowly(char16_t unit);
+    void endText(std::size_t units) noexcept {
+        text_[units] = 0;
+        ownedLength_ = static_cast<std::uint32_t>(units);
+    }
+    // Our own narrow form is rebuilt on every request; a lent one would go on saying what the text was.
+    void dropBorrowedNarrow() noexcept {
+        if (narrowBytes_ == 0) narrow_ = nullptr;
+    }
     void storeNarrow(std::string_view text) const;
 
     // A slot whose bytes are 0 borrows what it points to.

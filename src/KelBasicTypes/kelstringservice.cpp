@@ -21,14 +21,12 @@ bool isInside(const KelString& text, std::int32_t index) {
 }
 
 KelString shiftLetters(const KelString& text, char16_t first, char16_t last, int distance) {
-    KelString result;
-    if (text.isNull()) return result;
-    result.reserve(text.length());
-    for (const char16_t unit : text.view()) {
-        const bool isShifted = first <= unit && unit <= last;
-        result.append(isShifted ? static_cast<char16_t>(unit + distance) : unit);
+    if (text.isNull()) return {};
+    std::u16string shifted(text.view());
+    for (char16_t& unit : shifted) {
+        if (first <= unit && unit <= last) unit = static_cast<char16_t>(unit + distance);
     }
-    return result;
+    return shifted;
 }
 
 }  // namespace
@@ -97,7 +95,7 @@ const char* KelString::narrow() const& {
 
 void KelString::storeNarrow(std::string_view text) const {
     const std::size_t bytes = text.size() + 1;
-    if (narrowBytes_ == 0 || static_cast<std::size_t>(narrowBytes_) < bytes) {
+    if (narrow_ == nullptr || static_cast<std::size_t>(narrowBytes_) < bytes) {
         std::int32_t granted = 0;
         auto* const block = static_cast<char*>(kel::takeBuffer(bytes, granted));
         kel::giveBackBuffer(narrowBytes_, narrow_);

@@ -39,18 +39,23 @@ TEST(KelString, WidensBytesAsSignedValues) {
 }
 
 TEST(KelString, EndsAtTheFirstNul) {
-    for (const std::size_t nulAt : {0U, 1U, 15U, 16U, 31U, 40U}) {  // the scan goes by blocks of 16
-        std::u16string units(41, u'x');
-        units[nulAt] = 0;
-        KelString text{std::u16string_view(units)};
-        EXPECT_EQ(text.length(), nulAt);
-        text.append(std::u16string_view(units));
-        EXPECT_EQ(text.length(), 2 * nulAt);
+    for (std::size_t size = 0; size <= 13; ++size) {  // the scan goes by blocks, which may overlap at the end
+        for (std::size_t nulAt = 0; nulAt <= size; ++nulAt) {
+            std::u16string units(size, u'\x8000');  // its top bit set, as the scan's marks are
+            if (nulAt < size) units[nulAt] = 0;
+            KelString text{std::u16string_view(units)};
+            EXPECT_EQ(text.length(), nulAt) << size;
+            text.append(std::u16string_view(units));
+            EXPECT_EQ(text.length(), 2 * nulAt) << size;
+        }
     }
     EXPECT_EQ(KelString(u"ab\0cd", 5), u"ab");
     EXPECT_EQ(KelString(u"abcd", 3), u"abc");
     EXPECT_EQ(KelString(u"abcd", KelString::kUpToNul), u"abcd");
     EXPECT_EQ(KelString(std::string_view("ab\0cd", 5)), u"ab");
+    KelString text(u"ab");
+    text.append(u'\0').append(u'c').append(u'd').append(u'e');
+    EXPECT_EQ(text, u"abcde") << "a NUL adds nothing";
 }
 
 TEST(KelString, BorrowsForLengthZeroAndCopiesPassItOn) {
