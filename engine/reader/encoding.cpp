@@ -8,7 +8,6 @@
 namespace engine::reader::detail {
 namespace {
 
-constexpr std::string_view kByteOrderMark8 = "\xEF\xBB\xBF";
 constexpr std::string_view kDeclarationStart = "<?xml";
 
 // How the characters of an XML declaration stand in the bytes: one byte that counts in a unit.
