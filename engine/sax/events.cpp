@@ -1,0 +1,224 @@
+#include "engine/sax/events.h"
+
+#include <algorithm>
+#include <limits>
+#include <span>
+
+#include "engine/com/status.h"
+#include "engine/text/utf.h"
+
+namespace engine::sax {
+namespace {
+
+// A length for the handler. Texts this long are attribute values of gigabytes: refused, not cut.
+int lengthOf(std::u16string_view text) {
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw com::Failure(E_OUTOFMEMORY,
+                           "A name or an attribute value is longer than a handler can be told.");
+    }
+    return static_cast<int>(text.size());
+}
+
+constexpr const OLECHAR* kNothing = u"";
+
+const OLECHAR* unitsOf(std::u16string_view text) noexcept {
+    return text.empty() ? kNothing : text.data();
+}
+
+}  // namespace
+
+void Utf16Scratch::start(std::size_t bytes) {
+    used_ = 0;
+    if (units_.size() < bytes) units_.resize(std::max(bytes, 2 * units_.size()));
+}
+
+std::u16string_view Utf16Scratch::add(std::string_view utf8) noexcept {
+    char16_t* const to = units_.data() + used_;
+    const std::size_t length = text::convertToUtf16(utf8, to);
+    used_ += length;
+    return {to, length};
+}
+
+HRESULT SaxLocator::QueryInterface(REFIID iid, void** object) {
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (iid != IID_IUnknown && iid != IID_ISAXLocator) return E_NOINTERFACE;
+    AddRef();
+    *object = static_cast<ISAXLocator*>(this);
+    return S_OK;
+}
+
+ULONG SaxLocator::Release() {
+    const std::uint32_t left = --count_;
+    if (left == 0) delete this;
+    return left;
+}
+
+HRESULT SaxLocator::getColumnNumber(int* column) {
+    if (column == nullptr) return E_POINTER;
+    *column = source_ == nullptr ? 0 : static_cast<int>(source_->position().column);
+    return S_OK;
+}
+
+HRESULT SaxLocator::getLineNumber(int* line) {
+    if (line == nullptr) return E_POINTER;
+    *line = source_ == nullptr ? 0 : static_cast<int>(source_->position().line);
+    return S_OK;
+}
+
+void SaxAttributes::set(std::span<const reader::Attribute> attributes, const reader::Namespaces& names,
+                        Utf16Scratch& scratch) {
+    shown_.clear();
+    for (std::size_t i = 0; i < attributes.size(); ++i) {
+        if (names.isDeclaration(i)) continue;
+        const std::u16string_view local = scratch.add(names.attribute(i).local);
+        shown_.push_back({local, scratch.add(attributes[i].value)});
+    }
+}
+
+HRESULT SaxAttributes::QueryInterface(REFIID iid, void** object) {
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (iid != IID_IUnknown && iid != IID_ISAXAttributes) return E_NOINTERFACE;
+    *object = static_cast<ISAXAttributes*>(this);
+    return S_OK;
+}
+
+const SaxAttributes::Shown* SaxAttributes::at(int index) const noexcept {
+    return index < 0 || static_cast<std::size_t>(index) >= shown_.size()
+               ? nullptr
+               : &shown_[static_cast<std::size_t>(index)];
+}
+
+HRESULT SaxAttributes::getLength(int* count) {
+    if (count == nullptr) return E_POINTER;
+    *count = static_cast<int>(shown_.size());
+    return S_OK;
+}
+
+HRESULT SaxAttributes::getLocalName(int index, const OLECHAR** name, int* length) {
+    if (name == nullptr || length == nullptr) return E_POINTER;
+    *name = nullptr;
+    *length = 0;
+    const Shown* const found = at(index);
+    if (found == nullptr) return com::fail(E_INVALIDARG, "The element has no attribute of this index.");
+    *name = unitsOf(found->localName);
+    *length = static_cast<int>(found->localName.size());
+    return S_OK;
+}
+
+HRESULT SaxAttributes::getValue(int index, const OLECHAR** value, int* length) {
+    if (value == nullptr || length == nullptr) return E_POINTER;
+    *value = nullptr;
+    *length = 0;
+    const Shown* const found = at(index);
+    if (found == nullptr) return com::fail(E_INVALIDARG, "The element has no attribute of this index.");
+    *value = unitsOf(found->value);
+    *length = static_cast<int>(found->value.size());
+    return S_OK;
+}
+
+SaxEvents::~SaxEvents() {
+    if (locator_) locator_->detach();
+}
+
+template <typename Call>
+void SaxEvents::tell(Call&& call) {
+    if (!handler_) return;
+    inHandler_ = true;
+    const HRESULT status = call(*handler_);
+    inHandler_ = false;
+    if (FAILED(status)) throw HandlerStatus{status};
+}
+
+void SaxEvents::startDocument(const reader::Locator& locator) {
+    names_ = locator.namespaces();
+    locator_ = com::Ref<SaxLocator>::adopt(new SaxLocator(locator));
+    tell([&](ISAXContentHandler& handler) { return handler.putDocumentLocator(locator_.get()); });
+    tell([](ISAXContentHandler& handler) { return handler.startDocument(); });
+}
+
+void SaxEvents::endDocument() {
+    tell([](ISAXContentHandler& handler) { return handler.endDocument(); });
+}
+
+std::u16string_view SaxEvents::convertUri(std::string_view uri) {
+    if (uri != lastUri_) {
+        lastUri_ = uri;
+        lastUri16_ = text::toUtf16(uri);
+    }
+    return lastUri16_;
+}
+
+SaxEvents::Name SaxEvents::convert(std::string_view qualified, const reader::ExpandedName& name) {
+    const std::u16string_view units = scratch_.add(qualified);
+    // The local name is the end of the qualified one; a prefix of n units and the colon stand before it.
+    std::u16string_view local = units;
+    if (!name.prefix.empty()) local.remove_prefix(units.find(u':') + 1);
+    return {convertUri(name.uri), local, units};
+}
+
+void SaxEvents::startElement(std::string_view name, std::span<const reader::Attribute> attributes) {
+    if (!handler_) return;
+    for (const reader::NamespaceDeclaration& declared : names_->declarations()) {
+        scratch_.start(declared.prefix.size() + declared.uri.size());
+        const std::u16string_view prefix = scratch_.add(declared.prefix);
+        const std::u16string_view uri = scratch_.add(declared.uri);
+        tell([&](ISAXContentHandler& handler) {
+            return handler.startPrefixMapping(unitsOf(prefix), lengthOf(prefix), unitsOf(uri), lengthOf(uri));
+        });
+    }
+    std::size_t bytes = name.size();
+    for (const reader::Attribute& attribute : attributes)
+        bytes += attribute.name.size() + attribute.value.size();
+    if (bytes > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw com::Failure(E_OUTOFMEMORY, "A start tag is longer than a handler can be told.");
+    }
+    scratch_.start(bytes);
+    const Name converted = convert(name, names_->element());
+    attributes_.set(attributes, *names_, scratch_);
+    tell([&](ISAXContentHandler& handler) {
+        return handler.startElement(unitsOf(converted.uri), lengthOf(converted.uri), converted.local.data(),
+                                    lengthOf(converted.local), converted.qualified.data(),
+                                    lengthOf(converted.qualified), &attributes_);
+    });
+}
+
+void SaxEvents::endElement(std::string_view name) {
+    if (!handler_) return;
+    scratch_.start(name.size());
+    const Name converted = convert(name, names_->element());
+    tell([&](ISAXContentHandler& handler) {
+        return handler.endElement(unitsOf(converted.uri), lengthOf(converted.uri), converted.local.data(),
+                                  lengthOf(converted.local), converted.qualified.data(),
+                                  lengthOf(converted.qualified));
+    });
+    const auto declarations = names_->declarations();
+    for (auto declared = declarations.rbegin(); declared != declarations.rend(); ++declared) {
+        scratch_.start(declared->prefix.size());
+        const std::u16string_view prefix = scratch_.add(declared->prefix);
+        tell([&](ISAXContentHandler& handler) {
+            return handler.endPrefixMapping(unitsOf(prefix), lengthOf(prefix));
+        });
+    }
+}
+
+// Texts come split between characters, so no surrogate pair is torn.
+void SaxEvents::characters(std::string_view text) {
+    if (!handler_) return;
+    scratch_.start(text.size());
+    const std::u16string_view units = scratch_.add(text);
+    tell([&](ISAXContentHandler& handler) { return handler.characters(units.data(), lengthOf(units)); });
+}
+
+void SaxEvents::processingInstruction(std::string_view target, std::string_view data) {
+    if (!handler_) return;
+    scratch_.start(target.size() + data.size());
+    const std::u16string_view name = scratch_.add(target);
+    const std::u16string_view rest = scratch_.add(data);
+    tell([&](ISAXContentHandler& handler) {
+        return handler.processingInstruction(unitsOf(name), lengthOf(name), unitsOf(rest), lengthOf(rest));
+    });
+}
+
+}  // namespace engine::sax

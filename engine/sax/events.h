@@ -1,0 +1,115 @@
+// From the reader's events to the calls of a content handler.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/com/msxml.h"
+#include "engine/com/ref.h"
+#include "engine/reader/events.h"
+
+namespace engine::sax {
+
+// Thrown through the reader when a handler answers with a failing status.
+struct HandlerStatus {
+    HRESULT status;
+};
+
+// UTF-16 of a few texts that live together, for one call of the handler. Keeps its memory.
+class Utf16Scratch final {
+public:
+    // Makes room for texts of this many UTF-8 bytes in all and forgets those before.
+    void start(std::size_t bytes);
+    [[nodiscard]] std::u16string_view add(std::string_view utf8) noexcept;
+
+private:
+    std::vector<char16_t> units_;
+    std::size_t used_ = 0;
+};
+
+// The position of the running parse; knows none once that is over, however long a handler keeps it.
+class SaxLocator final : public ISAXLocator {
+public:
+    explicit SaxLocator(const reader::Locator& source) noexcept : source_(&source) {}
+    void detach() noexcept { source_ = nullptr; }
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++count_; }
+    ULONG STDMETHODCALLTYPE Release() override;
+    HRESULT STDMETHODCALLTYPE getColumnNumber(int* column) override;
+    HRESULT STDMETHODCALLTYPE getLineNumber(int* line) override;
+
+private:
+    ~SaxLocator() = default;
+    std::uint32_t count_ = 1;
+    const reader::Locator* source_;
+};
+
+// The attributes of the element being delivered, without namespace declarations. Its life is that of the
+// parse; counting does nothing.
+class SaxAttributes final : public ISAXAttributes {
+public:
+    // Lent for the event. `scratch` has room for all names and values.
+    void set(std::span<const reader::Attribute> attributes, const reader::Namespaces& names,
+             Utf16Scratch& scratch);
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE getLength(int* count) override;
+    HRESULT STDMETHODCALLTYPE getLocalName(int index, const OLECHAR** name, int* length) override;
+    HRESULT STDMETHODCALLTYPE getValue(int index, const OLECHAR** value, int* length) override;
+
+private:
+    struct Shown {
+        std::u16string_view localName;
+        std::u16string_view value;
+    };
+    [[nodiscard]] const Shown* at(int index) const noexcept;
+    std::vector<Shown> shown_;
+};
+
+// The sink that calls the handler. `handler` may be changed between events, null included. `inHandler` is
+// true while the handler runs, and stays true when it throws.
+class SaxEvents final : public reader::EventSink {
+public:
+    SaxEvents(const com::Ref<ISAXContentHandler>& handler, bool& inHandler) noexcept
+        : handler_(handler), inHandler_(inHandler) {}
+    ~SaxEvents() override;
+    SaxEvents(const SaxEvents&) = delete;
+    SaxEvents& operator=(const SaxEvents&) = delete;
+
+    void startDocument(const reader::Locator& locator) override;
+    void endDocument() override;
+    void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
+    void endElement(std::string_view name) override;
+    void characters(std::string_view text) override;
+    void startCData() override {}
+    void endCData() override {}
+    void comment(std::string_view) override {}
+    void processingInstruction(std::string_view target, std::string_view data) override;
+
+private:
+    struct Name {
+        std::u16string_view uri;
+        std::u16string_view local;
+        std::u16string_view qualified;
+    };
+    template <typename Call>
+    void tell(Call&& call);
+    [[nodiscard]] Name convert(std::string_view qualified, const reader::ExpandedName& name);
+    [[nodiscard]] std::u16string_view convertUri(std::string_view uri);
+
+    const com::Ref<ISAXContentHandler>& handler_;
+    bool& inHandler_;
+    com::Ref<SaxLocator> locator_;
+    const reader::Namespaces* names_ = nullptr;
+    SaxAttributes attributes_;
+    Utf16Scratch scratch_;
+    std::string lastUri_;  // most elements of a document are in one namespace
+    std::u16string lastUri16_;
+};
+
+}  // namespace engine::sax
