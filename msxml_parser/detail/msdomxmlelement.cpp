@@ -74,22 +74,32 @@ void MSDOMXmlElement::setName(const KelString& name) {
     Node replaced;
     check(element_->get_parentNode(parent.receive()), element_);
     check(parent->replaceChild(renamed.get(), element_.get(), replaced.receive()), parent);
-    element_ = std::move(renamed);
+    standOn(std::move(renamed));
 }
 
 // Attributes.
 
-Node MSDOMXmlElement::attributeAt(int index) const {
-    ComPtr<IXMLDOMNamedNodeMap> attributes;
-    check(element_->get_attributes(attributes.receive()), element_);
-    Node attribute;
-    check(attributes->get_item(index, attribute.receive()), attributes);
-    return attribute;
+const ComPtr<IXMLDOMNamedNodeMap>& MSDOMXmlElement::attributes() {
+    if (!attributes_) check(element_->get_attributes(attributes_.receive()), element_);
+    return attributes_;
+}
+
+const Node& MSDOMXmlElement::attributeAt(int index) {
+    if (index != attributeIndex_ || !attribute_) {
+        check(attributes()->get_item(index, attribute_.receive()), attributes_);
+        attributeIndex_ = index;
+    }
+    return attribute_;
+}
+
+void MSDOMXmlElement::forgetAttributes() noexcept {
+    attributes_ = {};
+    attribute_ = {};
 }
 
 template <typename String>
-String& MSDOMXmlElement::readAttributeValue(int index, String& out) const {
-    const Node attribute = attributeAt(index);
+String& MSDOMXmlElement::readAttributeValue(int index, String& out) {
+    const Node& attribute = attributeAt(index);
     Variant value;
     check(attribute->get_nodeValue(value.receive()), attribute);
     assign(out, value.text());
@@ -136,16 +146,14 @@ void MSDOMXmlElement::setAttribute(const KelString& name, const KelString& value
 }
 
 int MSDOMXmlElement::getAttributeCount() {
-    ComPtr<IXMLDOMNamedNodeMap> attributes;
-    check(element_->get_attributes(attributes.receive()), element_);
     LONG count = 0;
-    check(attributes->get_length(&count), attributes);
+    check(attributes()->get_length(&count), attributes_);
     return static_cast<int>(count);
 }
 
 template <typename String>
-String& MSDOMXmlElement::readAttributeName(int index, String& out) const {
-    const Node attribute = attributeAt(index);
+String& MSDOMXmlElement::readAttributeName(int index, String& out) {
+    const Node& attribute = attributeAt(index);
     BStr name;
     check(attribute->get_nodeName(name.receive()), attribute);
     assign(out, name.view());

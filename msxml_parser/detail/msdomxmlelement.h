@@ -18,7 +18,10 @@ public:
     [[nodiscard]] static MSDOMXmlElement* create(msxml::Element element) noexcept;
 
     [[nodiscard]] const msxml::Element& engineElement() const noexcept { return element_; }
-    void standOn(msxml::Element element) noexcept { element_ = std::move(element); }
+    void standOn(msxml::Element element) noexcept {
+        forgetAttributes();
+        element_ = std::move(element);
+    }
 
     IKelDOMXmlElement* clone() override;
 
@@ -58,16 +61,23 @@ private:
     template <typename String>
     String& readName(String& out) const;
     template <typename String>
-    String& readAttributeValue(int index, String& out) const;
+    String& readAttributeValue(int index, String& out);
     template <typename String>
     String& readAttribute(const KelString& name, String& out) const;
     template <typename String>
-    String& readAttributeName(int index, String& out) const;
+    String& readAttributeName(int index, String& out);
     template <typename String>
     String& readText(String& out) const;
 
-    [[nodiscard]] msxml::Node attributeAt(int index) const;
+    [[nodiscard]] const msxml::ComPtr<IXMLDOMNamedNodeMap>& attributes();
+    [[nodiscard]] const msxml::Node& attributeAt(int index);
+    void forgetAttributes() noexcept;
     [[nodiscard]] msxml::ComPtr<IXMLDOMDocument> ownerDocument() const;
 
     msxml::Element element_;
+    // The element's attributes and the one asked for last, both live, for they are asked for one by one and
+    // each by name and value.
+    msxml::ComPtr<IXMLDOMNamedNodeMap> attributes_;
+    msxml::Node attribute_;
+    int attributeIndex_ = -1;
 };
