@@ -33,7 +33,8 @@ constexpr std::u16string_view kCharacters = u"&<>\"";
 constexpr std::array<std::u16string_view, 4> kEntities{u"&amp;", u"&lt;", u"&gt;", u"&quot;"};
 
 bool isSpecial(char16_t unit) {
-    return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"';
+    // The first comparison dismisses letters, which most units are.
+    return unit <= u'>' && (unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"');
 }
 
 // The index of the first difference from `entity`, from index 1 on; the entity's length if there is none.
