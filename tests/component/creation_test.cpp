@@ -75,11 +75,16 @@ private:
 
 PropertyRecorder* document = nullptr;  // what the class table makes while it is set
 
-// Stands in front of the engine's own entry, which it calls while there is no document of ours.
-engine::com::ClassEntry ourEntry{msxml::kDocumentClass, [](REFIID iid, void** object) noexcept -> HRESULT {
-                                     if (document != nullptr) return document->QueryInterface(iid, object);
-                                     return ourEntry.next->create(iid, object);
-                                 }};
+// Stands in front of the engine's own entry, which it asks while there is no document of ours.
+HRESULT createDocument(REFIID iid, void** object) noexcept;
+engine::com::ClassEntry ourEntry{msxml::kDocumentClass, createDocument};
+
+HRESULT createDocument(REFIID iid, void** object) noexcept {
+    if (document != nullptr) return document->QueryInterface(iid, object);
+    const engine::com::ClassEntry* entry = ourEntry.next;
+    while (entry->clsid != msxml::kDocumentClass) entry = entry->next;
+    return entry->create(iid, object);
+}
 
 class Creation : public ::testing::Test {
 protected:

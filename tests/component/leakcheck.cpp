@@ -9,12 +9,16 @@
 namespace {
 
 class LeakCheck final : public ::testing::EmptyTestEventListener {
-    void OnTestStart(const ::testing::TestInfo&) override { before_ = engine::com::blocksInUse(); }
+    void OnTestStart(const ::testing::TestInfo&) override { before_ = count(); }
 
     void OnTestEnd(const ::testing::TestInfo& test) override {
         if (keepsObjectsOnPurpose(test)) return;
-        (void)SetErrorInfo(0, nullptr);  // the last failure's, which nobody asked for
-        EXPECT_EQ(engine::com::blocksInUse(), before_) << "engine objects or strings left behind";
+        EXPECT_EQ(count(), before_) << "engine objects or strings left behind";
+    }
+
+    static std::int64_t count() {
+        (void)SetErrorInfo(0, nullptr);  // of the last failure, if nobody asked for it
+        return engine::com::blocksInUse();
     }
 
     // SAX readers outlive their parsers, and a save without a root element leaves its handle alive.
