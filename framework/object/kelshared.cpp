@@ -16,8 +16,8 @@ void KelShared::release() noexcept {
 }
 
 void KelShared::releaseNoDelete() noexcept {
-    (void)dropReference();
-}  // the storage belongs to somebody else
+    (void)dropReference();  // the storage belongs to somebody else
+}
 
 std::int32_t KelShared::refCount() const noexcept {
     return count_;

@@ -32,6 +32,8 @@ TEST(KelString, WidensBytesAsSignedValues) {
     const KelString text(std::string_view("a\x7F\x80\xE9\xFF"));
     EXPECT_EQ(text, u"a\x007F\xFF80\xFFE9\xFFFF");
     EXPECT_STREQ(text.narrow(), "a\x7F") << "without a host's conversion only ASCII comes back";
+    const KelString wide(u"a\x007F\x0080\x00E9\x20AC");
+    EXPECT_STREQ(wide.narrow(), "a\x7F");
     EXPECT_EQ(KelString("abc", 2), u"ab");
     EXPECT_EQ(KelString("abc", 0), u"");
     EXPECT_EQ(KelString("abc", -1), u"abc");

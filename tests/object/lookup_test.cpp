@@ -11,11 +11,16 @@ public:
     static constexpr bool kIsHidden = true;
 };
 
-// Its class name is also the name of its interface: the class comes first.
-class Shadow final : public kel::Implements<Shadow, IKelShelf> {
+class IKelBox : public virtual IKelUnknown {
 public:
-    static constexpr const char* kClassName = "IKelShelf";
-    int padding = 0;
+    static constexpr const char* interfaceName() noexcept { return "IKelBox"; }
+    virtual int volume() { return 3; }
+};
+
+// Its class name is also the name of an interface: the class comes first.
+class Shadow final : public kel::Implements<Shadow, IKelShelf, IKelBox> {
+public:
+    static constexpr const char* kClassName = "IKelBox";
 };
 
 class HostPart final : public kel::Implements<HostPart, IKelShelf, IKelComponentContainer, IKelShelfV2> {
@@ -54,8 +59,9 @@ TEST(Lookup, HandsOutThePartThatHasExactlyThisName) {
 
     Shadow shadow;
     void* out = nullptr;
-    shadow.queryInterface("IKelShelf", &out, false);
+    shadow.queryInterface("IKelBox", &out, false);
     EXPECT_EQ(out, static_cast<void*>(&shadow));
+    EXPECT_NE(out, static_cast<void*>(static_cast<IKelBox*>(&shadow)));
 }
 
 TEST(Lookup, TypedFormConvertsAndTakesNull) {
@@ -91,8 +97,8 @@ TEST(ClassDescription, ListsTheClassThenItsInterfacesFromNumberOne) {
 
     Shadow second;  // a second class belongs to the one described before it
     kel::describeClass(second, description);
-    expectEntry(entries.at(4), "IKelShelf", KelClassEntryKind::Class, "Shelf");
-    expectEntry(entries.at(5), "IKelShelf", KelClassEntryKind::Interface, "IKelShelf");
+    expectEntry(entries.at(4), "IKelBox", KelClassEntryKind::Class, "Shelf");
+    expectEntry(entries.at(5), "IKelShelf", KelClassEntryKind::Interface, "IKelBox");
 }
 
 TEST(ClassDescription, StaysEmptyForHiddenClassesAndParts_OfTheHost) {
