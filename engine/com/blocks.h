@@ -20,6 +20,7 @@ void giveBlock(void* block, std::size_t sizeInBytes) noexcept;
 // Base of classes whose objects live in such blocks.
 class Pooled {
 public:
+    // NOLINTNEXTLINE(misc-new-delete-overloads): the check does not know the sized form below.
     static void* operator new(std::size_t sizeInBytes) {
         void* block = takeBlock(sizeInBytes);
         if (block == nullptr) throw std::bad_alloc();

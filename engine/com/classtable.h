@@ -11,8 +11,8 @@ namespace engine::com {
 // registered.
 struct ClassEntry {
     const CLSID& clsid;
-    HRESULT(*create)
-    (REFIID iid, void** object) noexcept;  // as CoCreateInstance, out-parameter already cleared
+    // As CoCreateInstance; the out-parameter is cleared before.
+    HRESULT (*create)(REFIID iid, void** object) noexcept = nullptr;
     ClassEntry* next = nullptr;
 };
 

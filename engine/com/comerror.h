@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 using HRESULT = std::int32_t;  // negative: failed
 using OLECHAR = char16_t;
@@ -25,6 +26,7 @@ public:
         return text_ ? static_cast<unsigned int>(text_->size()) : 0;
     }
     // Null for an empty text, else zero-terminated; lives as long as this object or a copy of it.
+    // NOLINTNEXTLINE(google-explicit-constructor): the platform's class converts like this.
     operator const OLECHAR*() const noexcept { return text_ ? text_->c_str() : nullptr; }
 
 private:
@@ -34,7 +36,7 @@ private:
 class _com_error {
 public:
     explicit _com_error(HRESULT status, _bstr_t description = {}) noexcept
-        : status_(status), description_(std::move(description)) {
+        : status_(status), description_(std::move(description)), unknown_{} {
         std::snprintf(unknown_, sizeof unknown_, "Unknown error 0x%08X", static_cast<unsigned int>(status));
     }
     virtual ~_com_error() = default;

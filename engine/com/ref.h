@@ -50,4 +50,10 @@ private:
     T* object_ = nullptr;
 };
 
+// A new object that counts from 1, and its first count.
+template <typename T, typename... Arguments>
+[[nodiscard]] Ref<T> make(Arguments&&... arguments) {
+    return Ref<T>::adopt(new T(std::forward<Arguments>(arguments)...));
+}
+
 }  // namespace engine::com

@@ -1,7 +1,5 @@
 #include "engine/dom/document.h"
 
-#include <memory>
-
 #include "engine/com/classtable.h"
 #include "engine/com/status.h"
 #include "engine/dom/parseerror.h"
@@ -20,11 +18,6 @@ namespace {
 constexpr IID kDocumentId{0x3C8E61D4, 0x7A0F, 0x4B1D, {0xA2, 0x6E, 0x90, 0x5B, 0xC1, 0x47, 0x2F, 0xE8}};
 
 constinit Transformer* theTransformer = nullptr;
-
-struct Retire {
-    void operator()(LiveTree* tree) const noexcept { tree->retire(); }
-};
-using OwnedTree = std::unique_ptr<LiveTree, Retire>;
 
 void checkName(BSTR name, const char* what) {
     if (text::isQualifiedName(textOf(name))) return;
@@ -51,10 +44,7 @@ Document::~Document() {
 }
 
 HRESULT Document::create(REFIID iid, void** object) noexcept {
-    return guarded([&] {
-        const auto made = com::Ref<Document>::adopt(new Document);
-        return made->QueryInterface(iid, object);
-    });
+    return guarded([&] { return com::make<Document>()->QueryInterface(iid, object); });
 }
 
 Document* Document::of(IUnknown* object) noexcept {
@@ -86,11 +76,15 @@ void Document::install(LiveTree* content) noexcept {
 }
 
 void Document::clear() {
-    install(new LiveTree(*this, mostTextInBytes_));
+    install(newTree().release());
+}
+
+Document::OwnedTree Document::newTree() {
+    return OwnedTree(new LiveTree(*this, mostTextInBytes_));
 }
 
 void Document::replaceContent(const std::function<void(reader::EventSink&)>& fill) {
-    OwnedTree content(new LiveTree(*this, mostTextInBytes_));
+    OwnedTree content = newTree();
     TreeBuilder builder(content->tree(), WhiteSpace::KeepAll);
     fill(builder);
     lastError_ = {};
@@ -174,13 +168,13 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     return loadFrom(reader::Input::text(textOf(text)), {}, loaded);
 }
 
-// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is made
-// first, when there is memory.
+// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is
+// made first, when there is memory.
 HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree empty;
     const HRESULT status = guarded([&] {
-        empty.reset(new LiveTree(*this, mostTextInBytes_));
-        OwnedTree content(new LiveTree(*this, mostTextInBytes_));
+        empty = newTree();
+        OwnedTree content = newTree();
         content->setUrl(std::move(url));
         lastError_ = build(input, *content);
         if (lastError_.failed()) return S_FALSE;
@@ -220,7 +214,7 @@ HRESULT Document::get_parseError(IXMLDOMParseError** error) {
     if (error == nullptr) return nodeops::nullPointer("get_parseError");
     *error = nullptr;
     return guarded([&] {
-        *error = new ParseErrorObject(lastError_);
+        *error = com::make<ParseErrorObject>(lastError_).detach();
         return S_OK;
     });
 }
@@ -265,7 +259,7 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
         reader::ParseError result;
         const HRESULT status = schemas_->validateTree({tree->tree(), kDocumentNode, tree->url()}, &result);
         if (FAILED(status)) return status;
-        *error = new ParseErrorObject(result);
+        *error = com::make<ParseErrorObject>(result).detach();
         return result.failed() ? S_FALSE : S_OK;
     });
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "engine/dom/nodeobject.h"
@@ -45,12 +46,18 @@ public:
     HRESULT validate(IXMLDOMParseError** error) override;
 
 private:
+    struct Retire {
+        void operator()(LiveTree* tree) const noexcept { tree->retire(); }
+    };
+    using OwnedTree = std::unique_ptr<LiveTree, Retire>;
+
     ~Document();
 
     template <typename Made>
     HRESULT give(NodeId node, Made** result);
     HRESULT loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept;
     reader::ParseError build(const reader::Input& input, LiveTree& target);
+    [[nodiscard]] OwnedTree newTree();
     void clear();
     void install(LiveTree* content) noexcept;
 

@@ -113,7 +113,7 @@ HRESULT AttributeMap::get_item(LONG index, IXMLDOMNode** node) {
     const auto wanted = static_cast<std::uint32_t>(index);
     if (index < 0 || wanted >= element_.tree->tree().attributeCount(element_.node)) return S_FALSE;
     return guarded([&] {
-        *node = new AttributeObject(element_, wanted);
+        *node = com::make<AttributeObject>(element_, wanted).detach();
         return S_OK;
     });
 }

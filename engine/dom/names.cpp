@@ -14,33 +14,28 @@ std::uint64_t mix(std::uint64_t a, std::uint64_t b) noexcept {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-// Differs from run to run, so that no document can be written whose names all meet in one slot.
-std::uint64_t seed() noexcept {
-    static const std::uint64_t value =
-        mix(static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
-                reinterpret_cast<std::uintptr_t>(&seed),
-            0x9E3779B97F4A7C15u) |
-        1;
-    return value;
-}
+}  // namespace
 
-std::uint32_t hashOf(std::string_view name) noexcept {
-    const std::uint64_t secret = seed();
-    std::uint64_t hash = secret ^ name.size();
+Names::Names() noexcept
+    : secret_(mix(static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
+                      reinterpret_cast<std::uintptr_t>(this),
+                  0x9E3779B97F4A7C15u) |
+              1) {}
+
+std::uint32_t Names::hashOf(std::string_view name) const noexcept {
+    std::uint64_t hash = secret_ ^ name.size();
     const char* at = name.data();
     std::size_t left = name.size();
     for (; left > 8; at += 8, left -= 8) {
         std::uint64_t word;
         std::memcpy(&word, at, 8);
-        hash = mix(hash ^ word, 0xA0761D6478BD642Fu ^ secret);
+        hash = mix(hash ^ word, 0xA0761D6478BD642Fu ^ secret_);
     }
     std::uint64_t word = 0;
     if (left != 0) std::memcpy(&word, at, left);
-    hash = mix(hash ^ word, 0xE7037ED1A0B428DBu ^ secret);
+    hash = mix(hash ^ word, 0xE7037ED1A0B428DBu ^ secret_);
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
-
-}  // namespace
 
 std::uint32_t Names::slotOf(std::string_view name, std::uint32_t hash) const noexcept {
     const std::uint32_t mask = slots_.size() - 1;

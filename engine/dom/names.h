@@ -15,6 +15,8 @@ class Names final {
 public:
     static constexpr std::uint32_t kMost = (1u << 27) - 8;  // what a node's record has room for
 
+    Names() noexcept;
+
     // The id of `name`, a new one if needed; ids count from 0. Throws as Table does, unchanged then.
     [[nodiscard]] NameId intern(std::string_view name);
     [[nodiscard]] std::optional<NameId> find(std::string_view name) const noexcept;
@@ -38,10 +40,13 @@ private:
         std::uint32_t hash;
     };
 
+    [[nodiscard]] std::uint32_t hashOf(std::string_view name) const noexcept;
     void growSlots();
     // The slot that holds the name, or the free one where it would go.
     [[nodiscard]] std::uint32_t slotOf(std::string_view name, std::uint32_t hash) const noexcept;
 
+    // Differs from tree to tree, so that no document can be written whose names all meet in one slot.
+    std::uint64_t secret_;
     Table<Record> records_{kMost};
     Table<char> bytes_;
     // Open addressing, a power of two, at most half full; 0 is free, else the id plus 1.

@@ -186,7 +186,7 @@ HRESULT getChildren(const Anchor& anchor, IXMLDOMNodeList** children) noexcept {
     if (children == nullptr) return nullPointer("get_childNodes");
     *children = nullptr;
     return guarded([&] {
-        *children = new ChildList(anchor);
+        *children = com::make<ChildList>(anchor).detach();
         return S_OK;
     });
 }
@@ -196,7 +196,7 @@ HRESULT getAttributes(const Anchor& anchor, IXMLDOMNamedNodeMap** attributes) no
     *attributes = nullptr;
     if (anchor.tree->tree().kind(anchor.node) != NodeKind::Element) return S_FALSE;
     return guarded([&] {
-        *attributes = new AttributeMap(anchor);
+        *attributes = com::make<AttributeMap>(anchor).detach();
         return S_OK;
     });
 }

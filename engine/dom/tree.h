@@ -158,7 +158,7 @@ private:
         std::uint32_t length;
     };
     struct Placed {
-        NodeId node;
+        NodeId node = kNoNode;
         reader::Position position;
     };
     struct Span {

@@ -11,6 +11,7 @@ namespace engine::dom {
 
 class Utf8Text final {
 public:
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the buffer is written before it is read.
     explicit Utf8Text(std::u16string_view text) {
         if (text.size() * 3 <= buffer_.size()) {
             view_ = {buffer_.data(), text::convertToUtf8(text, buffer_.data())};
