@@ -115,6 +115,11 @@ HRESULT detail::translateException() noexcept {
 }
 
 BSTR makeBstr(std::string_view utf8) {
+    constexpr std::size_t kShort = 128;
+    if (utf8.size() <= kShort) {  // most are: converted once, without counting first
+        char16_t units[kShort];
+        return makeBstr(std::u16string_view(units, text::convertToUtf16(utf8, units)));
+    }
     const std::size_t length = text::utf16Length(utf8);
     BSTR result = length > std::numeric_limits<UINT>::max()
                       ? nullptr

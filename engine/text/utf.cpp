@@ -18,6 +18,12 @@ bool isAsciiBlock(const char* bytes) noexcept {
     return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
 }
 
+bool isAsciiHalf(const char* bytes) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, bytes, kBlock / 2);
+    return (word & 0x8080808080808080u) == 0;
+}
+
 bool isAsciiBlock(const char16_t* units) noexcept {
     std::uint64_t words[4];
     std::memcpy(words, units, kBlock * sizeof(char16_t));
@@ -145,6 +151,11 @@ std::size_t convertToUtf16(std::string_view utf8, char16_t* out) noexcept {
             for (std::size_t i = 0; i < kBlock; ++i) out[i] = static_cast<unsigned char>(at[i]);
             at += kBlock;
             out += kBlock;
+        }
+        if (static_cast<std::size_t>(end - at) >= kBlock / 2 && isAsciiHalf(at)) {  // short texts are many
+            for (std::size_t i = 0; i < kBlock / 2; ++i) out[i] = static_cast<unsigned char>(at[i]);
+            at += kBlock / 2;
+            out += kBlock / 2;
         }
         const char* const stop = static_cast<std::size_t>(end - at) >= kBlock ? at + kBlock : end;
         while (at < stop) {
