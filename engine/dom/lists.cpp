@@ -50,12 +50,12 @@ ULONG ChildList::Release() {
 
 void ChildList::checkCursor() noexcept {
     const Tree& tree = parent_.tree->tree();
-    if (serial_ == tree.serial() && revision_ == tree.linkRevision()) return;
+    if (serial_ == tree.serial() && revision_ == tree.orderRevision()) return;
     serial_ = tree.serial();
-    revision_ = tree.linkRevision();
-    cursor_ = tree.firstChild(parent_.node);
-    cursorIndex_ = 0;
-    length_ = -1;
+    revision_ = tree.orderRevision();
+    cursor_ = kNoNode;
+    lastCounted_ = kNoNode;
+    counted_ = 0;
 }
 
 NodeId ChildList::seek(std::uint32_t index) noexcept {
@@ -88,12 +88,13 @@ HRESULT ChildList::get_item(LONG index, IXMLDOMNode** node) {
 HRESULT ChildList::get_length(LONG* length) {
     if (length == nullptr) return nodeops::nullPointer("get_length");
     checkCursor();
-    if (length_ < 0) {
-        const Tree& tree = parent_.tree->tree();
-        length_ = 0;
-        for (NodeId at = tree.firstChild(parent_.node); at != kNoNode; at = tree.nextSibling(at)) ++length_;
+    const Tree& tree = parent_.tree->tree();
+    NodeId at = lastCounted_ == kNoNode ? tree.firstChild(parent_.node) : tree.nextSibling(lastCounted_);
+    for (; at != kNoNode; at = tree.nextSibling(at)) {
+        lastCounted_ = at;
+        ++counted_;
     }
-    *length = length_;
+    *length = counted_;
     return S_OK;
 }
 

@@ -9,7 +9,7 @@
 namespace engine::dom {
 
 // Children by index. Remembers where it was, so that going through them in order costs constant time for
-// each.
+// each, even while other children are appended, here or elsewhere.
 class ChildList final : public IXMLDOMNodeList, public com::Pooled {
 public:
     explicit ChildList(const Anchor& parent) noexcept
@@ -31,12 +31,14 @@ private:
     com::Ref<IXMLDOMNode> owner_;
     const Anchor& parent_;  // of owner_
     ULONG count_ = 1;
-    // The child at a known index and, once counted, how many there are, all as of a state of a tree.
+    // The child at a known index, and the last one counted. They hold until a child of the tree changes its
+    // index.
     std::uint64_t serial_ = 0;
     std::uint64_t revision_ = 0;
     NodeId cursor_ = kNoNode;
     std::uint32_t cursorIndex_ = 0;
-    LONG length_ = -1;
+    NodeId lastCounted_ = kNoNode;
+    LONG counted_ = 0;
 };
 
 class AttributeMap final : public IXMLDOMNamedNodeMap, public com::Pooled {

@@ -81,9 +81,10 @@ void checkInsertion(const Anchor& parent, const Anchor& child, NodeId replaced) 
     if (kind == NodeKind::Text || kind == NodeKind::CData) {
         refuse("Text cannot stand beside the document element; put it into an element.");
     }
+    if (kind != NodeKind::Element) return;
     const NodeId root = target.documentElement();
     const bool sameNode = parent.tree == child.tree && root == child.node;
-    if (kind == NodeKind::Element && root != kNoNode && root != replaced && !sameNode) {
+    if (root != kNoNode && root != replaced && !sameNode) {
         refuse("The document has a document element, '" + std::string(target.name(root)) +
                "', and cannot take a second one, '" + std::string(source.name(child.node)) + "'.");
     }

@@ -211,7 +211,7 @@ NodeId Tree::copyFrom(const Tree& source, NodeId node) {
 void Tree::setContent(NodeId node, std::string_view text) {
     Node& record = nodes_[node];
     const Span span = store(text);
-    ++textRevision_;
+    ++otherRevision_;
     wastedBytes_ += record.count;
     record.first = span.offset;
     record.count = span.length;
@@ -220,7 +220,7 @@ void Tree::setContent(NodeId node, std::string_view text) {
 void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_view value) {
     const Span span = store(value);
     Attribute& record = attributes_[nodes_[element].first + index];
-    ++textRevision_;
+    ++otherRevision_;
     wastedBytes_ += record.length;
     record.offset = span.offset;
     record.length = span.length;
@@ -233,7 +233,7 @@ void Tree::setAttribute(NodeId element, std::string_view name, std::string_view 
     const NameId id = names_.intern(name);
     const Span span = store(value);
     growAttributes(element);
-    ++textRevision_;
+    ++otherRevision_;
     Node& record = nodes_[element];
     attributes_[record.first + record.count++] = {id, span.offset, span.length};
 }
@@ -261,11 +261,12 @@ void Tree::append(NodeId parent, NodeId child) noexcept {
 }
 
 void Tree::insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept {
-    ++linkRevision_;
     Node& added = nodes_[child];
     Node& above = nodes_[parent];
-    added.parent = parent;
     const NodeId first = above.firstChild;
+    const bool isLast = previous == kNoNode ? first == kNoNode : nodes_[previous].next == kNoNode;
+    ++(isLast ? otherRevision_ : orderRevision_);
+    added.parent = parent;
     if (previous == kNoNode) {
         added.next = first;
         added.previous = first == kNoNode ? child : nodes_[first].previous;
@@ -282,7 +283,7 @@ void Tree::insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept {
 void Tree::unlink(NodeId node) noexcept {
     Node& removed = nodes_[node];
     if (removed.parent == kNoNode) return;
-    ++linkRevision_;
+    ++orderRevision_;
     Node& above = nodes_[removed.parent];
     const NodeId first = above.firstChild;
     const NodeId after = removed.next == kNoNode ? first : removed.next;  // whose previous this node is

@@ -119,10 +119,10 @@ public:
 
     // Tells this tree from every other of the process.
     [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
-    // Count the changes to the links, and all changes, so that a cursor or a compiled form knows whether it
-    // still holds.
-    [[nodiscard]] std::uint64_t linkRevision() const noexcept { return linkRevision_; }
-    [[nodiscard]] std::uint64_t revision() const noexcept { return linkRevision_ + textRevision_; }
+    // Counts the changes that move a child to another index; appending one behind the others does not.
+    [[nodiscard]] std::uint64_t orderRevision() const noexcept { return orderRevision_; }
+    // Counts all changes.
+    [[nodiscard]] std::uint64_t revision() const noexcept { return orderRevision_ + otherRevision_; }
 
     // Nodes that are neither in the document nor in a subtree that holds one of `roots` are taken back.
     // Worth a call when `wantsReclaim`; linear then, so constant on average for each node made.
@@ -193,8 +193,8 @@ private:
     NodeId firstFree_ = kNoNode;
     std::uint32_t freeCount_ = 0;
     std::uint64_t serial_;
-    std::uint64_t linkRevision_ = 0;
-    std::uint64_t textRevision_ = 0;
+    std::uint64_t orderRevision_ = 0;
+    std::uint64_t otherRevision_ = 0;
     std::uint32_t madeSinceReclaim_ = 0;
     std::uint32_t nodesAtReclaim_ = 0;
     std::uint64_t wastedBytes_ = 0;  // estimate of what compact would give back

@@ -108,6 +108,15 @@ TEST_F(DomEdit, ChildListFollowsEditsAndCursors) {
     EXPECT_EQ(list->get_length(&length), S_OK);
     EXPECT_EQ(length, 3);
     EXPECT_EQ(item(2) + item(1) + item(0) + item(3) + item(-1) + item(2), "dcbd");
+    const Node f = Node::share(element(*document, "f").get());
+    EXPECT_EQ(a->appendChild(f.get(), nullptr), S_OK);  // the list goes on from where it was
+    EXPECT_EQ(list->get_length(&length), S_OK);
+    EXPECT_EQ(length, 4);
+    EXPECT_EQ(item(3) + item(2), "fd");
+    EXPECT_EQ(first(*a)->appendChild(f.get(), nullptr), S_OK);
+    EXPECT_EQ(list->get_length(&length), S_OK);
+    EXPECT_EQ(length, 3);
+    EXPECT_EQ(item(2) + item(3), "d");
     EXPECT_EQ(a->appendChild(first(*a).get(), nullptr), S_OK);  // b goes to the end
     EXPECT_EQ(item(2) + item(0), "bc");
     const DocumentRef other = loaded(u"<x/>");
