@@ -1,0 +1,215 @@
+#include "engine/xml2/errors.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+#include "engine/xml2/uri.h"
+
+namespace engine::xml2 {
+
+namespace {
+
+constexpr std::size_t kMostLines = 25;
+constexpr std::size_t kLongestLine = 2000;  // bytes
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kBlank = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+// The words between `from` and `to` (the end if absent); empty if `from` is absent.
+std::string_view between(std::string_view text, std::string_view from, std::string_view to) {
+    const std::size_t start = text.find(from);
+    if (start == std::string_view::npos) return {};
+    text.remove_prefix(start + from.size());
+    return text.substr(0, text.rfind(to));
+}
+
+bool isContext(std::string_view line) {
+    for (const std::string_view start : {"compilation error", "runtime error", "error"}) {
+        if (!line.starts_with(start)) continue;
+        const std::string_view rest = line.substr(start.size());
+        if (rest.empty() || rest.starts_with(": file ") || rest.starts_with(": element ")) return true;
+    }
+    return false;
+}
+
+// "runtime error: file URI line N element NAME", where each part but the first may be missing.
+std::string contextPlace(std::string_view line) {
+    std::string_view rest = between(line, ": file ", " element ");
+    std::uint32_t number = 0;
+    const std::size_t at = rest.rfind(" line ");
+    if (at != std::string_view::npos) {
+        const std::string_view digits = rest.substr(at + 6);
+        (void)std::from_chars(digits.data(), digits.data() + digits.size(), number);
+        rest = rest.substr(0, at);
+    }
+    return placeText(rest, number);
+}
+
+// The library's function names are of no use to whoever wrote the document, and some lines say again what the
+// line before said.
+std::string plainWords(std::string_view line) {
+    if (line.find("rights for ") != std::string_view::npos && line.ends_with(" denied")) return {};
+    for (const std::string_view prefix : {"xslt", "xmlXPath", "xmlXPtr", "exslt"}) {
+        if (!line.starts_with(prefix)) continue;
+        const std::size_t end = line.find_first_of(" :");
+        if (end == std::string_view::npos || line.find_first_of(":") > end + 1) break;
+        return std::string(trimmed(line.substr(line.find(':') + 1)));
+    }
+    return std::string(line);
+}
+
+}  // namespace
+
+std::string placeText(std::string_view uri, std::uint32_t line) {
+    std::string place = displayName(uri);
+    if (line != 0) {
+        if (!place.empty()) place += ", ";
+        place += "line " + std::to_string(line);
+    }
+    if (!place.empty()) place += ": ";
+    return place;
+}
+
+void Causes::keep(std::string line) {
+    if (line.size() > kLongestLine) {
+        std::size_t end = kLongestLine;
+        while (end > 0 && (static_cast<unsigned char>(line[end]) & 0xC0u) == 0x80u) --end;
+        line.resize(end);
+        line += "...";
+    }
+    if (!lines_.empty() && lines_.back() == line) return;  // both channels tell some things
+    if (lines_.size() == kMostLines) {
+        ++dropped_;
+        return;
+    }
+    lines_.push_back(std::move(line));
+}
+
+void Causes::add(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const std::string_view line = trimmed(text.substr(0, end));
+        if (!line.empty()) keep(std::string(line));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+void Causes::add(std::string_view uri, std::uint32_t line, std::string_view text) {
+    std::string single = placeText(uri, line);
+    for (const char c : trimmed(text)) single += c == '\n' ? ' ' : c;
+    keep(std::move(single));
+}
+
+void Causes::add(const xmlError& error) {
+    if (error.level < XML_ERR_ERROR || error.message == nullptr) return;
+    std::string text(trimmed(error.message));
+    if (error.domain == XML_FROM_XPATH && error.str1 != nullptr) {
+        text = "XPath expression '" + std::string(error.str1) + "': " + text;
+        if (error.int1 > 0) text += " at character " + std::to_string(error.int1 + 1);
+    }
+    const auto line = error.line > 0 ? static_cast<std::uint32_t>(error.line) : 0;
+    const std::string_view file = error.file == nullptr ? std::string_view() : error.file;
+    if (file.empty() && line == 0) {
+        placeless_.push_back(std::move(text));
+    } else {
+        add(file, line, text);
+    }
+}
+
+void Causes::placeWaiting(const std::string& context) {
+    for (const std::string& text : placeless_) keep(context + text);
+    placeless_.clear();
+}
+
+void Causes::addText(std::string_view piece) {
+    for (const char c : piece) {
+        if (c == '\n') {
+            finishLine(pending_, true);
+        } else if (pending_.size() <= kLongestLine) {
+            pending_ += c;
+        }
+    }
+}
+
+void Causes::addPlaceless(std::string_view piece) {
+    for (const char c : piece) {
+        if (c == '\n') {
+            finishLine(pendingPlaceless_, false);
+        } else if (pendingPlaceless_.size() <= kLongestLine) {
+            pendingPlaceless_ += c;
+        }
+    }
+}
+
+void Causes::finishLine(std::string& pending, bool placed) {
+    const std::string line(trimmed(pending));
+    pending.clear();
+    if (line.empty() || complete_) return;
+    if (placed && isContext(line)) {
+        context_ = contextPlace(line);
+        if (!context_.empty()) placeWaiting(context_);
+        return;
+    }
+    std::string said = plainWords(line);
+    if (said.empty()) return;
+    if (!placed || context_.empty()) {
+        placeless_.push_back(std::move(said));
+        return;
+    }
+    // what follows is a dump of everything that is open
+    const bool isLast = line.find("potential infinite template recursion") != std::string::npos;
+    keep(context_ + said);
+    complete_ = isLast;
+}
+
+std::string Causes::text() {
+    finishLine(pending_, true);
+    finishLine(pendingPlaceless_, false);
+    placeWaiting({});
+    std::string all;
+    for (const std::string& line : lines_) {
+        if (!all.empty()) all += '\n';
+        all += line;
+    }
+    if (dropped_ != 0) all += "\n... and " + std::to_string(dropped_) + " more";
+    return all;
+}
+
+std::string formatted(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    if (length <= 0) return {};
+    std::string text(static_cast<std::size_t>(length), '\0');
+    (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+void listenStructured(void* context, ErrorPointer error) noexcept {
+    if (context == nullptr || error == nullptr) return;
+    try {
+        static_cast<Causes*>(context)->add(*error);
+    } catch (...) {
+        return;
+    }
+}
+
+void listenPlaceless(void* context, const char* format, ...) noexcept {
+    if (context == nullptr) return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    try {
+        static_cast<Causes*>(context)->addPlaceless(formatted(format, arguments));
+    } catch (...) {
+        // the line is lost, as the header says
+    }
+    va_end(arguments);
+}
+
+}  // namespace engine::xml2

@@ -1,0 +1,73 @@
+// What libxml2 and libxslt say on their way to a failure, in order, put into lines that a person can act on:
+// "FILE, line N: what is wrong". Threads: as the call that they listen to.
+#pragma once
+
+#include <libxml/xmlerror.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace engine::xml2 {
+
+namespace detail {
+template <typename Function>
+struct ErrorOf;
+template <typename Error>
+struct ErrorOf<void (*)(void*, Error)> {
+    using type = Error;
+};
+}  // namespace detail
+
+// What a structured handler is given: a pointer to const in newer versions of the library.
+using ErrorPointer = detail::ErrorOf<xmlStructuredErrorFunc>::type;
+
+// A file, its address or nothing, and a line or 0, worded as the start of a sentence; "" for nothing.
+[[nodiscard]] std::string placeText(std::string_view uri, std::uint32_t line);
+
+class Causes final {
+public:
+    // Without place or duplicate check; `text` may have several lines.
+    void add(std::string_view text);
+    void add(std::string_view uri, std::uint32_t line, std::string_view text);
+    // A report of libxml2; warnings are left out.
+    void add(const xmlError& error);
+    // A piece of libxml2's running text, which has no places; a line waits for the next context.
+    void addPlaceless(std::string_view piece);
+    // A piece of libxslt's running text: contexts ("runtime error: file F line N element E") apply to the
+    // lines after them.
+    void addText(std::string_view piece);
+
+    [[nodiscard]] bool empty() const noexcept {
+        return lines_.empty() && pending_.empty() && pendingPlaceless_.empty() && placeless_.empty();
+    }
+    [[nodiscard]] std::size_t size() const noexcept { return lines_.size(); }
+    // One cause a line, without a trailing newline. Long lists end with how many there are in all.
+    [[nodiscard]] std::string text();
+
+private:
+    void finishLine(std::string& pending, bool placed);
+    void keep(std::string line);
+    void placeWaiting(const std::string& context);
+
+    std::vector<std::string> lines_;
+    std::size_t dropped_ = 0;
+    bool complete_ = false;         // nothing after this is worth telling
+    std::string pending_;           // the line that addText is in the middle of
+    std::string pendingPlaceless_;  // and addPlaceless
+    std::string context_;           // the place that the next lines belong to
+    // An XPath expression is compiled by itself, so what is said of it has no place; the context comes after.
+    std::vector<std::string> placeless_;
+};
+
+// The handlers for libxml2's and libxslt's channels; `context` is a Causes. They let no exception out: short
+// of memory a line is lost, never the failure.
+void listenStructured(void* context, ErrorPointer error) noexcept;
+void listenPlaceless(void* context, const char* format, ...) noexcept __attribute__((format(printf, 2, 3)));
+
+// printf's text, whatever its length.
+[[nodiscard]] std::string formatted(const char* format, std::va_list arguments);
+
+}  // namespace engine::xml2

@@ -1,0 +1,51 @@
+// Owners of libxml2's objects, each freed by its own function. Threads: as the objects.
+#pragma once
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/uri.h>
+#include <libxml/xmlIO.h>
+
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace engine::xml2 {
+
+template <auto Free>
+struct FreeBy {
+    template <typename T>
+    void operator()(T* object) const noexcept {
+        Free(object);
+    }
+};
+
+using DocHandle = std::unique_ptr<xmlDoc, FreeBy<xmlFreeDoc>>;
+using DictHandle = std::unique_ptr<xmlDict, FreeBy<xmlDictFree>>;
+using UriHandle = std::unique_ptr<xmlURI, FreeBy<xmlFreeURI>>;
+
+struct FreeText {
+    void operator()(xmlChar* text) const noexcept { xmlFree(text); }  // a variable, so no template argument
+};
+using TextHandle = std::unique_ptr<xmlChar, FreeText>;
+
+// libxml2 answers a request for memory that failed with null.
+template <typename T>
+[[nodiscard]] T* orThrow(T* object) {
+    if (object == nullptr) throw std::bad_alloc();
+    return object;
+}
+
+[[nodiscard]] inline std::string_view view(const xmlChar* text) noexcept {
+    return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+// Zero-terminated as `text` is.
+[[nodiscard]] inline const xmlChar* chars(const std::string& text) noexcept {
+    return reinterpret_cast<const xmlChar*>(text.c_str());
+}
+[[nodiscard]] inline const xmlChar* chars(const char* text) noexcept {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+}  // namespace engine::xml2

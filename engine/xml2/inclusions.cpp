@@ -1,0 +1,142 @@
+#include "engine/xml2/inclusions.h"
+
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "engine/reader/reader.h"
+#include "engine/xml2/handles.h"
+#include "engine/xml2/servedtext.h"
+#include "engine/xml2/uri.h"
+
+namespace engine::xml2 {
+
+namespace {
+
+constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
+constexpr std::string_view kXsd = "http://www.w3.org/2001/XMLSchema";
+
+thread_local Inclusions* current = nullptr;
+
+// Why the file cannot be brought in; empty: it can.
+std::string obstacle(const std::string& uri) {
+    if (uri.empty()) return "that is not a valid address";
+    const std::string path = localPath(uri);
+    if (path.empty()) return "only local files are read, never the network";
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(path, failure);
+    if (status.type() == std::filesystem::file_type::not_found) return "the file does not exist";
+    if (std::filesystem::is_directory(status)) return "that is a directory";
+    if (!std::ifstream(path).good()) return "the file cannot be opened for reading";
+    return {};
+}
+
+std::string nsText(const xmlNode& node) {
+    return node.ns == nullptr ? std::string() : std::string(view(node.ns->href));
+}
+
+}  // namespace
+
+std::string_view Inclusions::referenceAttribute(std::string_view namespaceUri,
+                                                std::string_view local) const noexcept {
+    if (dialect_ == Dialect::StyleSheet) {
+        const bool names = namespaceUri == kXslt && (local == "import" || local == "include");
+        return names ? "href" : "";
+    }
+    const bool names =
+        namespaceUri == kXsd && (local == "import" || local == "include" || local == "redefine");
+    return names ? "schemaLocation" : "";
+}
+
+void Inclusions::addCause(std::string_view uri, std::uint32_t line, std::string_view text) {
+    if (causes_ != nullptr) causes_->add(uri, line, text);
+}
+
+Inclusions::Verdict Inclusions::judge(const Reference& reference) {
+    const std::string uri = resolved(reference.href, reference.base);
+    if (isAdmitted(uri)) return Verdict::Keep;
+    const std::string reason = obstacle(uri);
+    if (reason.empty()) {
+        admit(uri);
+        return Verdict::Keep;
+    }
+    const bool isHint = dialect_ == Dialect::Schema && reference.local == "import";
+    addCause(reference.document, reference.line,
+             "cannot " + std::string(reference.local) + " '" +
+                 (uri.empty() ? reference.href : displayName(uri)) + "': " + reason);
+    return isHint ? Verdict::DropReference : Verdict::Stop;
+}
+
+bool Inclusions::admitFrom(xmlDoc& document) {
+    bool accepted = true;
+    xmlNode* root = xmlDocGetRootElement(&document);
+    if (root == nullptr) return accepted;
+    for (xmlNode* node = root->children; node != nullptr; node = node->next) {
+        if (node->type != XML_ELEMENT_NODE) continue;
+        const std::string_view attribute = referenceAttribute(nsText(*node), view(node->name));
+        if (attribute.empty()) continue;
+        const TextHandle href(xmlGetNoNsProp(node, chars(attribute.data())));
+        if (href == nullptr) continue;
+        const TextHandle base(xmlNodeGetBase(&document, node));
+        const std::string uri = nsText(*node);
+        const Reference reference{uri,
+                                  view(node->name),
+                                  std::string(view(href.get())),
+                                  std::string(view(base.get())),
+                                  std::string(view(document.URL)),
+                                  static_cast<std::uint32_t>(xmlGetLineNo(node))};
+        const Verdict verdict = judge(reference);
+        if (verdict == Verdict::DropReference) (void)xmlUnsetProp(node, chars(attribute.data()));
+        if (verdict == Verdict::Stop) accepted = false;
+    }
+    return accepted;
+}
+
+void Inclusions::provide(const std::string& uri, std::function<std::string()> text) {
+    admit(uri);
+    provided_[uri] = std::move(text);
+}
+
+const std::string* Inclusions::textOf(const std::string& uri) {
+    const auto known = texts_.find(uri);
+    if (known != texts_.end()) return &known->second;
+    if (!isAdmitted(uri)) {
+        addCause({}, 0, "access to '" + displayName(uri) + "' is refused");
+        return nullptr;
+    }
+    const auto provided = provided_.find(uri);
+    if (provided != provided_.end()) return &(texts_[uri] = provided->second());
+    ServedText sink(*this, uri);
+    reader::ReadOptions options;
+    options.dtd = reader::ReadOptions::Dtd::Internal;
+    const reader::ParseError error = reader::read(reader::Input::file(localPath(uri)), options, sink);
+    if (error.failed()) {
+        addCause(uri, error.position.line, error.reason);
+        return nullptr;
+    }
+    if (!sink.accepted()) return nullptr;
+    return &(texts_[uri] = sink.takeText());
+}
+
+OpenFrom::OpenFrom(Inclusions& inclusions) noexcept : previous_(current) {
+    current = &inclusions;
+}
+
+OpenFrom::~OpenFrom() {
+    current = previous_;
+}
+
+xmlParserInputBufferPtr OpenFrom::hook(const char* uri, xmlCharEncoding) noexcept {
+    if (current == nullptr || uri == nullptr) return nullptr;
+    try {
+        const std::string* text = current->textOf(uri);
+        if (text == nullptr) return nullptr;
+        return xmlParserInputBufferCreateMem(text->data(), static_cast<int>(text->size()),
+                                             XML_CHAR_ENCODING_UTF8);
+    } catch (const std::exception&) {
+        return nullptr;  // libxml2 reports that it could not load the file
+    }
+}
+
+}  // namespace engine::xml2

@@ -1,0 +1,87 @@
+// The files that a style sheet or a schema brings in. libxml2 opens nothing by itself: each import or include
+// is looked at beforehand, and only if it is a local file that can be read is it admitted; it is then read by
+// our own reader, which opens no external entity, and handed to libxml2 from memory, line for line.
+//
+// Looking beforehand has a second reason: asked for a file that does not exist, libxml2 loads the system's
+// catalogue and keeps it for the whole process.
+// Threads: an object serves one call at a time.
+#pragma once
+
+#include <libxml/tree.h>
+#include <libxml/xmlIO.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "engine/reader/events.h"
+#include "engine/xml2/errors.h"
+
+namespace engine::xml2 {
+
+enum class Dialect : std::uint8_t { StyleSheet, Schema };
+
+class Inclusions final {
+public:
+    explicit Inclusions(Dialect dialect) noexcept : dialect_(dialect) {}
+
+    // Where causes of refusals go for the time of a call; null: nowhere.
+    void setCauses(Causes* causes) noexcept { causes_ = causes; }
+
+    // Admits what the top-level elements of `document` name. False: a cause was added, do not go on. An
+    // import of a schema that is refused loses its location instead, for the location is only a hint.
+    [[nodiscard]] bool admitFrom(xmlDoc& document);
+    // Admits one file by its URI without looking at it.
+    void admit(const std::string& uri) { admitted_.insert(uri); }
+    // Admits `uri` with what `text` gives when somebody asks.
+    void provide(const std::string& uri, std::function<std::string()> text);
+
+    [[nodiscard]] bool isAdmitted(const std::string& uri) const { return admitted_.contains(uri); }
+    // The text of an admitted document, read when first asked for; null: a cause was added.
+    [[nodiscard]] const std::string* textOf(const std::string& uri);
+
+    // What to do with an element that may name a file.
+    enum class Verdict : std::uint8_t { Keep, DropReference, Stop };
+    struct Reference {
+        std::string_view namespaceUri;
+        std::string_view local;
+        std::string href;  // as written
+        std::string base;
+        std::string document;  // the URI of the file it stands in, for the message
+        std::uint32_t line;
+    };
+    [[nodiscard]] Verdict judge(const Reference& reference);
+    // The attribute by which this element names a file; empty: it names none.
+    [[nodiscard]] std::string_view referenceAttribute(std::string_view namespaceUri,
+                                                      std::string_view local) const noexcept;
+
+private:
+    void addCause(std::string_view uri, std::uint32_t line, std::string_view text);
+
+    Dialect dialect_;
+    Causes* causes_ = nullptr;
+    std::set<std::string, std::less<>> admitted_;
+    std::map<std::string, std::function<std::string()>, std::less<>> provided_;
+    std::map<std::string, std::string, std::less<>> texts_;
+};
+
+// While it lives, the files that libxml2 wants on this thread come from `inclusions`, and it gets no others.
+// For ThreadSettings, which installs `hook`.
+class OpenFrom final {
+public:
+    explicit OpenFrom(Inclusions& inclusions) noexcept;
+    ~OpenFrom();
+    OpenFrom(const OpenFrom&) = delete;
+    OpenFrom& operator=(const OpenFrom&) = delete;
+
+    static xmlParserInputBufferPtr hook(const char* uri, xmlCharEncoding encoding) noexcept;
+
+private:
+    Inclusions* previous_;
+};
+
+}  // namespace engine::xml2

@@ -1,0 +1,43 @@
+// One piece of work in libxslt: while it lives, everything that is said on this thread is collected, every
+// file comes from the style sheet's inclusions, and the thread's settings are the library's defaults.
+// Threads: made and destroyed on one thread.
+#pragma once
+
+#include <string_view>
+
+#include "engine/com/status.h"
+#include "engine/xml2/inclusions.h"
+#include "engine/xml2/threadsettings.h"
+#include "engine/xslt/listening.h"
+
+namespace engine::xslt {
+
+class Operation final {
+public:
+    explicit Operation(xml2::Inclusions& inclusions)
+        : inclusions_(inclusions),
+          settings_({&causes_, xml2::listenStructured, xml2::listenPlaceless}, xml2::OpenFrom::hook),
+          files_(inclusions),
+          listening_(causes_) {
+        inclusions_.setCauses(&causes_);
+    }
+    ~Operation() { inclusions_.setCauses(nullptr); }
+    Operation(const Operation&) = delete;
+    Operation& operator=(const Operation&) = delete;
+
+    [[nodiscard]] xml2::Causes& causes() noexcept { return causes_; }
+    // Throws what was said, or `otherwise` if nothing was.
+    [[noreturn]] void fail(std::string_view otherwise) {
+        if (causes_.empty()) causes_.add(otherwise);
+        throw com::Failure(E_FAIL, causes_.text());
+    }
+
+private:
+    xml2::Causes causes_;
+    xml2::Inclusions& inclusions_;
+    xml2::ThreadSettings settings_;
+    xml2::OpenFrom files_;
+    Listening listening_;
+};
+
+}  // namespace engine::xslt

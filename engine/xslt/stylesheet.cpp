@@ -1,0 +1,174 @@
+#include "engine/xslt/stylesheet.h"
+
+#include <libxslt/imports.h>
+#include <libxslt/security.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltutils.h>
+
+#include <cstdarg>
+
+#include "engine/text/utf.h"
+#include "engine/xml2/handover.h"
+#include "engine/xml2/uri.h"
+#include "engine/xslt/functions.h"
+#include "engine/xslt/limits.h"
+#include "engine/xslt/operation.h"
+
+namespace engine::xslt {
+
+namespace {
+
+using xml2::chars;
+using xml2::orThrow;
+using xml2::view;
+
+constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
+constexpr const char* kResultEncoding = "UTF-16";
+
+using ContextHandle = std::unique_ptr<xsltTransformContext, xml2::FreeBy<xsltFreeTransformContext>>;
+using SecurityHandle = std::unique_ptr<xsltSecurityPrefs, xml2::FreeBy<xsltFreeSecurityPrefs>>;
+struct CloseBuffer {
+    void operator()(xmlOutputBuffer* buffer) const noexcept { (void)xmlOutputBufferClose(buffer); }
+};
+using BufferHandle = std::unique_ptr<xmlOutputBuffer, CloseBuffer>;
+
+// What the handlers of a running transformation need; the context's private field points to it.
+struct Run {
+    xsltTransformContext& context;
+    const xml2::Inclusions& inclusions;
+    xml2::Causes& causes;
+};
+
+// The xsl:message that is being told, or null.
+const xmlNode* messageOf(const xsltTransformContext& context) {
+    const xmlNode* node = context.inst;
+    const bool isMessage = node != nullptr && node->type == XML_ELEMENT_NODE && node->ns != nullptr &&
+                           view(node->ns->href) == kXslt && view(node->name) == "message";
+    return isMessage ? node : nullptr;
+}
+
+// A message that does not is nobody's cause of failure.
+bool endsTransformation(const xmlNode& message) {
+    const xml2::TextHandle terminate(xmlGetNoNsProp(&message, chars("terminate")));
+    return view(terminate.get()) == "yes";
+}
+
+void listenToRun(void* data, const char* format, ...) {
+    auto* run = static_cast<Run*>(data);
+    if (run == nullptr) return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    try {
+        const xmlNode* message = messageOf(run->context);
+        const std::string text = xml2::formatted(format, arguments);
+        if (message == nullptr) {
+            run->causes.addText(text);
+        } else if (endsTransformation(*message) && text != "\n") {
+            run->causes.add(view(message->doc->URL), static_cast<std::uint32_t>(xmlGetLineNo(message)), text);
+        }
+    } catch (...) {
+        // short of memory the text is lost, the failure is not
+    }
+    va_end(arguments);
+}
+
+// document() may name the style sheet and what it has included, nothing else.
+int mayRead(xsltSecurityPrefsPtr, xsltTransformContextPtr context, const char* path) {
+    const auto* run = static_cast<const Run*>(context->_private);
+    if (run == nullptr || path == nullptr) return 0;
+    try {
+        return run->inclusions.isAdmitted(xml2::fileUri(path)) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+SecurityHandle closedDoors() {
+    SecurityHandle security(orThrow(xsltNewSecurityPrefs()));
+    for (const xsltSecurityOption option : {XSLT_SECPREF_WRITE_FILE, XSLT_SECPREF_CREATE_DIRECTORY,
+                                            XSLT_SECPREF_READ_NETWORK, XSLT_SECPREF_WRITE_NETWORK}) {
+        (void)xsltSetSecurityPrefs(security.get(), option, xsltSecurityForbid);
+    }
+    (void)xsltSetSecurityPrefs(security.get(), XSLT_SECPREF_READ_FILE, mayRead);
+    return security;
+}
+
+std::string dump(xmlDoc& document) {
+    xmlChar* text = nullptr;
+    int size = 0;
+    xmlDocDumpMemoryEnc(&document, &text, &size, "UTF-8");
+    const xml2::TextHandle owner(orThrow(text));
+    return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)};
+}
+
+}  // namespace
+
+StyleSheet::StyleSheet(const dom::NodeSource& source)
+    : source_(source), uri_(source.url.empty() ? xml2::workingDirectoryUri() : xml2::fileUri(source.url)) {
+    compile();
+}
+
+xml2::DocHandle StyleSheet::handOverStyle() const {
+    xml2::HandOver options;
+    options.uri = uri_;
+    options.lines = true;
+    options.depthLimit = styleSheetDepthLimit();
+    return xml2::handOver(source_.tree, source_.node, options).doc;
+}
+
+void StyleSheet::compile() {
+    Operation operation(inclusions_);
+    xml2::DocHandle document = handOverStyle();
+    if (!inclusions_.admitFrom(*document)) operation.fail({});
+    inclusions_.provide(uri_, [this] { return dump(*handOverStyle()); });
+    style_.reset(xsltParseStylesheetDoc(document.get()));
+    if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
+    (void)document.release();  // the style sheet's from now on, also when it has errors
+    if (style_->errors != 0) operation.fail("The style sheet has errors.");
+    // Before any transformation: what is set later no longer reaches the result tree.
+    xmlChar* encoding = orThrow(xmlStrdup(chars(kResultEncoding)));
+    xmlFree(style_->encoding);
+    style_->encoding = encoding;
+}
+
+xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
+    xml2::HandOver options;
+    if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
+    options.depthLimit = kSourceDepthLimit;
+    const xml2::DictHandle names(orThrow(xmlDictCreateSub(style_->dict)));
+    options.dict = names.get();
+    const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
+    xml2::DocHandle result;
+    runWithStack(document.depth,
+                 [&](std::size_t templateDepth) { result = run(*document.doc, templateDepth); });
+    return result;
+}
+
+xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth) {
+    Operation operation(inclusions_);
+    const SecurityHandle security = closedDoors();
+    const ContextHandle context(orThrow(xsltNewTransformContext(style_.get(), &document)));
+    Run state{*context, inclusions_, operation.causes()};
+    context->_private = &state;
+    xsltSetTransformErrorFunc(context.get(), &state, listenToRun);
+    if (xsltSetCtxtSecurityPrefs(security.get(), context.get()) != 0) throw std::bad_alloc();
+    context->maxTemplateDepth = static_cast<int>(templateDepth);
+    addFunctions(*context);
+    xml2::DocHandle result(
+        xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));
+    if (result == nullptr || context->state != XSLT_STATE_OK) operation.fail("The transformation failed.");
+    return result;
+}
+
+std::u16string StyleSheet::save(xmlDoc& result) const {
+    xml2::Inclusions none(xml2::Dialect::StyleSheet);
+    Operation operation(none);
+    const BufferHandle buffer(orThrow(xmlAllocOutputBuffer(nullptr)));
+    if (xsltSaveResultTo(buffer.get(), &result, style_.get()) < 0) {
+        operation.fail("The result of the transformation could not be written.");
+    }
+    return text::toUtf16({reinterpret_cast<const char*>(xmlOutputBufferGetContent(buffer.get())),
+                          xmlOutputBufferGetSize(buffer.get())});
+}
+
+}  // namespace engine::xslt

@@ -1,0 +1,40 @@
+// A compiled style sheet, and what comes out of running it. Threads: on one thread at a time.
+#pragma once
+
+#include <libxslt/xsltInternals.h>
+
+#include <memory>
+#include <string>
+
+#include "engine/dom/services.h"
+#include "engine/xml2/handles.h"
+#include "engine/xml2/inclusions.h"
+
+namespace engine::xslt {
+
+using StyleHandle = std::unique_ptr<xsltStylesheet, xml2::FreeBy<xsltFreeStylesheet>>;
+
+// What all operations below have in common: they throw com::Failure with every cause on a line of its own.
+class StyleSheet final {
+public:
+    // `source` is the style sheet, the document or an element, simplified ones included. Nothing of it is
+    // needed afterwards but for `document('')`: it must not have changed while `transform` runs.
+    explicit StyleSheet(const dom::NodeSource& source);
+
+    // The result tree, which refers to names of the style sheet's: it must go before.
+    [[nodiscard]] xml2::DocHandle transform(const dom::NodeSource& source);
+    // What the output method makes of a result; its encoding is UTF-16.
+    [[nodiscard]] std::u16string save(xmlDoc& result) const;
+
+private:
+    void compile();
+    [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth);
+    [[nodiscard]] xml2::DocHandle handOverStyle() const;
+
+    const dom::NodeSource source_;
+    std::string uri_;
+    xml2::Inclusions inclusions_{xml2::Dialect::StyleSheet};
+    StyleHandle style_;
+};
+
+}  // namespace engine::xslt
