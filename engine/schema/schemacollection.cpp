@@ -1,0 +1,88 @@
+#include "engine/schema/schemacollection.h"
+
+#include <algorithm>
+
+#include "engine/com/classtable.h"
+#include "engine/com/ref.h"
+#include "engine/com/status.h"
+#include "engine/reader/reader.h"
+#include "engine/text/utf.h"
+
+namespace engine::schema {
+
+using com::Failure;
+using com::guarded;
+
+HRESULT SchemaCollection::create(REFIID iid, void** object) noexcept {
+    return guarded([&] {
+        const auto made = com::Ref<SchemaCollection>::adopt(new SchemaCollection);
+        return made->QueryInterface(iid, object);
+    });
+}
+
+HRESULT SchemaCollection::QueryInterface(REFIID iid, void** object) {
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IXMLDOMSchemaCollection) {
+        *object = static_cast<IXMLDOMSchemaCollection*>(this);
+    } else if (iid == dom::IID_ISchemaValidator) {
+        *object = static_cast<dom::ISchemaValidator*>(this);
+    } else {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+}
+
+ULONG SchemaCollection::Release() {
+    const ULONG left = --count_;
+    if (left == 0) delete this;
+    return left;
+}
+
+HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
+    return guarded([&] {
+        if (source.vt != VT_BSTR) {
+            throw Failure(E_INVALIDARG, "A schema is added by its path or file URL, given as a string.");
+        }
+        const reader::Input input = reader::Input::location(com::textOf(source.bstrVal));
+        if (input.kind() != reader::Input::Kind::File) {
+            throw Failure(E_ACCESSDENIED, "The schema '" + input.path() +
+                                              "' is refused: only local files are read, never the network.");
+        }
+        SchemaFile file{text::toUtf8(com::textOf(namespaceUri)), input.path()};
+        std::vector<SchemaFile> files = files_;
+        const auto same = std::find_if(files.begin(), files.end(), [&](const SchemaFile& known) {
+            return known.namespaceUri == file.namespaceUri;
+        });
+        if (same == files.end()) {
+            files.push_back(std::move(file));
+        } else {
+            *same = std::move(file);
+        }
+        auto set = std::make_unique<const SchemaSet>(files);
+        files_ = std::move(files);
+        set_ = std::move(set);
+        return S_OK;
+    });
+}
+
+HRESULT SchemaCollection::validateTree(const dom::NodeSource& source, reader::ParseError* error) {
+    if (error == nullptr) return E_POINTER;
+    return guarded([&] {
+        if (set_ == nullptr)
+            throw Failure(E_FAIL, "The schema collection has no schema to validate against.");
+        *error = set_->validate(source);
+        return S_OK;
+    });
+}
+
+}  // namespace engine::schema
+
+namespace {
+engine::com::ClassEntry collectionClass{CLSID_XMLSchemaCache60, engine::schema::SchemaCollection::create};
+}
+
+// The name by which the link asks for this file; see CMakeLists.txt.
+extern "C" const bool engineSchemaRegistered;
+const bool engineSchemaRegistered = engine::com::registerClass(collectionClass);

@@ -1,0 +1,186 @@
+// All files of a set are brought together by a small schema of our own that imports each of them, so one file
+// and many go the same way.
+#include "engine/schema/schemaset.h"
+
+#include <libxml/parser.h>
+
+#include "engine/com/status.h"
+#include "engine/reader/reader.h"
+#include "engine/xml2/handover.h"
+#include "engine/xml2/inclusions.h"
+#include "engine/xml2/threadsettings.h"
+#include "engine/xml2/uri.h"
+
+namespace engine::schema {
+
+namespace {
+
+using xml2::chars;
+using xml2::orThrow;
+
+constexpr std::string_view kXsd = "http://www.w3.org/2001/XMLSchema";
+constexpr const char* kDriverNamespace = "urn:x-engine:schema-set";
+
+using ParserHandle = std::unique_ptr<xmlSchemaParserCtxt, xml2::FreeBy<xmlSchemaFreeParserCtxt>>;
+using ValidatorHandle = std::unique_ptr<xmlSchemaValidCtxt, xml2::FreeBy<xmlSchemaFreeValidCtxt>>;
+
+// Looks at the document element and no further.
+class RootReader final : public reader::EventSink {
+public:
+    struct Found {};
+
+    std::string uri;
+    std::string local;
+    std::string targetNamespace;
+    std::uint32_t line = 0;
+
+    void startDocument(const reader::Locator& locator) override { locator_ = &locator; }
+    void startElement(std::string_view, std::span<const reader::Attribute> attributes) override {
+        line = locator_->position().line;
+        if (const reader::Namespaces* namespaces = locator_->namespaces()) {
+            const reader::ExpandedName name = namespaces->element();
+            uri = name.uri;
+            local = name.local;
+        }
+        for (const reader::Attribute& attribute : attributes) {
+            if (attribute.name == "targetNamespace") targetNamespace = attribute.value;
+        }
+        throw Found();
+    }
+    void endDocument() override {}
+    void endElement(std::string_view) override {}
+    void characters(std::string_view) override {}
+    void startCData() override {}
+    void endCData() override {}
+    void comment(std::string_view) override {}
+    void processingInstruction(std::string_view, std::string_view) override {}
+
+private:
+    const reader::Locator* locator_ = nullptr;
+};
+
+[[noreturn]] void refuse(const SchemaFile& file, std::uint32_t line, const std::string& reason) {
+    throw com::Failure(E_FAIL, xml2::placeText(file.path, line) + reason);
+}
+
+std::string namespaceWords(const std::string& uri) {
+    return uri.empty() ? std::string("no target namespace") : "the target namespace '" + uri + "'";
+}
+
+void checkRoot(const SchemaFile& file) {
+    RootReader root;
+    reader::ReadOptions options;
+    options.dtd = reader::ReadOptions::Dtd::Internal;
+    try {
+        const reader::ParseError error = reader::read(reader::Input::file(file.path), options, root);
+        if (error.failed()) refuse(file, error.position.line, error.reason);
+    } catch (const RootReader::Found&) {
+        // as it should be
+    }
+    if (root.uri != kXsd || root.local != "schema") {
+        refuse(file, root.line,
+               "The file is no XML Schema: its document element is '" + root.local + "', not 'schema' of " +
+                   std::string(kXsd) + '.');
+    }
+    if (root.targetNamespace != file.namespaceUri) {
+        refuse(file, root.line,
+               "The schema has " + namespaceWords(root.targetNamespace) + ", but it was added for " +
+                   namespaceWords(file.namespaceUri) + '.');
+    }
+}
+
+xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
+    xml2::DocHandle driver(orThrow(xmlNewDoc(chars("1.0"))));
+    xmlNode* root = orThrow(xmlNewDocNode(driver.get(), nullptr, chars("schema"), nullptr));
+    (void)xmlDocSetRootElement(driver.get(), root);
+    xmlNs* xsd = orThrow(xmlNewNs(root, chars(kXsd.data()), chars("xs")));
+    xmlSetNs(root, xsd);
+    (void)orThrow(xmlNewNsProp(root, nullptr, chars("targetNamespace"), chars(kDriverNamespace)));
+    for (const SchemaFile& file : files) {
+        xmlNode* import = orThrow(xmlNewChild(root, xsd, chars("import"), nullptr));
+        if (!file.namespaceUri.empty()) {
+            (void)orThrow(xmlNewNsProp(import, nullptr, chars("namespace"), chars(file.namespaceUri)));
+        }
+        const std::string uri = xml2::fileUri(file.path);
+        (void)orThrow(xmlNewNsProp(import, nullptr, chars("schemaLocation"), chars(uri)));
+    }
+    return driver;
+}
+
+// libxml2 tells of every violation; the first is the one that counts.
+struct FirstViolation {
+    const dom::Tree& tree;
+    reader::ParseError error;
+};
+
+std::string oneLine(const char* message) {
+    std::string text(message == nullptr ? "" : message);
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    for (char& c : text) {
+        if (c == '\n') c = ' ';
+    }
+    return text.empty() ? "The document is not valid." : text;
+}
+
+void listenToValidation(void* context, xml2::ErrorPointer error) {
+    auto* first = static_cast<FirstViolation*>(context);
+    if (first == nullptr || error == nullptr || error->level < XML_ERR_ERROR || first->error.failed()) return;
+    try {
+        first->error.reason = oneLine(error->message);
+        const dom::NodeId node = xml2::nodeOf(static_cast<const xmlNode*>(error->node));
+        if (node != dom::kNoNode) first->error.position = first->tree.position(node);
+    } catch (...) {
+        // short of memory the words are lost; the document stays invalid
+    }
+    first->error.code = statusOfViolation(error->code);
+}
+
+}  // namespace
+
+SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
+    xmlInitParser();
+    for (const SchemaFile& file : files) checkRoot(file);
+    xml2::Causes causes;
+    xml2::Inclusions inclusions(xml2::Dialect::Schema);
+    inclusions.setCauses(&causes);
+    const xml2::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenPlaceless},
+                                        xml2::OpenFrom::hook);
+    const xml2::OpenFrom open(inclusions);
+    driver_ = makeDriver(files);
+    bool readable = true;
+    for (const SchemaFile& file : files) {
+        const std::string uri = xml2::fileUri(file.path);
+        inclusions.admit(uri);
+        readable = inclusions.textOf(uri) != nullptr && readable;
+    }
+    if (readable) {
+        const ParserHandle parser(orThrow(xmlSchemaNewDocParserCtxt(driver_.get())));
+        xmlSchemaSetParserStructuredErrors(parser.get(), xml2::listenStructured, &causes);
+        schema_.reset(xmlSchemaParse(parser.get()));
+    }
+    if (schema_ == nullptr) {
+        if (causes.empty()) causes.add("The schema could not be compiled.");
+        throw com::Failure(E_FAIL, causes.text());
+    }
+}
+
+reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
+    xml2::Inclusions none(xml2::Dialect::Schema);
+    FirstViolation first{source.tree, {}};
+    const xml2::ThreadSettings settings({&first, listenToValidation, nullptr}, xml2::OpenFrom::hook);
+    const xml2::OpenFrom open(none);
+    xml2::HandOver options;
+    if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
+    const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
+    const ValidatorHandle validator(orThrow(xmlSchemaNewValidCtxt(schema_.get())));
+    xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &first);
+    const int result = xmlSchemaValidateDoc(validator.get(), document.doc.get());
+    if (result < 0) throw com::Failure(E_FAIL, "The document could not be validated: " + oneLine(nullptr));
+    if (result > 0 && !first.error.failed()) {
+        first.error.code = statusOfViolation(result);
+        first.error.reason = oneLine(nullptr);
+    }
+    return first.error;
+}
+
+}  // namespace engine::schema

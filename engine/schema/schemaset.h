@@ -1,0 +1,43 @@
+// Schemas for a number of namespaces, compiled into one. Threads: validating may run on any number of threads
+// at once; a set does not change.
+#pragma once
+
+#include <libxml/xmlschemas.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/dom/services.h"
+#include "engine/xml2/handles.h"
+
+namespace engine::schema {
+
+struct SchemaFile {
+    std::string namespaceUri;  // empty: for elements in no namespace
+    std::string path;
+};
+
+class SchemaSet final {
+public:
+    // Reads the files and what they import and include. Throws com::Failure with every cause on a line of its
+    // own: for a file that cannot be read, is no schema, or has another target namespace.
+    explicit SchemaSet(const std::vector<SchemaFile>& files);
+
+    // The first error of the document node or element; code 0: valid. Throws com::Failure if it cannot be
+    // validated at all.
+    [[nodiscard]] reader::ParseError validate(const dom::NodeSource& source) const;
+
+private:
+    using SchemaHandle = std::unique_ptr<xmlSchema, xml2::FreeBy<xmlSchemaFree>>;
+
+    xml2::DocHandle driver_;  // outlives the schema, which refers to it
+    SchemaHandle schema_;
+};
+
+// The code in a ParseError for libxml2's number of a violation.
+[[nodiscard]] constexpr std::int32_t statusOfViolation(int number) noexcept {
+    return static_cast<std::int32_t>(0xA0020000u | (static_cast<std::uint32_t>(number) & 0xFFFFu));
+}
+
+}  // namespace engine::schema
