@@ -95,7 +95,7 @@ Component Host::load(const std::filesystem::path& library) {
         void* const entryPoint = loadSymbol(library, "EntryPoint");
         // The system's loader knows no types; the name stands for this one.
         IKelComponent& entered = enter(reinterpret_cast<EntryPointFunction>(entryPoint), name);
-        const Component component(entered);
+        Component component(entered);
         component.component_->initialize(manager_);
         return component;
     } catch (const HostError&) {

@@ -18,11 +18,11 @@ enum CharClass : std::uint8_t {
 
 inline constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
     std::array<std::uint8_t, 256> classes{};
-    for (const int c : {' ', '\t', '\n'}) classes[static_cast<unsigned>(c)] = kSpace;
+    for (const char c : {' ', '\t', '\n'}) classes[static_cast<unsigned char>(c)] = kSpace;
     for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] = classes[c - 32] = kNameStart | kNameChar;
-    for (const int c : {':', '_'}) classes[static_cast<unsigned>(c)] = kNameStart | kNameChar;
+    for (const char c : {':', '_'}) classes[static_cast<unsigned char>(c)] = kNameStart | kNameChar;
     for (unsigned c = '0'; c <= '9'; ++c) classes[c] = kNameChar;
-    for (const int c : {'-', '.'}) classes[static_cast<unsigned>(c)] = kNameChar;
+    for (const char c : {'-', '.'}) classes[static_cast<unsigned char>(c)] = kNameChar;
     for (unsigned c = 0x80; c <= 0xFF; ++c) classes[c] = kNameStart | kNameChar | kNonAscii;
     return classes;
 }();
