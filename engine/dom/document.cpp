@@ -168,8 +168,8 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     return loadFrom(reader::Input::text(textOf(text)), {}, loaded);
 }
 
-// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is made
-// first, when there is memory.
+// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is
+// made first, when there is memory.
 HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree empty;
     const HRESULT status = guarded([&] {

@@ -79,8 +79,8 @@ TEST(KelMutex, ANameLastsAsLongAsItsLastHolder) {
 
 TEST(KelMutex, HandlesOfOneNameExcludeEachOther) {
     const std::string name = uniqueName("excluding");
-    // Read and written apart, so that two at once lose a count. Atomic, for the thread sanitizer takes the mutex
-    // for another one at each address that it is mapped to.
+    // Read and written apart, so that two at once lose a count. Atomic, for the thread sanitizer takes the
+    // mutex for another one at each address that it is mapped to.
     std::atomic<long> unguarded{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 3; ++t) {
