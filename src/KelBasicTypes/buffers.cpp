@@ -1,34 +1,149 @@
+// The current pool: the host's if there is one, else one of our own, which asks for the host's after every
+// 601 takes. One entry of the library's lock covers selection, counter and bucket on our own pool. The host's
+// pool has its own lock and is called outside ours.
 #include "KelBasicTypes/buffers.h"
 
-#include <cstdlib>
-#include <new>
+#include <utility>
 
-#include "KelBasicTypes/detail/blockheader.h"
+#include "KelBasicTypes/bucketmemoryallocator.h"
+#include "KelBasicTypes/bucketmemorypool.h"
+#include "KelBasicTypes/detail/heap.h"
+#include "KelBasicTypes/detail/librarylock.h"
+#include "KelBasicTypes/detail/poolselection.h"
+#include "KelBasicTypes/detail/resetbasictypes.h"
+#include "framework/object/sptr.h"
+#include "singlethread.h"
 
 namespace kel {
-
 namespace {
 
-class HeapAllocator final : public detail::BlockAllocator {
-public:
-    void freeBlock(void* block) noexcept override { std::free(detail::headerOf(block)); }
-};
+using detail::libraryLock;
+using platform::SectionGuard;
 
-constinit HeapAllocator heapAllocator;
+constexpr std::uint32_t kTakesBetweenLookups = 601;
+
+// Guarded by the library's lock; holds one reference. Trivial, for strings live longer than any static.
+struct CurrentPool {
+    IBucketMemoryPool* pool;
+    BucketMemoryPool* own;  // the same pool while it is the library's own, else null
+    std::uint32_t takes;    // since the last lookup, on the own pool
+};
+constinit CurrentPool current{};
+
+void replaceCurrent(IBucketMemoryPool& pool) {
+    IBucketMemoryPool* const before = current.pool;
+    pool.addRef();
+    current.pool = &pool;
+    if (before != nullptr) before->release();
+}
+
+IPtr<IBucketMemoryPool> hostPool() noexcept {
+    if (hostCore == nullptr) return {};  // the usual case costs no name
+    try {
+        return SPtr<IBucketMemoryPool>();
+    } catch (...) {
+        return {};  // a host that has no memory for the lookup has no pool for us
+    }
+}
+
+// True when the host offers a pool, which then is the current one.
+bool adoptHostPool() {
+    const IPtr<IBucketMemoryPool> offered = hostPool();
+    if (!offered) return false;
+    BucketMemoryPool* const own = std::exchange(current.own, nullptr);
+    if (current.pool == offered.get()) return true;
+    // A pool of another kind knows nothing of our blocks; our pool then frees them when it goes.
+    const bool isOfOurKind = queryInterface<BucketMemoryPool>(offered.get()) != nullptr;
+    if (own != nullptr && isOfOurKind) own->mergeInto(*offered);
+    replaceCurrent(*offered);
+    return true;
+}
+
+void selectPool() {
+    if (current.own != nullptr && current.takes >= kTakesBetweenLookups) {
+        current.takes = 0;
+        (void)adoptHostPool();  // none: our own goes on
+    }
+    if (current.pool != nullptr || adoptHostPool()) return;
+    auto* const pool = new BucketMemoryPool;
+    replaceCurrent(*pool);
+    current.own = pool;
+}
+
+// With one thread there is nobody to lock out, and what a bucket keeps is handed over without leaving this
+// library.
+void* takeAlone(std::int32_t size, std::uint32_t& actualSize) noexcept {
+    const bool isPlainCase =
+        platform::isSingleThreaded() && current.own != nullptr && current.takes < kTakesBetweenLookups;
+    void* const block = isPlainCase ? current.own->takeKept(size, actualSize) : nullptr;
+    if (block != nullptr) ++current.takes;
+    return block;
+}
+
+bool giveBackAlone(std::int32_t capacity, void* block) noexcept {
+    return platform::isSingleThreaded() && current.own != nullptr && current.own->keep(capacity, block);
+}
+
+// Null: the block has to come from the host's pool, which is then in `host`.
+void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemoryPool*& host) {
+    const SectionGuard guard(libraryLock());
+    selectPool();
+    host = current.pool;
+    if (current.own == nullptr) return nullptr;
+    void* const block = current.own->allocateLocked(size, actualSize);
+    ++current.takes;
+    return block;
+}
 
 }  // namespace
 
 void* takeBuffer(std::size_t byteCount, std::int32_t& capacity) {
-    void* const storage = std::malloc(sizeof(detail::BlockHeader) + byteCount);
-    if (storage == nullptr) throw std::bad_alloc();
-    auto* const header = new (storage) detail::BlockHeader{&heapAllocator};
-    capacity = static_cast<std::int32_t>(byteCount);
-    return header + 1;
+    const auto size = static_cast<std::int32_t>(byteCount);
+    std::uint32_t actualSize = 0;
+    void* block = takeAlone(size, actualSize);
+    if (block == nullptr && detail::isReserveOpen()) {
+        // The process ends for lack of memory on this thread: no other thread's lock may hold the report up.
+        actualSize = static_cast<std::uint32_t>(byteCount);
+        block = BucketMemoryAllocator::instance().newBlock(byteCount);
+    }
+    if (block == nullptr) {
+        IBucketMemoryPool* host = nullptr;
+        block = takeFromOwnPool(size, actualSize, host);
+        if (block == nullptr) block = host->allocate(size, actualSize);
+    }
+    capacity = static_cast<std::int32_t>(actualSize);
+    return block;
 }
 
 void giveBackBuffer(std::int32_t capacity, void* block) noexcept {
-    if (capacity == 0 || block == nullptr) return;
-    detail::headerOf(block)->allocator->freeBlock(block);
+    if (capacity == 0 || block == nullptr || giveBackAlone(capacity, block) || detail::isReserveOpen())
+        return;
+    IBucketMemoryPool* host = nullptr;
+    {
+        const SectionGuard guard(libraryLock());
+        if (current.pool == nullptr) return detail::headerOf(block)->allocator->freeBlock(block);
+        if (current.own != nullptr) return void(current.own->giveBackLocked(capacity, block));
+        host = current.pool;
+    }
+    host->giveBack(capacity, block);
 }
 
+namespace detail {
+
+void succeedCurrentPool(BucketMemoryPool& pool) {
+    const SectionGuard guard(libraryLock());
+    auto* const before = queryInterface<BucketMemoryPool>(current.pool);
+    if (before == nullptr || !pool.canExchangeBuckets(*before)) return;
+    pool.exchangeBuckets(*before);
+    if (current.own != nullptr) current.own = &pool;
+    replaceCurrent(pool);
+}
+
+void resetBufferPool() {
+    const SectionGuard guard(libraryLock());
+    if (current.pool != nullptr) current.pool->release();
+    current = {};
+}
+
+}  // namespace detail
 }  // namespace kel

@@ -1,6 +1,8 @@
-// Where the buffers of strings come from and go back to.
-// Threads: any; a block may be given back by another thread than the one that took it, and by another
-// component, for the header in front of every block names the allocator that frees it.
+// Where the buffers of strings come from and go back to: the current pool of the process. That is the host's
+// pool if the host offers one, else a pool of this library, which asks for the host's again after every 601
+// takes and then hands over what it keeps. Threads: any; a block may be given back by another thread than the
+// one that took it, and by another component, for the header in front of every block names the allocator that
+// frees it.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +13,8 @@ namespace kel {
 inline constexpr std::size_t kMaxBufferBytes = 0x7FFFFFFF;
 
 // A block of at least byteCount bytes (1 to kMaxBufferBytes), aligned for 8-byte values; `capacity` is the
-// bytes it really has. The caller owns it until it gives it back with that capacity. No memory:
-// std::bad_alloc.
+// bytes it really has. The caller owns it until it gives it back with that capacity. No memory: the process
+// ends, as oxarealloc.h says.
 [[nodiscard]] void* takeBuffer(std::size_t byteCount, std::int32_t& capacity);
 
 // Ends the life of a block. A capacity of 0 marks storage that is only borrowed: it is left alone, as is

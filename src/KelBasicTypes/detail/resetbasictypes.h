@@ -8,5 +8,6 @@ void resetStringSupport();
 void resetTranslator();
 void resetDirectories();
 void resetMemoryManager();
+void resetBufferPool();  // releases the current pool with all that it keeps
 
 }  // namespace kel::detail

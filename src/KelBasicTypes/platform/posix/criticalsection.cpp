@@ -8,9 +8,7 @@
 #include <atomic>
 #include <new>
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#endif
+#include "singlethread.h"
 
 namespace kel::platform {
 namespace {
@@ -18,14 +16,6 @@ namespace {
 constexpr std::int32_t kFree = 0;
 constexpr std::int32_t kHeld = 1;
 constexpr std::int32_t kHeldWithSleepers = 2;
-
-bool isSingleThreaded() noexcept {
-#if __has_include(<sys/single_threaded.h>)
-    return __libc_single_threaded != 0;
-#else
-    return false;
-#endif
-}
 
 }  // namespace
 
