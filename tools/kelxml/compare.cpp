@@ -24,35 +24,10 @@ namespace {
 using ElementPtr = IPtr<IKelDOMXmlElement>;
 using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
 
-constexpr std::size_t kExcerptInUnits = 40;
 constexpr std::size_t kCommonInUnits = 12;  // shown before the first difference
 
 bool isTrailSurrogate(char16_t unit) {
     return (unit & 0xFC00) == 0xDC00;
-}
-
-// Part of a text, fit for one line, in which white space can be told apart.
-std::string excerpt(std::u16string_view text, std::size_t start) {
-    std::string line = start > 0 ? "\"..." : "\"";
-    std::size_t end = std::min(start + kExcerptInUnits, text.size());
-    if (end < text.size() && isTrailSurrogate(text[end])) ++end;
-    for (const char unit : kel::toUtf8(text.substr(start, end - start))) {
-        switch (unit) {
-            case '\t':
-                line += "\\t";
-                break;
-            case '\n':
-                line += "\\n";
-                break;
-            case '\r':
-                line += "\\r";
-                break;
-            default:
-                line += unit;
-        }
-    }
-    line += end < text.size() ? "...\"" : "\"";
-    return oneLine(line, line.size());
 }
 
 // `"abc" reads back as "abd"`, around the first difference.
@@ -98,24 +73,6 @@ std::size_t countRest(IKelDOMXmlElementItr& children) {
     std::size_t count = 0;
     for (; !children.isEnd(); children.next()) ++count;
     return count;
-}
-
-// "name[3]" for the third child of that name, "name" if it is the only one.
-std::string stepTo(IKelDOMXmlElement& parent, std::size_t childIndex) {
-    const IteratorPtr child(parent.getChildren());
-    for (std::size_t i = 0; i < childIndex; ++i) child->next();
-    const KelString name = child->getElement()->getName();
-    std::size_t index = 0;
-    std::size_t before = 0;
-    std::size_t count = 0;
-    for (child->first(); !child->isEnd(); child->next(), ++index) {
-        if (!(child->getElement()->getName() == name)) continue;
-        ++count;
-        if (index < childIndex) ++before;
-    }
-    std::string step = kelhost::toUtf8(name);
-    if (count > 1) step += '[' + std::to_string(before + 1) + ']';
-    return step;
 }
 
 std::string written(IKelDOMXmlElement& element) {

@@ -2,17 +2,12 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <vector>
 
 #include "msxml_parser/ikeldomxmlelement.h"
+#include "tools/kelxml/place.h"
 
 namespace kelxml {
-
-struct Difference {
-    std::string place;  // "/catalogue/book[3]", counted among the siblings of that name
-    std::string what;   // one line, the original's side first
-};
 
 enum class HiddenText {
     None,      // the caller knows that the original holds no CDATA section

@@ -11,6 +11,7 @@
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/platform/files.h"
+#include "tools/kelxml/unwritable.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
@@ -123,7 +124,9 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
     const Progress progress("reading back");
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
     if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
-        return "the result would not be well formed: " + errorOf(*copy, result.string(), "the result");
+        const std::string error = errorOf(*copy, result.string(), "the result");
+        return "the result would not be well formed: " + error +
+               listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
     }
     const std::vector<Difference> differences =
         compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()),
