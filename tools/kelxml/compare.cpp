@@ -26,17 +26,12 @@ using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
 
 constexpr std::size_t kCommonInUnits = 12;  // shown before the first difference
 
-bool isTrailSurrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 // `"abc" reads back as "abd"`, around the first difference.
 std::string readsBack(const KelString& original, const KelString& copy) {
     const std::u16string_view a = original.view();
     const std::u16string_view b = copy.view();
     const auto first = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
-    std::size_t start = first > kCommonInUnits ? first - kCommonInUnits : 0;
-    if (start > 0 && isTrailSurrogate(a[start])) --start;
+    const std::size_t start = first > kCommonInUnits ? first - kCommonInUnits : 0;
     return excerpt(a, start) + " reads back as " + excerpt(b, start);
 }
 

@@ -38,6 +38,7 @@ std::string stepTo(IKelDOMXmlElement& parent, std::size_t childIndex) {
 }
 
 std::string excerpt(std::u16string_view text, std::size_t start) {
+    if (start > 0 && isTrailSurrogate(text[start])) --start;
     std::string line = start > 0 ? "\"..." : "\"";
     std::size_t end = std::min(start + kExcerptInUnits, text.size());
     if (end < text.size() && isTrailSurrogate(text[end])) ++end;
