@@ -30,8 +30,9 @@ DirectParser::Outcome DirectParser::run() {
 }
 
 DirectParser::Outcome DirectParser::parse() {
+    cursor_ = source_.begin();
+    event();
     sink_.startDocument(*this);
-    ++progress_.events;
     const Declaration declaration = readDeclaration(source_);
     if (declaration.fault) {
         fault_ = declaration.fault;
@@ -127,6 +128,7 @@ DirectParser::Step DirectParser::finish() {
                           : "The document has no root element."};
         return Step::Stop;
     }
+    event();
     sink_.endDocument();
     return Step::Next;
 }

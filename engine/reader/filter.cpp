@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdio>
+#include <cstring>
 
 #include "engine/reader/detail/block.h"
 #include "engine/reader/detail/chars.h"
@@ -54,7 +55,7 @@ Fault badCharacter(char32_t c) {
 
 // The length of a character of the common sort, valid at a glance; 0 sends it to checkSequence.
 std::size_t commonLength(const char* in, const char* end) {
-    if (end - in < 3 || !isContinuation(in[1])) return 0;
+    if (end - in < 4 || !isContinuation(in[1])) return 0;
     const auto first = static_cast<unsigned char>(in[0]);
     if (first >= 0xC2 && first <= 0xDF) return 2;
     // E0, ED, EF have overlong forms, surrogates, and U+FFFE.
@@ -117,10 +118,14 @@ Filtered TextFilter::run(std::string_view from, bool last, char* to, std::vector
         if (in == end) break;
         const char c = *in;
         if (static_cast<unsigned char>(c) >= 0x80) {
-            if (const std::size_t length = commonLength(in, end); length != 0) {
-                for (std::size_t i = 0; i < length; ++i) *out++ = *in++;
-                continue;
+            // Whole words of other scripts, before the next block is tried.
+            const char* const before = in;
+            while (const std::size_t length = commonLength(in, end)) {
+                std::memcpy(out, in, 4);  // a fixed length; what is too much is written over
+                in += length;
+                out += length;
             }
+            if (in != before) continue;
             const Sequence sequence = checkSequence({in, end}, last);
             if (sequence.length == 0) {
                 result.fault = sequence.fault;

@@ -76,12 +76,6 @@ bool Libxml2Parser::isDeclared(std::string_view entity) const {
 xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     xmlEntity* const entity = xmlGetDocEntity(context_->myDoc, name);
     if (entity == nullptr) return nullptr;
-    if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
-        refuse(ErrorCode::BadEntity, culprit(),
-               "Entity " + quoted(viewOf(name)) +
-                   " is external and must not be used in the value of an attribute.");
-        return nullptr;
-    }
     if (context_->inSubset != 0) {
         // A default value. More entities may follow, so the whole cannot be known; each is charged with its
         // own text.
@@ -90,9 +84,18 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     // Inside an entity the document's own position does not move: what is nested was charged with the
     // outermost.
     const std::uint64_t at = here();
-    if (at == lastReference_) return entity;
-    lastReference_ = at;
-    referenceStart_ = at - viewOf(name).size() - 2;  // the name, '&' and ';'
+    const bool isNested = at == lastReference_;
+    if (!isNested) {
+        lastReference_ = at;
+        referenceStart_ = at - viewOf(name).size() - 2;  // the name, '&' and ';'
+    }
+    if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
+        refuse(ErrorCode::BadEntity, culprit(),
+               "Entity " + quoted(viewOf(name)) +
+                   " is external and must not be used in the value of an attribute.");
+        return nullptr;
+    }
+    if (isNested) return entity;
     return isExpansionAllowed(viewOf(name)) ? entity : nullptr;
 }
 

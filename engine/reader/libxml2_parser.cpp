@@ -46,6 +46,24 @@ private:
     HandlerSetting previous_;
 };
 
+// The thread's record of the last error stays the application's.
+class LastError final {
+public:
+    LastError() {
+        if (const xmlError* last = xmlGetLastError()) xmlCopyError(const_cast<xmlError*>(last), &saved_);
+    }
+    LastError(const LastError&) = delete;
+    LastError& operator=(const LastError&) = delete;
+    ~LastError() {
+        xmlResetLastError();
+        if (saved_.code != XML_ERR_OK) xmlCopyError(&saved_, &xmlLastError);
+        xmlResetError(&saved_);
+    }
+
+private:
+    xmlError saved_{};
+};
+
 // Each callback ends in a member function. An exception must not cross libxml2's frames: it is kept, the
 // parser is stopped, and `run` lets it go on.
 struct Libxml2Parser::Callbacks {
@@ -196,9 +214,10 @@ bool Libxml2Parser::run() {
     }
     isStandalone_ = declaration.isStandalone;
     preamble_ = isStandalone_ ? "<?xml version=\"1.0\" standalone=\"yes\"?>" : "<?xml version=\"1.0\"?>";
-    documentStart_ = feedOffset_ = farthest_ = event_ = lastEventEnd_ = declaration.length;
+    documentStart_ = feedOffset_ = farthest_ = lastEventEnd_ = declaration.length;
     createContext();
     {
+        const LastError theirs;
         const ErrorHandler ours(Callbacks::failed, this);
         applicationHandler_ = ours.previous();
         (void)xmlParseDocument(context_.get());
@@ -314,6 +333,8 @@ void Libxml2Parser::startDocument() {
 }
 
 void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes) {
+    // libxml2 tells of a tag that the text's end cuts short, and notices afterwards.
+    if (here() == source_.offsetOf(source_.end())) return;
     locateLast('<');
     attributes_.clear();
     for (; attributes != nullptr && attributes[0] != nullptr; attributes += 2) {
@@ -366,7 +387,10 @@ void Libxml2Parser::startDoctype() {
 void Libxml2Parser::cData(std::string_view text) {
     locateFirst("<![CDATA[");
     if (isEventNew()) tell([&] { sink_.startCData(); });
+    const std::uint64_t textStart = event_ + 9;
+    event_ = textStart;
     deliverText(text);
+    event_ = textStart + text.size();
     if (isEventNew()) tell([&] { sink_.endCData(); });
     eventEnds();
 }

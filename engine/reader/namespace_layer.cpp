@@ -168,6 +168,7 @@ const NamespaceLayer::Binding* NamespaceLayer::find(std::string_view prefix) con
 ExpandedName NamespaceLayer::resolve(std::string_view name, std::size_t index) const {
     const std::size_t colon = colonIn(name);
     if (colon == kNoColon) {
+        if (index != NamespaceFault::kElement && declares(name)) return {kXmlnsUri, {}, name};
         return {index == NamespaceFault::kElement ? defaultUri_ : std::string_view(), {}, name};
     }
     const auto [prefix, local] = split(name, colon, index);

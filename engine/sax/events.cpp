@@ -5,6 +5,7 @@
 #include <span>
 
 #include "engine/com/status.h"
+#include "engine/sax/utf16.h"
 #include "engine/text/utf.h"
 
 namespace engine::sax {
@@ -34,7 +35,7 @@ void Utf16Scratch::start(std::size_t bytes) {
 
 std::u16string_view Utf16Scratch::add(std::string_view utf8) noexcept {
     char16_t* const to = units_.data() + used_;
-    const std::size_t length = text::convertToUtf16(utf8, to);
+    const std::size_t length = convertValid(utf8, to);
     used_ += length;
     return {to, length};
 }
