@@ -10,8 +10,8 @@
 #include "KelBasicTypes/detail/heap.h"
 #include "KelBasicTypes/detail/librarylock.h"
 #include "KelBasicTypes/detail/poolselection.h"
+#include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
-#include "framework/object/sptr.h"
 #include "singlethread.h"
 
 namespace kel {
@@ -37,18 +37,9 @@ void replaceCurrent(IBucketMemoryPool& pool) {
     if (before != nullptr) before->release();
 }
 
-IPtr<IBucketMemoryPool> hostPool() noexcept {
-    if (hostCore == nullptr) return {};  // the usual case costs no name
-    try {
-        return SPtr<IBucketMemoryPool>();
-    } catch (...) {
-        return {};  // a host that has no memory for the lookup has no pool for us
-    }
-}
-
 // True when the host offers a pool, which then is the current one.
 bool adoptHostPool() {
-    const IPtr<IBucketMemoryPool> offered = hostPool();
+    const IPtr<IBucketMemoryPool> offered = detail::findService<IBucketMemoryPool>();
     if (!offered) return false;
     BucketMemoryPool* const own = std::exchange(current.own, nullptr);
     if (current.pool == offered.get()) return true;
@@ -71,17 +62,21 @@ void selectPool() {
 }
 
 // With one thread there is nobody to lock out, and what a bucket keeps is handed over without leaving this
-// library.
+// library. Not when the process ends for lack of memory: that may have happened while a table of the pool was
+// between two places.
+bool isAlone() noexcept {
+    return platform::isSingleThreaded() && current.own != nullptr && !detail::isProcessEnding();
+}
+
 void* takeAlone(std::int32_t size, std::uint32_t& actualSize) noexcept {
-    const bool isPlainCase =
-        platform::isSingleThreaded() && current.own != nullptr && current.takes < kTakesBetweenLookups;
-    void* const block = isPlainCase ? current.own->takeKept(size, actualSize) : nullptr;
+    if (!isAlone() || current.takes >= kTakesBetweenLookups) return nullptr;
+    void* const block = current.own->takeKept(size, actualSize);
     if (block != nullptr) ++current.takes;
     return block;
 }
 
 bool giveBackAlone(std::int32_t capacity, void* block) noexcept {
-    return platform::isSingleThreaded() && current.own != nullptr && current.own->keep(capacity, block);
+    return isAlone() && current.own->keep(capacity, block);
 }
 
 // Null: the block has to come from the host's pool, which is then in `host`.
@@ -102,7 +97,7 @@ void* takeBuffer(std::size_t byteCount, std::int32_t& capacity) {
     std::uint32_t actualSize = 0;
     void* block = takeAlone(size, actualSize);
     if (block == nullptr && detail::isReserveOpen()) {
-        // The process ends for lack of memory on this thread: no other thread's lock may hold the report up.
+        // No other thread's lock may hold the report up.
         actualSize = static_cast<std::uint32_t>(byteCount);
         block = BucketMemoryAllocator::instance().newBlock(byteCount);
     }

@@ -22,7 +22,6 @@ constexpr std::size_t kAlignment = alignof(std::max_align_t);
 
 alignas(std::max_align_t) constinit std::byte reserve[kReserveSizeInBytes] = {};
 constinit std::size_t reserveUsed = 0;  // only the thread that has opened it counts here
-constinit std::atomic<std::uintptr_t> reserveOwner{0};
 
 struct alignas(std::max_align_t) ReserveHeader {
     std::size_t sizeInBytes;
@@ -51,6 +50,8 @@ void* growInReserve(void* block, std::size_t sizeInBytes) noexcept {
 }
 
 }  // namespace
+
+constinit std::atomic<std::uintptr_t> reserveOwner{0};
 
 const Heap& systemHeap() noexcept {
     return kSystemHeap;

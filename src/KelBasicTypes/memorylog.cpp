@@ -2,13 +2,13 @@
 #include <cstdio>
 
 #include "KelBasicTypes/detail/memorylog.h"
+#include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/idatastore.h"
 #include "KelBasicTypes/imemchecker.h"
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/outofmemory.h"
 #include "KelBasicTypes/platform/memorystatus.h"
 #include "KelBasicTypes/platform/rawfile.h"
-#include "framework/object/sptr.h"
 
 namespace kel::detail {
 namespace {
@@ -51,7 +51,7 @@ MemoryFigures figuresOfSystem() noexcept {
 }
 
 MemoryFigures figures() {
-    const SPtr<IMemChecker> checker;
+    const IPtr<IMemChecker> checker = findService<IMemChecker>();
     if (!checker || !checker->isAvailable()) return figuresOfSystem();
     MemoryFigures result;
     checker->figures(result, kKilobyte);
@@ -67,9 +67,19 @@ void addManager(LogText& log) {
     log.line("kelmm swap limit:", manager->swapLimit() * kManagerUnitInKilobytes, 'k');
 }
 
+KelString logFolder() noexcept {
+    KelString folder;
+    const IPtr<IDataStore> settings = findService<IDataStore>();
+    try {
+        if (settings) settings->readText("Directories/Logs Directory", folder);
+    } catch (...) {
+        folder.clear();  // a setting that cannot be read is not set
+    }
+    return folder;
+}
+
 KelString logPath() {
-    KelString path;
-    if (const SPtr<IDataStore> settings; settings) settings->readText("Directories/Logs Directory", path);
+    KelString path = logFolder();
     const std::size_t length = path.length();
     const bool endsWithSeparator = length > 0 && (path[length - 1] == u'\\' || path[length - 1] == u'/');
     if (length > 0 && !endsWithSeparator) path.append(u'\\');

@@ -7,6 +7,7 @@
 
 #include "KelBasicTypes/detail/heap.h"
 #include "KelBasicTypes/detail/memorylog.h"
+#include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/idatastore.h"
 #include "KelBasicTypes/igfxrenderer.h"
@@ -15,7 +16,6 @@
 #include "KelBasicTypes/message.h"
 #include "KelBasicTypes/platform/messagebox.h"
 #include "KelBasicTypes/platform/process.h"
-#include "framework/object/sptr.h"
 
 namespace kel {
 namespace {
@@ -40,9 +40,14 @@ constinit std::atomic<std::uintptr_t> endingThread{0};
 constinit std::atomic<KelMM::IKelMManager*> manager{
     nullptr};  // holds one reference, kept until the process ends
 
-bool usesErrorService() {
-    const SPtr<IDataStore> settings;
-    return settings && settings->readBool("Memory/UseErrorService", false);
+bool usesErrorService() noexcept {
+    constexpr bool kDefault = false;
+    const IPtr<IDataStore> settings = detail::findService<IDataStore>();
+    try {
+        return settings ? settings->readBool("Memory/UseErrorService", kDefault) : kDefault;
+    } catch (...) {
+        return kDefault;  // a setting that cannot be read is not set
+    }
 }
 
 // The message itself when there is no memory, or no translator, to translate it.
@@ -61,11 +66,11 @@ void report() {
     IPtr<IKelErrorService> errorService;
     const bool isForService = usesErrorService();
     if (isForService) {
-        errorService = SPtr<IKelErrorService>();
+        errorService = detail::findService<IKelErrorService>();
         if (!errorService) return;
     }
     const KelString message = translatedMessage();
-    const SPtr<IGfxRenderer> renderer;
+    const IPtr<IGfxRenderer> renderer = detail::findService<IGfxRenderer>();
     if (renderer) renderer->beforeReport();
     if (isForService) {
         errorService->report(message, IKelErrorService::kLevelError, "realloc");
@@ -90,14 +95,10 @@ void becomeEndingThread() noexcept {
 
 KelMM::IKelMManager* memoryManager() noexcept {
     if (KelMM::IKelMManager* const known = manager.load(std::memory_order_acquire)) return known;
-    try {
-        const SPtr<KelMM::IKelMManager> found;
-        KelMM::IKelMManager* none = nullptr;
-        // Several threads may have run out of memory at once: only one of them leaves its reference there.
-        if (found && manager.compare_exchange_strong(none, found.get())) found->addRef();
-    } catch (...) {
-        // a host that has no memory for the lookup has no manager for us
-    }
+    const IPtr<KelMM::IKelMManager> found = detail::findService<KelMM::IKelMManager>();
+    KelMM::IKelMManager* none = nullptr;
+    // Several threads may have run out of memory at once: only one of them leaves its reference there.
+    if (found && manager.compare_exchange_strong(none, found.get())) found->addRef();
     return manager.load(std::memory_order_acquire);
 }
 

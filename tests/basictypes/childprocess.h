@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <functional>
 
 namespace kel::test {
@@ -15,7 +16,9 @@ public:
     static constexpr int kBodyReturned = 77;  // exit status of a child whose body came to its end
 
     // The child leaves without running the test program's own endings.
-    explicit ChildProcess(const std::function<void()>& body) : id_(fork()) {
+    explicit ChildProcess(const std::function<void()>& body) {
+        std::fflush(nullptr);  // or the child would write what waits here once more
+        id_ = fork();
         if (id_ != 0) return;
         body();
         _exit(kBodyReturned);
@@ -40,7 +43,7 @@ public:
     }
 
 private:
-    pid_t id_;
+    pid_t id_ = -1;
     bool isRunning_ = true;
 };
 

@@ -1,7 +1,10 @@
 // A heap for the guarded allocation that refuses what a test says. In place while it lives.
 #pragma once
 
+#include <malloc.h>
+
 #include <cstddef>
+#include <cstring>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -37,7 +40,11 @@ private:
     static void* reallocate(void* block, std::size_t size) {
         return current()->rule_({true, size}) ? nullptr : detail::systemHeap().reallocate(block, size);
     }
-    static void release(void* block) { detail::systemHeap().release(block); }
+    // Whoever still reads the block finds that out here, not some other day.
+    static void release(void* block) {
+        if (block != nullptr) std::memset(block, 0xDD, malloc_usable_size(block));
+        detail::systemHeap().release(block);
+    }
 
     Rule rule_;
 };

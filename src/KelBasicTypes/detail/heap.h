@@ -3,7 +3,9 @@
 // process to itself.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 namespace kel::detail {
 
@@ -27,5 +29,12 @@ void openReserve() noexcept;
 
 // Whether the calling thread is the one that ends the process for lack of memory.
 [[nodiscard]] bool isReserveOpen() noexcept;
+
+extern constinit std::atomic<std::uintptr_t> reserveOwner;  // for the next function; 0: nobody
+
+// Whether any thread is.
+[[nodiscard]] inline bool isProcessEnding() noexcept {
+    return reserveOwner.load(std::memory_order_relaxed) != 0;
+}
 
 }  // namespace kel::detail
