@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "KelBasicTypes/message.h"
 #include "engine/com/classtable.h"
 #include "framework/component/componentstate.h"
 #include "framework/component/ikelcomponentfactory.h"
@@ -207,6 +208,7 @@ TEST(Parsers, OfTwoThreadsDoNotMeet) {
             ASSERT_FALSE(parser->loadFromString(wide("<" + std::string(name))));
         }
     };
+    (void)kel::currentTranslator();  // settled before threads come in, as while a component is loaded
     std::thread one(work, "one");
     std::thread two(work, "two");
     one.join();

@@ -60,6 +60,125 @@ TEST(Transforming, ReportsAnEmptyStyleSheetAndAMissingResultDocument) {
     EXPECT_EQ(utf8(out), "kept");
 }
 
+TEST(Transforming, ReplacesTheResultAndClearsTheError) {
+    const DomParser source = load("<a><b>\xC3\xA9\xF0\x9F\x98\x80</b></a>");
+    const DomParser sheet = load(kNameOfRoot);
+    source->setRootElement(nullptr);
+    KelString text(u"earlier");
+    EXPECT_TRUE(source->transformToString(sheet.get(), text));
+    EXPECT_EQ(utf8(text), "name=a");
+    EXPECT_EQ(errorOf(source), "0 ");
+
+    const DomParser copying = load(
+        "<out xsl:version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
+        "<xsl:copy-of select='/a/b'/></out>");
+    const DomParser result = load("<earlier/>");
+    EXPECT_TRUE(source->transformToDocument(copying.get(), result.get()));
+    EXPECT_EQ(saved(result), "<out>\n\t<b>\xC3\xA9\xF0\x9F\x98\x80</b>\n</out>\n");
+    EXPECT_EQ(errorOf(source), "0 ");
+}
+
+// The record of the source's last load is read after the output has been produced.
+TEST(Transforming, ReportsTheSourcesFailedLoadAfterTheOutput) {
+    const DomParser source = makeDom();
+    const DomParser sheet = load(kNameOfRoot);
+    EXPECT_FALSE(source->loadFromString(wide("<a></b>")));
+    KelString text(u"earlier");
+    EXPECT_FALSE(source->transformToString(sheet.get(), text));
+    EXPECT_EQ(
+        errorOf(source),
+        "3 Error while transforming  : Line 1, column 4 : End tag 'b' does not match the start tag 'a'.");
+    EXPECT_EQ(utf8(text), "name=");
+}
+
+TEST(Transforming, ReportsABadStyleSheetAndLeavesTheResult) {
+    const DomParser source = load("<a/>");
+    const DomParser sheet = load(
+        "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
+        "<xsl:template match='/'><xsl:value-of select='1 +'/></xsl:template></xsl:stylesheet>");
+    const DomParser result = load("<kept/>");
+    KelString text(u"kept");
+    const std::string prefix = "6 Exception during transform: ";
+    EXPECT_FALSE(source->transformToString(sheet.get(), text));
+    EXPECT_TRUE(errorOf(source).starts_with(prefix) && errorOf(source).size() > prefix.size())
+        << errorOf(source);
+    EXPECT_FALSE(source->transformToDocument(sheet.get(), result.get()));
+    EXPECT_TRUE(errorOf(source).starts_with(prefix) && errorOf(source).size() > prefix.size())
+        << errorOf(source);
+    EXPECT_EQ(utf8(text), "kept");
+    EXPECT_EQ(saved(result), "<kept />\n");
+}
+
+// Hands out another parser's root element.
+class Redirecting final : public MSDOMXml {
+public:
+    explicit Redirecting(IKelDOMXml& target) : target_(target) {}
+    IKelDOMXmlElement* getRootElement() override { return target_.getRootElement(); }
+
+private:
+    IKelDOMXml& target_;
+};
+
+TEST(Transforming, AndSavingGoThroughTheParsersOwnRootElement) {
+    const DomParser sheet = load(kNameOfRoot);
+    const DomParser redirected(new Redirecting(*sheet.get()));
+    EXPECT_EQ(saved(redirected), saved(sheet));
+    KelString text;
+    EXPECT_TRUE(load("<a/>")->transformToString(redirected.get(), text));
+    EXPECT_EQ(utf8(text), "name=a");
+}
+
+// The element a for namespace urn:a, with a number in it.
+constexpr const char* kSchema =
+    "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:a'>"
+    "<xs:element name='a' type='xs:int'/></xs:schema>";
+
+TEST(Validating, SaysWhetherAndWhyNot) {
+    const Folder folder;
+    const KelString uri = wide("urn:a");
+    const KelString schema = wide(folder.write("a.xsd", kSchema));
+    const DomParser parser = load("<a xmlns='urn:a'>1</a>");
+    parser->setRootElement(nullptr);
+    EXPECT_TRUE(parser->validate(uri, schema));
+    EXPECT_EQ(errorOf(parser), "0 ");
+    rootOf(parser)->setText(wide("one"));
+    EXPECT_FALSE(parser->validate(uri, schema));
+    const std::string prefix = "3 Error while validating  : ";
+    EXPECT_TRUE(errorOf(parser).starts_with(prefix) && errorOf(parser).size() > prefix.size())
+        << errorOf(parser);
+    EXPECT_EQ(errorOf(parser).find("Line"), std::string::npos);
+}
+
+TEST(Validating, KeepsTheSchemaForLaterLoads) {
+    const Folder folder;
+    const DomParser parser = load("<a xmlns='urn:a'>1</a>");
+    parser->setValidateOnParse(true);
+    EXPECT_TRUE(parser->validate(wide("urn:a"), wide(folder.write("a.xsd", kSchema))));
+    EXPECT_FALSE(parser->loadFromString(wide("<a xmlns='urn:a'>\none</a>")));
+    EXPECT_TRUE(errorOf(parser).starts_with("3 Error while reading Xml  : Line 1, column 1 : "))
+        << errorOf(parser);
+    EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>2</a>")));
+    // A file that cannot be read changes nothing about that.
+    EXPECT_FALSE(parser->validate(wide("urn:a"), wide(folder.path("missing.xsd"))));
+    EXPECT_FALSE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
+    parser->setValidateOnParse(false);
+    EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
+}
+
+TEST(Validating, LetsTheRefusalOfASchemaOut) {
+    const Folder folder;
+    const DomParser parser = load("<a/>");
+    parser->setRootElement(nullptr);
+    try {
+        parser->validate(KelString(), wide(folder.write("no.xsd", "<a/>")));
+        FAIL() << "taken as a schema";
+    } catch (const _com_error& error) {
+        EXPECT_LT(error.Error(), 0);
+        EXPECT_GT(error.Description().length(), 0u);
+    }
+    EXPECT_EQ(errorOf(parser), "0 ");
+}
+
 TEST(Validating, ChecksTheSchemaFileAndItsCache) {
     const Folder folder;
     const DomParser parser = load("<a/>");
