@@ -134,32 +134,28 @@ NodeId Tree::createProcessingInstruction(std::string_view target, std::string_vi
     return allocate(NodeKind::ProcessingInstruction, name, span.offset, span.length);
 }
 
-// Copies a subtree node by node with `copy`, which makes one unlinked node.
+// Copies a subtree node by node with `copy`, which makes one unlinked node. When that throws, the nodes made
+// so far belong nowhere and are reclaimed like any others.
 template <typename Copy>
 NodeId Tree::copySubtree(const Tree& source, NodeId node, Copy copy) {
     const NodeId root = copy(node);
     NodeId at = node;
     NodeId made = root;
-    try {
-        while (true) {
-            NodeId next = source.nodes_[at].firstChild;
-            NodeId parent = made;
-            while (next == kNoNode && at != node) {
-                next = source.nodes_[at].next;
-                parent = nodes_[made].parent;
-                if (next == kNoNode) {
-                    at = source.nodes_[at].parent;
-                    made = parent;
-                }
+    while (true) {
+        NodeId next = source.nodes_[at].firstChild;
+        NodeId parent = made;
+        while (next == kNoNode && at != node) {
+            next = source.nodes_[at].next;
+            parent = nodes_[made].parent;
+            if (next == kNoNode) {
+                at = source.nodes_[at].parent;
+                made = parent;
             }
-            if (next == kNoNode) return root;
-            made = copy(next);
-            append(parent, made);
-            at = next;
         }
-    } catch (...) {
-        free(root);
-        throw;
+        if (next == kNoNode) return root;
+        made = copy(next);
+        append(parent, made);
+        at = next;
     }
 }
 
@@ -189,19 +185,13 @@ NodeId Tree::copyNode(const Tree& source, NodeId node) {
     const NameId name = names_.intern(source.name(node));
     const std::uint32_t count = source.attributeCount(node);
     const std::uint32_t first = attributes_.size();
-    if (count != 0) attributes_.extend(count);
-    try {
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const AttributeView view = source.attribute(node, i);
-            const NameId attributeName = names_.intern(view.name);
-            const Span span = store(view.value);
-            attributes_[first + i] = {attributeName, span.offset, span.length};
-        }
-        return allocate(NodeKind::Element, name, first, count);
-    } catch (...) {
-        attributes_.truncate(first);
-        throw;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const AttributeView view = source.attribute(node, i);
+        const NameId attributeName = names_.intern(view.name);
+        const Span span = store(view.value);
+        attributes_.append({attributeName, span.offset, span.length});
     }
+    return allocate(NodeKind::Element, name, first, count);
 }
 
 NodeId Tree::copyFrom(const Tree& source, NodeId node) {
@@ -250,7 +240,7 @@ void Tree::growAttributes(NodeId element) {
     for (std::uint32_t i = 0; i < record.count; ++i) {
         Attribute& old = attributes_[record.first + i];
         run[i] = old;
-        old = {kDead, 0, 0};
+        old = {kSpare, 0, 0};  // for the run before it, should it need room
     }
     wastedBytes_ += record.count * sizeof(Attribute);
     record.first = first;

@@ -153,7 +153,7 @@ private:
     };
     static_assert(sizeof(Node) == 32);
     struct Attribute {
-        NameId name;  // kSpare: room at the end of the run before it, kDead: room nobody owns
+        NameId name;  // kSpare: room for the run before it
         std::uint32_t offset;
         std::uint32_t length;
     };
@@ -170,7 +170,6 @@ private:
     static constexpr std::uint32_t kMark = 0x10;
     static constexpr std::uint32_t kNameShift = 5;
     static constexpr NameId kSpare = 0xFFFFFFFF;
-    static constexpr NameId kDead = 0xFFFFFFFE;
 
     [[nodiscard]] std::string_view textAt(std::uint32_t offset, std::uint32_t length) const noexcept {
         return {text_.data() + offset, length};

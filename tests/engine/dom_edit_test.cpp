@@ -127,6 +127,22 @@ TEST_F(DomEdit, ChildListFollowsEditsAndCursors) {
     EXPECT_EQ(item(0) + item(1) + item(2) + item(3), "cdbe");
 }
 
+TEST_F(DomEdit, AListCursorDoesNotOutliveTheMoveOfItsNode) {
+    const DocumentRef source = loaded(u"<a><b><c/><d/></b></a>");
+    const DocumentRef target = loaded(u"<t><x/></t>");
+    const Node b = first(*root(*source));
+    Ref<IXMLDOMNodeList> list;
+    ASSERT_EQ(b->get_childNodes(list.receive()), S_OK);
+    Node item;
+    ASSERT_EQ(list->get_item(1, item.receive()), S_OK);
+    ASSERT_EQ(root(*target)->appendChild(b.get(), nullptr), S_OK);
+    Node again;
+    ASSERT_EQ(list->get_item(1, again.receive()), S_OK);
+    EXPECT_EQ(again.get(), item.get());
+    ASSERT_EQ(list->get_item(0, again.receive()), S_OK);
+    EXPECT_EQ(nameOf(*again), "c");
+}
+
 TEST_F(DomEdit, RefusesWithAStatusAndADescriptionAndChangesNothing) {
     const DocumentRef document = loaded(u"<a><b><c/></b>t</a>");
     const Element a = root(*document);
@@ -355,14 +371,15 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
         std::size_t applied = 0;
         for (int step = 0; step < 6000; ++step) {
             IXMLDOMDocument2& document = *documents[pick(2)];
-            const std::string number = std::to_string(step);
+            const std::string number =
+                std::to_string(step) + std::string(pick(300), 'x');  // enough text to be moved together
             const Held one = held[pick(held.size())];
             const Held two = held[pick(held.size())];
             const bool isElement = !one.model->name.empty();
             switch (pick(8)) {
                 case 0:
-                    held.push_back(
-                        {Node::share(element(document, "e" + number).get()), model("e" + number, "")});
+                    held.push_back({Node::share(element(document, "e" + std::to_string(step)).get()),
+                                    model("e" + std::to_string(step), "")});
                     break;
                 case 1:
                     held.push_back(
@@ -409,7 +426,8 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
                     }
                     break;
                 case 6: {
-                    // A copy that nobody keeps, for the reclaiming to find.
+                    // Copies that nobody keeps, for the reclaiming to find.
+                    for (int i = 0; i < 30; ++i) (void)cloneOf(*one.node);
                     EXPECT_EQ(outline(*cloneOf(*one.node)), one.model->outline());
                     break;
                 }

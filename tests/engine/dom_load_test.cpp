@@ -29,6 +29,8 @@ constexpr std::array kLayoutCases{
     WhiteSpaceCase{"layout between comments goes", u"<a> <!--x--> <b/> <?p d?> </a>", "<a><!x><b/><?p d></>"},
     WhiteSpaceCase{"what is kept outside does not decide inside", u"<a>t <b> <c/> </b> </a>",
                    "<a>t <b><c/></> </>"},
+    WhiteSpaceCase{"layout dropped inside does not come back outside", u"<a> <b> <c/> </b> t</a>",
+                   "<a> <b><c/></> t</>"},
     WhiteSpaceCase{"other blanks are text", u"<a>\u00A0<b/> \u2003 </a>", "<a>\u00A0<b/> \u2003 </>"},
     WhiteSpaceCase{"xml:space keeps", u"<a xml:space=\"preserve\"> <b> <c/> </b> </a>",
                    "<a xml:space=\"preserve\"> <b> <c/> </> </>"},
