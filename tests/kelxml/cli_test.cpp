@@ -32,6 +32,19 @@ RunResult kelxml(std::vector<std::string> arguments, const RunOptions& options =
     return kel::test::run(arguments, options);
 }
 
+// A run of text may be reported in several pieces: joined, they are one.
+std::string mergedTexts(std::string lines) {
+    const std::string seam = "\"}\n{\"event\":\"text\",\"text\":\"";
+    for (std::size_t at = 0; (at = lines.find(seam, at)) != std::string::npos;) {
+        const std::size_t start = lines.rfind('\n', at) == std::string::npos ? 0 : lines.rfind('\n', at) + 1;
+        if (lines.compare(start, 15, "{\"event\":\"text\"") == 0)
+            lines.erase(at, seam.size());
+        else
+            at += seam.size();
+    }
+    return lines;
+}
+
 class KelxmlTest : public ::testing::Test {
 protected:
     TemporaryFolder folder_;
@@ -198,6 +211,35 @@ TEST_F(KelxmlTest, TreeOutlinesTheDocument) {
               "a x=\"1\" y=\"2\"\n  b  one two\n  b  (2 child elements)\n");
     EXPECT_EQ(kelxml({"tree", "--depth", "1", "-"}, {.input = "<a><b/></a>"}).output,
               "a  (1 child elements)\n");
+}
+
+TEST_F(KelxmlTest, EventsAreReportedForPeopleAndForPrograms) {
+    const std::string document =
+        "<!--c--><p:a xmlns:p='u' q=\"x&quot;\\\" >1 &lt; \xF0\x9F\x98\x80<b/>&#9;<![CDATA[<]]></p:a>";
+    const RunResult json = kelxml({"events", "--json", "-"}, {.input = document});
+    EXPECT_EQ(json.status, 0);
+    EXPECT_EQ(mergedTexts(json.output),
+              "{\"event\":\"start\",\"name\":\"a\",\"depth\":0,\"attributes\":{\"q\":\"x\\\"\\\\\"}}\n"
+              "{\"event\":\"text\",\"text\":\"1 < \xF0\x9F\x98\x80\"}\n"
+              "{\"event\":\"start\",\"name\":\"b\",\"depth\":1,\"attributes\":{}}\n"
+              "{\"event\":\"end\",\"name\":\"b\"}\n"
+              "{\"event\":\"text\",\"text\":\"\\u0009<\"}\n"
+              "{\"event\":\"end\",\"name\":\"a\"}\n");
+    EXPECT_EQ(json.errors, "2 elements, 1 attributes, 7 characters\n");
+
+    const RunResult plain = kelxml({"events", "-"}, {.input = "<a x='1'><b>t</b></a>"});
+    EXPECT_EQ(plain.output, "start a x=\"1\"\n  start b\n    text  \"t\"\n  end   b\nend   a\n");
+}
+
+TEST_F(KelxmlTest, EventsOfAMalformedDocumentEndWith1) {
+    for (const char* document : {"", "text", "<a><b></a>", "<a>"}) {
+        const RunResult result = kelxml({"events", "-"}, {.input = document});
+        EXPECT_EQ(result.status, 1) << document;
+        EXPECT_THAT(result.errors, HasSubstr("not well formed")) << document;
+    }
+    const RunResult missing = kelxml({"events", folder_.pathOf("missing.xml")});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.errors, HasSubstr("error 1: Error while reading " + folder_.pathOf("missing.xml")));
 }
 
 TEST_F(KelxmlTest, ADocumentCannotSpeakToTheTerminal) {

@@ -31,6 +31,7 @@ struct CommandLine {
     std::string component;
     SaveOptions saving;
     TreeOptions outlining;
+    EventsOptions reporting;
     std::function<void(Session&)> verb;
 
     CommandLine() {
@@ -41,6 +42,7 @@ struct CommandLine {
         app.footer("Exit status: 0 done, 1 the document was refused, 2 wrong usage.");
         addSave();
         addTree();
+        addEvents();
         CLI::App* infoVerb =
             app.add_subcommand("info", "Show the component's identity, its classes and our services");
         infoVerb->callback([this] { verb = info; });
@@ -66,6 +68,14 @@ struct CommandLine {
                 return isCount(text) ? "" : "'" + text + "' is not a number from 1 on";
             });
         command->callback([this] { verb = [this](Session& session) { tree(session, outlining); }; });
+    }
+
+    void addEvents() {
+        CLI::App* command =
+            app.add_subcommand("events", "Report elements and texts as they come, however long the file");
+        command->add_option("FILE", reporting.file, kFileHelp)->required();
+        command->add_flag("--json", reporting.json, "One JSON object a line");
+        command->callback([this] { verb = [this](Session& session) { events(session, reporting); }; });
     }
 };
 

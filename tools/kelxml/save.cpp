@@ -11,6 +11,7 @@
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/platform/files.h"
+#include "tools/kelxml/progress.h"
 #include "tools/kelxml/unwritable.h"
 #include "tools/kelxml/verbs.h"
 
@@ -21,22 +22,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kPlacesShown = 5;
-
-// Says on a terminal what is being waited for, and takes it back.
-class Progress {
-public:
-    explicit Progress(const char* phase) : shown_(isTerminal(stderr)) {
-        if (shown_) std::fprintf(stderr, "\r%s...\x1b[K", phase);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    ~Progress() {
-        if (shown_) std::fputs("\r\x1b[K", stderr);
-    }
-
-private:
-    bool shown_;
-};
 
 // Whether the bytes "<![CDATA[" stand in the file, in any encoding that has them as ASCII with or without
 // zero bytes around. A false alarm, from a comment say, costs time and changes nothing.
@@ -115,7 +100,7 @@ std::string listOf(const std::vector<Difference>& differences) {
 void write(IKelDOMXml& parser, const fs::path& path) {
     const Progress progress("writing");
     if (!parser.saveToFile(kelhost::fromUtf8(path.string())))
-        throw Failure(kRefused, errorOf(parser, path.string(), "the result"));
+        throw Failure(kRefused, describeError(*parser.getError(), path.string(), "the result"));
 }
 
 // What is wrong with the result; empty if nothing is.
@@ -124,7 +109,7 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
     const Progress progress("reading back");
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
     if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
-        const std::string error = errorOf(*copy, result.string(), "the result");
+        const std::string error = describeError(*copy->getError(), result.string(), "the result");
         return "the result would not be well formed: " + error +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
     }

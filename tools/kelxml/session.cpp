@@ -7,7 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "host/text.h"
 #include "tools/kelxml/failure.h"
 
 namespace kelxml {
@@ -77,17 +76,9 @@ InputFile::InputFile(std::string name) : name_(std::move(name)), path_(name_) {
 IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {
     IPtr<IKelDOMXmlV2> parser = session.makeParser();
     if (!parser->loadFromFile(kelhost::fromUtf8(path_.string()))) {
-        throw Failure(kRefused, errorOf(*parser, path_.string(), name_));
+        throw Failure(kRefused, describeError(*parser->getError(), path_.string(), name_));
     }
     return parser;
-}
-
-std::string errorOf(IKelDOMXml& parser, const std::string& path, const std::string& name) {
-    IKelDOMXmlError& error = *parser.getError();
-    std::string message = kelhost::toUtf8(error.getMessage());
-    const std::size_t at = message.find(path);
-    if (at != std::string::npos) message.replace(at, path.size(), name);
-    return "error " + std::to_string(error.getCode()) + ": " + message;
 }
 
 }  // namespace kelxml

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/host.h"
+#include "host/text.h"
 #include "msxml_parser/ikeldomxml.h"
 #include "tools/kelxml/platform/files.h"
 
@@ -34,6 +35,7 @@ public:
     explicit InputFile(std::string name);  // "-": standard input. Throws Failure.
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+    [[nodiscard]] const std::string& name() const noexcept { return name_; }  // as on the command line
 
     // Parses the file. Throws Failure with the parser's own code and message, in which the file has the name
     // it was given on the command line.
@@ -45,8 +47,14 @@ private:
     std::filesystem::path path_;
 };
 
-// "error 3: Error while reading ...", as the parser tells it, but for the path, which gets a name that the
-// user knows.
-[[nodiscard]] std::string errorOf(IKelDOMXml& parser, const std::string& path, const std::string& name);
+// "error 3: Error while reading ...", as a parser tells it, but for the path, which gets a name that the user
+// knows.
+template <class Error>
+[[nodiscard]] std::string describeError(Error& error, const std::string& path, const std::string& name) {
+    std::string message = kelhost::toUtf8(error.getMessage());
+    const std::size_t at = message.find(path);
+    if (at != std::string::npos) message.replace(at, path.size(), name);
+    return "error " + std::to_string(error.getCode()) + ": " + message;
+}
 
 }  // namespace kelxml

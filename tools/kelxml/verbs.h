@@ -22,6 +22,12 @@ struct TreeOptions {
 };
 void tree(Session& session, const TreeOptions& options);
 
+struct EventsOptions {
+    std::string file;
+    bool json = false;
+};
+void events(Session& session, const EventsOptions& options);
+
 void info(Session& session);
 
 }  // namespace kelxml
