@@ -52,8 +52,26 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
         externalParameter_.emplace(viewOf(name));
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, nothing);
     } else {
-        xmlSAX2EntityDecl(context_.get(), name, type, publicId, systemId, content);
+        // A carriage return got here by reference, but libxml2 would take it for a line end.
+        std::string text(viewOf(content));
+        const bool isMarkup = text.find('<') != std::string::npos;
+        for (std::size_t at = 0; !isMarkup && (at = text.find('\r', at)) != std::string::npos;)
+            text.replace(at, 1, "&#13;");
+        auto* const replacement = reinterpret_cast<xmlChar*>(text.data());
+        xmlSAX2EntityDecl(context_.get(), name, type, publicId, systemId,
+                          content == nullptr ? nullptr : replacement);
     }
+}
+
+// libxml2 lets one without an identifier pass.
+void Libxml2Parser::declareNotation(std::string_view name, bool hasIdentifier) {
+    refuseColon(name, "notation");
+    if (!hasIdentifier && !isStopped_) {
+        refuse(
+            ErrorCode::BadDoctype, here(),
+            "The declaration of notation " + quoted(name) + " must hold SYSTEM or PUBLIC and an identifier.");
+    }
+    eventEnds();
 }
 
 void Libxml2Parser::declareAttribute(const xmlChar* element, const xmlChar* name, int type,
@@ -76,11 +94,6 @@ bool Libxml2Parser::isDeclared(std::string_view entity) const {
 xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     xmlEntity* const entity = xmlGetDocEntity(context_->myDoc, name);
     if (entity == nullptr) return nullptr;
-    if (context_->inSubset != 0) {
-        // A default value. More entities may follow, so the whole cannot be known; each is charged with its
-        // own text.
-        return isAffordable(viewOf(name), viewOf(entity->content).size() + 1) ? entity : nullptr;
-    }
     // Inside an entity the document's own position does not move: what is nested was charged with the
     // outermost.
     const std::uint64_t at = here();
@@ -95,8 +108,12 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
                    " is external and must not be used in the value of an attribute.");
         return nullptr;
     }
-    if (isNested) return entity;
-    return isExpansionAllowed(viewOf(name)) ? entity : nullptr;
+    if (context_->inSubset != 0) {
+        // A default value. More entities may follow, so the whole cannot be known; each is charged with its
+        // own text.
+        return isAffordable(viewOf(name), viewOf(entity->content).size() + 1) ? entity : nullptr;
+    }
+    return isNested || isExpansionAllowed(viewOf(name)) ? entity : nullptr;
 }
 
 xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {

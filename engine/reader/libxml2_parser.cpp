@@ -134,10 +134,10 @@ struct Libxml2Parser::Callbacks {
             self.eventEnds();
         });
     }
-    static void notationDecl(void* user, const xmlChar* name, const xmlChar*, const xmlChar*) noexcept {
+    static void notationDecl(void* user, const xmlChar* name, const xmlChar* publicId,
+                             const xmlChar* systemId) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.refuseColon(viewOf(name), "notation");
-            self.eventEnds();
+            self.declareNotation(viewOf(name), publicId != nullptr || systemId != nullptr);
         });
     }
     static void attributeDecl(void* user, const xmlChar* element, const xmlChar* name, int type, int,
@@ -403,13 +403,10 @@ void Libxml2Parser::comment(std::string_view text) {
     eventEnds();
 }
 
+// Those inside the DOCTYPE are part of the document; its comments are nobody's business.
 void Libxml2Parser::instruction(std::string_view target, std::string_view data) {
-    if (context_->inSubset == 0) {
-        locateFirst("<?");
-        if (isEventNew()) tell([&] { sink_.processingInstruction(target, data); });
-    } else {
-        refuseColon(target, "processing instruction");
-    }
+    locateFirst("<?");
+    if (isEventNew()) tell([&] { sink_.processingInstruction(target, data); });
     eventEnds();
 }
 

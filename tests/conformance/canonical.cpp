@@ -70,10 +70,11 @@ std::string readFile(const std::string& path) {
 std::string readCanonicalFile(const std::string& path) {
     std::string text = readFile(path);
     constexpr std::string_view kEnd = "]>\n";
-    if (text.starts_with("<!DOCTYPE")) {
-        const std::size_t end = text.find(kEnd);
+    const std::size_t start = text.find("<!DOCTYPE");  // behind the instructions that the subset holds
+    if (start != std::string::npos) {
+        const std::size_t end = text.find(kEnd, start);
         if (end == std::string::npos) throw std::runtime_error(path + " is not in the form expected");
-        text.erase(0, end + kEnd.size());
+        text.erase(start, end + kEnd.size() - start);
     }
     return text;
 }

@@ -88,6 +88,7 @@ private:
     void declareEntity(const xmlChar* name, int type, const xmlChar* publicId, const xmlChar* systemId,
                        xmlChar* content);
     void declareAttribute(const xmlChar* element, const xmlChar* name, int type, const xmlChar* defaultValue);
+    void declareNotation(std::string_view name, bool hasIdentifier);
     void refuseColon(std::string_view name, std::string_view what);
     [[nodiscard]] xmlEntity* generalEntity(const xmlChar* name);
     [[nodiscard]] xmlEntity* parameterEntity(const xmlChar* name);
