@@ -139,7 +139,6 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     xmlInitParser();
-    for (const SchemaFile& file : files) checkRoot(file);
     xml2::Causes causes;
     xml2::Inclusions inclusions(xml2::Dialect::Schema);
     inclusions.setCauses(&causes);
@@ -154,6 +153,7 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
         readable = inclusions.textOf(uri) != nullptr && readable;
     }
     if (readable) {
+        for (const SchemaFile& file : files) checkRoot(file);
         const ParserHandle parser(orThrow(xmlSchemaNewDocParserCtxt(driver_.get())));
         xmlSchemaSetParserStructuredErrors(parser.get(), xml2::listenStructured, &causes);
         schema_.reset(xmlSchemaParse(parser.get()));

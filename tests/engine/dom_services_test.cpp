@@ -40,9 +40,12 @@ private:
 class DomServices : public DomTest {
 protected:
     void TearDown() override {
-        engine::dom::setTransformer(nullptr);
+        engine::dom::setTransformer(before_);
         DomTest::TearDown();
     }
+
+private:
+    engine::dom::Transformer* const before_ = engine::dom::transformer();
 };
 
 TEST_F(DomServices, SchemasJudgeOnDemandAndWhileLoading) {
@@ -145,6 +148,15 @@ TEST_F(DomServices, TransformationsReplaceTheResultOrLeaveIt) {
         EXPECT_EQ(source->transformNodeToObject(good.get(), output), S_OK);
         EXPECT_EQ(outline(*result), "<out> <" + name + "/></>");
     }
+}
+
+TEST_F(DomServices, WithoutATransformerStyleSheetsAreRefused) {
+    engine::dom::setTransformer(nullptr);
+    const DocumentRef style = loaded(u"<style/>");
+    BSTR result = nullptr;
+    EXPECT_EQ(style->transformNode(root(*style).get(), &result), E_NOTIMPL);
+    EXPECT_EQ(result, nullptr);
+    EXPECT_NE(lastDescription().find("transformer"), std::string::npos);
 }
 
 }  // namespace

@@ -1,0 +1,1 @@
+<html xsl:version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform"><head><title><xsl:value-of select="/page/@title"/></title></head><body><xsl:for-each select="//p"><p><xsl:value-of select="."/></p></xsl:for-each></body></html>

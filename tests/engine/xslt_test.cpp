@@ -1,0 +1,405 @@
+// Style sheets through the COM interfaces: results, refusals, and what may not happen to the host.
+#include <gmock/gmock.h>
+#include <libxml/globals.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxslt/security.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltutils.h>
+
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "engine/xml2/errors.h"
+#include "engine/xslt/platform/stack.h"
+#include "tests/engine/dom_fixture.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace {
+
+using namespace domtest;
+using kel::test::readFile;
+using kel::test::TemporaryFolder;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string sheet(std::string_view body, std::string_view attributes = "") {
+    return "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform' " +
+           std::string(attributes) + ">\n" + std::string(body) + "</xsl:stylesheet>";
+}
+
+class Transforming : public DomTest {
+protected:
+    static DocumentRef parsed(std::string_view xml) { return loaded(engine::text::toUtf16(xml)); }
+    static DocumentRef loadedFile(const std::string& path) {
+        DocumentRef document = newDocument();
+        EXPECT_EQ(document->put_preserveWhiteSpace(VARIANT_TRUE), S_OK);
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        EXPECT_GE(document->load(Bstr(path).variant(), &loaded), S_OK);
+        EXPECT_EQ(loaded, VARIANT_TRUE) << reason(*document);
+        return document;
+    }
+    // The result, or "!" and the description.
+    static std::string run(IXMLDOMNode& source, IXMLDOMNode* style) {
+        BSTR text = nullptr;
+        const HRESULT status = source.transformNode(style, &text);
+        if (status == S_OK) return takeUtf8(text);
+        EXPECT_EQ(text, nullptr);
+        return "!" + lastDescription();
+    }
+    static std::string runFile(const std::string& stylePath, std::string_view source = "<a><b>x</b></a>") {
+        return run(*parsed(source), root(*loadedFile(stylePath)).get());
+    }
+    static std::string runText(std::string_view style, std::string_view source = "<a><b>x</b></a>") {
+        return run(*parsed(source), root(*parsed(style)).get());
+    }
+};
+
+// The folder holds every instruction and function once; the results were compared with another program's.
+TEST_F(Transforming, GivesTheResultsInTheTestData) {
+    const std::filesystem::path folder = KEL_TEST_DATA "/xslt";
+    int count = 0;
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+        if (file.path().extension() != ".out") continue;
+        SCOPED_TRACE(file.path().string());
+        std::filesystem::path style = file.path();
+        std::filesystem::path source = file.path();
+        style.replace_extension(".xsl");
+        source.replace_extension(".xml");
+        const DocumentRef document = loadedFile(source.string());
+        EXPECT_EQ(run(*document, root(*loadedFile(style.string())).get()), readFile(file.path()));
+        ++count;
+    }
+    EXPECT_GE(count, 7);
+}
+
+TEST_F(Transforming, TakesAnElementOrADocumentOnBothSides) {
+    const DocumentRef style = parsed("<box xmlns:x='urn:x' xmlns='urn:outer'>" +
+                                     sheet("<xsl:template match='/'><r><xsl:value-of select='name(*)'/>"
+                                           "<xsl:value-of select='count(//x:i)'/></r></xsl:template>") +
+                                     "</box>");
+    const DocumentRef source = parsed("<x:a xmlns:x='urn:x'><x:b><x:i/></x:b><x:i/></x:a>");
+    const Node inner = first(*root(*style));
+    const std::string start =
+        "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n<r xmlns=\"urn:outer\" xmlns:x=\"urn:x\">";
+    EXPECT_EQ(run(*source, inner.get()), start + "x:a2</r>\n");
+    EXPECT_EQ(run(*first(*root(*source)), inner.get()), start + "x:b1</r>\n");
+    const DocumentRef whole = parsed(sheet("<xsl:template match='/'>whole</xsl:template>"));
+    EXPECT_THAT(run(*source, whole.get()), HasSubstr("whole"));
+    const Node textNode = text(*source, u"t");
+    EXPECT_THAT(run(*source, textNode.get()), HasSubstr("not a node of another kind"));
+    EXPECT_THAT(run(*textNode, whole.get()), HasSubstr("not a node of another kind"));
+}
+
+TEST_F(Transforming, SeesEditsAndRefusesPrefixesThatNobodyDeclares) {
+    const DocumentRef source = parsed("<a/>");
+    const DocumentRef style =
+        parsed(sheet("<xsl:template match='/'><xsl:copy-of select='/'/></xsl:template>"));
+    Ref<IXMLDOMElement> added = element(*source, "p:e");
+    Node ignored;
+    ASSERT_EQ(root(*source)->appendChild(added.get(), ignored.receive()), S_OK);
+    EXPECT_EQ(
+        run(*source, root(*style).get()),
+        "!The prefix of 'p:e' is not declared; an attribute 'xmlns:p' on the element or around it would "
+        "declare it.");
+    ASSERT_EQ(added->setAttribute(Bstr(u"xmlns:p"), Bstr(u"urn:p").variant()), S_OK);
+    EXPECT_THAT(run(*source, root(*style).get()), HasSubstr("<a><p:e xmlns:p=\"urn:p\"/></a>"));
+}
+
+TEST_F(Transforming, GivesUtf16WhateverTheStyleSheetAsksFor) {
+    const std::string result =
+        runText(sheet("<xsl:output encoding='US-ASCII'/><xsl:template match='/'><r a='{.}'><xsl:value-of "
+                      "select='.'/></r></xsl:template>"),
+                "<a>é𝄞ü</a>");
+    EXPECT_EQ(result, "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n<r a=\"é𝄞ü\">é𝄞ü</r>\n");
+}
+
+struct Refusal {
+    const char* fault;
+    std::string body;
+    std::vector<std::string> says;
+};
+
+TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
+    const TemporaryFolder folder;
+    folder.write("loop.xsl", sheet("<xsl:import href='style.xsl'/>"));
+    folder.write("broken.xsl", "<a>\n<b></a>");
+    folder.write("inner.xsl", sheet("\n\n<xsl:include href='absent.xsl'/>"));
+    const std::string here = folder.pathOf("style.xsl") + ", line 2: ";
+    constexpr const char* kExtension = "xmlns:xt='http://www.jclark.com/xt' extension-element-prefixes='xt'";
+    const auto inTemplate = [](std::string_view body) {
+        return "<xsl:template match='/'>" + std::string(body) + "</xsl:template>";
+    };
+    const std::array cases{
+        Refusal{"bad expression", inTemplate("<xsl:value-of select='1 +'/>"), {here, "'1 +'"}},
+        Refusal{"unknown function", inTemplate("<xsl:value-of select='nofun()'/>"), {here, "nofun"}},
+        Refusal{"missing template", inTemplate("<xsl:call-template name='none'/>"), {here, "none"}},
+        Refusal{"missing import", "<xsl:import href='absent.xsl'/>", {here, "absent.xsl", "does not exist"}},
+        Refusal{"import of a folder", "<xsl:import href='.'/>", {here, "directory"}},
+        Refusal{"network import",
+                "<xsl:import href='http://x.test/a.xsl'/>",
+                {here, "http://x.test/a.xsl", "never the network"}},
+        Refusal{"import in a loop", "<xsl:import href='loop.xsl'/>", {"loop.xsl, line 2: ", "recursion"}},
+        Refusal{"import that is not well formed",
+                "<xsl:import href='broken.xsl'/>",
+                {"broken.xsl, line 2: ", "'b'"}},
+        Refusal{"include of a missing file in an import",
+                "<xsl:import href='inner.xsl'/>",
+                {"inner.xsl, line 4: ", "absent.xsl"}},
+        Refusal{"another file",
+                inTemplate("<xsl:copy-of select=\"document('broken.xsl')\"/>"),
+                {here, "broken.xsl", "refused"}},
+        Refusal{"the network",
+                inTemplate("<xsl:copy-of select=\"document('http://x.test/')\"/>"),
+                {here, "http://x.test/", "refused"}},
+        Refusal{
+            "end by message",
+            inTemplate("<xsl:message>note</xsl:message><xsl:message terminate='yes'>the end</xsl:message>"),
+            {here + "the end"}},
+        Refusal{"writing a file",
+                inTemplate("<xt:document href='" + folder.pathOf("written") + "'>x</xt:document>"),
+                {here, "written", "refused"}},
+    };
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.fault);
+        const std::string result = runFile(folder.write("style.xsl", sheet(c.body, kExtension)));
+        EXPECT_TRUE(result.starts_with("!")) << result;
+        for (const std::string& words : c.says) EXPECT_THAT(result, HasSubstr(words));
+        EXPECT_THAT(result, Not(HasSubstr("note")));
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder.pathOf("written")));
+    EXPECT_TRUE(run(*parsed("<a/>"), nullptr).starts_with("!"));
+    EXPECT_THAT(runText("<not-a-style-sheet/>"), HasSubstr("!"));
+}
+
+TEST_F(Transforming, FindsFilesBesideTheStyleSheetOrInTheWorkingDirectory) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path() / "sub dir");
+    folder.write("sub dir/deep.xsl", sheet("<xsl:template match='b'>deep</xsl:template>"));
+    folder.write("part.xsl", sheet("<xsl:include href='sub%20dir/deep.xsl'/>"));
+    const std::string style = sheet("<xsl:import href='part.xsl'/><xsl:output method='text'/>");
+    EXPECT_EQ(runFile(folder.write("style.xsl", style)), "deep");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    EXPECT_EQ(runText(style), "deep");
+    std::filesystem::current_path(before);
+    EXPECT_THAT(runText(style), HasSubstr("part.xsl"));
+}
+
+// An entity of an included style sheet would carry any file into the result.
+TEST_F(Transforming, ReadsNoExternalEntityOfAnIncludedStyleSheet) {
+    const TemporaryFolder folder;
+    folder.write("secret.txt", "SECRET");
+    folder.write("part.xsl", "<!DOCTYPE x [<!ENTITY in 'inside'><!ENTITY out SYSTEM 'secret.txt'>]>" +
+                                 sheet("<xsl:template match='b'>&in;[&out;]</xsl:template>"));
+    EXPECT_EQ(
+        runFile(folder.write("style.xsl", sheet("<xsl:import href='part.xsl'/><xsl:output method='text'/>"))),
+        "inside[]");
+}
+
+TEST_F(Transforming, KnowsTheStyleSheetAsADocumentAndTheNodeSetFunctions) {
+    const char* const names = "xmlns:m='urn:schemas-microsoft-com:xslt' xmlns:e='http://exslt.org/common'";
+    const std::string body =
+        "<xsl:output method='text'/><xsl:variable name='t'><i>1</i><i>2</i></xsl:variable>"
+        "<xsl:template match='/'><xsl:value-of select=\"concat(count(document('')//xsl:variable), "
+        "count(m:node-set($t)/i), sum(e:node-set($t)/i), e:object-type($t), e:node-set('s'), "
+        "function-available('m:node-set'))\"/></xsl:template>";
+    EXPECT_EQ(runText(sheet(body, names)), "123RTFstrue");
+    const TemporaryFolder folder;
+    EXPECT_EQ(runFile(folder.write("style.xsl", sheet(body, names))), "123RTFstrue");
+}
+
+TEST_F(Transforming, PutsAResultTreeIntoADocument) {
+    const DocumentRef source = parsed("<a><b k='v'>x&amp;y</b></a>");
+    const DocumentRef target = parsed("<old/>");
+    const Element oldRoot = root(*target);
+    VARIANT output{};
+    output.vt = VT_DISPATCH;
+    output.pdispVal = target.get();
+    const DocumentRef style = parsed(
+        sheet("<xsl:output cdata-section-elements='c'/><xsl:template match='/'><xsl:comment>top</xsl:comment>"
+              "<p:r xmlns:p='urn:p' p:a='{//@k}'><xsl:copy-of select='//b'/><c>1&lt;2</c> "
+              "<xsl:processing-instruction name='t'>d</xsl:processing-instruction></p:r></xsl:template>"));
+    ASSERT_EQ(source->transformNodeToObject(root(*style).get(), output), S_OK) << lastDescription();
+    EXPECT_EQ(outline(*target),
+              "<!top><p:r xmlns:p=\"urn:p\" p:a=\"v\"><b k=\"v\">x&y</><c>[1<2]</><?t d></>");
+    EXPECT_EQ(nameOf(*oldRoot), "old") << "a node of the old content stays readable";
+    for (const char* const refused :
+         {"text only", "<a/><b/>", "<a/>and text", "<xsl:comment>c</xsl:comment>"}) {
+        SCOPED_TRACE(refused);
+        const DocumentRef bad =
+            parsed(sheet("<xsl:template match='/'>" + std::string(refused) + "</xsl:template>"));
+        EXPECT_LT(source->transformNodeToObject(root(*bad).get(), output), 0);
+        EXPECT_THAT(lastDescription(), HasSubstr("is no document"));
+        EXPECT_EQ(nameOf(*root(*target)), "p:r");
+    }
+}
+
+// What would overflow the stack ends in an error, or works on a bigger one.
+TEST_F(Transforming, SurvivesDepthOnSmallStacks) {
+    constexpr std::size_t kDepth = 9'900;
+    std::string deep;
+    for (std::size_t i = 0; i < kDepth; ++i) deep += "<a>";
+    deep += "<z/>";
+    for (std::size_t i = 0; i < kDepth; ++i) deep += "</a>";
+    const std::string shallow = "<a><a><a><z/></a></a></a>";
+    struct Case {
+        const char* body;
+        bool fails;
+    };
+    constexpr std::array kCases{
+        Case{"<xsl:template match='/' name='r'><xsl:call-template name='r'/></xsl:template>", true},
+        Case{"<xsl:template match='z'><xsl:apply-templates select='/'/></xsl:template>", true},
+        Case{"<xsl:template match='/' name='r'><xsl:variable name='v'><xsl:call-template "
+             "name='r'/></xsl:variable>"
+             "</xsl:template>",
+             true},
+        Case{"<xsl:template match='z'>bottom</xsl:template>", false},
+        Case{"<xsl:template match='/'><xsl:copy-of select='.'/></xsl:template>", false},
+    };
+    for (const std::size_t stack : {std::size_t{256} << 10, std::size_t{1} << 20}) {
+        for (const Case& c : kCases) {
+            SCOPED_TRACE(c.body);
+            for (const std::string* source : std::array<const std::string*, 2>{&shallow, &deep}) {
+                const bool ran = engine::xslt::platform::runOnStack(stack, [&] {
+                    const std::string result = runText(sheet(c.body), *source);
+                    EXPECT_EQ(result.starts_with("!"), c.fails) << result.substr(0, 200);
+                });
+                EXPECT_TRUE(ran);
+            }
+        }
+        std::string nested;
+        for (int i = 0; i < 9'900; ++i) nested += "<xsl:for-each select='*'>";
+        for (int i = 0; i < 9'900; ++i) nested += "</xsl:for-each>";
+        EXPECT_TRUE(engine::xslt::platform::runOnStack(stack, [&] {
+            EXPECT_THAT(runText(sheet("<xsl:template match='/'>" + nested + "</xsl:template>")),
+                        HasSubstr("nested more than"));
+        }));
+    }
+}
+
+// Settings that the host may have made, for its thread and for the process.
+struct HostSettings {
+    std::vector<const void*> pointers;
+    std::vector<int> numbers;
+
+    static HostSettings read() {
+        HostSettings now;
+        const auto add = [&](auto* pointer) {
+            now.pointers.push_back(reinterpret_cast<const void*>(pointer));
+        };
+        add(xmlStructuredError);
+        add(static_cast<char*>(xmlStructuredErrorContext));
+        add(xmlGenericError);
+        add(static_cast<char*>(xmlGenericErrorContext));
+        add(xmlGetExternalEntityLoader());
+        add(xmlTreeIndentString);
+        add(xsltGenericError);
+        add(static_cast<char*>(xsltGenericErrorContext));
+        add(xsltGetDefaultSecurityPrefs());
+        const xmlParserInputBufferCreateFilenameFunc open =
+            xmlParserInputBufferCreateFilenameDefault(nullptr);
+        (void)xmlParserInputBufferCreateFilenameDefault(open);
+        add(open);
+        now.numbers = {xmlKeepBlanksDefaultValue,
+                       xmlSubstituteEntitiesDefaultValue,
+                       xmlLineNumbersDefaultValue,
+                       xmlLoadExtDtdDefaultValue,
+                       xmlDoValidityCheckingDefaultValue,
+                       xmlPedanticParserDefaultValue,
+                       xmlIndentTreeOutput,
+                       xmlSaveNoEmptyTags,
+                       xsltMaxDepth,
+                       xsltMaxVars,
+                       xsltGetXIncludeDefault(),
+                       static_cast<int>(xmlParserMaxDepth)};
+        return now;
+    }
+    bool operator==(const HostSettings&) const = default;
+};
+
+std::atomic<int> hostHeard{0};
+void hostHandler(void*, const char*, ...) {
+    ++hostHeard;
+}
+void hostStructured(void*, engine::xml2::ErrorPointer) {
+    ++hostHeard;
+}
+xmlParserInputBufferPtr hostOpen(const char*, xmlCharEncoding) {
+    ++hostHeard;
+    return nullptr;
+}
+
+TEST_F(Transforming, LeavesTheHostsSettingsAlone) {
+    std::thread([] {
+        const int marker = 0;
+        void* const context = const_cast<int*>(&marker);
+        xmlSetStructuredErrorFunc(context, hostStructured);
+        xmlSetGenericErrorFunc(context, hostHandler);
+        xsltSetGenericErrorFunc(context, hostHandler);
+        (void)xmlParserInputBufferCreateFilenameDefault(hostOpen);
+        (void)xmlKeepBlanksDefault(0);
+        (void)xmlSubstituteEntitiesDefault(1);
+        (void)xmlLineNumbersDefault(0);
+        xmlLoadExtDtdDefaultValue = 6;
+        xmlIndentTreeOutput = 0;
+        xmlSaveNoEmptyTags = 1;
+        xmlTreeIndentString = "~";
+        xmlDocPtr broken = xmlReadMemory("<a>", 3, "host.xml", nullptr, 0);
+        EXPECT_EQ(broken, nullptr);
+        const std::string lastError = xmlGetLastError()->message;
+        hostHeard = 0;
+        const HostSettings before = HostSettings::read();
+        EXPECT_EQ(
+            runText(sheet("<xsl:output indent='yes'/><xsl:template match='/'><r><e/></r></xsl:template>")),
+            "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n<r>\n  <e/>\n</r>\n");
+        for (const char* const bad :
+             {"<xsl:import href='absent.xsl'/>", "<xsl:template match='['/>",
+              "<xsl:template match='/'><xsl:value-of select='f()'/></xsl:template>",
+              "<xsl:template match='/'><xsl:copy-of select=\"document('x')\"/></xsl:template>"}) {
+            EXPECT_TRUE(runText(sheet(bad)).starts_with("!")) << bad;
+        }
+        EXPECT_EQ(HostSettings::read(), before);
+        EXPECT_EQ(hostHeard, 0) << "the host heard of, or was asked for, what is not its business";
+        ASSERT_NE(xmlGetLastError(), nullptr);
+        EXPECT_EQ(xmlGetLastError()->message, lastError);
+        xmlResetLastError();
+        xsltSetGenericErrorFunc(nullptr, nullptr);
+    }).join();
+}
+
+// libxslt has one handler for the whole process: what another thread says must not get lost or mixed up.
+TEST_F(Transforming, RunsOnSeveralThreadsAtOnceBesideAHostThatUsesTheLibraryItself) {
+    hostHeard = 0;
+    xsltSetGenericErrorFunc(nullptr, hostHandler);
+    std::atomic<bool> stop{false};
+    std::atomic<int> told{0};
+    std::thread host([&] {
+        while (!stop) {
+            xsltTransformError(nullptr, nullptr, nullptr, "host\n");
+            ++told;
+        }
+    });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([i] {
+            const std::string name = "missing" + std::to_string(i);
+            for (int round = 0; round < 20; ++round) {
+                const std::string result = runText(
+                    sheet("<xsl:template match='/'><xsl:call-template name='" + name + "'/></xsl:template>"));
+                EXPECT_THAT(result, HasSubstr(name));
+                EXPECT_THAT(result, Not(HasSubstr("host")));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    stop = true;
+    host.join();
+    EXPECT_EQ(hostHeard, 2 * told) << "a place and a text each";
+    xsltSetGenericErrorFunc(nullptr, nullptr);
+}
+
+}  // namespace
