@@ -242,6 +242,81 @@ TEST_F(KelxmlTest, EventsOfAMalformedDocumentEndWith1) {
     EXPECT_THAT(missing.errors, HasSubstr("error 1: Error while reading " + folder_.pathOf("missing.xml")));
 }
 
+TEST_F(KelxmlTest, FormatIndentsWithoutLossAndOnlyOnce) {
+    const std::string document =
+        "<!--1--><?p i?><a x='&#10;'><b>x<i>y</i> &amp;\xC3\xA9</b><!--2--><c><![CDATA[<]]></c><d> "
+        "</d></a><!--3-->";
+    const RunResult once = kelxml({"format", "-"}, {.input = document});
+    EXPECT_EQ(once.status, 0) << once.errors;
+    EXPECT_EQ(once.output,
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--1-->\n<?p i?>\n<a x=\"&#10;\">\n"
+              "  <b>x<i>y</i> &amp;\xC3\xA9</b>\n  <!--2-->\n  <c>&lt;</c>\n  <d> </d>\n</a>\n<!--3-->\n");
+    EXPECT_EQ(kelxml({"format", "-"}, {.input = once.output}).output, once.output);
+    EXPECT_EQ(kelxml({"format", "-"}, {.input = "<a>"}).status, 1);
+}
+
+TEST_F(KelxmlTest, TransformWritesUtf8AndSaysSo) {
+    const auto sheet = [&](const std::string& method, const std::string& body) {
+        return folder_.write("sheet.xsl",
+                             "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
+                             "<x:output method='" +
+                                 method + "'/><x:template match='/'>" + body +
+                                 "</x:template></x:stylesheet>");
+    };
+    const std::string out = folder_.pathOf("out");
+    const RunOptions input{.input = "<a>\xE2\x82\xAC</a>"};
+    EXPECT_EQ(kelxml({"transform", sheet("text", "<x:value-of select='a'/>"), "-", "-o", out}, input).status,
+              0);
+    EXPECT_EQ(readFile(out), "\xE2\x82\xAC");
+    EXPECT_THAT(kelxml({"transform", sheet("xml", "<b/>"), "-"}, input).output,
+                HasSubstr("encoding=\"UTF-8\"?>"));
+    EXPECT_THAT(kelxml({"transform", sheet("html", "<html><head/></html>"), "-"}, input).output,
+                HasSubstr("charset=UTF-8"));
+
+    struct Row {
+        std::string style;
+        const char* explanation;
+    };
+    const std::vector<Row> refused{
+        {folder_.write("no-sheet.xsl", "<a/>"), "error 6: Exception during transform: "},
+        {folder_.pathOf("missing.xsl"), "error 1: Error while reading "},
+        {sheet("xml", "<x:message terminate='yes'>enough</x:message>"), "enough"},
+    };
+    for (const Row& row : refused) {
+        const RunResult result = kelxml({"transform", row.style, "-", "-o", out}, input);
+        EXPECT_EQ(result.status, 1) << row.explanation;
+        EXPECT_THAT(result.errors, HasSubstr(row.explanation));
+        EXPECT_EQ(readFile(out), "\xE2\x82\xAC") << "what was there stays";
+    }
+    EXPECT_THAT(kelxml({"transform", "-", folder_.write("a.xml", "<a/>")}, input).errors,
+                HasSubstr("error 6: Exception during transform: -"));
+    EXPECT_EQ(kelxml({"transform", "-", "-"}, input).status, 2);
+}
+
+TEST_F(KelxmlTest, ValidateAnswersForEachDocument) {
+    const std::string schema =
+        folder_.write("s.xsd",
+                      "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:a'>"
+                      "<s:element name='a' type='s:int'/></s:schema>");
+    const std::string valid = folder_.write("valid.xml", "<a xmlns='urn:a'>1</a>");
+    const std::string invalid = folder_.write("invalid.xml", "<a xmlns='urn:a'>one</a>");
+    const std::string missing = folder_.pathOf("missing.xml");
+
+    const RunResult one = kelxml({"validate", schema, valid});
+    EXPECT_EQ(one.status, 0) << one.errors;
+    EXPECT_EQ(one.output, valid + ": valid\n");
+
+    const RunResult three = kelxml({"validate", schema, invalid, valid, missing});
+    EXPECT_EQ(three.status, 1);
+    EXPECT_EQ(three.output, valid + ": valid\n");
+    EXPECT_THAT(three.errors, HasSubstr(invalid + ": error 3: Error while validating  : "));
+    EXPECT_THAT(three.errors, HasSubstr(missing + ": error 1: "));
+    EXPECT_THAT(three.errors, HasSubstr("2 of 3 documents"));
+
+    EXPECT_EQ(kelxml({"validate", "--namespace", "urn:b", schema, valid}).status, 1);
+    EXPECT_EQ(kelxml({"validate", valid, valid}).status, 1) << "a file that is no schema";
+}
+
 TEST_F(KelxmlTest, ADocumentCannotSpeakToTheTerminal) {
     const RunResult result = kelxml({"tree", "-"}, {.input = "<a b='\xC2\x9B"
                                                              "31m'>\xC2\x9Bred\x7F</a>"});

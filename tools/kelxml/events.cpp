@@ -155,7 +155,7 @@ void parse(const Session& session, const InputFile& input, Reporter& reporter) {
     const auto parser = component.create<IKelSAXXmlV2>(component.classNamed(kSaxClassName));
     parser->pushHandler(&reporter);
     if (!parser->parseFile(kelhost::fromUtf8(input.path().string()))) {
-        throw Failure(kRefused, describeError(*parser->getError(), input.path().string(), input.name()));
+        throw Failure(kRefused, describeError(*parser->getError(), input));
     }
     reporter.finish();
 }

@@ -30,7 +30,10 @@ struct CommandLine {
     CLI::App app{"Reads and writes XML through the msxml_parser component.", "kelxml"};
     std::string component;
     SaveOptions saving;
+    FormatOptions formatting;
     TreeOptions outlining;
+    TransformOptions transforming;
+    ValidateOptions validating;
     EventsOptions reporting;
     std::function<void(Session&)> verb;
 
@@ -41,11 +44,19 @@ struct CommandLine {
             ->type_name("PATH");
         app.footer("Exit status: 0 done, 1 the document was refused, 2 wrong usage.");
         addSave();
+        addFormat();
         addTree();
         addEvents();
+        addTransform();
+        addValidate();
         CLI::App* infoVerb =
             app.add_subcommand("info", "Show the component's identity, its classes and our services");
         infoVerb->callback([this] { verb = info; });
+    }
+
+    static void addOutput(CLI::App& command, std::string& out) {
+        command.add_option("-o,--output", out, "Where to write; without it, standard output")
+            ->type_name("OUT");
     }
 
     void addSave() {
@@ -57,6 +68,33 @@ struct CommandLine {
         command->add_flag("--force", saving.force,
                           "Write even if elements, attributes or texts would differ");
         command->callback([this] { verb = [this](Session& session) { save(session, saving); }; });
+    }
+
+    void addFormat() {
+        CLI::App* command =
+            app.add_subcommand("format", "Indent the document; comments and mixed content survive");
+        command->add_option("FILE", formatting.file, kFileHelp)->required();
+        addOutput(*command, formatting.out);
+        command->callback([this] { verb = [this](Session& session) { format(session, formatting); }; });
+    }
+
+    void addTransform() {
+        CLI::App* command = app.add_subcommand("transform", "Apply an XSLT style sheet; the result is UTF-8");
+        command->add_option("STYLE", transforming.style, "The style sheet")->required();
+        command->add_option("FILE", transforming.file, kFileHelp)->required();
+        addOutput(*command, transforming.out);
+        command->callback([this] { verb = [this](Session& session) { transform(session, transforming); }; });
+    }
+
+    void addValidate() {
+        CLI::App* command = app.add_subcommand("validate", "Hold documents against an XML Schema");
+        command
+            ->add_option("--namespace", validating.namespaceUri,
+                         "The namespace that the schema is for, if it is another than the schema says")
+            ->type_name("URI");
+        command->add_option("SCHEMA", validating.schema, "The schema")->required();
+        command->add_option("FILE", validating.files, "The documents; '-' reads standard input")->required();
+        command->callback([this] { verb = [this](Session& session) { validate(session, validating); }; });
     }
 
     void addTree() {

@@ -1,17 +1,14 @@
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include "host/text.h"
 #include "tools/kelxml/compare.h"
 #include "tools/kelxml/failure.h"
-#include "tools/kelxml/output.h"
-#include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/progress.h"
+#include "tools/kelxml/result.h"
 #include "tools/kelxml/unwritable.h"
 #include "tools/kelxml/verbs.h"
 
@@ -40,55 +37,6 @@ HiddenText lookForCData(const fs::path& path) {
     return HiddenText::None;
 }
 
-// Where the result stands until it is known to be good.
-class Result {
-public:
-    explicit Result(const std::string& out) : target_(resolve(out)), temporary_(makeTemporary()) {}
-
-    [[nodiscard]] const fs::path& path() const noexcept { return temporary_.path(); }
-
-    void deliver() {
-        if (replacesTarget()) {
-            temporary_.takePlaceOf(target_);
-        } else if (target_.empty()) {
-            Output output;
-            output.copyFile(path());
-            output.finish();
-        } else {
-            copyInto(target_);
-        }
-    }
-
-private:
-    // A link stays a link: the file that it points to is replaced.
-    static fs::path resolve(const std::string& out) {
-        std::error_code absent;
-        const fs::path target = fs::canonical(out, absent);
-        return absent ? fs::path(out) : target;
-    }
-
-    // Devices and pipes are written to; only files, and what does not exist yet, can be replaced.
-    [[nodiscard]] bool replacesTarget() const {
-        return !target_.empty() && (!fs::exists(target_) || fs::is_regular_file(target_));
-    }
-
-    [[nodiscard]] TemporaryFile makeTemporary() const {
-        if (fs::is_directory(target_))
-            throw std::system_error(EISDIR, std::generic_category(), target_.string());
-        return replacesTarget() ? TemporaryFile::beside(target_) : TemporaryFile::inTemporaryFolder();
-    }
-
-    void copyInto(const fs::path& device) const {
-        std::ifstream from(path(), std::ios::binary);
-        std::ofstream to(device, std::ios::binary);
-        if (from.peek() != std::ifstream::traits_type::eof()) to << from.rdbuf();
-        if (!to.flush()) throw std::system_error(errno, std::generic_category(), device.string());
-    }
-
-    fs::path target_;  // empty: standard output
-    TemporaryFile temporary_;
-};
-
 std::string listOf(const std::vector<Difference>& differences) {
     std::string list;
     for (const Difference& difference : differences)
@@ -100,7 +48,7 @@ std::string listOf(const std::vector<Difference>& differences) {
 void write(IKelDOMXml& parser, const fs::path& path) {
     const Progress progress("writing");
     if (!parser.saveToFile(kelhost::fromUtf8(path.string())))
-        throw Failure(kRefused, describeError(*parser.getError(), path.string(), "the result"));
+        throw Failure(kRefused, describeError(*parser.getError(), InputFile(path, "the result")));
 }
 
 // What is wrong with the result; empty if nothing is.
@@ -109,7 +57,7 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
     const Progress progress("reading back");
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
     if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
-        const std::string error = describeError(*copy->getError(), result.string(), "the result");
+        const std::string error = describeError(*copy->getError(), InputFile(result, "the result"));
         return "the result would not be well formed: " + error +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
     }
@@ -124,18 +72,14 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
 void save(Session& session, const SaveOptions& options) {
     const InputFile input(options.file);
     const IPtr<IKelDOMXmlV2> original = input.load(session);
-    try {
-        Result result(options.out);
-        write(*original, result.path());
-        const std::string complaint = check(session, input, *original, result.path());
-        if (!complaint.empty() && !options.force) {
-            throw Failure(kRefused, complaint + "\nNothing was written; --force writes it all the same.");
-        }
-        if (!complaint.empty()) std::fprintf(stderr, "kelxml: warning: %s\n", complaint.c_str());
-        result.deliver();
-    } catch (const std::system_error& error) {
-        throw Failure(kRefused, std::string("cannot write the result: ") + error.what());
+    Result result(options.out);
+    write(*original, result.path());
+    const std::string complaint = check(session, input, *original, result.path());
+    if (!complaint.empty() && !options.force) {
+        throw Failure(kRefused, complaint + "\nNothing was written; --force writes it all the same.");
     }
+    if (!complaint.empty()) std::fprintf(stderr, "kelxml: warning: %s\n", complaint.c_str());
+    result.deliver();
 }
 
 }  // namespace kelxml

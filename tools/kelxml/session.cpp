@@ -76,9 +76,15 @@ InputFile::InputFile(std::string name) : name_(std::move(name)), path_(name_) {
 IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {
     IPtr<IKelDOMXmlV2> parser = session.makeParser();
     if (!parser->loadFromFile(kelhost::fromUtf8(path_.string()))) {
-        throw Failure(kRefused, describeError(*parser->getError(), path_.string(), name_));
+        throw Failure(kRefused, describeError(*parser->getError(), *this));
     }
     return parser;
+}
+
+std::string withName(std::string message, const InputFile& input) {
+    const std::string path = input.path().string();
+    const std::size_t at = path.empty() ? std::string::npos : message.find(path);
+    return at == std::string::npos ? message : message.replace(at, path.size(), input.name());
 }
 
 }  // namespace kelxml

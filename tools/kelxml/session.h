@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/host.h"
 #include "host/text.h"
@@ -33,6 +34,8 @@ private:
 class InputFile {
 public:
     explicit InputFile(std::string name);  // "-": standard input. Throws Failure.
+    InputFile(std::filesystem::path path, std::string name)
+        : name_(std::move(name)), path_(std::move(path)) {}
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     [[nodiscard]] const std::string& name() const noexcept { return name_; }  // as on the command line
@@ -47,14 +50,14 @@ private:
     std::filesystem::path path_;
 };
 
-// "error 3: Error while reading ...", as a parser tells it, but for the path, which gets a name that the user
-// knows.
+// The message with the path replaced by a name that the user knows.
+[[nodiscard]] std::string withName(std::string message, const InputFile& input);
+
+// "error 3: Error while reading ...", as a parser tells it, with the input's name in place of its path.
 template <class Error>
-[[nodiscard]] std::string describeError(Error& error, const std::string& path, const std::string& name) {
-    std::string message = kelhost::toUtf8(error.getMessage());
-    const std::size_t at = message.find(path);
-    if (at != std::string::npos) message.replace(at, path.size(), name);
-    return "error " + std::to_string(error.getCode()) + ": " + message;
+[[nodiscard]] std::string describeError(Error& error, const InputFile& input) {
+    return withName("error " + std::to_string(error.getCode()) + ": " + kelhost::toUtf8(error.getMessage()),
+                    input);
 }
 
 }  // namespace kelxml

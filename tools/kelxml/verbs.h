@@ -3,7 +3,9 @@
 // long one.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/kelxml/session.h"
 
@@ -21,6 +23,26 @@ struct TreeOptions {
     int depth = 0;  // levels shown; 0: all
 };
 void tree(Session& session, const TreeOptions& options);
+
+struct FormatOptions {
+    std::string file;
+    std::string out;  // empty: standard output
+};
+void format(Session& session, const FormatOptions& options);
+
+struct TransformOptions {
+    std::string style;
+    std::string file;
+    std::string out;  // empty: standard output
+};
+void transform(Session& session, const TransformOptions& options);
+
+struct ValidateOptions {
+    std::string schema;
+    std::vector<std::string> files;
+    std::optional<std::string> namespaceUri;  // by default the one that the schema is for
+};
+void validate(Session& session, const ValidateOptions& options);
 
 struct EventsOptions {
     std::string file;

@@ -1,0 +1,82 @@
+#include "tools/kelxml/result.h"
+
+#include <cerrno>
+#include <fstream>
+#include <system_error>
+
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/output.h"
+
+namespace kelxml {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+template <class Action>
+auto orFailure(Action action) {
+    try {
+        return action();
+    } catch (const std::system_error& error) {
+        throw Failure(kRefused, std::string("cannot write the result: ") + error.what());
+    }
+}
+
+[[noreturn]] void throwSystemError(int error, const fs::path& path) {
+    throw std::system_error(error, std::generic_category(), path.string());
+}
+
+// A link stays a link: the file that it points to is replaced.
+fs::path resolve(const std::string& out) {
+    std::error_code absent;
+    const fs::path target = fs::canonical(out, absent);
+    return absent ? fs::path(out) : target;
+}
+
+// Devices and pipes are written to; only files, and what does not exist yet, can be replaced.
+bool canReplace(const fs::path& target) {
+    return !target.empty() && (!fs::exists(target) || fs::is_regular_file(target));
+}
+
+TemporaryFile makeTemporary(const fs::path& target) {
+    return orFailure([&] {
+        if (fs::is_directory(target)) throwSystemError(EISDIR, target);
+        return canReplace(target) ? TemporaryFile::beside(target) : TemporaryFile::inTemporaryFolder();
+    });
+}
+
+void copyToDevice(const fs::path& from, const fs::path& device) {
+    std::ifstream source(from, std::ios::binary);
+    std::ofstream sink(device, std::ios::binary);
+    if (source.peek() != std::ifstream::traits_type::eof()) sink << source.rdbuf();
+    if (!sink.flush()) throwSystemError(errno, device);
+}
+
+}  // namespace
+
+Result::Result(const std::string& out) : target_(resolve(out)), temporary_(makeTemporary(target_)) {}
+
+void Result::write(std::string_view bytes) {
+    orFailure([&] {
+        std::ofstream file(path(), std::ios::binary);
+        file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        if (!file.flush()) throwSystemError(errno, path());
+    });
+}
+
+void Result::deliver() {
+    if (target_.empty()) {
+        Output output;
+        output.copyFile(path());
+        output.finish();
+        return;
+    }
+    orFailure([&] {
+        if (canReplace(target_))
+            temporary_.takePlaceOf(target_);
+        else
+            copyToDevice(path(), target_);
+    });
+}
+
+}  // namespace kelxml

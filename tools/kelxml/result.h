@@ -1,0 +1,30 @@
+// Where a verb's result stands until it is known to be good, and how it then gets to where it is wanted.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "tools/kelxml/platform/files.h"
+
+namespace kelxml {
+
+// Every operation throws Failure when the system refuses; what stood at the target is then untouched, unless
+// it is a device or pipe that took the beginning.
+class Result {
+public:
+    explicit Result(const std::string& out);  // empty: standard output
+
+    // A new file, empty, to write the result into.
+    [[nodiscard]] const std::filesystem::path& path() const noexcept { return temporary_.path(); }
+    void write(std::string_view bytes);
+
+    // Takes the place of a file, or is copied to standard output, a device or a pipe. Throws ReaderGone, too.
+    void deliver();
+
+private:
+    std::filesystem::path target_;  // empty: standard output
+    TemporaryFile temporary_;
+};
+
+}  // namespace kelxml
