@@ -14,6 +14,22 @@ std::uint64_t mix(std::uint64_t a, std::uint64_t b) noexcept {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
+template <typename Word>
+Word load(const char* from) noexcept {
+    Word word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+// The last bytes of a name of `size`, 8 at most, in one word; read in pieces of fixed length that may
+// overlap.
+std::uint64_t lastWord(const char* at, std::size_t left, std::size_t size) noexcept {
+    if (size >= 8) return load<std::uint64_t>(at + left - 8);
+    if (size >= 4) return std::uint64_t{load<std::uint32_t>(at)} << 32 | load<std::uint32_t>(at + size - 4);
+    if (size >= 2) return std::uint64_t{load<std::uint16_t>(at)} << 16 | load<std::uint16_t>(at + size - 2);
+    return size == 0 ? 0 : static_cast<unsigned char>(*at);
+}
+
 }  // namespace
 
 Names::Names() noexcept
@@ -26,14 +42,9 @@ std::uint32_t Names::hashOf(std::string_view name) const noexcept {
     std::uint64_t hash = secret_ ^ name.size();
     const char* at = name.data();
     std::size_t left = name.size();
-    for (; left > 8; at += 8, left -= 8) {
-        std::uint64_t word;
-        std::memcpy(&word, at, 8);
-        hash = mix(hash ^ word, 0xA0761D6478BD642Fu ^ secret_);
-    }
-    std::uint64_t word = 0;
-    if (left != 0) std::memcpy(&word, at, left);
-    hash = mix(hash ^ word, 0xE7037ED1A0B428DBu ^ secret_);
+    for (; left > 8; at += 8, left -= 8)
+        hash = mix(hash ^ load<std::uint64_t>(at), 0xA0761D6478BD642Fu ^ secret_);
+    hash = mix(hash ^ lastWord(at, left, name.size()), 0xE7037ED1A0B428DBu ^ secret_);
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
 

@@ -73,6 +73,7 @@ void NamespaceLayer::startElement(std::string_view name, std::span<const Attribu
     }
     if (isQualified) resolveAttributes();
     element_ = resolve(name, NamespaceFault::kElement);
+    ending_ = {};
     sink_.startElement(name, attributes);
 }
 
@@ -81,7 +82,7 @@ void NamespaceLayer::endElement(std::string_view name) {
     declarations_.clear();
     const bool leaves = !scopes_.empty() && scopes_.back().depth == depth_;
     if (leaves) fillDeclarations(scopes_.back().firstBinding);
-    element_ = resolve(name, NamespaceFault::kElement);
+    ending_ = name;  // it was resolved once without a fault; who wants to know again asks
     sink_.endElement(name);
     if (leaves) leaveScope();
     --depth_;
@@ -209,6 +210,10 @@ void NamespaceLayer::checkDuplicates() {
     refuse(ErrorCode::DuplicateExpandedAttribute, culprit,
            "Attribute " + quoted(attributes_[culprit].name) +
                " is there already: another prefix stands for the same namespace.");
+}
+
+ExpandedName NamespaceLayer::element() const {
+    return ending_.empty() ? element_ : resolve(ending_, NamespaceFault::kElement);
 }
 
 ExpandedName NamespaceLayer::attribute(std::size_t index) const {

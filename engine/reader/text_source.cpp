@@ -153,13 +153,17 @@ void TextSource::advance(Mark& mark, std::uint64_t to) const {
         const Block block = Block::load(from);  // the slack allows for it
         const std::uint32_t starts = block.above(-65) & inside;
         const std::uint32_t lineEnds = block.equal('\n') & inside;
-        mark.characters += static_cast<unsigned>(std::popcount(starts));
+        // Nearly every block is ASCII, where each byte is a character and nothing has to be counted.
+        const bool isAscii = starts == inside;
+        const unsigned characters = isAscii ? now : static_cast<unsigned>(std::popcount(starts));
+        mark.characters += characters;
         if (lineEnds == 0) {
-            mark.position.column += static_cast<unsigned>(std::popcount(starts));
+            mark.position.column += characters;
         } else {
-            mark.position.line += static_cast<unsigned>(std::popcount(lineEnds));
+            for (std::uint32_t rest = lineEnds; rest != 0; rest &= rest - 1) ++mark.position.line;
             const auto after = static_cast<unsigned>(std::bit_width(lineEnds));
-            mark.position.column = 1 + static_cast<unsigned>(std::popcount(starts >> after));
+            mark.position.column =
+                1 + (isAscii ? now - after : static_cast<unsigned>(std::popcount(starts >> after)));
         }
         from += now;
         left -= now;

@@ -58,7 +58,7 @@ private:
 
     [[nodiscard]] Position position() const override { return locator_->position(); }
     [[nodiscard]] const Namespaces* namespaces() const override { return this; }
-    [[nodiscard]] ExpandedName element() const override { return element_; }
+    [[nodiscard]] ExpandedName element() const override;
     [[nodiscard]] ExpandedName attribute(std::size_t index) const override;
     [[nodiscard]] bool isDeclaration(std::size_t index) const override;
     [[nodiscard]] std::span<const NamespaceDeclaration> declarations() const override {
@@ -83,7 +83,8 @@ private:
     std::vector<Scope> scopes_;
 
     std::span<const Attribute> attributes_;
-    ExpandedName element_;
+    ExpandedName element_;                // of the start tag being delivered
+    std::string_view ending_;             // of the end tag being delivered, else empty
     std::vector<ExpandedName> resolved_;  // of the attributes; empty if none has a prefix
     std::vector<NamespaceDeclaration> declarations_;
     std::vector<std::uint32_t> order_;  // scratch
