@@ -1,4 +1,4 @@
-// bench [--data FOLDER] [--json FILE] [--list] [ROW-PREFIX...]
+// bench [--data FOLDER] [--json FILE] [--ours] [--list] [ROW-PREFIX...]
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -18,6 +18,7 @@ struct Options {
     std::string jsonPath;
     std::vector<std::string> prefixes;
     bool list = false;
+    bench::Peers peers = bench::Peers::Run;
 };
 
 bool parse(const std::vector<std::string>& arguments, Options& options) {
@@ -26,6 +27,8 @@ bool parse(const std::vector<std::string>& arguments, Options& options) {
         const bool hasValue = i + 1 < arguments.size();
         if (argument == "--list")
             options.list = true;
+        else if (argument == "--ours")
+            options.peers = bench::Peers::LeaveOut;
         else if (argument == "--data" && hasValue)
             options.dataFolder = arguments[++i];
         else if (argument == "--json" && hasValue)
@@ -57,7 +60,7 @@ int main(int argc, char** argv) {
         return bench::runMemoryChild({arguments.begin() + 1, arguments.end()});
     Options options;
     if (!parse(arguments, options)) {
-        std::fputs("usage: bench [--data FOLDER] [--json FILE] [--list] [ROW-PREFIX...]\n", stderr);
+        std::fputs("usage: bench [--data FOLDER] [--json FILE] [--ours] [--list] [ROW-PREFIX...]\n", stderr);
         return 2;
     }
     std::error_code error;
@@ -73,5 +76,5 @@ int main(int argc, char** argv) {
         suite.list();
         return 0;
     }
-    return suite.run(options.prefixes, options.jsonPath) ? 0 : 1;
+    return suite.run(options.prefixes, options.jsonPath, options.peers) ? 0 : 1;
 }

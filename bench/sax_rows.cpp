@@ -1,6 +1,4 @@
 // sax/DOC: the document as a stream of events, counted by the receiver.
-#include <stdexcept>
-
 #include "bench/documents.h"
 #include "bench/rows.h"
 #include "bench/streams.h"
@@ -10,8 +8,8 @@ namespace {
 
 constexpr std::uint64_t kLongDocumentInBytes = 200'000'000;
 
-// Equal answers are demanded of every round: as many elements, attributes and UTF-16 units.
 void saxRow(Row& row, const Document& document) {
+    demandEqualEvents(document.path);
     std::vector<Contender> contenders;
     for (const StreamLibrary* const library : streamLibraries()) {
         contenders.push_back({std::string(library->name()),

@@ -189,9 +189,9 @@ bool selected(const std::string& name, When when, const std::vector<std::string>
     });
 }
 
-std::optional<Result> runRow(const std::string& name, const RowBody& body) {
+std::optional<Result> runRow(const std::string& name, const RowBody& body, Peers peers) {
     try {
-        Row row(name);
+        Row row(name, peers);
         body(row);
         if (row.result().figures.empty()) throw std::runtime_error("the row measured nothing");
         print(row.result());
@@ -207,7 +207,13 @@ std::optional<Result> runRow(const std::string& name, const RowBody& body) {
 
 }  // namespace
 
-void Row::throughput(std::uint64_t bytesInRound, const std::vector<Contender>& contenders) {
+std::vector<Contender> Row::chosen(const std::vector<Contender>& contenders) const {
+    if (peers_ == Peers::Run || contenders.empty()) return contenders;
+    return {contenders.front()};
+}
+
+void Row::throughput(std::uint64_t bytesInRound, const std::vector<Contender>& all) {
+    const std::vector<Contender> contenders = chosen(all);
     result_.unit = "MB/s";
     result_.better = Better::Higher;
     const std::vector<Timing> timings = alternate(contenders, Answers::Equal);
@@ -217,7 +223,8 @@ void Row::throughput(std::uint64_t bytesInRound, const std::vector<Contender>& c
     }
 }
 
-void Row::latency(std::uint64_t operationsInRound, const std::vector<Contender>& contenders) {
+void Row::latency(std::uint64_t operationsInRound, const std::vector<Contender>& all) {
+    const std::vector<Contender> contenders = chosen(all);
     result_.unit = "ns/op";
     result_.better = Better::Lower;
     const std::vector<Timing> timings = alternate(contenders, Answers::Equal);
@@ -260,7 +267,7 @@ void Suite::list() const {
         std::printf("%s%s\n", entry.name.c_str(), entry.when == When::Named ? "   (only when named)" : "");
 }
 
-bool Suite::run(const std::vector<std::string>& prefixes, const std::string& jsonPath) const {
+bool Suite::run(const std::vector<std::string>& prefixes, const std::string& jsonPath, Peers peers) const {
     std::printf(
         "%s\nmedian of %zu to %zu alternating rounds, CPU time; \xC2\xB1 half the quartile distance; "
         "ratio above 1: ours is better\n\n",
@@ -269,7 +276,7 @@ bool Suite::run(const std::vector<std::string>& prefixes, const std::string& jso
     std::size_t failures = 0;
     for (const Entry& entry : entries_) {
         if (!selected(entry.name, entry.when, prefixes)) continue;
-        if (std::optional<Result> result = runRow(entry.name, entry.body))
+        if (std::optional<Result> result = runRow(entry.name, entry.body, peers))
             results.push_back(std::move(*result));
         else
             ++failures;

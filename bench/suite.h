@@ -48,10 +48,13 @@ struct Result {
     std::string note;             // printed below the row
 };
 
+// Without them a profile shows our own work alone.
+enum class Peers : std::uint8_t { Run, LeaveOut };
+
 // What a row's body reports through; exactly one of the first four is called.
 class Row {
 public:
-    explicit Row(std::string name) { result_.row = std::move(name); }
+    Row(std::string name, Peers peers) : peers_(peers) { result_.row = std::move(name); }
 
     void throughput(std::uint64_t bytesInRound, const std::vector<Contender>& contenders);    // MB/s
     void latency(std::uint64_t operationsInRound, const std::vector<Contender>& contenders);  // ns/op
@@ -64,7 +67,10 @@ public:
     [[nodiscard]] const Result& result() const { return result_; }
 
 private:
+    [[nodiscard]] std::vector<Contender> chosen(const std::vector<Contender>& contenders) const;
+
     Result result_;
+    Peers peers_;
 };
 
 // Throws what makes the row fail; nothing that was prepared for one row stays for the next.
@@ -81,7 +87,8 @@ public:
 
     // Runs the rows that start with one of the prefixes (none: all that run always), prints as it goes, and
     // writes what it found to `jsonPath` unless that is empty. False when a row failed or none was selected.
-    [[nodiscard]] bool run(const std::vector<std::string>& prefixes, const std::string& jsonPath) const;
+    [[nodiscard]] bool run(const std::vector<std::string>& prefixes, const std::string& jsonPath,
+                           Peers peers) const;
     void list() const;
 
 private:

@@ -24,6 +24,22 @@ void XMLCALL characters(void* counts, const XML_Char* text, int length) {
     static_cast<EventCounts*>(counts)->characters += utf16Length({text, static_cast<std::size_t>(length)});
 }
 
+std::string_view localName(const XML_Char* name) {
+    const std::string_view whole(name);
+    const std::size_t bar = whole.rfind('|');
+    return bar == std::string_view::npos ? whole : whole.substr(bar + 1);
+}
+
+void XMLCALL countRepeated(void* counts, const XML_Char*, const XML_Char** attributes) {
+    for (const XML_Char** a = attributes; *a != nullptr; a += 2) {
+        for (const XML_Char** earlier = attributes; earlier != a; earlier += 2) {
+            if (localName(*earlier) != localName(*a)) continue;
+            ++static_cast<EventCounts*>(counts)->attributes;
+            break;
+        }
+    }
+}
+
 void feed(XML_Parser parser, std::FILE* file, const std::string& path) {
     for (bool last = false; !last;) {
         void* const buffer = XML_GetBuffer(parser, kPieceInBytes);
@@ -35,22 +51,24 @@ void feed(XML_Parser parser, std::FILE* file, const std::string& path) {
     }
 }
 
+EventCounts parseWith(XML_StartElementHandler start, const std::string& path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (!file) throw std::runtime_error("cannot open " + path);
+    const std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser(
+        XML_ParserCreateNS(nullptr, '|'), XML_ParserFree);
+    EventCounts counts;
+    XML_SetUserData(parser.get(), &counts);
+    XML_SetElementHandler(parser.get(), start, endElement);
+    XML_SetCharacterDataHandler(parser.get(), characters);
+    feed(parser.get(), file.get(), path);
+    return counts;
+}
+
 class ExpatStreams final : public StreamLibrary {
 public:
     [[nodiscard]] std::string_view name() const override { return "expat"; }
-
     [[nodiscard]] EventCounts parse(const std::string& path) const override {
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                                   std::fclose);
-        if (!file) throw std::runtime_error("cannot open " + path);
-        const std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser(
-            XML_ParserCreateNS(nullptr, '|'), XML_ParserFree);
-        EventCounts counts;
-        XML_SetUserData(parser.get(), &counts);
-        XML_SetElementHandler(parser.get(), startElement, endElement);
-        XML_SetCharacterDataHandler(parser.get(), characters);
-        feed(parser.get(), file.get(), path);
-        return counts;
+        return parseWith(startElement, path);
     }
 };
 
@@ -59,6 +77,10 @@ public:
 const StreamLibrary& expatStreams() {
     static const ExpatStreams library;
     return library;
+}
+
+std::uint64_t countRepeatedLocalNames(const std::string& path) {
+    return parseWith(countRepeated, path).attributes;
 }
 
 }  // namespace bench
