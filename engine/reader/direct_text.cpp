@@ -35,6 +35,39 @@ const char* find(const char* at, const char* end, std::string_view text) {
     return found == std::string_view::npos ? nullptr : at + found;
 }
 
+// The first of `stops` outside quotes from `at` on, or null.
+const char* findUnquoted(const char* at, const char* end, std::string_view stops) {
+    for (; at != end; ++at) {
+        if (stops.find(*at) != std::string_view::npos) return at;
+        if (*at != '"' && *at != '\'') continue;
+        at = std::find(at + 1, end, *at);
+        if (at == end) break;
+    }
+    return nullptr;
+}
+
+// Behind the ']' of the internal subset whose text begins at `at`, or null.
+const char* pastSubset(const char* at, const char* end) {
+    while (at != end && *at != ']') {
+        std::string_view close = ">";
+        if (view(at, end).starts_with("<!--")) {
+            close = "-->";
+            at = find(at + 4, end, close);
+        } else if (view(at, end).starts_with("<?")) {
+            close = "?>";
+            at = find(at + 2, end, close);
+        } else if (*at == '<') {
+            at = findUnquoted(at, end, close);
+        } else {
+            ++at;
+            continue;
+        }
+        if (at == nullptr) return nullptr;
+        at += close.size();
+    }
+    return at == end ? nullptr : at + 1;
+}
+
 bool isReservedTarget(std::string_view target) {
     return target.size() == 3 && (target[0] | 0x20) == 'x' && (target[1] | 0x20) == 'm' &&
            (target[2] | 0x20) == 'l';
@@ -233,34 +266,15 @@ DirectParser::Step DirectParser::doctype() {
     }
     if (!isDeclared_) return Step::Stop;
 
-    char quote = '\0';
-    bool inSubset = false;
-    for (const char* at = cursor_ + 2; at != end_; ++at) {
-        if (quote != '\0') {
-            if (*at == quote) quote = '\0';
-        } else if (*at == '"' || *at == '\'') {
-            quote = *at;
-        } else if (inSubset && (view(at, end_).starts_with("<!--") || view(at, end_).starts_with("<?"))) {
-            const std::string_view close = at[1] == '?' ? "?>" : "-->";
-            at = find(at + close.size() + 1, end_, close);
-            if (at == nullptr) break;
-            at += close.size() - 1;
-        } else if (*at == '[' || *at == ']') {
-            inSubset = *at == '[';
-        } else if (*at == '>' && !inSubset) {
-            hasDoctype_ = true;
-            cursor_ = at + 1;
-            return Step::Next;
-        } else if (*at == '<') {
-            // A declaration of the subset: quotes in it are paired like those of the DOCTYPE itself.
-            for (++at; at != end_ && (quote != '\0' || *at != '>'); ++at) {
-                if (quote == '\0' ? *at == '"' || *at == '\'' : *at == quote)
-                    quote = quote == '\0' ? *at : '\0';
-            }
-            if (at == end_) break;
-        }
+    const char* at = findUnquoted(cursor_ + 2, end_, "[>");
+    if (at != nullptr && *at == '[') {
+        at = pastSubset(at + 1, end_);
+        if (at != nullptr) at = findUnquoted(at, end_, ">");
     }
-    return refuse(end_, ErrorCode::BadDoctype, cursor_, {});
+    if (at == nullptr) return refuse(end_, ErrorCode::BadDoctype, cursor_, {});
+    hasDoctype_ = true;
+    cursor_ = at + 1;
+    return Step::Next;
 }
 
 }  // namespace engine::reader::detail

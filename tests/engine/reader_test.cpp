@@ -194,6 +194,7 @@ TEST(Reader, RefusesWhatIsWrongWithADoctype) {
          "The prefix of 'p:b' is not declared: xmlns:p=\"...\" is missing."},
         {"<!DOCTYPE a [<!ENTITY e:f 'x'>]><a/>", ErrorCode::BadQualifiedName, 1, 30,
          "The name 'e:f' of this entity must not hold a colon."},
+        {"<!DOCTYPE a [<?", ErrorCode::BadDoctype, 1, 1, "This DOCTYPE is not finished: '>' is missing."},
         {"<!DOCTYPE a [\n", ErrorCode::BadDoctype, 1, 1, "This DOCTYPE is not finished: '>' is missing."},
         {"<!DOCTYPE a []>\n<!DOCTYPE a []><a/>", ErrorCode::MisplacedDoctype, 2, 1,
          "A document has one DOCTYPE."},
