@@ -49,6 +49,8 @@ bench::Suite allRows(const bench::Documents& documents) {
     bench::addSaveRows(suite, documents);
     bench::addSaxRows(suite, documents);
     bench::addGrowthRows(suite, documents);
+    bench::addBasicRows(suite);
+    bench::addThreadRows(suite);
     return suite;
 }
 

@@ -13,5 +13,7 @@ void addWalkRows(Suite& suite, const Documents& documents);    // walk/
 void addSaveRows(Suite& suite, const Documents& documents);    // save/
 void addSaxRows(Suite& suite, const Documents& documents);     // sax/
 void addGrowthRows(Suite& suite, const Documents& documents);  // growth/
+void addBasicRows(Suite& suite);                               // basic/
+void addThreadRows(Suite& suite);                              // basic/, to be added last
 
 }  // namespace bench
