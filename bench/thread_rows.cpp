@@ -57,25 +57,26 @@ constexpr int kRoundTrips = 5'000;
 
 // Two threads hand a turn to and fro. `Pair` has lock, unlock, wait and wake for each side.
 template <class Pair>
+void playRoundTrips() {
+    Pair pair;
+    int turn = 0;
+    const auto play = [&](int side) {
+        pair.lock();
+        for (int i = 0; i < kRoundTrips; ++i) {
+            while (turn != side) pair.wait(side);
+            turn = 1 - side;
+            pair.wake(1 - side);
+        }
+        pair.unlock();
+    };
+    std::thread other(play, 1);
+    play(0);
+    other.join();
+}
+
+template <class Pair>
 double perRoundTrip() {
-    return medianNanoseconds(Clock::Wall,
-                             [] {
-                                 Pair pair;
-                                 int turn = 0;
-                                 const auto play = [&](int side) {
-                                     pair.lock();
-                                     for (int i = 0; i < kRoundTrips; ++i) {
-                                         while (turn != side) pair.wait(side);
-                                         turn = 1 - side;
-                                         pair.wake(1 - side);
-                                     }
-                                     pair.unlock();
-                                 };
-                                 std::thread other(play, 1);
-                                 play(0);
-                                 other.join();
-                             }) /
-           kRoundTrips;
+    return medianNanoseconds(playRoundTrips<Pair>) / kRoundTrips;
 }
 
 class OurPair {

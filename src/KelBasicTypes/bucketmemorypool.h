@@ -102,7 +102,7 @@ inline void* BucketMemoryPool::takeKept(std::int32_t size, std::uint32_t& actual
     const SizeClass sizeClass = classOf(size);
     Bucket* const bucket = sizeClass.index < bucketCount_ ? buckets_[sizeClass.index] : nullptr;
     while (bucket != nullptr && bucket->count > 0) {
-        const Entry entry = bucket->entries[bucket->count--];
+        const Entry& entry = bucket->entries[bucket->count--];
         if (entry.block == nullptr) continue;
         actualSize = static_cast<std::uint32_t>(entry.size);
         return entry.block;

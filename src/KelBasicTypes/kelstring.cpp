@@ -64,7 +64,9 @@ KelString::KelString(const KelString& other) {
     if (other.textBytes_ == 0) {
         text_ = other.text_;
     } else {
-        assign(other.view());
+        ownedLength_ = other.ownedLength_;
+        text_ = static_cast<char16_t*>(kel::takeBuffer(bytesFor(ownedLength_), textBytes_));
+        Traits::copy(text_, other.text_, ownedLength_ + std::size_t{1});
     }
     if (other.narrowBytes_ == 0) narrow_ = other.narrow_;
 }
@@ -88,9 +90,11 @@ void KelString::swap(KelString& other) noexcept {
 }
 
 void KelString::clear() noexcept {
-    kel::giveBackBuffer(std::exchange(textBytes_, 0), std::exchange(text_, nullptr));
-    kel::giveBackBuffer(std::exchange(narrowBytes_, 0), std::exchange(narrow_, nullptr));
-    kel::giveBackBuffer(std::exchange(extraBytes_, 0), std::exchange(extra_, nullptr));
+    giveBackAll();
+    text_ = nullptr;
+    narrow_ = nullptr;
+    extra_ = nullptr;
+    textBytes_ = narrowBytes_ = extraBytes_ = 0;
     ownedLength_ = 0;
 }
 
@@ -109,22 +113,26 @@ void KelString::reserve(std::size_t units) {
 }
 
 KelString& KelString::assign(std::u16string_view text) {
-    const std::size_t units = unitsBeforeNul(text);
-    char16_t* const out = beginAssign(units);  // text that is part of ourselves fits, so it is still there
-    Traits::move(out, text.data(), units);
-    endText(units);
+    return assignWhole(text.substr(0, unitsBeforeNul(text)));
+}
+
+KelString& KelString::assignWhole(std::u16string_view text) {
+    char16_t* const out =
+        beginAssign(text.size());  // text that is part of ourselves fits, so it is still there
+    Traits::move(out, text.data(), text.size());
+    endText(text.size());
     return *this;
 }
 
 KelString& KelString::assign(const char16_t* text) {
-    if (text != nullptr) return assign(std::u16string_view(text));
+    if (text != nullptr) return assignWhole(std::u16string_view(text));
     clear();
     return *this;
 }
 
-KelString& KelString::assign(const KelString& other) {
+KelString& KelString::assignSlowly(const KelString& other) {
     if (this == &other) return *this;
-    if (!other.isNull()) return assign(other.view());
+    if (!other.isNull()) return assignWhole(other.view());
     clear();
     return *this;
 }
@@ -146,12 +154,18 @@ KelString& KelString::assignNarrow(std::string_view text) {
 }
 
 KelString& KelString::append(std::u16string_view text) {
-    const std::size_t units = unitsBeforeNul(text);
+    return appendWhole(text.substr(0, unitsBeforeNul(text)));
+}
+
+KelString& KelString::appendGrowing(std::u16string_view text) {
     // Growing gives our old buffer back, and the text may lie in it.
-    if (owns(text.data())) return append(KelString(text.substr(0, units)));
+    if (owns(text.data())) {
+        const KelString copy(text);
+        return appendWhole(copy.view());
+    }
     const std::size_t before = length();
-    Traits::copy(beginAppend(units), text.data(), units);
-    endText(before + units);
+    Traits::copy(beginAppend(text.size()), text.data(), text.size());
+    endText(before + text.size());
     return *this;
 }
 

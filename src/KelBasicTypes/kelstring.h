@@ -62,12 +62,9 @@ public:
     // Borrowed text and a borrowed narrow form stay borrowed; all else is copied.
     KelString(const KelString& other);
     KelString(KelString&& other) noexcept { swap(other); }
-    ~KelString() { clear(); }
+    ~KelString() { giveBackAll(); }
 
-    KelString& operator=(const KelString& other) {
-        if (this != &other) assign(other);
-        return *this;
-    }
+    KelString& operator=(const KelString& other) { return assign(other); }
     KelString& operator=(KelString&& other) noexcept;
     KelString& operator=(std::u16string_view text) {
         assign(text);
@@ -129,14 +126,20 @@ public:
     // The text may be part of this string. A buffer that is large enough is kept.
     KelString& assign(std::u16string_view text);
     KelString& assign(const char16_t* text);  // null makes the null string
-    KelString& assign(const KelString& other);
+    KelString& assign(const KelString& other) {
+        if (!fitsInPlace(other)) return assignSlowly(other);
+        std::char_traits<char16_t>::copy(text_, other.text_, other.ownedLength_ + std::size_t{1});
+        ownedLength_ = other.ownedLength_;
+        dropBorrowedNarrow();
+        return *this;
+    }
     KelString& assignNarrow(const char* text, std::int32_t length = -1);  // widened as in the constructor
     KelString& assignNarrow(std::string_view text);
 
     // Cost follows what is appended: a buffer that is too small at least doubles.
     KelString& append(std::u16string_view text);
-    KelString& append(const KelString& other) { return append(other.view()); }
-    KelString& append(const char16_t* text) { return append(std::u16string_view(text)); }
+    KelString& append(const KelString& other) { return appendWhole(other.view()); }
+    KelString& append(const char16_t* text) { return appendWhole(std::u16string_view(text)); }
     KelString& append(char16_t unit) {
         if (unit == 0 || ownedLength_ >= capacity()) return appendSlowly(unit);
         text_[ownedLength_] = unit;
@@ -171,6 +174,29 @@ public:
     [[nodiscard]] KelString mapWhitespace(char16_t replacement) const;
 
 private:
+    // Whether both own their texts, and the other's has room in our buffer.
+    [[nodiscard]] bool fitsInPlace(const KelString& other) const noexcept {
+        return this != &other && other.textBytes_ > 0 && textBytes_ > 0 &&
+               other.ownedLength_ < static_cast<std::size_t>(textBytes_) / sizeof(char16_t);
+    }
+    KelString& assignSlowly(const KelString& other);
+    KelString& assignWhole(std::u16string_view text);   // has no NUL
+    KelString& appendWhole(std::u16string_view text) {  // has no NUL
+        const std::size_t before = ownedLength_;
+        if (before + text.size() >= static_cast<std::size_t>(textBytes_) / sizeof(char16_t))
+            return appendGrowing(text);
+        std::char_traits<char16_t>::copy(text_ + before, text.data(), text.size());
+        endText(before + text.size());
+        dropBorrowedNarrow();
+        return *this;
+    }
+    KelString& appendGrowing(std::u16string_view text);
+    // The slots then point to what is no longer ours.
+    void giveBackAll() noexcept {
+        if (textBytes_ > 0) kel::giveBackBuffer(textBytes_, text_);
+        if (narrowBytes_ > 0) kel::giveBackBuffer(narrowBytes_, narrow_);
+        if (extraBytes_ > 0) kel::giveBackBuffer(extraBytes_, extra_);
+    }
     [[nodiscard]] std::size_t borrowedLength() const noexcept;
     [[nodiscard]] bool owns(const char16_t* unit) const noexcept;
     [[nodiscard]] char16_t* beginAssign(std::size_t units);

@@ -55,14 +55,22 @@ void substitute(KelString& text, std::span<const KelString* const> arguments) {
     const std::u16string_view source = text.view();
     const Placeholders found = scan(source);
     if (found.count == 0) return;
+    const auto argumentAt = [&](std::size_t occurrence) -> const KelString* {
+        const std::size_t index = found.occurrence[occurrence];
+        return index < arguments.size() ? arguments[index] : nullptr;
+    };
+    std::size_t units = source.size();
+    for (std::size_t i = 0; i < found.count; ++i) {
+        if (const KelString* const argument = argumentAt(i)) units += argument->length();
+    }
     KelString result;
+    result.reserve(units);
     std::size_t copied = 0;
     for (std::size_t i = 0; i < found.count; ++i) {
-        const std::size_t index = found.occurrence[i];
-        const std::size_t position = found.position[index];
+        const std::size_t position = found.position[found.occurrence[i]];
         if (copied < position) result.append(source.substr(copied, position - copied));
         copied = position + kPlaceholderUnits;
-        if (index < arguments.size() && arguments[index] != nullptr) result.append(*arguments[index]);
+        if (const KelString* const argument = argumentAt(i)) result.append(*argument);
     }
     result.append(source.substr(copied));
     text = std::move(result);
