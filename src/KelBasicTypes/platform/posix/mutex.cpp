@@ -94,7 +94,7 @@ LockResult Mutex::finishLock(int systemCode) noexcept {
             return LockResult::Acquired;
         case EOWNERDEAD:
             pthread_mutex_consistent(state_->mutex());
-            ++holds_;
+            holds_ = 1;  // what the ended thread held went with it
             return LockResult::Abandoned;
         case EBUSY:
         case ETIMEDOUT:
