@@ -64,7 +64,10 @@ public:
     KelString(KelString&& other) noexcept { swap(other); }
     ~KelString() { giveBackAll(); }
 
-    KelString& operator=(const KelString& other) { return assign(other); }
+    KelString& operator=(const KelString& other) {
+        if (this != &other) assign(other);
+        return *this;
+    }
     KelString& operator=(KelString&& other) noexcept;
     KelString& operator=(std::u16string_view text) {
         assign(text);

@@ -175,7 +175,9 @@ int run(int argc, char** argv) {
 
 }  // namespace kelxml
 
-int main(int argc, char** argv) {
+// What goes wrong while the command line itself is set up (no memory, mostly) may end the program as it
+// likes.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     kelxml::ignoreClosedPipes();
     return kelxml::run(argc, argv);
 }

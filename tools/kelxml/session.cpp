@@ -23,7 +23,7 @@ constexpr std::array kLibraryPlaces{KELXML_COMPONENT_INSTALLED, KELXML_COMPONENT
 fs::path findComponent() {
     const fs::path folder = programFolder();
     for (const char* place : kLibraryPlaces) {
-        const fs::path candidate = (folder / place).lexically_normal();
+        fs::path candidate = (folder / place).lexically_normal();
         std::error_code unreadable;
         if (fs::exists(candidate, unreadable)) return candidate;
     }

@@ -16,7 +16,7 @@ std::string targetNamespaceOf(const Session& session, const std::string& schema)
     return kelhost::toUtf8(ElementPtr(parser->getRootElement())->getAttribute(u"targetNamespace"));
 }
 
-// What is wrong with the document; empty if nothing is.
+// What is wrong with the document, and its name; empty if nothing is.
 std::string check(const Session& session, const std::string& file, const std::string& uri,
                   const std::string& schema) {
     const InputFile input(file);
@@ -24,9 +24,9 @@ std::string check(const Session& session, const std::string& file, const std::st
         const Progress progress("validating " + file);
         const IPtr<IKelDOMXmlV2> parser = input.load(session);
         if (parser->validate(kelhost::fromUtf8(uri), kelhost::fromUtf8(schema))) return "";
-        return describeError(*parser->getError(), input);
+        return file + ": " + describeError(*parser->getError(), input);
     } catch (const Failure& failure) {
-        return failure.what();
+        return file + ": " + failure.what();
     }
 }
 
@@ -40,13 +40,14 @@ void validate(Session& session, const ValidateOptions& options) {
     for (const std::string& file : options.files) {
         const std::string complaint = check(session, file, uri, options.schema);
         if (complaint.empty()) {
-            output.write(file + ": valid\n");
+            output.write(file);
+            output.write(": valid\n");
             continue;
         }
-        if (options.files.size() == 1) throw Failure(kRefused, file + ": " + complaint);
+        if (options.files.size() == 1) throw Failure(kRefused, complaint);
         ++refused;
         output.finish();  // so that answers come in the order of the files
-        std::fprintf(stderr, "kelxml: %s: %s\n", file.c_str(), complaint.c_str());
+        std::fprintf(stderr, "kelxml: %s\n", complaint.c_str());
     }
     output.finish();
     if (refused == 0) return;

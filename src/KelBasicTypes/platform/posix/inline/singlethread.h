@@ -1,5 +1,5 @@
-// Whether this process has one thread only. Each platform has a header of this name, found through the include path,
-// for the answer has to cost less than the lock that it saves.
+// Whether this process has one thread only. Each platform has a header of this name, found through the
+// include path, for the answer has to cost less than the lock that it saves.
 #pragma once
 
 #if __has_include(<sys/single_threaded.h>)
