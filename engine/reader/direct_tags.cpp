@@ -46,6 +46,7 @@ const char* endOfPlainValue(const char* at, const char* end, char quote) {
 }  // namespace
 
 DirectParser::Step DirectParser::startTag() {
+    isWide_ = isTooWideForLibxml2();  // the tag before
     const char* const nameStart = cursor_ + 1;
     const char* at = endOfName(nameStart);
     if (at == nameStart || at == end_) return refuseStartTag(at);

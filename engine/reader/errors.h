@@ -43,6 +43,7 @@ enum class ErrorCode : std::uint32_t {
     LessThanInValue = 0xA0010037,
     BadAttribute = 0xA0010038,  // no value, no quotes, no space before it
     TooDeep = 0xA0010039,
+    TooManyAttributes = 0xA001003A,  // in a document with a DOCTYPE; others may have any number
 
     // Text and the rest
     BareAmpersand = 0xA0010041,

@@ -84,8 +84,11 @@ struct Libxml2Parser::Callbacks {
 
     static int read(void* user, char* to, int length) noexcept {
         int given = 0;
-        guarded(user, [&](Libxml2Parser& self) { given = self.feed(to, length); });
-        return given;
+        auto& self = *static_cast<Libxml2Parser*>(user);
+        self.isReading_ = true;
+        guarded(user, [&](Libxml2Parser&) { given = self.feed(to, length); });
+        self.isReading_ = false;
+        return given;  // 0, the end, when stopped
     }
     static void startDocument(void* user) noexcept {
         guarded(user, [](Libxml2Parser& self) {
@@ -242,7 +245,22 @@ bool Libxml2Parser::conclude() {
     return true;
 }
 
+// Is this a start tag, and has it more attributes than libxml2 should compare with each other?
+bool Libxml2Parser::isTagTooWide() const {
+    if (valuesSinceEvent_ <= kMostAttributesForLibxml2) return false;
+    const std::string_view text = sinceLastEvent();
+    const std::size_t tag = text.find('<');
+    return tag != std::string_view::npos && tag + 1 < text.size() && text[tag + 1] != '!' &&
+           text[tag + 1] != '?';
+}
+
 int Libxml2Parser::feed(char* to, int length) {
+    if (isTagTooWide()) {
+        refuse(ErrorCode::TooManyAttributes, lastEventEnd_,
+               "In a document with a DOCTYPE, an element must not have more than " +
+                   std::to_string(kMostAttributesForLibxml2) + " attributes.");
+        return 0;
+    }
     int given = 0;
     while (given != length) {
         std::string_view from = preamble_;
@@ -256,6 +274,9 @@ int Libxml2Parser::feed(char* to, int length) {
         }
         const std::size_t now = std::min(from.size(), static_cast<std::size_t>(length - given));
         std::memcpy(to + given, from.data(), now);
+        for (std::size_t i = 1; i < now; ++i) {
+            if (from[i - 1] == '=' && (from[i] == '"' || from[i] == '\'')) ++valuesSinceEvent_;
+        }
         given += static_cast<int>(now);
         if (preamble_.empty()) {
             feedOffset_ += now;
@@ -276,7 +297,7 @@ void Libxml2Parser::tell(Event&& event) {
 void Libxml2Parser::stop() {
     isStopped_ = true;
     (void)here();
-    xmlStopParser(context_.get());
+    if (!isReading_) xmlStopParser(context_.get());
 }
 
 void Libxml2Parser::refuse(ErrorCode code, std::uint64_t offset, std::string reason) {
@@ -326,6 +347,7 @@ void Libxml2Parser::locateFirst(std::string_view mark) {
 
 void Libxml2Parser::eventEnds() {
     lastEventEnd_ = here();
+    valuesSinceEvent_ = 0;
 }
 
 void Libxml2Parser::startDocument() {
@@ -350,6 +372,7 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
     // libxml2 stands before the '>'. Of an empty tag, the end event still has to find the '<'.
     const std::uint64_t at = here();
     if (source_.holds(at) && *source_.at(at) == '>') lastEventEnd_ = at + 1;
+    valuesSinceEvent_ = 0;
 }
 
 void Libxml2Parser::endElement(const xmlChar* name) {

@@ -101,8 +101,9 @@ ParseError read(const Input& input, const ReadOptions& options, EventSink& sink)
         DirectParser parser(source, options, layer);
         const DirectParser::Outcome outcome = parser.run();
         if (outcome == DirectParser::Outcome::Done) return {};
-        const bool isConfirmed = outcome == DirectParser::Outcome::Refused &&
-                                 (isFinal(parser.fault().code) || isRefused(source, options));
+        const bool isConfirmed =
+            outcome == DirectParser::Outcome::Refused &&
+            (isFinal(parser.fault().code) || parser.isTooWideForLibxml2() || isRefused(source, options));
         if (isConfirmed) return describe(source, parser.fault());
         done = parser.progress();
         if (Fault fault = source.open()) return source.describe(fault);

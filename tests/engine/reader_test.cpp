@@ -270,6 +270,9 @@ TEST(Reader, KeepsItsLimits) {
     std::string wide = "<a";
     for (int i = 0; i < 200'000; ++i) wide += " a" + std::to_string(i) + "=''";
     EXPECT_FALSE(readAll(Input::bytes(wide + "/>")).error.failed());
+    EXPECT_EQ(readAll(Input::bytes(wide + ">")).error.code, statusOf(ErrorCode::UnclosedElement));
+    EXPECT_EQ(readAll(Input::bytes("<!DOCTYPE a []>" + wide + "/>"), with(Parser::Automatic)).error.code,
+              statusOf(ErrorCode::TooManyAttributes));
     std::string declared = "<a";
     for (int i = 0; i < 20'000; ++i)
         declared += " xmlns:p" + std::to_string(i) + "='u" + std::to_string(i) + "'";

@@ -19,6 +19,8 @@
 
 namespace engine::reader::detail {
 
+inline constexpr std::size_t kMostAttributesForLibxml2 = 10'000;
+
 // How far the events have come: another parser can go on from there.
 struct Progress {
     std::uint64_t events = 0;     // all but characters
@@ -46,6 +48,10 @@ public:
     // everything else that the sink throws comes out.
     [[nodiscard]] Outcome run();
     [[nodiscard]] const Fault& fault() const noexcept { return fault_; }
+    // A start tag had more attributes than libxml2 should be given: it compares each with each.
+    [[nodiscard]] bool isTooWideForLibxml2() const noexcept {
+        return isWide_ || attributes_.size() > kMostAttributesForLibxml2;
+    }
     [[nodiscard]] const Progress& progress() const noexcept { return progress_; }
 
 private:
@@ -113,6 +119,7 @@ private:
     bool inCData_ = false;
     std::uint64_t cDataOffset_ = 0;  // of the section being delivered
     bool hasRoot_ = false;
+    bool isWide_ = false;
     bool hasDoctype_ = false;
     std::vector<Open> opens_;
     std::string openNames_;

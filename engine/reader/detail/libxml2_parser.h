@@ -57,6 +57,7 @@ private:
     void createContext();
     [[nodiscard]] bool conclude();
     [[nodiscard]] int feed(char* to, int length);
+    [[nodiscard]] bool isTagTooWide() const;
     void stop();
     void refuse(ErrorCode code, std::uint64_t offset, std::string reason);
     void failed(const xmlError& error);
@@ -114,6 +115,7 @@ private:
     std::uint64_t event_ = 0;              // start of the event being delivered
     std::uint64_t lastEventEnd_ = 0;
 
+    std::size_t valuesSinceEvent_ = 0;  // "=" and a quote, in what has been fed since the last event
     std::uint32_t depth_ = 0;
     std::vector<Attribute> attributes_;
     AttributeDeclarations attributeDeclarations_;
@@ -127,6 +129,7 @@ private:
     std::uint64_t lastReference_ = kNoOffset;  // the end of the last reference in the document itself
     std::uint64_t referenceStart_ = 0;
 
+    bool isReading_ = false;  // libxml2 must not be stopped while it fills its buffer
     bool isStopped_ = false;
     bool isFaultFinal_ = false;
     bool isFaultInText_ = false;
