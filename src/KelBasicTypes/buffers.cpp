@@ -21,6 +21,7 @@ using detail::libraryLock;
 using platform::SectionGuard;
 
 constexpr std::uint32_t kTakesBetweenLookups = 601;
+constexpr std::int32_t kShortestGrown = 1 << 20;
 
 // Guarded by the library's lock; holds one reference. Trivial, for strings live longer than any static.
 struct CurrentPool {
@@ -108,6 +109,17 @@ void* takeBuffer(std::size_t byteCount, std::int32_t& capacity) {
     }
     capacity = static_cast<std::int32_t>(actualSize);
     return block;
+}
+
+// No bucket keeps a block this long, so none misses it. Another allocator's block is its own to resize.
+void* tryGrowBuffer(std::size_t byteCount, std::int32_t& capacity, void* block) noexcept {
+    if (capacity < kShortestGrown || detail::isReserveOpen()) return nullptr;
+    detail::BlockHeader* const header = detail::headerOf(block);
+    if (header->allocator != &BucketMemoryAllocator::instance()) return nullptr;
+    void* const storage = detail::heapReallocate(header, sizeof(detail::BlockHeader) + byteCount);
+    if (storage == nullptr) return nullptr;
+    capacity = static_cast<std::int32_t>(byteCount);
+    return static_cast<detail::BlockHeader*>(storage) + 1;
 }
 
 void giveBackBuffer(std::int32_t capacity, void* block) noexcept {

@@ -17,6 +17,11 @@ inline constexpr std::size_t kMaxBufferBytes = 0x7FFFFFFF;
 // ends, as oxarealloc.h says.
 [[nodiscard]] void* takeBuffer(std::size_t byteCount, std::int32_t& capacity);
 
+// A block of at least byteCount bytes with the contents of `block`, in its place or elsewhere, and then
+// `capacity` is its own; null when that is not to be had cheaper than through a new block, and then nothing
+// has changed. Long blocks only: the system moves their pages instead of their bytes.
+[[nodiscard]] void* tryGrowBuffer(std::size_t byteCount, std::int32_t& capacity, void* block) noexcept;
+
 // Ends the life of a block. A capacity of 0 marks storage that is only borrowed: it is left alone, as is
 // null.
 void giveBackBuffer(std::int32_t capacity, void* block) noexcept;

@@ -217,10 +217,16 @@ char16_t* KelString::beginAppend(std::size_t units) {
     const std::size_t before = length();
     if (text_ == nullptr || static_cast<std::size_t>(textBytes_) < bytesFor(before + units)) {
         const std::size_t doubled = std::min(2 * before, kMaxUnits);
-        replaceBuffer(std::max(before + units, doubled), view());
+        growBuffer(std::max(before + units, doubled));
     }
     dropBorrowedNarrow();
     return text_ + before;
+}
+
+void KelString::growBuffer(std::size_t units) {
+    void* const grown = kel::tryGrowBuffer(bytesFor(units), textBytes_, text_);
+    if (grown == nullptr) return replaceBuffer(units, view());
+    text_ = static_cast<char16_t*>(grown);
 }
 
 void KelString::replaceBuffer(std::size_t units, std::u16string_view keep) {

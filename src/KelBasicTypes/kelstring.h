@@ -204,6 +204,7 @@ private:
     [[nodiscard]] bool owns(const char16_t* unit) const noexcept;
     [[nodiscard]] char16_t* beginAssign(std::size_t units);
     [[nodiscard]] char16_t* beginAppend(std::size_t units);
+    void growBuffer(std::size_t units);  // keeps the text
     void replaceBuffer(std::size_t units, std::u16string_view keep);
     KelString& appendSlowly(char16_t unit);
     void endText(std::size_t units) noexcept {
