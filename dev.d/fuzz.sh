@@ -1,0 +1,22 @@
+# shellcheck shell=bash
+# ./dev fuzz: feeds each fuzz target for a while, from the seeds in the tree. What it finds stays in build-fuzz/.
+
+fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev)
+fuzz_targets=(reader)
+fuzz_input_limit=3000  # bytes
+
+verb_fuzz() {
+    local seconds=${1:-60} target
+    [[ $seconds =~ ^[1-9][0-9]*$ ]] || die "fuzz takes a number of seconds, not '$seconds'"
+    need "${fuzz_packages[@]}"
+    configure fuzz
+    for target in "${fuzz_targets[@]}"; do
+        build fuzz "${target}_fuzz"
+        say "fuzzing $target for $seconds seconds"
+        mkdir -p "build-fuzz/found/$target"
+        # New inputs go to the first folder; the seeds of the tree are read only.
+        build-fuzz/fuzz/"${target}_fuzz" -max_total_time="$seconds" -max_len="$fuzz_input_limit" -rss_limit_mb=4096 \
+            -dict="fuzz/$target.dict" -artifact_prefix="build-fuzz/found/$target-" -verbosity=0 -print_final_stats=1 \
+            "build-fuzz/found/$target" "fuzz/$target"
+    done
+}
