@@ -15,6 +15,12 @@ using kel::detail::headerOf;
 using kel::detail::libraryLock;
 using kel::platform::SectionGuard;
 
+namespace {
+
+constexpr std::size_t kReferenceSizeInBytes = sizeof(void*);  // of an entry of the bucket table
+
+}  // namespace
+
 BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallLimit, std::int32_t largeLimit)
     : granularity_(std::max(granularity, 1)),
       granularityShift_(std::has_single_bit(static_cast<std::uint32_t>(granularity_))
@@ -25,7 +31,7 @@ BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallL
       library_(&libraryLock()) {
     const auto slots = static_cast<std::uint32_t>(smallLimit_ / granularity_ + 2);
     void* table = nullptr;
-    kel::oxaMalloc(table, sizeof(Bucket*), slots);
+    kel::oxaMalloc(table, kReferenceSizeInBytes, slots);
     buckets_ = static_cast<Bucket**>(table);
     std::fill_n(buckets_, slots, nullptr);
     bucketCount_ = slots;
@@ -103,7 +109,7 @@ BucketMemoryPool::Bucket& BucketMemoryPool::bucketFor(std::uint32_t index) {
     if (index >= bucketCount_) {
         void* table = buckets_;
         const std::uint64_t slots =
-            kel::oxaRealloc(table, sizeof(Bucket*), bucketCount_, index + 1, kel::kSameAsMinimum);
+            kel::oxaRealloc(table, kReferenceSizeInBytes, bucketCount_, index + 1, kel::kSameAsMinimum);
         buckets_ = static_cast<Bucket**>(table);
         bucketCount_ = static_cast<std::uint32_t>(slots);
     }
