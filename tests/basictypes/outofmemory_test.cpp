@@ -250,6 +250,9 @@ TEST(OutOfMemory, EndsWhenTheSpillFileFails) {
 TEST(OutOfMemory, ASizeThatCannotBeCountedIsRefused) {
     Scene scene;
     const int status = scene.run([] {
+        // A product that wrapped around would be small enough.
+        const RefusingHeap heap(
+            [](const RefusingHeap::Request& request) { return request.sizeInBytes >> 40 != 0; });
         void* block = nullptr;
         kel::oxaMalloc(block, 0x1'0000'0001, 0x1'0000'0001);
     });
