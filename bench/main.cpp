@@ -48,6 +48,8 @@ bench::Suite allRows(const bench::Documents& documents) {
     bench::addWalkRows(suite, documents);
     bench::addSaveRows(suite, documents);
     bench::addSaxRows(suite, documents);
+    bench::addTransformRows(suite, documents);
+    bench::addValidateRows(suite, documents);
     bench::addGrowthRows(suite, documents);
     bench::addBasicRows(suite);
     bench::addThreadRows(suite);

@@ -7,13 +7,15 @@ namespace bench {
 
 class Documents;
 
-void addLoadRows(Suite& suite, const Documents& documents);    // load/
-void addMemoryRows(Suite& suite, const Documents& documents);  // memory/
-void addWalkRows(Suite& suite, const Documents& documents);    // walk/
-void addSaveRows(Suite& suite, const Documents& documents);    // save/
-void addSaxRows(Suite& suite, const Documents& documents);     // sax/
-void addGrowthRows(Suite& suite, const Documents& documents);  // growth/
-void addBasicRows(Suite& suite);                               // basic/
-void addThreadRows(Suite& suite);                              // basic/, to be added last
+void addLoadRows(Suite& suite, const Documents& documents);       // load/
+void addMemoryRows(Suite& suite, const Documents& documents);     // memory/
+void addWalkRows(Suite& suite, const Documents& documents);       // walk/
+void addSaveRows(Suite& suite, const Documents& documents);       // save/
+void addSaxRows(Suite& suite, const Documents& documents);        // sax/
+void addTransformRows(Suite& suite, const Documents& documents);  // transform/
+void addValidateRows(Suite& suite, const Documents& documents);   // validate/
+void addGrowthRows(Suite& suite, const Documents& documents);     // growth/
+void addBasicRows(Suite& suite);                                  // basic/
+void addThreadRows(Suite& suite);                                 // basic/, to be added last
 
 }  // namespace bench

@@ -174,7 +174,7 @@ reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
     const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
     const ValidatorHandle validator(orThrow(xmlSchemaNewValidCtxt(schema_.get())));
     xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &first);
-    const int result = xmlSchemaValidateDoc(validator.get(), document.doc.get());
+    const int result = xmlSchemaValidateDoc(validator.get(), &document.doc());
     if (result < 0) throw com::Failure(E_FAIL, "The document could not be validated: " + oneLine(nullptr));
     if (result > 0 && !first.error.failed()) {
         first.error.code = statusOfViolation(result);

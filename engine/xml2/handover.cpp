@@ -1,5 +1,7 @@
 #include "engine/xml2/handover.h"
 
+#include <libxml/parserInternals.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -17,7 +19,55 @@ using dom::NodeKind;
 using dom::Tree;
 
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
-constexpr std::size_t kRoomInNode = 2 * sizeof(void*);  // from xmlNode::properties to the end of psvi
+constexpr std::size_t kFirstBlock = std::size_t{16} << 10;  // bytes; each block is twice the one before
+constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
+
+// Memory for one copy: blocks of our own that go together, or libxml2's, piece by piece.
+class Memory final {
+public:
+    explicit Memory(HandOver::Use use) : inBlocks_(use == HandOver::Use::Read) {}
+
+    template <typename T>
+    T* zeroed() {
+        void* memory = take(sizeof(T));
+        std::memset(memory, 0, sizeof(T));
+        return static_cast<T*>(memory);
+    }
+
+    xmlChar* copyOf(std::string_view text) {
+        auto* copy = static_cast<xmlChar*>(take(text.size() + 1));
+        if (!text.empty()) std::memcpy(copy, text.data(), text.size());
+        copy[text.size()] = 0;
+        return copy;
+    }
+
+    std::vector<std::unique_ptr<char[]>> takeBlocks() noexcept { return std::move(blocks_); }
+
+private:
+    void* take(std::size_t size) {
+        if (!inBlocks_) return orThrow(xmlMalloc(size));
+        size = (size + 7) & ~std::size_t{7};
+        if (size > left_) addBlock(size);
+        char* memory = next_;
+        next_ += size;
+        left_ -= size;
+        return memory;
+    }
+
+    void addBlock(std::size_t atLeast) {
+        const std::size_t size = std::max(atLeast, blockSize_);
+        blocks_.push_back(std::unique_ptr<char[]>(new char[size]));
+        next_ = blocks_.back().get();
+        left_ = size;
+        blockSize_ = std::min(2 * blockSize_, kLargestBlock);
+    }
+
+    bool inBlocks_;
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    char* next_ = nullptr;
+    std::size_t left_ = 0;
+    std::size_t blockSize_ = kFirstBlock;
+};
 
 struct Name {
     const xmlChar* prefix = nullptr;  // null: none
@@ -26,7 +76,7 @@ struct Name {
 
 class Copier final {
 public:
-    Copier(const Tree& tree, const HandOver& options) : tree_(tree), options_(options) {
+    Copier(const Tree& tree, const HandOver& options) : tree_(tree), options_(options), memory_(options.use) {
         doc_.reset(orThrow(xmlNewDoc(chars("1.0"))));
         doc_->dict = options.dict != nullptr ? options.dict : orThrow(xmlDictCreate());
         if (options.dict != nullptr) (void)xmlDictReference(options.dict);
@@ -36,6 +86,13 @@ public:
         xml_ = intern("xml");
     }
 
+    ~Copier() {
+        // after a failure: what lies in blocks is not libxml2's to free
+        if (doc_ != nullptr && options_.use == HandOver::Use::Read) doc_->children = doc_->last = nullptr;
+    }
+    Copier(const Copier&) = delete;
+    Copier& operator=(const Copier&) = delete;
+
     HandedOver copy(NodeId root) {
         if (tree_.kind(root) == NodeKind::Element) {
             inherit(root);
@@ -43,7 +100,7 @@ public:
         } else if (tree_.firstChild(root) != dom::kNoNode) {
             copyNodes(tree_.firstChild(root), root);
         }
-        return {std::move(doc_), depth_};
+        return {std::move(doc_), depth_, memory_.takeBlocks()};
     }
 
 private:
@@ -108,25 +165,23 @@ private:
             case NodeKind::Text:
             case NodeKind::CData:
                 return copyText(node, parent);
-            case NodeKind::Comment: {
-                const std::string text(tree_.content(node));
-                link(xmlNewDocComment(doc_.get(), chars(text)), node, parent);
+            case NodeKind::Comment:
+                setContent(addNode(XML_COMMENT_NODE, xmlStringComment, node, parent), tree_.content(node));
                 return node;
-            }
-            case NodeKind::ProcessingInstruction: {
-                const std::string target(tree_.name(node));
-                const std::string data(tree_.content(node));
-                link(xmlNewDocPI(doc_.get(), chars(target), data.empty() ? nullptr : chars(data)), node,
-                     parent);
+            case NodeKind::ProcessingInstruction:
+                copyInstruction(node, parent);
                 return node;
-            }
             default:
                 return node;
         }
     }
 
-    void link(xmlNode* node, NodeId id, xmlNode* parent) {
-        (void)orThrow(node);
+    // Linked before it gets its content, so that nothing is lost when memory runs out in between.
+    xmlNode& addNode(xmlElementType type, const xmlChar* name, NodeId id, xmlNode* parent) {
+        auto* node = memory_.zeroed<xmlNode>();
+        node->type = type;
+        node->name = name;
+        node->doc = doc_.get();
         node->_private = reinterpret_cast<void*>(std::uintptr_t{id});
         node->parent = parent;
         node->prev = parent->last;
@@ -136,10 +191,20 @@ private:
             parent->last->next = node;
         }
         parent->last = node;
-        // libxml2 takes bigger lines from elsewhere, and nothing here needs them
-        if (options_.lines && node->type == XML_ELEMENT_NODE) {
-            node->line = static_cast<unsigned short>(std::min(tree_.position(id).line, 65535u));
-        }
+        return *node;
+    }
+
+    void setContent(xmlNode& node, std::string_view content) {
+        (void)length(content);
+        node.content = memory_.copyOf(content);
+    }
+
+    void copyInstruction(NodeId node, xmlNode* parent) {
+        const std::string_view target = tree_.name(node);
+        // an XML declaration that somebody put in as an instruction is none of the document's content
+        if (target == "xml") return;
+        xmlNode& copy = addNode(XML_PI_NODE, intern(target), node, parent);
+        if (!tree_.content(node).empty()) setContent(copy, tree_.content(node));
     }
 
     NodeId copyText(NodeId node, xmlNode* parent) {
@@ -149,7 +214,7 @@ private:
             last = next;
         }
         if (last == node) {
-            if (!tree_.content(node).empty()) link(newText(tree_.content(node)), node, parent);
+            addText(tree_.content(node), node, parent);
             return node;
         }
         joined_.clear();
@@ -157,7 +222,7 @@ private:
             joined_ += tree_.content(at);
             if (at == last) break;
         }
-        if (!joined_.empty()) link(newText(joined_), node, parent);
+        addText(joined_, node, parent);
         return last;
     }
 
@@ -165,38 +230,19 @@ private:
         return tree_.kind(node) == NodeKind::Text || tree_.kind(node) == NodeKind::CData;
     }
 
-    xmlNode* newText(std::string_view text) {
-        const int size = length(text);
-        xmlNode* node = orThrow(xmlNewDocTextLen(doc_.get(), nullptr, 0));
-        const auto* bytes = reinterpret_cast<const xmlChar*>(text.data());
-        if (isShared(text)) {
-            node->content = const_cast<xmlChar*>(xmlDictLookup(doc_->dict, bytes, size));
-        } else if (!options_.lines && text.size() < kRoomInNode) {
-            node->content = reinterpret_cast<xmlChar*>(&node->properties);
-            std::memcpy(node->content, text.data(), text.size());
-        } else {
-            node->content = xmlStrndup(bytes, size);
-        }
-        if (node->content == nullptr) {
-            xmlFreeNode(node);
-            throw std::bad_alloc();
-        }
-        return node;
-    }
-
-    // Texts that come again and again: layout, and the very short.
-    static bool isShared(std::string_view text) {
-        constexpr std::size_t kLongestLayout = 60;
-        return text.size() <= 3 ||
-               (text.size() < kLongestLayout && text.find_first_not_of(" \t\r\n") == std::string_view::npos);
+    // A parser makes no empty texts, so libxml2 is not shown any.
+    void addText(std::string_view text, NodeId id, xmlNode* parent) {
+        if (!text.empty()) setContent(addNode(XML_TEXT_NODE, xmlStringText, id, parent), text);
     }
 
     void copyElement(NodeId id, xmlNode* parent) {
         if (options_.depthLimit != 0 && open_.size() == options_.depthLimit) tooDeep(id);
         const Name elementName = name(tree_.nameId(id));
-        xmlNode* node = orThrow(
-            xmlNewDocNodeEatName(doc_.get(), nullptr, const_cast<xmlChar*>(elementName.local), nullptr));
-        link(node, id, parent);
+        xmlNode* node = &addNode(XML_ELEMENT_NODE, elementName.local, id, parent);
+        // libxml2 takes bigger lines from elsewhere, and nothing here needs them
+        if (options_.use == HandOver::Use::Change) {
+            node->line = static_cast<unsigned short>(std::min(tree_.position(id).line, 65535u));
+        }
         open_.push_back({node, declarations_.size()});
         depth_ = std::max(depth_, open_.size());
         const std::uint32_t count = tree_.attributeCount(id);
@@ -224,11 +270,13 @@ private:
     }
 
     void addDeclaration(xmlNode& node, const xmlChar* prefix, std::string_view uri) {
-        const std::string text(uri);
-        xmlNs* ns = orThrow(xmlNewNs(nullptr, chars(text), prefix));
+        auto* ns = memory_.zeroed<xmlNs>();
+        ns->type = XML_LOCAL_NAMESPACE;
         xmlNs** end = &node.nsDef;
         while (*end != nullptr) end = &(*end)->next;
         *end = ns;
+        ns->href = memory_.copyOf(uri);
+        if (prefix != nullptr) ns->prefix = memory_.copyOf(view(prefix));
         declarations_.push_back({prefix, uri.empty() ? nullptr : ns});
     }
 
@@ -280,8 +328,10 @@ private:
         const dom::AttributeView attribute = tree_.attribute(id, index);
         xmlNs* ns =
             attributeName.prefix == nullptr ? nullptr : find(attributeName.prefix, id, attribute.name);
-        xmlAttr* copy =
-            orThrow(xmlNewNsPropEatName(nullptr, ns, const_cast<xmlChar*>(attributeName.local), nullptr));
+        auto* copy = memory_.zeroed<xmlAttr>();
+        copy->type = XML_ATTRIBUTE_NODE;
+        copy->name = attributeName.local;
+        copy->ns = ns;
         copy->doc = doc_.get();
         copy->parent = &node;
         if (node.properties == nullptr) {
@@ -291,8 +341,8 @@ private:
             lastAttribute_->next = copy;
         }
         lastAttribute_ = copy;
-        copy->children = copy->last = newText(attribute.value);
-        copy->children->parent = reinterpret_cast<xmlNode*>(copy);
+        auto* parent = reinterpret_cast<xmlNode*>(copy);
+        setContent(addNode(XML_TEXT_NODE, xmlStringText, dom::kNoNode, parent), attribute.value);
         if (attributeName.prefix == xml_ && view(attributeName.local) == "id") {
             // as the library's own parser does; a value that is no id, or not the first, is none
             (void)xmlAddID(nullptr, doc_.get(), copy->children->content, copy);
@@ -320,6 +370,7 @@ private:
     const Tree& tree_;
     const HandOver& options_;
     DocHandle doc_;
+    Memory memory_;
     std::vector<Name> names_;  // by name id
     const xmlChar* xmlns_ = nullptr;
     const xmlChar* xml_ = nullptr;

@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/dom/tree.h"
 #include "engine/xml2/handles.h"
@@ -13,17 +16,37 @@
 namespace engine::xml2 {
 
 struct HandOver {
+    // What is done with the copy. One that is only read lies in a few large blocks, which saves half the work
+    // of making it and nearly all of freeing it. One that is changed (nodes taken out, texts replaced) is
+    // made of libxml2's own memory, node by node, and has line numbers, for libxml2 to place its errors.
+    enum class Use : std::uint8_t { Read, Change };
+
     std::string uri;             // of the copy, what relative references in it are seen from
     xmlDict* dict = nullptr;     // where names go, borrowed; null: a dictionary of the copy's own
     std::size_t depthLimit = 0;  // of elements, 0: none
-    // With lines, for documents whose errors libxml2 itself places. Without, short texts are kept inside
-    // their nodes, which only code that reads the copy can stand.
-    bool lines = false;
+    Use use = Use::Read;
 };
 
-struct HandedOver {
-    DocHandle doc;
-    std::size_t depth = 0;  // of its elements
+class HandedOver final {
+public:
+    HandedOver(DocHandle doc, std::size_t depth, std::vector<std::unique_ptr<char[]>> blocks) noexcept
+        : doc_(std::move(doc)), depth_(depth), blocks_(std::move(blocks)) {}
+    HandedOver(HandedOver&&) noexcept = default;
+    HandedOver& operator=(HandedOver&&) = delete;
+    ~HandedOver() {
+        if (doc_ != nullptr && !blocks_.empty())
+            doc_->children = doc_->last = nullptr;  // not libxml2's to free
+    }
+
+    [[nodiscard]] xmlDoc& doc() const noexcept { return *doc_; }
+    [[nodiscard]] std::size_t depth() const noexcept { return depth_; }  // of its elements
+    // Use::Change only: the copy on its own.
+    [[nodiscard]] DocHandle takeDoc() noexcept { return std::move(doc_); }
+
+private:
+    DocHandle doc_;
+    std::size_t depth_;
+    std::vector<std::unique_ptr<char[]>> blocks_;
 };
 
 // The subtree of `root`, which is the document or an element; an element brings along the namespaces in

@@ -83,6 +83,14 @@ int mayRead(xsltSecurityPrefsPtr, xsltTransformContextPtr context, const char* p
     }
 }
 
+// Whether a transformation takes white space out of its source.
+bool stripsSpace(xsltStylesheet& style) {
+    for (xsltStylesheet* at = &style; at != nullptr; at = xsltNextImport(at)) {
+        if (at->stripSpaces != nullptr) return true;
+    }
+    return false;
+}
+
 SecurityHandle closedDoors() {
     SecurityHandle security(orThrow(xsltNewSecurityPrefs()));
     for (const xsltSecurityOption option : {XSLT_SECPREF_WRITE_FILE, XSLT_SECPREF_CREATE_DIRECTORY,
@@ -111,9 +119,9 @@ StyleSheet::StyleSheet(const dom::NodeSource& source)
 xml2::DocHandle StyleSheet::handOverStyle() const {
     xml2::HandOver options;
     options.uri = uri_;
-    options.lines = true;
+    options.use = xml2::HandOver::Use::Change;
     options.depthLimit = styleSheetDepthLimit();
-    return xml2::handOver(source_.tree, source_.node, options).doc;
+    return xml2::handOver(source_.tree, source_.node, options).takeDoc();
 }
 
 void StyleSheet::compile() {
@@ -137,10 +145,11 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
     options.depthLimit = kSourceDepthLimit;
     const xml2::DictHandle names(orThrow(xmlDictCreateSub(style_->dict)));
     options.dict = names.get();
+    if (stripsSpace(*style_)) options.use = xml2::HandOver::Use::Change;
     const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
     xml2::DocHandle result;
-    runWithStack(document.depth,
-                 [&](std::size_t templateDepth) { result = run(*document.doc, templateDepth); });
+    runWithStack(document.depth(),
+                 [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth); });
     return result;
 }
 
