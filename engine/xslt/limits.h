@@ -9,6 +9,10 @@ namespace engine::xslt {
 
 inline constexpr std::size_t kSourceDepthLimit = 500'000;  // elements one within the other
 
+// Minutes of work: beyond it a transformation is taken for one that would never end.
+inline constexpr unsigned long kInstructionLimit = 1'000'000'000;  // sequences of instructions carried out
+inline constexpr unsigned long kXPathLimit = 20'000'000'000;       // steps of expressions
+
 // Of a style sheet, which is compiled on the caller's stack.
 [[nodiscard]] std::size_t styleSheetDepthLimit() noexcept;
 

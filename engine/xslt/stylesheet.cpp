@@ -162,6 +162,8 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth) {
     xsltSetTransformErrorFunc(context.get(), &state, listenToRun);
     if (xsltSetCtxtSecurityPrefs(security.get(), context.get()) != 0) throw std::bad_alloc();
     context->maxTemplateDepth = static_cast<int>(templateDepth);
+    context->opLimit = kInstructionLimit;
+    context->xpathCtxt->opLimit = kXPathLimit;
     addFunctions(*context);
     xml2::DocHandle result(
         xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));
