@@ -148,7 +148,7 @@ std::unique_ptr<Transcoder> Transcoder::create(const Detection& detection) {
         case Encoding::Foreign:
             break;
     }
-    const iconv_t converter = iconv_open("UTF-8", detection.name.c_str());
+    iconv_t converter = iconv_open("UTF-8", detection.name.c_str());
     if (converter == reinterpret_cast<iconv_t>(-1)) return nullptr;  // iconv's own mark of failure
     try {
         return std::make_unique<ForeignTranscoder>(converter, detection.name);
