@@ -57,7 +57,7 @@ std::string plainWords(std::string_view line) {
     for (const std::string_view prefix : {"xslt", "xmlXPath", "xmlXPtr", "exslt"}) {
         if (!line.starts_with(prefix)) continue;
         const std::size_t end = line.find_first_of(" :");
-        if (end == std::string_view::npos || line.find_first_of(":") > end + 1) break;
+        if (end == std::string_view::npos || line.find(':') > end + 1) break;
         return std::string(trimmed(line.substr(line.find(':') + 1)));
     }
     return std::string(line);

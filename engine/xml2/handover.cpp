@@ -18,7 +18,6 @@ using dom::NodeId;
 using dom::NodeKind;
 using dom::Tree;
 
-constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::size_t kFirstBlock = std::size_t{16} << 10;  // bytes; each block is twice the one before
 constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
 
