@@ -106,6 +106,7 @@ void edit(IKelDOMXmlV2& parser) {
 
     Element leaf = findFirst(root, [](auto& e) { return isLeaf(e) && !e.getText().isEmpty(); });
     if (!leaf) leaf = findFirst(root, isLeaf);  // no text anywhere: the first leaf gets one
+    if (!leaf) return;
     const std::string before = describe(*leaf);
     leaf->setText(u"Edited: caf\u00E9, 1 < 2, \u20AC 5");
     std::printf("   text       %s\n              -> %s\n", before.c_str(), describe(*leaf).c_str());

@@ -160,7 +160,7 @@ TEST(ReaderErrors, NameTheCulpritAndItsPlace) {
 TEST(ReaderErrors, AreTheSameInEveryPieceSizeAndFromBothParsers) {
     for (const ErrorCase& row : kCases) {
         const Reading whole = readAll(Input::bytes(row.document));
-        for (std::size_t chunk : {1, 2, 3, 5, 16, 65536}) {
+        for (const std::size_t chunk : {1U, 2U, 3U, 5U, 16U, 65536U}) {
             for (auto parser : {ReadOptions::Parser::Automatic, ReadOptions::Parser::Libxml2}) {
                 SCOPED_TRACE(std::string(row.document) + " in pieces of " + std::to_string(chunk));
                 ReadOptions options;
@@ -186,7 +186,7 @@ TEST(ReaderErrors, StandAtTheSamePlaceInEveryEncoding) {
         expectError(row, readAll(Input::text(text::toUtf16(row.document))).error);
         if (row.document.find("UTF-8") != std::string_view::npos) continue;  // would contradict what follows
         for (bool isBig : {false, true}) {
-            for (std::size_t chunk : {1, 65536}) {
+            for (const std::size_t chunk : {1U, 65536U}) {
                 ReadOptions options;
                 options.chunkInBytes = chunk;
                 expectError(row, readAll(Input::bytes(utf16Bytes(row.document, isBig)), options).error);
@@ -236,7 +236,7 @@ TEST(ReaderErrors, OfEncodingsNameTheByte) {
          "The document ends in the middle of a character (encoding UTF-16)."},
     };
     for (const auto& row : cases) {
-        for (std::size_t chunk : {1, 2, 3, 65536}) {
+        for (const std::size_t chunk : {1U, 2U, 3U, 65536U}) {
             for (auto parser : {ReadOptions::Parser::Automatic, ReadOptions::Parser::Libxml2}) {
                 SCOPED_TRACE(row.document + " in pieces of " + std::to_string(chunk));
                 ReadOptions options;
@@ -261,7 +261,7 @@ TEST(ReaderErrors, TellSourceTextAndFilePosition) {
         {"<a>" + longLine + "&" + longLine, {}, 1003},
     };
     for (const auto& row : cases) {
-        for (std::size_t chunk : {1, 2, 65536}) {
+        for (const std::size_t chunk : {1U, 2U, 65536U}) {
             ReadOptions options;
             options.chunkInBytes = chunk;
             const ParseError error = readAll(Input::bytes(row.document), options).error;
