@@ -83,6 +83,22 @@ TEST(Saving, ToAFileThatCannotBeWrittenLeavesTheCodeAtZero) {
     EXPECT_EQ(parser->getError()->getCode(), 0);
 }
 
+// What a full disk does, without one: the file is open for reading only.
+TEST(Saving, DoesNotReportAFailingWrite) {
+    const Folder folder;
+    const DomParser parser = load("<a>t</a>");
+    const std::string path = folder.path("in.xml");
+    ASSERT_TRUE(parser->saveToFile(wide(path)));
+    std::FILE* const file = std::fopen(path.c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    KelString scratch;
+    const IPtr<IKelDOMXmlElement> root(parser->getRootElement());
+    EXPECT_TRUE(root->write(file, scratch, KelString(), KelString(u"\t"), false));
+    EXPECT_TRUE(scratch.isEmpty());
+    EXPECT_NE(std::ferror(file), 0);
+    std::fclose(file);
+}
+
 TEST(Saving, ToAStreamIsNotOffered) {
     const Folder folder;
     const DomParser parser = load("<a/>");
