@@ -13,14 +13,16 @@ namespace {
 int EntryPoint(std::uint32_t* version, IKelComponent** component) {
     constexpr std::uint32_t kEntryProtocolVersion = 100;
     if (component == nullptr || kel::componentFactory == nullptr) return 0;
+    IKelComponent* created = nullptr;  // a local: another thread may be storing its own
     try {
-        theComponent = kel::componentFactory->createComponent();
+        created = kel::componentFactory->createComponent();
     } catch (...) {
         *version = 0;
         *component = nullptr;
         return 0;
     }
-    *component = theComponent;
+    theComponent = created;
+    *component = created;
     *version = kEntryProtocolVersion;
     return 1;
 }
