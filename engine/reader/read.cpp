@@ -1,7 +1,7 @@
-// Who reads a document: the fast parser where it can; libxml2 for a DOCTYPE, for input that cannot be read
-// twice, and as the authority on what the fast parser refuses. It starts over then and keeps to itself what
-// was delivered before. The words and places of well-formedness errors are the fast parser's: for a document
-// that libxml2 alone has read, it is sent after the culprit.
+// Who reads a document: the fast parser where it can; libxml2 for a DOCTYPE and as the authority on what the
+// fast parser refuses. It starts over then and keeps to itself what was delivered before. The words and
+// places of well-formedness errors are the fast parser's: for a document that libxml2 alone has read, it is
+// sent after the culprit.
 #include <algorithm>
 #include <functional>
 
@@ -55,7 +55,7 @@ bool isFinal(ErrorCode code) {
 // The start of an unclosed element may have left the window long ago.
 ParseError describe(TextSource& source, Fault fault) {
     if (fault.offset == detail::kNoOffset || source.holds(fault.offset)) return source.describe(fault);
-    if (!source.isRewindable() || source.open()) {
+    if (source.open()) {
         fault.offset = source.offsetOf(source.end());
         return source.describe(fault);
     }
@@ -75,7 +75,7 @@ bool isRefused(TextSource& source, const ReadOptions& options) {
 // Where the fast parser sees the mistake in a document that libxml2 refuses. It looks neither into the
 // DOCTYPE nor into entities, so what it finds counts only if it stands before libxml2's place.
 Fault findCulprit(TextSource& source, const ReadOptions& options, const Libxml2Parser& refused) {
-    if (!source.isRewindable() || source.open()) return refused.fault();
+    if (source.open()) return refused.fault();
     NullSink nothing;
     NamespaceLayer layer(nothing);
     const bool isAboutNames = isNamespaceError(refused.fault().code);
@@ -97,7 +97,7 @@ ParseError read(const Input& input, const ReadOptions& options, EventSink& sink)
     if (Fault fault = source.open()) return source.describe(fault);
     NamespaceLayer layer(sink);
     detail::Progress done;
-    if (options.parser == ReadOptions::Parser::Automatic && source.isRewindable()) {
+    if (options.parser == ReadOptions::Parser::Automatic) {
         DirectParser parser(source, options, layer);
         const DirectParser::Outcome outcome = parser.run();
         if (outcome == DirectParser::Outcome::Done) return {};

@@ -28,7 +28,6 @@ public:
     // Starts at the beginning, for the first time or again. A fault found here has no text before it, or the
     // XML declaration only.
     [[nodiscard]] Fault open();
-    [[nodiscard]] bool isRewindable() const noexcept { return bytes_.isRewindable(); }
 
     [[nodiscard]] const char* begin() const noexcept { return buffer_.get() + begin_; }
     [[nodiscard]] const char* end() const noexcept { return buffer_.get() + end_; }
