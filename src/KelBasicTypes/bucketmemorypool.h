@@ -102,10 +102,11 @@ inline void* BucketMemoryPool::takeKept(std::int32_t size, std::uint32_t& actual
     const SizeClass sizeClass = classOf(size);
     Bucket* const bucket = sizeClass.index < bucketCount_ ? buckets_[sizeClass.index] : nullptr;
     while (bucket != nullptr && bucket->count > 0) {
-        const Entry& entry = bucket->entries[bucket->count--];
-        if (entry.block == nullptr) continue;
-        actualSize = static_cast<std::uint32_t>(entry.size);
-        return entry.block;
+        void* const block = bucket->entries[bucket->count--].block;
+        if (block == nullptr) continue;
+        // What the entry says too; reading it there would keep the next take waiting for this one.
+        actualSize = static_cast<std::uint32_t>(sizeClass.roundedSize);
+        return block;
     }
     return nullptr;
 }

@@ -91,22 +91,37 @@ void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemor
     return block;
 }
 
+// The two ways that need more than a bucket stay out of line: the short ones are too short to pay for them.
+[[gnu::noinline]] void* takeWithLock(std::int32_t size, std::uint32_t& actualSize) {
+    if (detail::isReserveOpen()) {
+        // No other thread's lock may hold the report up.
+        actualSize = static_cast<std::uint32_t>(size);
+        return BucketMemoryAllocator::instance().newBlock(actualSize);
+    }
+    IBucketMemoryPool* host = nullptr;
+    void* const block = takeFromOwnPool(size, actualSize, host);
+    return block != nullptr ? block : host->allocate(size, actualSize);
+}
+
+[[gnu::noinline]] void giveBackWithLock(std::int32_t capacity, void* block) noexcept {
+    if (detail::isReserveOpen()) return;
+    IBucketMemoryPool* host = nullptr;
+    {
+        const SectionGuard guard(libraryLock());
+        if (current.pool == nullptr) return detail::headerOf(block)->allocator->freeBlock(block);
+        if (current.own != nullptr) return void(current.own->giveBackLocked(capacity, block));
+        host = current.pool;
+    }
+    host->giveBack(capacity, block);
+}
+
 }  // namespace
 
 void* takeBuffer(std::size_t byteCount, std::int32_t& capacity) {
     const auto size = static_cast<std::int32_t>(byteCount);
     std::uint32_t actualSize = 0;
     void* block = takeAlone(size, actualSize);
-    if (block == nullptr && detail::isReserveOpen()) {
-        // No other thread's lock may hold the report up.
-        actualSize = static_cast<std::uint32_t>(byteCount);
-        block = BucketMemoryAllocator::instance().newBlock(byteCount);
-    }
-    if (block == nullptr) {
-        IBucketMemoryPool* host = nullptr;
-        block = takeFromOwnPool(size, actualSize, host);
-        if (block == nullptr) block = host->allocate(size, actualSize);
-    }
+    if (block == nullptr) block = takeWithLock(size, actualSize);
     capacity = static_cast<std::int32_t>(actualSize);
     return block;
 }
@@ -123,16 +138,8 @@ void* tryGrowBuffer(std::size_t byteCount, std::int32_t& capacity, void* block) 
 }
 
 void giveBackBuffer(std::int32_t capacity, void* block) noexcept {
-    if (capacity == 0 || block == nullptr || giveBackAlone(capacity, block) || detail::isReserveOpen())
-        return;
-    IBucketMemoryPool* host = nullptr;
-    {
-        const SectionGuard guard(libraryLock());
-        if (current.pool == nullptr) return detail::headerOf(block)->allocator->freeBlock(block);
-        if (current.own != nullptr) return void(current.own->giveBackLocked(capacity, block));
-        host = current.pool;
-    }
-    host->giveBack(capacity, block);
+    if (capacity == 0 || block == nullptr || giveBackAlone(capacity, block)) return;
+    giveBackWithLock(capacity, block);
 }
 
 namespace detail {

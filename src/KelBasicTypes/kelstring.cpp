@@ -6,33 +6,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include "KelBasicTypes/detail/findunit.h"
+
 namespace {
 
 using Traits = std::char_traits<char16_t>;
-
-// The sign bit of each 16-bit lane that is 0; lanes above the lowest such one may be wrong.
-constexpr std::uint64_t zeroLanes(std::uint64_t lanes) noexcept {
-    constexpr std::uint64_t kOnes = 0x0001'0001'0001'0001;
-    return (lanes - kOnes) & ~lanes & (kOnes << 15);
-}
-
-bool hasNulIn4(const char16_t* units) noexcept {
-    std::uint64_t lanes = 0;
-    std::memcpy(&lanes, units, sizeof lanes);
-    return zeroLanes(lanes) != 0;
-}
-
-// Four units are tested at once, for most text has its NUL nowhere; the last four may overlap those before.
-std::size_t unitsBeforeNul(std::u16string_view text) noexcept {
-    const std::size_t size = text.size();
-    std::size_t at = 0;
-    if (size >= 4) {
-        while (at + 4 <= size && !hasNulIn4(text.data() + at)) at += 4;
-        if (at + 4 > size && !hasNulIn4(text.data() + size - 4)) return size;
-    }
-    while (at < size && text[at] != 0) ++at;
-    return at;
-}
 
 std::string_view untilNul(std::string_view text) noexcept {
     return text.substr(0, text.find('\0'));
@@ -113,7 +91,7 @@ void KelString::reserve(std::size_t units) {
 }
 
 KelString& KelString::assign(std::u16string_view text) {
-    return assignWhole(text.substr(0, unitsBeforeNul(text)));
+    return assignWhole(text.substr(0, kel::detail::findUnit(text, 0)));
 }
 
 KelString& KelString::assignWhole(std::u16string_view text) {
@@ -142,19 +120,22 @@ KelString& KelString::assignNarrow(const char* text, std::int32_t length) {
         clear();
         return *this;
     }
-    return assignNarrow(length < 0 ? std::string_view(text)
-                                   : std::string_view(text, static_cast<std::size_t>(length)));
+    return length < 0 ? assignWholeNarrow(text)
+                      : assignNarrow(std::string_view(text, static_cast<std::size_t>(length)));
 }
 
 KelString& KelString::assignNarrow(std::string_view text) {
-    text = untilNul(text);
+    return assignWholeNarrow(untilNul(text));
+}
+
+KelString& KelString::assignWholeNarrow(std::string_view text) {
     widen(text, beginAssign(text.size()));
     endText(text.size());
     return *this;
 }
 
 KelString& KelString::append(std::u16string_view text) {
-    return appendWhole(text.substr(0, unitsBeforeNul(text)));
+    return appendWhole(text.substr(0, kel::detail::findUnit(text, 0)));
 }
 
 KelString& KelString::appendGrowing(std::u16string_view text) {
@@ -190,9 +171,12 @@ KelString KelString::replaceRange(std::size_t start, std::size_t end, std::u16st
     const std::u16string_view text = view();
     const std::u16string_view before = text.substr(0, start);
     const std::u16string_view after = text.substr(std::min(end, text.size()));
+    const std::u16string_view middle = replacement.substr(0, kel::detail::findUnit(replacement, 0));
     KelString result;
-    result.reserve(before.size() + replacement.size() + after.size());
-    result.append(before).append(replacement).append(after);
+    result.overwrite(before.size() + middle.size() + after.size(), [&](char16_t* out) {
+        for (const std::u16string_view piece : {before, middle, after})
+            out = std::copy(piece.begin(), piece.end(), out);
+    });
     return result;
 }
 

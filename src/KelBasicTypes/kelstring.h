@@ -156,6 +156,13 @@ public:
         return append(text);
     }
 
+    // Becomes `units` units that write(char16_t*) puts there, none of them NUL, none read from this string.
+    template <class Write>
+    void overwrite(std::size_t units, Write write) {
+        write(beginAssign(units));
+        endText(units);
+    }
+
     void clear() noexcept;      // the null string; all storage goes back
     void makeEmpty() noexcept;  // the empty string; an own buffer is kept for what comes next
     void reserve(std::size_t units);
@@ -183,8 +190,9 @@ private:
                other.ownedLength_ < static_cast<std::size_t>(textBytes_) / sizeof(char16_t);
     }
     KelString& assignSlowly(const KelString& other);
-    KelString& assignWhole(std::u16string_view text);   // has no NUL
-    KelString& appendWhole(std::u16string_view text) {  // has no NUL
+    KelString& assignWhole(std::u16string_view text);     // has no NUL
+    KelString& assignWholeNarrow(std::string_view text);  // has no NUL
+    KelString& appendWhole(std::u16string_view text) {    // has no NUL
         const std::size_t before = ownedLength_;
         if (before + text.size() >= static_cast<std::size_t>(textBytes_) / sizeof(char16_t))
             return appendGrowing(text);

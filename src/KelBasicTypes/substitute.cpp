@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "KelBasicTypes/detail/findunit.h"
 #include "KelBasicTypes/kelstring.h"
 
 namespace kel {
@@ -14,25 +15,52 @@ constexpr std::size_t kPlaceholderUnits = 2;
 
 // The placeholders of a template. A number's position is that of its last occurrence: kept, see substitute.h.
 struct Placeholders {
-    std::array<std::size_t, kMaxPlaceholders> position{};    // by argument index
-    std::array<std::size_t, kMaxPlaceholders> occurrence{};  // argument indexes in order of occurrence
+    std::array<std::uint32_t, kMaxPlaceholders> position{};   // by argument index
+    std::array<std::uint8_t, kMaxPlaceholders> occurrence{};  // argument indexes in order of occurrence
     std::size_t count = 0;
 };
 
 Placeholders scan(std::u16string_view text) {
     Placeholders found;
-    for (std::size_t at = 0; at + 1 < text.size() && found.count < kMaxPlaceholders; ++at) {
-        if (text[at] != u'%') continue;
+    std::size_t at = detail::findUnit(text, u'%');
+    while (at + 1 < text.size() && found.count < kMaxPlaceholders) {
         const char16_t number = text[at + 1];
         if (u'1' <= number && number <= u':') {
-            const auto index = static_cast<std::size_t>(number - u'1');
-            found.position[index] = at;
+            const auto index = static_cast<std::uint8_t>(number - u'1');
+            found.position[index] = static_cast<std::uint32_t>(at);  // a text has fewer than 2^30 units
             found.occurrence[found.count++] = index;
         }
-        ++at;  // the second unit never begins a pair of its own
+        at = detail::findUnit(text, u'%', at + 2);  // the second unit never begins a pair of its own
     }
     return found;
 }
+
+// What the completed text is made of.
+class Pieces final {
+public:
+    void add(std::u16string_view piece) noexcept {
+        pieces_[count_++] = {piece.data(), piece.size()};
+        units_ += piece.size();
+    }
+    [[nodiscard]] std::size_t units() const noexcept { return units_; }
+    void copyTo(char16_t* out) const noexcept {
+        for (std::size_t i = 0; i < count_; ++i) {
+            std::char_traits<char16_t>::copy(out, pieces_[i].text, pieces_[i].units);
+            out += pieces_[i].units;
+        }
+    }
+
+private:
+    struct Piece {
+        const char16_t* text;
+        std::size_t units;
+    };
+    // Text before and argument of each placeholder, and the text behind the last. Only the first count_ are
+    // set: clearing the others would take as long as the rest of the work.
+    Piece pieces_[2 * kMaxPlaceholders + 1];
+    std::size_t count_ = 0;
+    std::size_t units_ = 0;
+};
 
 struct Range {
     std::size_t start;
@@ -55,24 +83,18 @@ void substitute(KelString& text, std::span<const KelString* const> arguments) {
     const std::u16string_view source = text.view();
     const Placeholders found = scan(source);
     if (found.count == 0) return;
-    const auto argumentAt = [&](std::size_t occurrence) -> const KelString* {
-        const std::size_t index = found.occurrence[occurrence];
-        return index < arguments.size() ? arguments[index] : nullptr;
-    };
-    std::size_t units = source.size();
-    for (std::size_t i = 0; i < found.count; ++i) {
-        if (const KelString* const argument = argumentAt(i)) units += argument->length();
-    }
-    KelString result;
-    result.reserve(units);
+    Pieces pieces;
     std::size_t copied = 0;
     for (std::size_t i = 0; i < found.count; ++i) {
-        const std::size_t position = found.position[found.occurrence[i]];
-        if (copied < position) result.append(source.substr(copied, position - copied));
+        const std::size_t index = found.occurrence[i];
+        const std::size_t position = found.position[index];
+        if (copied < position) pieces.add(source.substr(copied, position - copied));
         copied = position + kPlaceholderUnits;
-        if (const KelString* const argument = argumentAt(i)) result.append(*argument);
+        if (index < arguments.size() && arguments[index] != nullptr) pieces.add(arguments[index]->view());
     }
-    result.append(source.substr(copied));
+    pieces.add(source.substr(copied));
+    KelString result;
+    result.overwrite(pieces.units(), [&pieces](char16_t* out) { pieces.copyTo(out); });
     text = std::move(result);
 }
 
