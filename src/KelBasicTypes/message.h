@@ -2,6 +2,7 @@
 // Threads: the translator is not locked; the first message is expected while the component is being loaded.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "KelBasicTypes/ikeltranslator.h"
@@ -16,6 +17,12 @@ namespace kel {
 // Takes a reference of its own. A translator from the host's translator service is never replaced. Null: the
 // next use looks for the host's translator again (its translator service is asked once in the process).
 void setCurrentTranslator(IKelTranslator* translator);
+
+// Marks a key that is no argument of `translate`, for the tool that collects the texts to be translated.
+template <std::size_t length>
+constexpr const char (&messageKey(const char (&key)[length]) noexcept)[length] {
+    return key;
+}
 
 // The message into result, which is returned; no argument may be `result`.
 KelString& translate(KelString& result, const char* key);

@@ -25,10 +25,10 @@ constexpr std::int32_t kLowestCode = -5;
 constexpr std::int32_t kHighestCode = -1;
 constexpr std::uint32_t kLongestWaitMs = 30'000;
 
-constexpr char kMessageKey[] =
+constexpr const auto& kMessageKey = messageKey(
     "While running this function, you have run out of memory.\n"
     "The application will close. After restarting, please read\n"
-    "the online help about \"Memory Optimization\".";
+    "the online help about \"Memory Optimization\".");
 constexpr auto kMessage = [] {
     std::array<char16_t, sizeof kMessageKey> wide{};
     std::copy(std::begin(kMessageKey), std::end(kMessageKey), wide.begin());

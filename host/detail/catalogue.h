@@ -1,0 +1,46 @@
+// A gettext catalogue (.mo), read whole and checked before use: a damaged file is refused, never trusted.
+// Threads: constant once it is read.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelhost {
+
+class Catalogue {
+public:
+    // Throws std::runtime_error: the path and what is wrong with the file.
+    [[nodiscard]] static Catalogue read(const std::filesystem::path& file);
+    // `content` is the file's bytes. Throws std::runtime_error: what is wrong with it.
+    [[nodiscard]] static Catalogue parse(std::string content);
+
+    // Empty when there is no translation. Lives as long as this object.
+    [[nodiscard]] std::string_view find(std::string_view key) const noexcept;
+
+    [[nodiscard]] std::vector<std::string_view> keys() const;
+
+private:
+    // Where a text stands; views would dangle once the object moves.
+    struct Place {
+        std::uint32_t offset;
+        std::uint32_t length;
+    };
+    struct Entry {
+        Place key;
+        Place text;
+    };
+
+    [[nodiscard]] std::string_view at(const Place& place) const noexcept {
+        return std::string_view(content_).substr(place.offset, place.length);
+    }
+    [[nodiscard]] Place checkedPlace(std::uint64_t descriptor, bool isSwapped) const;
+    void checkEncoding() const;
+
+    std::string content_;
+    std::vector<Entry> entries_;  // sorted by key; each place is inside content_
+};
+
+}  // namespace kelhost

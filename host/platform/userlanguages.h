@@ -1,0 +1,13 @@
+// The languages that the user of this process wants to read.
+// Threads: any, as long as nobody changes the environment meanwhile.
+#pragma once
+
+#include <string>
+
+namespace kelhost::platform {
+
+// Separated by colons, the first choice first, as languagesOf takes them; empty or "C": the user has not
+// chosen, or wants untranslated texts.
+[[nodiscard]] std::string userLanguageList();
+
+}  // namespace kelhost::platform

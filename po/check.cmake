@@ -1,0 +1,16 @@
+# Every text that the sources hold is translated in every catalogue, and no catalogue has a text that the sources no longer
+# hold. Run with -D for: EXTRACT (;-list), TEMPLATE, MSGCMP, FOLDER, LANGUAGES (;-list)
+cmake_minimum_required(VERSION 3.25)
+
+execute_process(COMMAND ${EXTRACT} COMMAND_ERROR_IS_FATAL ANY)
+foreach(language IN LISTS LANGUAGES)
+    set(catalogue ${FOLDER}/${language}.po)
+    execute_process(COMMAND ${MSGCMP} ${catalogue} ${TEMPLATE} RESULT_VARIABLE status ERROR_VARIABLE errors)
+    if(NOT status EQUAL 0)
+        message(SEND_ERROR "${language}.po does not translate every text of the sources:\n${errors}")
+    endif()
+    execute_process(COMMAND ${MSGCMP} --use-untranslated ${TEMPLATE} ${catalogue} RESULT_VARIABLE status ERROR_VARIABLE errors)
+    if(NOT status EQUAL 0)
+        message(SEND_ERROR "${language}.po translates what no source says:\n${errors}")
+    endif()
+endforeach()
