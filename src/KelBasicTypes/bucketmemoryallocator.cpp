@@ -13,9 +13,13 @@ using kel::platform::SectionGuard;
 
 namespace kel::detail {
 
+// On a line of its own: whoever waits for it keeps looking at it.
 CriticalSection& libraryLock() noexcept {
-    alignas(CriticalSection) static std::byte storage[sizeof(CriticalSection)];
-    static CriticalSection& lock = *new (storage) CriticalSection;
+    constexpr std::int32_t kSpinCount =
+        100;  // it is held for some ten nanoseconds, but while the heap is asked
+    constexpr std::size_t kLineSizeInBytes = 64;
+    alignas(kLineSizeInBytes) static std::byte storage[sizeof(CriticalSection)];
+    static CriticalSection& lock = *new (storage) CriticalSection(kSpinCount);
     return lock;
 }
 

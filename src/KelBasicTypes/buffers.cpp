@@ -93,7 +93,7 @@ void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemor
 
 // The two ways that need more than a bucket stay out of line: the short ones are too short to pay for them.
 [[gnu::noinline]] void* takeWithLock(std::int32_t size, std::uint32_t& actualSize) {
-    if (detail::isReserveOpen()) {
+    if (detail::isProcessEnding() && detail::isReserveOpen()) {
         // No other thread's lock may hold the report up.
         actualSize = static_cast<std::uint32_t>(size);
         return BucketMemoryAllocator::instance().newBlock(actualSize);
@@ -104,7 +104,7 @@ void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemor
 }
 
 [[gnu::noinline]] void giveBackWithLock(std::int32_t capacity, void* block) noexcept {
-    if (detail::isReserveOpen()) return;
+    if (detail::isProcessEnding() && detail::isReserveOpen()) return;
     IBucketMemoryPool* host = nullptr;
     {
         const SectionGuard guard(libraryLock());

@@ -1,13 +1,22 @@
-// One word tells free, held, or held with sleepers; owner and depth make it recursive. A process that has a
-// single thread takes and leaves the word without a locked instruction: the pool enters one section per
-// string.
+// One word tells free, held, or held with sleepers; owner and depth make it recursive.
+//
+// Taking the word costs one locked instruction, giving it free none: the owner looks whether there are
+// sleepers and then stores. A sleeper that comes between the two is not woken, so nobody sleeps for longer
+// than kLongestSleep before looking again. Nothing of a section is touched after the store, for whoever
+// enters next may end its life. A process that has a single thread takes the word without a locked
+// instruction, too.
 #include "KelBasicTypes/platform/criticalsection.h"
 
+#include <linux/futex.h>
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 #include <new>
 
+#include "relaxprocessor.h"
 #include "singlethread.h"
 
 namespace kel::platform {
@@ -16,6 +25,20 @@ namespace {
 constexpr std::int32_t kFree = 0;
 constexpr std::int32_t kHeld = 1;
 constexpr std::int32_t kHeldWithSleepers = 2;
+
+constexpr timespec kLongestSleep{0, 1'000'000};
+
+static_assert(sizeof(std::atomic<std::int32_t>) == sizeof(std::int32_t));
+
+// Returns at once when the word is another than `expected`, else when woken or when the time is over.
+void sleepWhile(std::atomic<std::int32_t>& word, std::int32_t expected) noexcept {
+    (void)syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, &kLongestSleep, nullptr, 0);
+}
+
+// The word itself may be gone.
+void wakeOne(std::atomic<std::int32_t>* word) noexcept {
+    (void)syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+}
 
 }  // namespace
 
@@ -35,26 +58,26 @@ struct CriticalSection::State {
 
     void acquireContended() noexcept {
         for (std::int32_t spin = 0; spin < spinCount; ++spin) {
+            relaxProcessor();
             if (word.load(std::memory_order_relaxed) == kFree && tryAcquire()) return;
         }
         // Whoever comes this way takes the lock as one with sleepers, for it cannot know that it was the
         // last.
         while (word.exchange(kHeldWithSleepers, std::memory_order_acquire) != kFree) {
-            word.wait(kHeldWithSleepers, std::memory_order_relaxed);
+            sleepWhile(word, kHeldWithSleepers);
         }
     }
 
     void free() noexcept {
-        if (isSingleThreaded()) {
-            word.store(kFree, std::memory_order_relaxed);
-            return;
-        }
-        if (word.exchange(kFree, std::memory_order_release) == kHeldWithSleepers) word.notify_one();
+        const bool hasSleepers = word.load(std::memory_order_relaxed) == kHeldWithSleepers;
+        std::atomic<std::int32_t>* const address = &word;
+        word.store(kFree, std::memory_order_release);
+        if (hasSleepers) wakeOne(address);
     }
 
     std::atomic<std::int32_t> word{kFree};
-    std::atomic<pthread_t> owner{};  // read by others too, but only the owner ever finds itself in it
     std::uint32_t depth = 0;         // guarded by the lock
+    std::atomic<pthread_t> owner{};  // read by others too, but only the owner ever finds itself in it
     const std::int32_t spinCount;
 };
 
