@@ -2,6 +2,7 @@
 // these rows come last.
 #include <algorithm>
 #include <array>
+#include <barrier>
 #include <condition_variable>
 #include <cstdint>
 #include <ctime>
@@ -37,14 +38,22 @@ double medianNanoseconds(Work work) {
     return runs[kRuns / 2];
 }
 
+constexpr int kRoundsOfThread = 10;  // some milliseconds: one round may be over before the next thread runs
+
 // For each block, when `count` threads do the same at once.
 double perBlock(int count, std::uint64_t (*round)()) {
     const double all = medianNanoseconds([count, round] {
+        std::barrier start(count);
         std::vector<std::thread> threads;
-        for (int t = 0; t < count; ++t) threads.emplace_back([round] { (void)round(); });
+        for (int t = 0; t < count; ++t) {
+            threads.emplace_back([&start, round] {
+                start.arrive_and_wait();
+                for (int i = 0; i < kRoundsOfThread; ++i) (void)round();
+            });
+        }
         for (std::thread& thread : threads) thread.join();
     });
-    return all / (count * static_cast<double>(kBlocksInRound));
+    return all / (count * kRoundsOfThread * static_cast<double>(kBlocksInRound));
 }
 
 void sharedPoolRow(Row& row, int count) {
