@@ -1,11 +1,11 @@
 #include "KelBasicTypes/directories.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <string>
 
 #include "KelBasicTypes/platform/process.h"
@@ -113,7 +113,7 @@ TEST(Directories, MakeTemporaryNames) {
     char process[16];
     std::snprintf(process, sizeof process, "%08x", kel::platform::processId());
     const std::string pattern = std::string("\\\\kel-") + process + "-[0-9a-f]{8}-temp";
-    EXPECT_TRUE(std::regex_match(first.narrow(), std::regex(pattern))) << first.narrow();
+    EXPECT_THAT(first.narrow(), testing::MatchesRegex(pattern));
     EXPECT_EQ(kel::specialDirectory("temp"), "");
 
     FreshHost host;
@@ -122,11 +122,11 @@ TEST(Directories, MakeTemporaryNames) {
     host->offer<IKelDirService>(*directories);
     EXPECT_EQ(kel::specialDirectory("temp"), "/special/temp");
     kel::makeTempFileName(first);
-    EXPECT_TRUE(std::regex_match(first.narrow(), std::regex("/special/temp" + pattern))) << first.narrow();
+    EXPECT_THAT(first.narrow(), testing::MatchesRegex("/special/temp" + pattern));
     host->offer<IDataStore>(*settings);
     kel::makeTempFileName(first);
-    EXPECT_TRUE(std::regex_match(first.narrow(), std::regex("/special/temp" + pattern))) << first.narrow();
+    EXPECT_THAT(first.narrow(), testing::MatchesRegex("/special/temp" + pattern));
     settings->texts["Directories/Temp Directory"] = "c:\\temp";
     kel::makeTempFileName(first);
-    EXPECT_TRUE(std::regex_match(first.narrow(), std::regex("c:\\\\temp" + pattern))) << first.narrow();
+    EXPECT_THAT(first.narrow(), testing::MatchesRegex("c:\\\\temp" + pattern));
 }
