@@ -1,10 +1,10 @@
 // One word tells free, held, or held with sleepers; owner and depth make it recursive.
 //
 // Taking the word costs one locked instruction, giving it free none: the owner looks whether there are
-// sleepers and then stores. A sleeper that comes between the two is not woken, so nobody sleeps for longer
-// than kLongestSleep before looking again. Nothing of a section is touched after the store, for whoever
-// enters next may end its life. A process that has a single thread takes the word without a locked
-// instruction, too.
+// sleepers and then stores. A sleeper that comes between the two is not woken, so everybody looks again after
+// a while: soon at first, for the two are next to each other, then ever less often, for then the lock really
+// is held. Nothing of a section is touched after the store, for whoever enters next may end its life. A
+// process that has a single thread takes the word without a locked instruction, too.
 #include "KelBasicTypes/platform/criticalsection.h"
 
 #include <linux/futex.h>
@@ -12,6 +12,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <new>
@@ -26,13 +27,15 @@ constexpr std::int32_t kFree = 0;
 constexpr std::int32_t kHeld = 1;
 constexpr std::int32_t kHeldWithSleepers = 2;
 
-constexpr timespec kLongestSleep{0, 1'000'000};
+constexpr long kFirstSleepInNs = 1'000'000;
+constexpr long kLongestSleepInNs = 128'000'000;
 
 static_assert(sizeof(std::atomic<std::int32_t>) == sizeof(std::int32_t));
 
 // Returns at once when the word is another than `expected`, else when woken or when the time is over.
-void sleepWhile(std::atomic<std::int32_t>& word, std::int32_t expected) noexcept {
-    (void)syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, &kLongestSleep, nullptr, 0);
+void sleepWhile(std::atomic<std::int32_t>& word, std::int32_t expected, long timeoutInNs) noexcept {
+    const timespec timeout{0, timeoutInNs};
+    (void)syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, &timeout, nullptr, 0);
 }
 
 // The word itself may be gone.
@@ -63,8 +66,10 @@ struct CriticalSection::State {
         }
         // Whoever comes this way takes the lock as one with sleepers, for it cannot know that it was the
         // last.
+        long sleep = kFirstSleepInNs;
         while (word.exchange(kHeldWithSleepers, std::memory_order_acquire) != kFree) {
-            sleepWhile(word, kHeldWithSleepers);
+            sleepWhile(word, kHeldWithSleepers, sleep);
+            sleep = std::min(2 * sleep, kLongestSleepInNs);
         }
     }
 
