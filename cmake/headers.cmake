@@ -3,15 +3,15 @@
 set(KEL_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/msxml_parser)
 set_property(GLOBAL PROPERTY KEL_HEADER_CHECKS "")
 
-# kel_public_headers(<include path> DIRECTORY <dir> [FILES <names>] [COMPONENT <name>]): without FILES, every header
+# kel_public_headers(<include path> DIRECTORY <dir> [FILES <names>]): without FILES, every header
 # that stands directly in the folder (`detail/` below it is internal).
 function(kel_public_headers include_path)
-    cmake_parse_arguments(ARG "" "DIRECTORY;COMPONENT" "FILES" ${ARGN})
+    cmake_parse_arguments(ARG "" "DIRECTORY" "FILES" ${ARGN})
     if(NOT ARG_FILES)
         file(GLOB ARG_FILES CONFIGURE_DEPENDS RELATIVE ${ARG_DIRECTORY} ${ARG_DIRECTORY}/*.h)
     endif()
     foreach(name IN LISTS ARG_FILES)
-        install(FILES ${ARG_DIRECTORY}/${name} DESTINATION ${KEL_INCLUDE_DIR}/${include_path})
+        install(FILES ${ARG_DIRECTORY}/${name} DESTINATION ${KEL_INCLUDE_DIR}/${include_path} COMPONENT development)
         set_property(GLOBAL APPEND PROPERTY KEL_HEADER_CHECKS ${include_path}/${name})
     endforeach()
 endfunction()

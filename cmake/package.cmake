@@ -26,12 +26,19 @@ endforeach()
 set_target_properties(kel_host PROPERTIES EXPORT_NAME host)
 set_target_properties(msxml_parser PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 
-install(TARGETS kel_object kel_basictypes kel_component framework msxml_parser EXPORT msxml_parser-targets)
-install(EXPORT msxml_parser-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR})
+# Every rule names its component, for each becomes a package: `library` is what programs need to run, `development`
+# what they need to be built, `tools` the command line.
+install(TARGETS kel_object kel_basictypes kel_component framework EXPORT msxml_parser-targets
+    ARCHIVE COMPONENT development)
+install(TARGETS msxml_parser EXPORT msxml_parser-targets
+    RUNTIME COMPONENT library
+    LIBRARY COMPONENT library NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development)
+install(EXPORT msxml_parser-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR} COMPONENT development)
 # The host needs ICU, which a user of the component alone need not have: a set of its own, loaded when asked for.
-install(TARGETS kel_host EXPORT msxml_parser-host-targets)
-install(EXPORT msxml_parser-host-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR})
-install(TARGETS kelxml RUNTIME)
+install(TARGETS kel_host EXPORT msxml_parser-host-targets ARCHIVE COMPONENT development)
+install(EXPORT msxml_parser-host-targets NAMESPACE msxml_parser:: DESTINATION ${KEL_CMAKE_DIR} COMPONENT development)
+install(TARGETS kelxml RUNTIME COMPONENT tools)
 
 configure_package_config_file(cmake/msxml_parser-config.cmake.in msxml_parser-config.cmake
     INSTALL_DESTINATION ${KEL_CMAKE_DIR})
@@ -40,10 +47,5 @@ write_basic_package_version_file(msxml_parser-config-version.cmake COMPATIBILITY
 file(RELATIVE_PATH KEL_PC_TO_PREFIX /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
 configure_file(cmake/msxml_parser.pc.in msxml_parser.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/msxml_parser-config.cmake ${PROJECT_BINARY_DIR}/msxml_parser-config-version.cmake
-    DESTINATION ${KEL_CMAKE_DIR})
-install(FILES ${PROJECT_BINARY_DIR}/msxml_parser.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-set(CPACK_PACKAGE_VENDOR "The msxml_parser maintainers")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "XML services for the component framework")
-set(CPACK_VERBATIM_VARIABLES ON)
-include(CPack)
+    DESTINATION ${KEL_CMAKE_DIR} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/msxml_parser.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

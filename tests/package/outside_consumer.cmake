@@ -14,6 +14,11 @@ endfunction()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/run)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+# A rule without a component would be in no package.
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/none --component Unspecified)
+if(EXISTS ${WORK}/none)
+    message(FATAL_ERROR "install rules need COMPONENT library, development or tools:\n${run_output}")
+endif()
 # A package that remembers where it was built or installed does not survive this.
 file(RENAME ${WORK}/first ${WORK}/prefix)
 set(library ${WORK}/prefix/${LIBDIR}/libmsxml_parser.so)

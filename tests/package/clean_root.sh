@@ -1,0 +1,90 @@
+#!/usr/bin/env bash
+# Installs the Debian packages of a folder in a system that has nothing else, uses them as their readers would, and
+# removes them. Usage (as root): clean_root.sh FOLDER. Needs debootstrap and a Debian mirror.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+packages=$(cd "$1" && pwd)
+
+# Mounts of our own: they are gone with the last process, however the script ends.
+[[ ${KEL_CLEAN_ROOT:-} == own ]] || KEL_CLEAN_ROOT=own exec unshare --mount --pid --fork --kill-child "$0" "$packages"
+
+root=$(mktemp -d)
+finish() {
+    umount -q "$root/proc" || true
+    rm -rf --one-file-system "$root"
+}
+trap finish EXIT
+step() { printf -- '-- %s\n' "$*"; }
+fail() {
+    printf 'clean root: %s\n' "$*" >&2
+    exit 1
+}
+inside() {
+    chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive \
+        "${proxies[@]}" "$@"
+}
+as_user() { inside setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
+apt() { inside apt-get -qq -y -o Dpkg::Use-Pty=0 --no-install-recommends "$@" >"$root/apt.log" 2>&1 || fail "$(cat "$root/apt.log")"; }
+mapfile -t proxies < <(env | grep -iE '^(https?|no)_proxy=' || true)
+
+expect() {  # expect TEXT COMMAND...: the command ends with 0 and prints the text
+    local text=$1 output
+    shift
+    output=$("$@" 2>&1) || fail "$* ended with $?: $output"
+    [[ $output == *"$text"* ]] || fail "$* printed, without \"$text\": $output"
+}
+
+# What packages leave on a system; caches and the package manager's own records aside.
+files() {
+    (cd "$root" && find . -xdev \( -path ./proc -o -path ./tmp -o -path ./apt.log -o -path ./var/cache -o -path ./var/log \
+        -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./work \) -prune -o -print) | sort
+}
+
+step "a bare system"
+# shellcheck source=/dev/null
+suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+debootstrap --variant=minbase "$suite" "$root" >"$root.log" 2>&1 || fail "$(tail -n 5 "$root.log")"
+rm -f "$root.log"
+mount -t proc proc "$root/proc"
+mkdir "$root/work"
+chmod 777 "$root/work"
+cp "$packages"/*.deb "$root/work"
+rm -f "$root"/work/*-dbgsym_*
+cp -r "$here/consumer" "$root/work"
+files >"$root/work/before"
+
+step "the command line, without development files"
+apt install /work/libmsxml-parser6_*.deb /work/msxml-parser-tools_*.deb
+printf '<shelf><book year="1815">Emma</book></shelf>\n' >"$root/work/shelf.xml"
+printf '<shelf><book></shelf>\n' >"$root/work/bad.xml"
+expect "6.3.0.0" as_user kelxml --version
+expect "book" as_user kelxml tree /work/shelf.xml
+expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /work/bad.xml; test $? = 1'
+for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
+    fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/msxml_parser.mo; do
+    [[ -s $root/usr/share/$file ]] || fail "there is no /usr/share/$file"
+done
+
+step "all of it removed again"
+apt purge --autoremove msxml-parser-tools libmsxml-parser6
+files >"$root/work/after"
+left=$(diff "$root/work/before" "$root/work/after") || fail "files come or go: $left"
+! inside ldconfig -p | grep msxml || fail "the linker's cache remembers the library"
+
+step "programs of others, built with the development files"
+apt install /work/*.deb cmake make g++ pkg-config
+apt purge msxml-parser-tools  # nothing to build needs it
+examples=/usr/share/doc/libmsxml-parser-dev/examples
+library=/usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)/libmsxml_parser.so.6
+expect "" as_user cmake -S /work/consumer -B /work/build -DEXAMPLES=$examples
+expect "" as_user cmake --build /work/build
+expect "" as_user sh -c 'cd /work && build/direct'
+expect "" as_user sh -c "cd /work && build/dynamic $library"
+expect "Emma, 1815" as_user sh -c 'cd /work && build/example_direct'
+expect "read <shelf>" as_user /work/build/example_embed "$library" /work/shelf.xml
+expect "" as_user sh -c "cd /work && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
+expect "Emma, 1815" as_user sh -c 'cd /work && ./by_pkg_config'
+apt purge libmsxml-parser-dev libmsxml-parser6
+left=$(cd "$root" && find . -xdev -path ./proc -prune -o -path ./work -prune -o \( -iname '*msxml*' -o -iname '*kelxml*' \) -print)
+[[ -z $left ]] || fail "left behind: $left"
+step "clean root: everything in place, nothing left behind"
