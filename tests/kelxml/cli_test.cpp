@@ -12,25 +12,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/support/process.h"
-#include "tests/support/temporaryfolder.h"
+#include "runner.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+using kel::test::kelxml;
+using kel::test::KelxmlTest;
 using kel::test::readFile;
 using kel::test::RunOptions;
 using kel::test::RunResult;
-using kel::test::TemporaryFolder;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-RunResult kelxml(std::vector<std::string> arguments, const RunOptions& options = {}) {
-    arguments.insert(arguments.begin(), KELXML_PROGRAM);
-    return kel::test::run(arguments, options);
-}
+using ::testing::StartsWith;
 
 // A run of text may be reported in several pieces: joined, they are one.
 std::string mergedTexts(std::string lines) {
@@ -43,77 +39,6 @@ std::string mergedTexts(std::string lines) {
             at += seam.size();
     }
     return lines;
-}
-
-class KelxmlTest : public ::testing::Test {
-protected:
-    TemporaryFolder folder_;
-};
-
-TEST_F(KelxmlTest, WrongUsageIsExplainedAndEndsWith2) {
-    struct Row {
-        std::vector<std::string> arguments;
-        const char* explanation;
-    };
-    const std::string notALibrary = folder_.write("not-a-library.so", "text");
-    const std::vector<Row> rows{
-        {{}, "a verb is missing"},
-        {{"shave", "x.xml"}, "no verb or option 'shave'"},
-        {{"--componnet", "x", "info"}, "--componnet"},
-        {{"save"}, "FILE is required"},
-        {{"tree"}, "FILE is required"},
-        {{"tree", "a.xml", "b.xml"}, "b.xml"},
-        {{"tree", "--depth", "0", "a.xml"}, "'0' is not a number from 1 on"},
-        {{"tree", "--depth", "many", "a.xml"}, "'many' is not a number from 1 on"},
-        {{"save", "a.xml", "-o"}, "-o"},
-        {{"info", "a.xml"}, "a.xml"},
-        {{"--component", "no/such.so", "info"}, "no/such.so"},
-        {{"--component", notALibrary, "info"}, "not-a-library.so"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.explanation);
-        const RunResult result = kelxml(row.arguments);
-        EXPECT_EQ(result.status, 2);
-        EXPECT_THAT(result.output, IsEmpty());
-        EXPECT_THAT(result.errors, HasSubstr(row.explanation));
-    }
-}
-
-TEST_F(KelxmlTest, RefusedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
-    struct Row {
-        std::string file;
-        const char* input;
-        std::string message;
-    };
-    const std::string missing = folder_.pathOf("missing.xml");
-    const std::string unreadable = folder_.pathOf("loop.xml");  // for every user, root too
-    fs::create_symlink("loop.xml", unreadable);
-    const std::string rubbish = folder_.write("rubbish.xml", std::string("\x7F"
-                                                                         "ELF\x02\x00\x01\xFF",
-                                                                         8));
-    const std::string unclosed = folder_.write("unclosed.xml", "<a>\n  <b>\n</a>\n");
-    const std::string empty = folder_.write("empty.xml", "");
-    const std::vector<Row> rows{
-        {missing, "",
-         "error 1: Error while reading " + missing + " : The file doesn't exist or you don't have read"},
-        {unreadable, "",
-         "error 1: Error while reading " + unreadable + " : The file doesn't exist or you don't have"},
-        {folder_.path().string(), "", "error 1: Error while reading " + folder_.path().string()},
-        {rubbish, "", "error 3: Error while reading " + rubbish + "  : Line 1, column 1 : "},
-        {unclosed, "", "error 3: Error while reading " + unclosed + "  : Line 3, column "},
-        {empty, "", "error 3: Error while reading " + empty + "  : Line 1, column 1 : "},
-        {"-", "<a><b></a>", "error 3: Error while reading -  : Line 1, column "},
-        {"-", "", "error 3: Error while reading -  : Line 1, column 1 : "},
-    };
-    for (const Row& row : rows) {
-        for (const char* verb : {"save", "tree"}) {
-            SCOPED_TRACE(verb + (' ' + row.file));
-            const RunResult result = kelxml({verb, row.file}, {.input = row.input});
-            EXPECT_EQ(result.status, 1);
-            EXPECT_THAT(result.output, IsEmpty());
-            EXPECT_THAT(result.errors, HasSubstr("kelxml: " + row.message));
-        }
-    }
 }
 
 TEST_F(KelxmlTest, SaveWritesInTheComponentsFormAndSavingAgainChangesNothing) {
@@ -179,28 +104,67 @@ TEST_F(KelxmlTest, SaveAcceptsTextAroundCDataThatIsWrittenWhole) {
     EXPECT_EQ(result.output, "<a>\n\t<b>1 &lt; 2 &lt; 3</b>\n\t<b>xy</b>\n</a>\n");
 }
 
-TEST_F(KelxmlTest, SaveReplacesFilesAndWritesToEverythingElse) {
-    const std::string file = folder_.write("in.xml", "<a/>");
+// How each verb with a result writes it, and what it makes of "<a/>".
+struct Writer {
+    std::vector<std::string> arguments;
+    std::string result;
+};
+
+class ResultTest : public KelxmlTest {
+protected:
+    std::vector<Writer> writers(const std::string& file) const {
+        const std::string sheet = folder_.write(
+            "copy.xsl",
+            "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'><x:output "
+            "omit-xml-declaration='yes'/><x:template match='/'><x:copy-of select='.'/></x:template>"
+            "</x:stylesheet>");
+        return {{{"save", file}, "<a />\n"},
+                {{"format", file}, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a/>\n"},
+                {{"transform", sheet, file}, "<a/>\n"}};
+    }
+
+    static RunResult write(const Writer& writer, const std::string& out) {
+        std::vector<std::string> arguments = writer.arguments;
+        arguments.insert(arguments.end(), {"-o", out});
+        return kelxml(arguments);
+    }
+};
+
+TEST_F(ResultTest, ReplacesFilesAndIsWrittenToEverythingElse) {
+    constexpr auto kMode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+    const std::string file = folder_.pathOf("in.xml");
     const std::string target = folder_.write("target.xml", "old");
-    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-    fs::create_symlink("target.xml", folder_.path() / "link.xml");
+    const std::string link = folder_.pathOf("link.xml");
+    fs::permissions(target, kMode);
+    fs::create_symlink("target.xml", link);
+    for (const Writer& writer : writers(file)) {
+        SCOPED_TRACE(writer.arguments[0]);
+        folder_.write("in.xml", "<a/>");
+        EXPECT_EQ(write(writer, link).status, 0);
+        EXPECT_TRUE(fs::is_symlink(link));
+        EXPECT_EQ(readFile(target), writer.result);
+        EXPECT_EQ(fs::status(target).permissions(), kMode);
 
-    EXPECT_EQ(kelxml({"save", file, "-o", folder_.pathOf("link.xml")}).status, 0);
-    EXPECT_TRUE(fs::is_symlink(folder_.path() / "link.xml"));
-    EXPECT_EQ(readFile(target), "<a />\n");
-    EXPECT_EQ(fs::status(target).permissions(),
-              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+        EXPECT_EQ(write(writer, file).status, 0) << "onto the input";
+        EXPECT_EQ(readFile(file), writer.result);
 
-    EXPECT_EQ(kelxml({"save", file, "-o", file}).status, 0) << "onto itself";
-    EXPECT_EQ(readFile(file), "<a />\n");
+        EXPECT_EQ(write(writer, "/dev/null").status, 0);
+        EXPECT_TRUE(fs::is_character_file("/dev/null"));
+        EXPECT_EQ(write(writer, "-").output, writer.result);
+        EXPECT_EQ(folder_.fileCount(), 4U) << "no temporary file is left";
+    }
+}
 
-    EXPECT_EQ(kelxml({"save", file, "-o", "/dev/null"}).status, 0);
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
-
-    for (const std::string& impossible : {folder_.pathOf("no/such/folder.xml"), folder_.path().string()}) {
-        const RunResult result = kelxml({"save", file, "-o", impossible});
-        EXPECT_EQ(result.status, 1);
-        EXPECT_THAT(result.errors, HasSubstr("cannot write the result: ")) << impossible;
+TEST_F(ResultTest, ThatCannotBeWrittenIsAFailureAndLeavesNothing) {
+    const std::string file = folder_.write("in.xml", "<a/>");
+    for (const Writer& writer : writers(file)) {
+        for (const std::string& out :
+             {folder_.pathOf("no/such/folder.xml"), folder_.path().string(), std::string("/dev/full")}) {
+            const RunResult result = write(writer, out);
+            EXPECT_EQ(result.status, 1) << writer.arguments[0] << out;
+            EXPECT_THAT(result.errors, HasSubstr("cannot write the result: ")) << writer.arguments[0] << out;
+        }
+        EXPECT_EQ(folder_.fileCount(), 2U) << "no temporary file is left";
     }
 }
 
@@ -210,7 +174,7 @@ TEST_F(KelxmlTest, TreeOutlinesTheDocument) {
     EXPECT_EQ(kelxml({"tree", "--depth", "2", file}).output,
               "a x=\"1\" y=\"2\"\n  b  one two\n  b  (2 child elements)\n");
     EXPECT_EQ(kelxml({"tree", "--depth", "1", "-"}, {.input = "<a><b/></a>"}).output,
-              "a  (1 child elements)\n");
+              "a  (1 child element)\n");
 }
 
 TEST_F(KelxmlTest, EventsAreReportedForPeopleAndForPrograms) {
@@ -225,21 +189,81 @@ TEST_F(KelxmlTest, EventsAreReportedForPeopleAndForPrograms) {
               "{\"event\":\"end\",\"name\":\"b\"}\n"
               "{\"event\":\"text\",\"text\":\"\\u0009<\"}\n"
               "{\"event\":\"end\",\"name\":\"a\"}\n");
-    EXPECT_EQ(json.errors, "2 elements, 1 attributes, 7 characters\n");
+    EXPECT_EQ(json.errors, "-: elements 2, attributes 1, characters 7\n");
 
     const RunResult plain = kelxml({"events", "-"}, {.input = "<a x='1'><b>t</b></a>"});
     EXPECT_EQ(plain.output, "start a x=\"1\"\n  start b\n    text  \"t\"\n  end   b\nend   a\n");
 }
 
-TEST_F(KelxmlTest, EventsOfAMalformedDocumentEndWith1) {
-    for (const char* document : {"", "text", "<a><b></a>", "<a>"}) {
-        const RunResult result = kelxml({"events", "-"}, {.input = document});
-        EXPECT_EQ(result.status, 1) << document;
-        EXPECT_THAT(result.errors, HasSubstr("not well formed")) << document;
+TEST_F(KelxmlTest, EventsNoticeWhatTheParserDoesNotSay) {
+    using namespace std::string_literals;
+    struct Row {
+        const char* fault;
+        std::string document;
+        const char* explanation;
+    };
+    const std::vector<Row> rows{
+        {"nothing", "", "before the first element"},
+        {"no markup", "text", "before the first element"},
+        {"a wrong end tag", "<a><b></a>", "with 2 elements still open"},
+        {"no end", "<a>", "with 1 elements still open"},
+        {"a second root element", "<a>\n<b/>\n</a>\n\n<a/>", "line 5: nothing but"},
+        {"text", "<a/>text", "line 1: nothing but"},
+        {"an end tag", "<a/></a>", "line 1: nothing but"},
+        {"a comment that does not end", "<a/>\n<!--", "line 2: nothing but"},
+        {"two dashes in a comment", "<a/><!-- -- -->", "line 1: nothing but"},
+        {"a second declaration", "<a/><?xml version='1.0'?>", "line 1: nothing but"},
+        {"a CDATA section", "<a/><![CDATA[]]>", "line 1: nothing but"},
+        {"UTF-16", "\xFF\xFE<\0a\0/\0>\0\n\0x\0"s, "line 2: nothing but"},
+        {"UTF-16, the other way round", "\xFE\xFF\0<\0a\0/\0>\0x"s, "line 1: nothing but"},
+    };
+    for (const Row& row : rows) {
+        const RunResult result = kelxml({"events", "-"}, {.input = row.document});
+        EXPECT_EQ(result.status, 1) << row.fault;
+        EXPECT_THAT(result.errors, HasSubstr("-: the document is not well formed: ")) << row.fault;
+        EXPECT_THAT(result.errors, HasSubstr(row.explanation)) << row.fault;
     }
     const RunResult missing = kelxml({"events", folder_.pathOf("missing.xml")});
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.errors, HasSubstr("error 1: Error while reading " + folder_.pathOf("missing.xml")));
+}
+
+TEST_F(KelxmlTest, EventsTakeEverythingThatAWellFormedDocumentMayHold) {
+    using namespace std::string_literals;
+    for (const std::string& document : {
+             "<!DOCTYPE a [<!ENTITY e '</a>'><!-- ' --><?p ' ]> ?><!ATTLIST a b CDATA '>'>]>\n<a>&lt;</a>"s,
+             "<a b='/>' c=\"'>\"><!-- </a> --><?p </a>?><![CDATA[</a>]]]]><b/></a>\r\n<!----><!-- <x/> -->"s,
+             "<a/><?xml-stylesheet href='?'?><?p?><?p ?\?>\n"s,
+             "<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x5C</a>"s,
+             "\xEF\xBB\xBF<a></a>\n\n"s,
+         }) {
+        const RunResult result = kelxml({"events", "-"}, {.input = document});
+        EXPECT_EQ(result.status, 0) << document << result.errors;
+    }
+}
+
+TEST_F(KelxmlTest, SeveralFilesAreAnsweredOneByOne) {
+    const std::string good = folder_.write("good.xml", "<a/>");
+    const std::string bad = folder_.write("bad.xml", "<a>");
+    const std::string missing = folder_.pathOf("missing.xml");
+
+    const RunResult trees = kelxml({"tree", good, bad, missing, good});
+    EXPECT_EQ(trees.status, 1);
+    EXPECT_EQ(trees.output, "==> " + good + " <==\na\n==> " + good + " <==\na\n");
+    EXPECT_THAT(trees.errors, HasSubstr(bad));
+    EXPECT_THAT(trees.errors, HasSubstr("error 1: Error while reading " + missing));
+    EXPECT_THAT(trees.errors, HasSubstr("2 of 4 documents were refused"));
+
+    const RunResult json = kelxml({"events", "--json", good, bad});
+    EXPECT_EQ(json.status, 1);
+    EXPECT_THAT(json.output, StartsWith("{\"event\":\"document\",\"file\":\"" + good + "\"}\n"));
+
+    const std::string ugly = folder_.write("ugly.xml", "<a><b/></a>");
+    EXPECT_EQ(kelxml({"format", "-i", ugly, bad, good}).status, 1);
+    EXPECT_THAT(readFile(ugly), HasSubstr("\n  <b/>"));
+    EXPECT_THAT(readFile(good), HasSubstr("<?xml"));
+    EXPECT_EQ(readFile(bad), "<a>");
+    EXPECT_EQ(folder_.fileCount(), 3U) << "no temporary file is left";
 }
 
 TEST_F(KelxmlTest, FormatIndentsWithoutLossAndOnlyOnce) {
@@ -290,7 +314,28 @@ TEST_F(KelxmlTest, TransformWritesUtf8AndSaysSo) {
     }
     EXPECT_THAT(kelxml({"transform", "-", folder_.write("a.xml", "<a/>")}, input).errors,
                 HasSubstr("error 6: Exception during transform: -"));
-    EXPECT_EQ(kelxml({"transform", "-", "-"}, input).status, 2);
+}
+
+TEST_F(KelxmlTest, WhatComesFromStandardInputNamesOtherFilesFromTheWorkingFolder) {
+    folder_.write("part.xsl",
+                  "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'><x:template "
+                  "match='/'>imported</x:template></x:stylesheet>");
+    folder_.write("part.xsd",
+                  "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='a'/></s:schema>");
+    folder_.write("in.xml", "<a/>");
+    const RunResult transformed =
+        kelxml({"transform", "-", "in.xml"},
+               {.input = "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
+                         "<x:import href='part.xsl'/><x:output method='text'/></x:stylesheet>",
+                .folder = folder_.path().string()});
+    EXPECT_EQ(transformed.output, "imported") << transformed.errors;
+    const RunResult validated =
+        kelxml({"validate", "-", "in.xml"},
+               {.input = "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:include "
+                         "schemaLocation='part.xsd'/></s:schema>",
+                .folder = folder_.path().string()});
+    EXPECT_EQ(validated.output, "in.xml: valid\n") << validated.errors;
+    EXPECT_EQ(folder_.fileCount(), 3U) << "nothing is left behind";
 }
 
 TEST_F(KelxmlTest, ValidateAnswersForEachDocument) {
@@ -334,24 +379,6 @@ TEST_F(KelxmlTest, DeepDocumentsNeedNoStack) {
     const RunResult saved = kelxml({"save", "-"}, {.input = document});
     EXPECT_EQ(saved.status, 0) << saved.errors;
     EXPECT_EQ(std::ranges::count(saved.output, '\n'), 2 * kDepth - 1);
-}
-
-TEST_F(KelxmlTest, AClosedPipeEndsQuietlyAndAFullDiskDoesNot) {
-    std::string document = "<a>";
-    for (int i = 0; i < 50'000; ++i) document += "<b>some text</b>";
-    document += "</a>";
-    for (const char* verb : {"tree", "save"}) {
-        const RunResult result = kelxml({verb, "-"}, {.input = document, .readAtMost = 100});
-        EXPECT_EQ(result.status, 0) << verb;
-        EXPECT_THAT(result.errors, IsEmpty());
-    }
-    for (const char* verb : {"tree", "save", "info"}) {
-        std::vector<std::string> arguments{verb};
-        if (std::string(verb) != "info") arguments.emplace_back("-");
-        const RunResult result = kelxml(arguments, {.input = "<a/>", .outputDevice = "/dev/full"});
-        EXPECT_EQ(result.status, 1) << verb;
-        EXPECT_THAT(result.errors, HasSubstr("cannot write to standard output"));
-    }
 }
 
 // A terminal that a test reads in place of a person. Not every container gives one out.

@@ -50,7 +50,8 @@ struct Pipe {
     Descriptor write;
 };
 
-[[noreturn]] void becomeProgram(const std::vector<std::string>& command, int input, int output, int errors) {
+[[noreturn]] void becomeProgram(const std::vector<std::string>& command, const RunOptions& options, int input,
+                                int output, int errors) {
     std::vector<char*> arguments;
     for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
@@ -58,6 +59,8 @@ struct Pipe {
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
     std::signal(SIGPIPE, SIG_DFL);
+    for (const std::string& variable : options.environment) ::putenv(const_cast<char*>(variable.c_str()));
+    if (!options.folder.empty() && ::chdir(options.folder.c_str()) != 0) ::_exit(126);
     ::execv(arguments[0], arguments.data());
     ::_exit(127);
 }
@@ -125,7 +128,7 @@ RunResult run(const std::vector<std::string>& command, const RunOptions& options
     const pid_t child = ::fork();
     if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
     if (child == 0) {
-        becomeProgram(command, input.read.number(), output.write.number(), errors.write.number());
+        becomeProgram(command, options, input.read.number(), output.write.number(), errors.write.number());
     }
     input.read.close();
     output.write.close();

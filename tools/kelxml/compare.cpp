@@ -15,6 +15,7 @@
 #include "framework/object/iptr.h"
 #include "host/text.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 
 namespace kelxml {
@@ -26,13 +27,18 @@ using IteratorPtr = IPtr<IKelDOMXmlElementItr>;
 
 constexpr std::size_t kCommonInUnits = 12;  // shown before the first difference
 
-// `"abc" reads back as "abd"`, around the first difference.
-std::string readsBack(const KelString& original, const KelString& copy) {
+// Both texts around their first difference, as "abc" and "abd".
+struct Excerpts {
+    std::string original;
+    std::string copy;
+};
+
+Excerpts aroundDifference(const KelString& original, const KelString& copy) {
     const std::u16string_view a = original.view();
     const std::u16string_view b = copy.view();
     const auto first = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
     const std::size_t start = first > kCommonInUnits ? first - kCommonInUnits : 0;
-    return excerpt(a, start) + " reads back as " + excerpt(b, start);
+    return {excerpt(a, start), excerpt(b, start)};
 }
 
 // A pair of elements at the same place, and the walk over their children.
@@ -112,7 +118,8 @@ private:
         original.getName(original_);
         copy.getName(copy_);
         if (!(original_ == copy_)) {
-            note("element " + readsBack(original_, copy_));
+            const Excerpts names = aroundDifference(original_, copy_);
+            note(tr("element %1 reads back as %2", names.original, names.copy));
             path_.pop_back();
             return;
         }
@@ -125,26 +132,30 @@ private:
         const std::size_t original = level.visited + countRest(*level.originalChildren);
         const std::size_t copy = level.visited + countRest(*level.copyChildren);
         if (original == copy) return;
-        note(std::to_string(original) + " child elements read back as " + std::to_string(copy));
+        note(tr("number of child elements: %1 read back as %2", std::to_string(original),
+                std::to_string(copy)));
     }
 
     void compareAttributes(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
         const int count = original.getAttributeCount();
         if (count != copy.getAttributeCount()) {
-            note(std::to_string(count) + " attributes read back as " +
-                 std::to_string(copy.getAttributeCount()));
+            note(tr("number of attributes: %1 read back as %2", std::to_string(count),
+                    std::to_string(copy.getAttributeCount())));
             return;
         }
         for (int i = 0; i < count; ++i) {
             const KelString name = original.getAttributeName(i);
             if (!(name == copy.getAttributeName(i, copy_))) {
-                note("attribute " + readsBack(name, copy_));
+                const Excerpts names = aroundDifference(name, copy_);
+                note(tr("attribute %1 reads back as %2", names.original, names.copy));
                 return;
             }
             original.getAttributeValue(i, original_);
             copy.getAttributeValue(i, copy_);
             if (!(original_ == copy_)) {
-                note("attribute " + kelhost::toUtf8(name) + '=' + readsBack(original_, copy_));
+                const Excerpts values = aroundDifference(original_, copy_);
+                note(tr("attribute %1=%2 reads back as %3", kelhost::toUtf8(name), values.original,
+                        values.copy));
             }
         }
     }
@@ -153,7 +164,8 @@ private:
         original.getText(original_);
         copy.getText(copy_);
         if (original_ == copy_ || hasSameWholeText(original, copy)) return;
-        note("text " + readsBack(original_, copy_));
+        const Excerpts texts = aroundDifference(original_, copy_);
+        note(tr("text %1 reads back as %2", texts.original, texts.copy));
     }
 
     // A leaf of texts and CDATA sections reads back as one text. Only ampersands can make different texts be
@@ -172,7 +184,7 @@ private:
             false};  // for each level: a child explains why it is written differently
         while (!path_.empty() && !isFull()) {
             if (!path_.back().hasPair()) {
-                if (!isExplained.back()) note("the text of a CDATA section is missing");
+                if (!isExplained.back()) note(tr("the text of a CDATA section is missing"));
                 path_.pop_back();
                 isExplained.pop_back();
                 continue;

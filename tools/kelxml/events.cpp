@@ -1,14 +1,19 @@
 #include <algorithm>
-#include <cinttypes>
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "host/text.h"
 #include "msxml_parser/ikelsaxxml.h"
+#include "tools/kelxml/complaint.h"
+#include "tools/kelxml/epilogue.h"
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/place.h"
+#include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/progress.h"
 #include "tools/kelxml/verbs.h"
 
@@ -33,6 +38,10 @@ std::string jsonString(const KelString& text) {
     return json + '"';
 }
 
+std::string notWellFormed(const InputFile& input, const std::string& why) {
+    return tr("%1: the document is not well formed: %2", input.name(), why);
+}
+
 std::uint64_t countCharacters(std::u16string_view text) {
     std::uint64_t count = 0;
     for (const char16_t unit : text) count += (unit & 0xFC00) != 0xDC00 ? 1 : 0;  // a pair is one character
@@ -51,7 +60,6 @@ public:
         attributes_ += attributes.size();
         ++open_;
         sayStart(kelhost::toUtf8(name), depth, attributes);
-        progress_.show(elements_, "elements");
     }
 
     void characters(const KelString& text) final {
@@ -66,17 +74,26 @@ public:
 
     // Throws Failure if the events cannot be all of a document. The parser does not say whether it was well
     // formed.
-    void finish() {
+    void finish(const InputFile& input) {
         output_.finish();
-        std::fprintf(stderr, "%" PRIu64 " elements, %" PRIu64 " attributes, %" PRIu64 " characters\n",
-                     elements_, attributes_, characters_);
-        if (open_ == 0 && elements_ > 0) return;
-        throw Failure(kRefused,
-                      "the document is not well formed: its events end " +
-                          (elements_ == 0 ? std::string("before the first element")
-                                          : "with " + std::to_string(open_) + " elements still open") +
-                          "; 'kelxml tree' tells where");
+        std::fprintf(stderr, "%s\n",
+                     tr("%1: elements %2, attributes %3, characters %4", input.name(),
+                        std::to_string(elements_), std::to_string(attributes_), std::to_string(characters_))
+                         .c_str());
+        if (elements_ == 0)
+            throw Failure(kRefused, notWellFormed(input, tr("its events end before the first element")));
+        if (open_ != 0) {
+            throw Failure(kRefused, notWellFormed(input, tr("its events end with %1 elements still open",
+                                                            std::to_string(open_))));
+        }
+        if (const auto line = lineOfJunkAfterRoot(input.path())) {
+            throw Failure(kRefused, notWellFormed(input, tr("line %1: nothing but comments and processing "
+                                                            "instructions may follow the root element",
+                                                            std::to_string(*line))));
+        }
     }
+
+    [[nodiscard]] Output& output() noexcept { return output_; }
 
 protected:
     Reporter() = default;
@@ -85,12 +102,10 @@ protected:
     virtual void sayText(const KelString& text) = 0;
     virtual void sayEnd(const std::string& name) = 0;
 
-    [[nodiscard]] Output& output() noexcept { return output_; }
     [[nodiscard]] std::size_t open() const noexcept { return open_; }  // elements
 
 private:
     Output output_;
-    Progress progress_{"reading events"};
     std::uint64_t elements_ = 0;
     std::uint64_t attributes_ = 0;
     std::uint64_t characters_ = 0;
@@ -99,6 +114,12 @@ private:
 
 // One object a line, for programs.
 class JsonReporter final : public Reporter {
+public:
+    void sayDocument(const std::string& file) {
+        output().write(R"({"event":"document","file":)" + jsonString(kelhost::fromUtf8(file)) + "}\n");
+    }
+
+private:
     void sayStart(const std::string& name, int depth, const KelSAXXmlAttributes& attributes) override {
         std::string line = R"({"event":"start","name":")" + name + R"(","depth":)" + std::to_string(depth) +
                            R"(,"attributes":{)";
@@ -151,26 +172,33 @@ class PlainReporter final : public Reporter {
 };
 
 void parse(const Session& session, const InputFile& input, Reporter& reporter) {
+    std::optional<Progress> progress;
+    if (!isTerminal(stdout)) progress.emplace(tr("reading %1", input.name()));
     const kelhost::Component& component = session.component();
     const auto parser = component.create<IKelSAXXmlV2>(component.classNamed(kSaxClassName));
     parser->pushHandler(&reporter);
     if (!parser->parseFile(kelhost::fromUtf8(input.path().string()))) {
         throw Failure(kRefused, describeError(*parser->getError(), input));
     }
-    reporter.finish();
+    reporter.finish(input);
 }
 
 }  // namespace
 
 void events(Session& session, const EventsOptions& options) {
-    const InputFile input(options.file);
-    if (options.json) {
-        JsonReporter reporter;
-        parse(session, input, reporter);
-    } else {
-        PlainReporter reporter;
-        parse(session, input, reporter);
-    }
+    const bool areSeveral = options.files.size() > 1;
+    forEachFile(options.files, [&](const std::string& file) {
+        const InputFile input(file);
+        if (options.json) {
+            JsonReporter reporter;
+            if (areSeveral) reporter.sayDocument(file);
+            parse(session, input, reporter);
+        } else {
+            PlainReporter reporter;
+            if (areSeveral) reporter.output().writeHeading(file);
+            parse(session, input, reporter);
+        }
+    });
 }
 
 }  // namespace kelxml

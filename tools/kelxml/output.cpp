@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/files.h"
 
 namespace kelxml {
@@ -32,8 +33,16 @@ std::string_view escapeOf(Ink ink) {
     return {};
 }
 
+ColourChoice colourChoice = ColourChoice::OnTerminals;
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
 bool wantsColour() {
-    return isTerminal(stdout) && std::getenv("NO_COLOR") == nullptr;
+    if (colourChoice != ColourChoice::OnTerminals) return colourChoice == ColourChoice::Always;
+    return isTerminal(stdout) && !isDumbTerminal() && !isSet("NO_COLOR");
 }
 
 bool isBlank(unsigned char c) {
@@ -56,6 +65,10 @@ bool isControl(std::string_view sequence) {
 
 }  // namespace
 
+void chooseColour(ColourChoice choice) noexcept {
+    colourChoice = choice;
+}
+
 Output::Output() : coloured_(wantsColour()) {}
 
 void Output::write(std::string_view utf8, Ink ink) {
@@ -63,6 +76,10 @@ void Output::write(std::string_view utf8, Ink ink) {
     put(escape);
     put(utf8);
     if (!escape.empty()) put("\x1b[0m");
+}
+
+void Output::writeHeading(std::string_view file) {
+    write("==> " + std::string(file) + " <==\n", Ink::Dim);
 }
 
 void Output::put(std::string_view bytes) {
@@ -75,7 +92,8 @@ void Output::drain() {
     if (!written || std::fflush(stdout) != 0) {
         const int error = errno;
         if (error == EPIPE) throw ReaderGone();
-        throw Failure(kRefused, "cannot write to standard output: " + std::generic_category().message(error));
+        throw Failure(kRefused,
+                      tr("cannot write to standard output: %1", std::generic_category().message(error)));
     }
     buffer_.clear();
 }
@@ -91,7 +109,13 @@ void Output::copyFile(const std::filesystem::path& path) {
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
         put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
     }
-    if (!file.eof()) throw Failure(kRefused, "cannot read back " + path.string());
+    if (!file.eof()) throw Failure(kRefused, tr("cannot read %1 back", path.string()));
+}
+
+void writeText(std::string_view utf8) {
+    Output output;
+    output.write(utf8);
+    output.finish();
 }
 
 std::string oneLine(std::string_view utf8, std::size_t limit) {

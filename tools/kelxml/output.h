@@ -9,15 +9,22 @@ namespace kelxml {
 
 enum class Ink { Plain, Name, Attribute, Text, Dim };
 
+// The value of --color, for the whole program.
+enum class ColourChoice { OnTerminals, Always, Never };
+void chooseColour(ColourChoice choice) noexcept;
+
 class Output {
 public:
-    Output();  // colour on a terminal, unless NO_COLOR is set to anything
+    Output();  // by default in colour on a terminal that knows any, unless NO_COLOR is set
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
     // Both throw ReaderGone, or Failure when the system cannot take the bytes (a full disk).
     void write(std::string_view utf8, Ink ink = Ink::Plain);
     void finish();  // everything written has arrived; without it, what is still buffered is dropped
+
+    // Of the results of several documents, what comes from this one.
+    void writeHeading(std::string_view file);
 
     // The bytes of a file, as they are. Throws like write(), and Failure if the file cannot be read.
     void copyFile(const std::filesystem::path& path);
@@ -29,6 +36,9 @@ private:
     bool coloured_;
     std::string buffer_;
 };
+
+// The text to standard output, whole. Throws like Output.
+void writeText(std::string_view utf8);
 
 // Text from a document, fit for one line of a terminal: runs of white space become one blank, control
 // characters become '?', so that a document cannot speak to the terminal, and what exceeds `limit` characters

@@ -2,26 +2,33 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
 #include <string>
+#include <thread>
+
+#include "tools/kelxml/session.h"
 
 namespace kelxml {
 
+// Only where standard output is silent meanwhile: the two may be the same terminal.
 class Progress {
 public:
     explicit Progress(std::string phase);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
-    ~Progress();
-
-    // Cheap enough to be called for every element: the terminal sees a few numbers a second.
-    void show(std::uint64_t count, const char* unit);
 
 private:
+    void paint(const std::stop_token& stop);
+
     std::string phase_;
-    bool isShown_;
-    std::uint64_t calls_ = 0;
-    std::chrono::steady_clock::time_point next_;
+    std::mutex mutex_;
+    std::condition_variable_any wake_;
+    std::jthread painter_;  // the last member: it stops and is joined before the others go
 };
+
+// What InputFile::load answers, which may take a while.
+[[nodiscard]] IPtr<IKelDOMXmlV2> loadWithProgress(const Session& session, const InputFile& input);
 
 }  // namespace kelxml

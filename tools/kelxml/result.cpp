@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 
 namespace kelxml {
@@ -18,7 +19,7 @@ auto orFailure(Action action) {
     try {
         return action();
     } catch (const std::system_error& error) {
-        throw Failure(kRefused, std::string("cannot write the result: ") + error.what());
+        throw Failure(kRefused, tr("cannot write the result: %1", error.what()));
     }
 }
 
@@ -28,6 +29,7 @@ auto orFailure(Action action) {
 
 // A link stays a link: the file that it points to is replaced.
 fs::path resolve(const std::string& out) {
+    if (out == "-") return {};
     std::error_code absent;
     const fs::path target = fs::canonical(out, absent);
     return absent ? fs::path(out) : target;

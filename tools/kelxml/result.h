@@ -13,7 +13,7 @@ namespace kelxml {
 // it is a device or pipe that took the beginning.
 class Result {
 public:
-    explicit Result(const std::string& out);  // empty: standard output
+    explicit Result(const std::string& out);  // empty or "-": standard output
 
     // A new file, empty, to write the result into.
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return temporary_.path(); }
@@ -23,7 +23,7 @@ public:
     void deliver();
 
 private:
-    std::filesystem::path target_;  // empty: standard output
+    std::filesystem::path target_;  // empty or "-": standard output
     TemporaryFile temporary_;
 };
 

@@ -1,12 +1,13 @@
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <string_view>
 #include <vector>
 
 #include "host/text.h"
 #include "tools/kelxml/compare.h"
+#include "tools/kelxml/complaint.h"
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/progress.h"
 #include "tools/kelxml/result.h"
 #include "tools/kelxml/unwritable.h"
@@ -24,6 +25,8 @@ constexpr std::size_t kPlacesShown = 5;
 // zero bytes around. A false alarm, from a comment say, costs time and changes nothing.
 HiddenText lookForCData(const fs::path& path) {
     static constexpr std::string_view kStart = "<![CDATA[";
+    std::error_code absent;
+    if (!fs::is_regular_file(path, absent)) return HiddenText::Possible;  // a pipe cannot be read twice
     std::ifstream file(path, std::ios::binary);
     std::vector<char> block(1 << 16);
     std::string window;
@@ -41,44 +44,45 @@ std::string listOf(const std::vector<Difference>& differences) {
     std::string list;
     for (const Difference& difference : differences)
         list += "\n  " + difference.place + ": " + difference.what;
-    if (differences.size() == kPlacesShown) list += "\n  (further places are not listed)";
+    if (differences.size() == kPlacesShown) list += "\n  (" + tr("further places are not listed") + ')';
     return list;
 }
 
 void write(IKelDOMXml& parser, const fs::path& path) {
-    const Progress progress("writing");
+    const Progress progress(tr("writing"));
     if (!parser.saveToFile(kelhost::fromUtf8(path.string())))
-        throw Failure(kRefused, describeError(*parser.getError(), InputFile(path, "the result")));
+        throw Failure(kRefused, describeError(*parser.getError(), InputFile(path, tr("the result"))));
 }
 
 // What is wrong with the result; empty if nothing is.
 std::string check(const Session& session, const InputFile& input, IKelDOMXml& original,
                   const fs::path& result) {
-    const Progress progress("reading back");
+    const Progress progress(tr("reading back"));
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
     if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
-        const std::string error = describeError(*copy->getError(), InputFile(result, "the result"));
-        return "the result would not be well formed: " + error +
+        const std::string error = describeError(*copy->getError(), InputFile(result, tr("the result")));
+        return tr("the result would not be well formed: %1", error) +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
     }
     const std::vector<Difference> differences =
         compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()),
                      lookForCData(input.path()), kPlacesShown);
-    return differences.empty() ? "" : "the result would differ from the document:" + listOf(differences);
+    return differences.empty() ? "" : tr("the result would differ from the document:") + listOf(differences);
 }
 
 }  // namespace
 
 void save(Session& session, const SaveOptions& options) {
     const InputFile input(options.file);
-    const IPtr<IKelDOMXmlV2> original = input.load(session);
+    const IPtr<IKelDOMXmlV2> original = loadWithProgress(session, input);
     Result result(options.out);
     write(*original, result.path());
     const std::string complaint = check(session, input, *original, result.path());
     if (!complaint.empty() && !options.force) {
-        throw Failure(kRefused, complaint + "\nNothing was written; --force writes it all the same.");
+        throw Failure(kRefused,
+                      complaint + '\n' + tr("Nothing was written; --force writes it all the same."));
     }
-    if (!complaint.empty()) std::fprintf(stderr, "kelxml: warning: %s\n", complaint.c_str());
+    if (!complaint.empty()) tell(tr("warning: %1", complaint));
     result.deliver();
 }
 

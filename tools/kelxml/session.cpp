@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 
 namespace kelxml {
 
@@ -27,13 +28,14 @@ fs::path findComponent() {
         std::error_code unreadable;
         if (fs::exists(candidate, unreadable)) return candidate;
     }
-    throw Failure(kWrongUsage, "the component library was not found near " + folder.string() +
-                                   "; name it with --component PATH");
+    throw Failure(
+        kWrongUsage,
+        tr("the component library was not found near %1; name it with --component PATH", folder.string()));
 }
 
 kelhost::Component loadComponent(kelhost::Host& host, const fs::path& library) {
     try {
-        return host.load(library.empty() ? findComponent() : library);
+        return host.load(library);
     } catch (const kelhost::HostError& error) {
         throw Failure(kWrongUsage, error.what());
     }
@@ -49,25 +51,47 @@ void spoolStandardInput(const fs::path& path) {
         file.write(block.data(), static_cast<std::streamsize>(size));
     }
     if (std::ferror(stdin) != 0) {
-        throw Failure(kRefused, "cannot read standard input: " + std::generic_category().message(errno));
+        throw Failure(kRefused, tr("cannot read standard input: %1", std::generic_category().message(errno)));
     }
-    if (!file.flush()) throw Failure(kRefused, "cannot keep standard input in " + path.string());
+    if (!file.flush()) throw Failure(kRefused, tr("cannot keep standard input in %1", path.string()));
+}
+
+std::unique_ptr<TemporaryFile> placeFor(InputFile::Kept kept) {
+    if (kept == InputFile::Kept::InWorkingFolder) {
+        try {
+            return std::unique_ptr<TemporaryFile>(
+                new TemporaryFile(TemporaryFile::inFolder(fs::current_path())));
+        } catch (const std::system_error&) {
+            // A folder that takes no files; only relative names inside the input will not be found.
+        }
+    }
+    return std::unique_ptr<TemporaryFile>(new TemporaryFile(TemporaryFile::inTemporaryFolder()));
+}
+
+// What the system says when somebody tries to read the file; empty if it can be read.
+std::string whyUnreadable(const fs::path& path) {
+    std::error_code unknown;
+    if (fs::is_directory(path, unknown)) return std::generic_category().message(EISDIR);
+    errno = 0;
+    const std::ifstream file(path, std::ios::binary);
+    return file || errno == 0 ? "" : std::generic_category().message(errno);
 }
 
 }  // namespace
 
-Session::Session(const fs::path& component) : component_(loadComponent(host_, component)) {}
+Session::Session(const fs::path& component)
+    : library_(component.empty() ? findComponent() : component), component_(loadComponent(host_, library_)) {}
 
 IPtr<IKelDOMXmlV2> Session::makeParser() const {
     return component_.create<IKelDOMXmlV2>(component_.classNamed(kDomClassName));
 }
 
-InputFile::InputFile(std::string name) : name_(std::move(name)), path_(name_) {
+InputFile::InputFile(std::string name, Kept kept) : name_(std::move(name)), path_(name_) {
     if (name_ != "-") return;
     try {
-        spooled_ = std::unique_ptr<TemporaryFile>(new TemporaryFile(TemporaryFile::inTemporaryFolder()));
+        spooled_ = placeFor(kept);
     } catch (const std::system_error& error) {
-        throw Failure(kRefused, std::string("no temporary file for standard input: ") + error.what());
+        throw Failure(kRefused, tr("no temporary file for standard input: %1", error.what()));
     }
     path_ = spooled_->path();
     spoolStandardInput(path_);
@@ -79,6 +103,13 @@ IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {
         throw Failure(kRefused, describeError(*parser->getError(), *this));
     }
     return parser;
+}
+
+std::string describeError(int code, const std::string& message, const InputFile& input) {
+    const std::string text = withName(tr("error %1: %2", std::to_string(code), message), input);
+    const std::string reason =
+        code == IKelDOMXml::kFileNotReadable ? whyUnreadable(input.path()) : std::string();
+    return reason.empty() ? text : text + " (" + reason + ')';
 }
 
 std::string withName(std::string message, const InputFile& input) {

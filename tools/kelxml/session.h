@@ -21,11 +21,13 @@ public:
     // build tree or where it is installed). Throws Failure.
     explicit Session(const std::filesystem::path& component);
 
+    [[nodiscard]] const std::filesystem::path& libraryPath() const noexcept { return library_; }
     [[nodiscard]] kelhost::Host& host() noexcept { return host_; }
     [[nodiscard]] const kelhost::Component& component() const noexcept { return component_; }
     [[nodiscard]] IPtr<IKelDOMXmlV2> makeParser() const;
 
 private:
+    std::filesystem::path library_;
     kelhost::Host host_;
     kelhost::Component component_;
 };
@@ -33,7 +35,12 @@ private:
 // What a verb reads: a file, or standard input kept in a temporary file so that it can be read like one.
 class InputFile {
 public:
-    explicit InputFile(std::string name);  // "-": standard input. Throws Failure.
+    // Where standard input is kept. What names other files relative to itself (a style sheet, a schema) is
+    // kept in the working folder, if that takes files, so that they are looked for there.
+    enum class Kept { InTemporaryFolder, InWorkingFolder };
+
+    explicit InputFile(std::string name,
+                       Kept kept = Kept::InTemporaryFolder);  // "-": standard input. Throws Failure.
     InputFile(std::filesystem::path path, std::string name)
         : name_(std::move(name)), path_(std::move(path)) {}
 
@@ -53,11 +60,13 @@ private:
 // The message with the path replaced by a name that the user knows.
 [[nodiscard]] std::string withName(std::string message, const InputFile& input);
 
+// A file that cannot be read is told with what the system says about it, too.
+[[nodiscard]] std::string describeError(int code, const std::string& message, const InputFile& input);
+
 // "error 3: Error while reading ...", as a parser tells it, with the input's name in place of its path.
 template <class Error>
 [[nodiscard]] std::string describeError(Error& error, const InputFile& input) {
-    return withName("error " + std::to_string(error.getCode()) + ": " + kelhost::toUtf8(error.getMessage()),
-                    input);
+    return describeError(error.getCode(), kelhost::toUtf8(error.getMessage()), input);
 }
 
 }  // namespace kelxml

@@ -2,7 +2,9 @@
 #include <string_view>
 
 #include "host/text.h"
+#include "tools/kelxml/complaint.h"
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/progress.h"
 #include "tools/kelxml/result.h"
 #include "tools/kelxml/verbs.h"
@@ -43,7 +45,7 @@ void transformWith(const InputFile& style, IKelDOMXmlV2& sheet, IKelDOMXmlV2& do
                    const InputFile& input, const std::string& out) {
     KelString text;
     {
-        const Progress progress("transforming");
+        const Progress progress(tr("transforming"));
         if (!document.transformToString(&sheet, text)) {
             throw Failure(kRefused, withName(describeError(*document.getError(), input), style));
         }
@@ -53,26 +55,37 @@ void transformWith(const InputFile& style, IKelDOMXmlV2& sheet, IKelDOMXmlV2& do
     result.deliver();
 }
 
+void checkTargets(const FormatOptions& options) {
+    if (options.inPlace && !options.out.empty())
+        throw Failure(kWrongUsage, tr("--in-place and --output exclude each other"));
+    if (!options.inPlace && options.files.size() > 1)
+        throw Failure(kWrongUsage, tr("several documents can only be formatted with --in-place"));
+}
+
 }  // namespace
 
 void transform(Session& session, const TransformOptions& options) {
     if (options.style == "-" && options.file == "-") {
-        throw Failure(kWrongUsage, "style sheet and document cannot both come from standard input");
+        throw Failure(kWrongUsage, tr("standard input can be read only once"));
     }
-    const InputFile style(options.style);
+    const InputFile style(options.style, InputFile::Kept::InWorkingFolder);
     const IPtr<IKelDOMXmlV2> sheet = style.load(session);
     const InputFile input(options.file);
-    transformWith(style, *sheet, *input.load(session), input, options.out);
+    transformWith(style, *sheet, *loadWithProgress(session, input), input, options.out);
 }
 
 void format(Session& session, const FormatOptions& options) {
-    const InputFile style(std::filesystem::path(), "the formatting style sheet");
+    checkTargets(options);
+    const InputFile style(std::filesystem::path(), "format.xsl");
     const IPtr<IKelDOMXmlV2> sheet = session.makeParser();
     if (!sheet->loadFromString(kFormattingSheet)) {
         throw Failure(kRefused, describeError(*sheet->getError(), style));
     }
-    const InputFile input(options.file);
-    transformWith(style, *sheet, *input.load(session), input, options.out);
+    forEachFile(options.files, [&](const std::string& file) {
+        const InputFile input(file);
+        transformWith(style, *sheet, *loadWithProgress(session, input), input,
+                      options.inPlace ? file : options.out);
+    });
 }
 
 }  // namespace kelxml

@@ -4,8 +4,10 @@
 
 #include "host/text.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/complaint.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
+#include "tools/kelxml/progress.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
@@ -37,12 +39,13 @@ std::size_t countOf(IKelDOMXmlElementItr& children) {
     return count;
 }
 
-}  // namespace
+std::string countOfCut(IKelDOMXmlElementItr& children) {
+    const std::size_t count = countOf(children);
+    return "  (" + (count == 1 ? tr("1 child element") : tr("%1 child elements", std::to_string(count))) +
+           ')';
+}
 
-void tree(Session& session, const TreeOptions& options) {
-    const IPtr<IKelDOMXmlV2> document = InputFile(options.file).load(session);
-    const auto depthLimit = static_cast<std::size_t>(options.depth);
-    Output output;
+void outline(Output& output, IKelDOMXmlV2& document, std::size_t depthLimit) {
     // The open elements are remembered by the walk over their children; the document may be deeper than our
     // stack.
     std::vector<IteratorPtr> open;
@@ -50,11 +53,11 @@ void tree(Session& session, const TreeOptions& options) {
         writeElement(output, element, open.size());
         IteratorPtr children(element.getChildren());
         const bool isCut = depthLimit != 0 && open.size() + 1 >= depthLimit && !children->isEnd();
-        if (isCut) output.write("  (" + std::to_string(countOf(*children)) + " child elements)", Ink::Dim);
+        if (isCut) output.write(countOfCut(*children), Ink::Dim);
         output.write("\n");
         if (!isCut) open.push_back(std::move(children));
     };
-    visit(*ElementPtr(document->getRootElement()));
+    visit(*ElementPtr(document.getRootElement()));
     while (!open.empty()) {
         if (open.back()->isEnd()) {
             open.pop_back();
@@ -64,7 +67,19 @@ void tree(Session& session, const TreeOptions& options) {
         open.back()->next();
         visit(*element);
     }
-    output.finish();
+}
+
+}  // namespace
+
+void tree(Session& session, const TreeOptions& options) {
+    const bool areSeveral = options.files.size() > 1;
+    forEachFile(options.files, [&](const std::string& file) {
+        const IPtr<IKelDOMXmlV2> document = loadWithProgress(session, InputFile(file));
+        Output output;
+        if (areSeveral) output.writeHeading(file);
+        outline(output, *document, static_cast<std::size_t>(options.depth));
+        output.finish();
+    });
 }
 
 }  // namespace kelxml

@@ -5,6 +5,7 @@
 #include "framework/object/iptr.h"
 #include "host/text.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
+#include "tools/kelxml/message.h"
 
 namespace kelxml {
 
@@ -49,11 +50,13 @@ private:
         for (int i = 0; i < attributeCount; ++i) {
             current.getAttributeValue(i, value_);
             if (isUnwritable(Place::Attribute))
-                note("attribute " + kelhost::toUtf8(current.getAttributeName(i)) + '=');
+                note(tr("attribute %1=%2", kelhost::toUtf8(current.getAttributeName(i)), culprit()));
         }
         current.getText(value_);
-        if (isUnwritable(Place::Text)) note("text ");
+        if (isUnwritable(Place::Text)) note(tr("text %1", culprit()));
     }
+
+    [[nodiscard]] std::string culprit() const { return excerpt(value_.view(), value_.view().find(u'&')); }
 
     enum class Place { Text, Attribute };
 
@@ -75,7 +78,7 @@ private:
         for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
             place += '/' + stepTo(*path_[i].element, path_[i].visited - 1);
         }
-        found_.push_back({std::move(place), what + excerpt(value_.view(), value_.view().find(u'&'))});
+        found_.push_back({std::move(place), what});
     }
 
     IKelDOMXmlV2& scratch_;

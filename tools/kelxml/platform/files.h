@@ -14,8 +14,10 @@ public:
     // In the folder of `target`, so that taking its place is one rename, with the permissions a new file
     // there gets. Throws std::system_error.
     [[nodiscard]] static TemporaryFile beside(const std::filesystem::path& target);
-    // In the system's folder for temporary files, readable by this user alone. Throws std::system_error.
+    // In the system's folder for temporary files, or in another, readable by this user alone. Throws
+    // std::system_error.
     [[nodiscard]] static TemporaryFile inTemporaryFolder();
+    [[nodiscard]] static TemporaryFile inFolder(const std::filesystem::path& folder);
 
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -28,13 +30,13 @@ public:
     void takePlaceOf(const std::filesystem::path& target);
 
 private:
-    explicit TemporaryFile(std::filesystem::path path) : path_(std::move(path)) {}
-    static TemporaryFile create(const std::filesystem::path& folder, unsigned int mode);
+    TemporaryFile(const std::filesystem::path& folder, unsigned int mode);
 
     std::filesystem::path path_;  // empty once the file is somebody else's
 };
 
 [[nodiscard]] bool isTerminal(std::FILE* stream) noexcept;
+[[nodiscard]] bool isDumbTerminal() noexcept;  // one that says that it knows no control sequences
 
 // From here on, writing to a pipe that nobody reads is an error of the write and does not end the program.
 void ignoreClosedPipes() noexcept;

@@ -2,12 +2,16 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <random>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
+
+#include "tools/kelxml/platform/interruption.h"
 
 namespace kelxml {
 
@@ -40,29 +44,39 @@ void syncToDisk(const fs::path& path) {
 
 }  // namespace
 
-TemporaryFile TemporaryFile::create(const fs::path& folder, unsigned int mode) {
+TemporaryFile::TemporaryFile(const fs::path& folder, unsigned int mode) {
+    const UninterruptedWork both;  // create and register
     for (;;) {
         fs::path path = folder / randomName();
         const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (file >= 0) {
             ::close(file);
-            return TemporaryFile(std::move(path));
+            registerTemporaryFile(path);
+            path_ = std::move(path);
+            return;
         }
         if (errno != EEXIST) throwSystemError(folder);
     }
 }
 
 TemporaryFile TemporaryFile::beside(const fs::path& target) {
-    return create(target.has_parent_path() ? target.parent_path() : fs::path("."), 0666);
+    return {target.has_parent_path() ? target.parent_path() : fs::path("."), 0666};
 }
 
 TemporaryFile TemporaryFile::inTemporaryFolder() {
-    return create(fs::temp_directory_path(), 0600);
+    return inFolder(fs::temp_directory_path());
+}
+
+TemporaryFile TemporaryFile::inFolder(const fs::path& folder) {
+    return {folder, 0600};
 }
 
 TemporaryFile::~TemporaryFile() {
-    std::error_code ignored;  // nothing better can be done about a file that cannot be removed
-    if (!path_.empty()) fs::remove(path_, ignored);
+    if (path_.empty()) return;
+    const UninterruptedWork both;  // remove and forget
+    std::error_code ignored;       // nothing better can be done about a file that cannot be removed
+    fs::remove(path_, ignored);
+    forgetTemporaryFile(path_);
 }
 
 void TemporaryFile::takePlaceOf(const fs::path& target) {
@@ -70,12 +84,19 @@ void TemporaryFile::takePlaceOf(const fs::path& target) {
     const fs::file_status old = fs::status(target, absent);
     if (!absent && fs::exists(old)) fs::permissions(path_, old.permissions());
     syncToDisk(path_);
+    const UninterruptedWork both;  // rename and forget
     fs::rename(path_, target);
+    forgetTemporaryFile(path_);
     path_.clear();
 }
 
 bool isTerminal(std::FILE* stream) noexcept {
     return ::isatty(::fileno(stream)) == 1;
+}
+
+bool isDumbTerminal() noexcept {
+    const char* kind = std::getenv("TERM");
+    return kind != nullptr && std::strcmp(kind, "dumb") == 0;
 }
 
 void ignoreClosedPipes() noexcept {

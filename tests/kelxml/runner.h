@@ -1,0 +1,26 @@
+// Runs kelxml as a person at a shell would.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/process.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace kel::test {
+
+// In English unless the options' environment says otherwise.
+inline RunResult kelxml(std::vector<std::string> arguments, RunOptions options = {}) {
+    arguments.insert(arguments.begin(), KELXML_PROGRAM);
+    options.environment.insert(options.environment.begin(), {"LC_ALL=C.UTF-8", "LANGUAGE="});
+    return run(arguments, options);
+}
+
+class KelxmlTest : public ::testing::Test {
+protected:
+    TemporaryFolder folder_;
+};
+
+}  // namespace kel::test

@@ -1,0 +1,162 @@
+// The command line itself: what wrong usage is told, and what help, manual and completion say about it.
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "runner.h"
+
+namespace {
+
+using kel::test::kelxml;
+using kel::test::KelxmlTest;
+using kel::test::RunResult;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+// In the order in which the program shows them.
+const std::vector<std::string> kVerbs{"tree",   "format", "save",     "transform",  "validate",
+                                      "events", "info",   "selftest", "completion", "help"};
+
+TEST_F(KelxmlTest, WrongUsageIsExplainedAndEndsWith2) {
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* explanation;
+    };
+    const std::string notALibrary = folder_.write("not-a-library.so", "text");
+    const std::vector<Row> rows{
+        {{}, "a verb is missing; the verbs are: tree format"},
+        {{"shave", "x.xml"}, "there is no verb 'shave'; did you mean 'save'?"},
+        {{"vlaidate", "x"}, "there is no verb 'vlaidate'; did you mean 'validate'?"},
+        {{"xyzzy"}, "there is no verb 'xyzzy'; the verbs are: tree format"},
+        {{"help", "xyzzy"}, "there is no verb 'xyzzy'; the verbs are: tree format"},
+        {{"--componnet", "x", "info"}, "there is no option '--componnet'; did you mean '--component'?"},
+        {{"save", "--froce", "x"}, "save: there is no option '--froce'; did you mean '--force'?"},
+        {{"tree", "x", "--json"}, "tree: there is no option '--json'\n"},
+        {{"tree", "-x", "x"}, "tree: there is no option '-x'\n"},
+        {{"save"}, "save: FILE is missing"},
+        {{"transform", "x"}, "transform: FILE is missing"},
+        {{"save", "a.xml", "b.xml"}, "save: 'b.xml' is one argument too many"},
+        {{"info", "a.xml"}, "info: 'a.xml' is one argument too many"},
+        {{"tree", "--depth", "0", "a.xml"}, "'0' is not a number from 1 on"},
+        {{"tree", "--depth", "many", "a.xml"}, "'many' is not a number from 1 on"},
+        {{"tree", "--depth", "99999999999", "a.xml"}, "'99999999999' is not a number from 1 on"},
+        {{"save", "a.xml", "-o"}, "save: option '--output' needs a value"},
+        {{"tree", "--color=red", "a.xml"}, "'red' is none of auto|always|never"},
+        {{"completion", "tcsh"}, "'tcsh' is none of bash|zsh|fish"},
+        {{"tree", "-", "-"}, "standard input can be read only once"},
+        {{"transform", "-", "-"}, "standard input can be read only once"},
+        {{"validate", "-", "-"}, "standard input can be read only once"},
+        {{"format", "a.xml", "b.xml"}, "only be formatted with --in-place"},
+        {{"format", "-i", "a.xml", "-o", "b.xml"}, "--in-place and --output exclude each other"},
+        {{"--component", "no/such.so", "info"}, "no/such.so"},
+        {{"--component", notALibrary, "info"}, "not-a-library.so"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.explanation);
+        const RunResult result = kelxml(row.arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_THAT(result.output, IsEmpty());
+        EXPECT_THAT(result.errors, HasSubstr(row.explanation));
+    }
+}
+
+TEST_F(KelxmlTest, OptionsMayStandAnywhereAndTheLastOneCounts) {
+    const std::string file = folder_.write("in.xml", "<a><b/></a>");
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"tree", "--depth", "1", "--color=always", file},
+             {"tree", file, "-d1", "--color", "always"},
+             {"--color=never", "tree", file, "-d", "7", "--color=always", "--depth=1"},
+             {"--color=always", "tree", "-d1", "--", file}}) {
+        const RunResult result = kelxml(arguments);
+        EXPECT_EQ(result.output, "\x1b[1;34ma\x1b[0m\x1b[2m  (1 child element)\x1b[0m\n") << result.errors;
+    }
+}
+
+TEST_F(KelxmlTest, HelpAndManualTeachEveryVerb) {
+    const std::string help = kelxml({"--help"}).output;
+    const std::string manual = kelxml({"manual"}).output;
+    for (const std::string& verb : kVerbs) {
+        EXPECT_THAT(help, HasSubstr("\n  " + verb + ' '));
+        EXPECT_THAT(manual, HasSubstr("\n.Ss " + verb + '\n'));
+        const RunResult one = kelxml({verb, "--help"});
+        EXPECT_EQ(one.status, 0);
+        EXPECT_THAT(one.output, HasSubstr("Usage: kelxml " + verb));
+        EXPECT_EQ(one.output, kelxml({"help", verb}).output);
+    }
+    EXPECT_THAT(kelxml({"tree", "-h"}).output, HasSubstr("\nExamples\n  kelxml tree "));
+    EXPECT_EQ(kelxml({"help"}).output, help);
+    const RunResult version = kelxml({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.output, HasSubstr("kelxml 6.3.0.0\ncomponent: msxml_parser 6.3.0.0 ("));
+    EXPECT_THAT(version.output, HasSubstr("libraries: "));
+}
+
+TEST_F(KelxmlTest, TheManualPageIsWellFormed) {
+    const std::string page = folder_.write("kelxml.1", kelxml({"manual"}).output);
+    if (::access("/usr/bin/mandoc", X_OK) == 0) {
+        const RunResult lint = kel::test::run({"/usr/bin/mandoc", "-T", "lint", "-W", "style", page});
+        EXPECT_EQ(lint.status, 0) << lint.output << lint.errors;
+    } else if (::access("/usr/bin/man", X_OK) == 0) {
+        const RunResult warnings =
+            kel::test::run({"/usr/bin/man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", page});
+        EXPECT_EQ(warnings.status, 0);
+        EXPECT_THAT(warnings.errors, IsEmpty());
+    } else {
+        GTEST_SKIP() << "neither mandoc nor man is installed";
+    }
+}
+
+// What bash offers for the last word of a command line.
+std::string offeredByBash(const std::string& folder, const std::string& words) {
+    static const std::string kAsk =
+        "source ./script; COMP_WORDS=(kelxml \"$@\"); COMP_CWORD=$#; _kelxml; echo \"${COMPREPLY[*]}\"";
+    return kel::test::run({"/bin/bash", "-c", "set -- " + words + "; " + kAsk}, {.folder = folder}).output;
+}
+
+TEST_F(KelxmlTest, BashCompletesVerbsOptionsChoicesAndFiles) {
+    folder_.write("script", kelxml({"completion", "bash"}).output);
+    folder_.write("fine document.xml", "");
+    struct Row {
+        const char* words;
+        const char* offered;
+    };
+    constexpr Row kRows[]{
+        {"tr", "tree transform\n"},
+        {"tree --de", "--depth\n"},
+        {"tree --js", "\n"},
+        {"events --js", "--json\n"},
+        {"tree fi", "fine document.xml\n"},
+        {"save -o fi", "fine document.xml\n"},
+        {"validate --namespace fi", "\n"},
+        {"--color a", "auto always\n"},
+        {"--color = n", "never\n"},
+        {"--color = never val", "validate\n"},
+        {"--color never completion ''", "bash zsh fish\n"},
+        {"completion f", "fish\n"},
+        {"help self", "selftest\n"},
+        {"info f", "\n"},
+    };
+    for (const Row& row : kRows)
+        EXPECT_EQ(offeredByBash(folder_.path().string(), row.words), row.offered) << row.words;
+}
+
+TEST_F(KelxmlTest, EveryShellTakesItsCompletionScript) {
+    struct Row {
+        const char* shell;
+        const char* program;
+    };
+    for (const Row& row :
+         {Row{"bash", "/bin/bash"}, Row{"zsh", "/usr/bin/zsh"}, Row{"fish", "/usr/bin/fish"}}) {
+        const std::string script = folder_.write("script", kelxml({"completion", row.shell}).output);
+        for (const std::string& verb : kVerbs) EXPECT_THAT(kel::test::readFile(script), HasSubstr(verb));
+        if (::access(row.program, X_OK) != 0) continue;  // not every shell is everywhere
+        const RunResult result = kel::test::run({row.program, "-n", script});
+        EXPECT_EQ(result.status, 0) << row.shell;
+        EXPECT_THAT(result.errors, IsEmpty()) << row.shell;
+    }
+}
+
+}  // namespace

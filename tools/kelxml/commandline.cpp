@@ -1,0 +1,255 @@
+#include "tools/kelxml/commandline.h"
+
+#include <utility>
+
+#include "tools/kelxml/completion.h"
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/help.h"
+#include "tools/kelxml/manual.h"
+#include "tools/kelxml/message.h"
+#include "tools/kelxml/output.h"
+#include "tools/kelxml/usage.h"
+#include "tools/kelxml/version.h"
+
+namespace kelxml {
+
+namespace {
+
+std::string fileHelp() {
+    return tr("the document; '-' reads standard input");
+}
+
+std::string filesHelp() {
+    return tr("the documents; '-' reads standard input");
+}
+
+CLI::Option& addArgument(CLI::App& command, const char* name, std::string& value, std::string help) {
+    return *command.add_option(name, value, std::move(help))->required();
+}
+
+CLI::Option& addArguments(CLI::App& command, std::vector<std::string>& values) {
+    return *command.add_option("FILE", values, filesHelp())->required();
+}
+
+// The last one given counts, so that an alias can be overruled.
+template <class Value>
+CLI::Option& addOption(CLI::App& command, const char* names, Value& value, const char* valueName,
+                       std::string help) {
+    return *command.add_option(names, value, std::move(help))
+                ->type_name(valueName)
+                ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+void addOutput(CLI::App& command, std::string& out) {
+    addOption(command, "-o,--output", out, "OUT",
+              tr("write to OUT, which is replaced only when all is well; without it, or for '-', to standard "
+                 "output"));
+}
+
+bool isCount(const std::string& text) {
+    return !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos &&
+           text.find_first_not_of('0') != std::string::npos;
+}
+
+void requireChoice(CLI::Option& option, const std::string& choices) {
+    option.check([choices](const std::string& text) {
+        for (const std::string& choice : choicesOf(choices)) {
+            if (text == choice) return std::string();
+        }
+        return tr("'%1' is none of %2", text, choices);
+    });
+}
+
+}  // namespace
+
+CommandLine::CommandLine() : app_(tr("read, write, check and transform XML"), "kelxml") {
+    app_.require_subcommand(0, 1);  // parse() has its own words for a missing one
+    app_.fallthrough();
+    app_.set_help_flag("-h,--help", tr("explain, with examples; after a verb, that verb"));
+    addGlobals();
+    addTree();
+    addFormat();
+    addSave();
+    addTransform();
+    addValidate();
+    addEvents();
+    addInfo();
+    addSelfTest();
+    addCompletion();
+    addHelp();
+}
+
+void CommandLine::addGlobals() {
+    app_.add_flag("--version", isVersionWanted_, tr("show the versions of program, component and libraries"));
+    CLI::Option& colour =
+        addOption(app_, "--color", colours_, "auto|always|never",
+                  tr("colours: on a terminal unless NO_COLOR is set (auto), always, or never"));
+    requireChoice(colour, "auto|always|never");
+    addOption(app_, "--component", component_, "PATH",
+              tr("the component library to load instead of the one that belongs to this program"));
+}
+
+CLI::App& CommandLine::addPlainVerb(const char* name, std::string summary, Notes notes, Work run) {
+    CLI::App* command = app_.add_subcommand(name, std::move(summary));
+    command->callback([this, run = std::move(run)] { work_ = run; });
+    notes_[command] = std::move(notes);
+    return *command;
+}
+
+CLI::App& CommandLine::addVerb(const char* name, std::string summary, Notes notes,
+                               std::function<void(Session&)> run) {
+    return addPlainVerb(name, std::move(summary), std::move(notes), [this, run = std::move(run)] {
+        Session session(component_);
+        run(session);
+    });
+}
+
+void CommandLine::addTree() {
+    CLI::App& command = addVerb(
+        "tree", tr("outline documents: elements, attributes, texts"),
+        {tr("Shows one element a line, indented by its level, with its attributes and its text shortened to "
+            "fit."),
+         {{"kelxml tree --depth 2 catalogue.xml", tr("the first two levels of a large document")},
+          {"curl -s https://example.org/feed | kelxml tree -", tr("what a server sends")}}},
+        [this](Session& session) { tree(session, outlining_); });
+    addArguments(command, outlining_.files);
+    addOption(command, "-d,--depth", outlining_.depth, "N",
+              tr("show this many levels; what lies deeper is only counted"))
+        .check([](const std::string& text) {
+            return isCount(text) ? std::string() : tr("'%1' is not a number from 1 on", text);
+        });
+}
+
+void CommandLine::addFormat() {
+    CLI::App& command = addVerb(
+        "format", tr("indent documents without loss"),
+        {tr("Comments, processing instructions and mixed content survive. The result is UTF-8; formatting it "
+            "again changes nothing."),
+         {{"kelxml format messy.xml | less", tr("read what a program wrote on one line")},
+          {"kelxml format --in-place *.xml", tr("bring all documents of a folder into shape")}}},
+        [this](Session& session) { format(session, formatting_); });
+    addArguments(command, formatting_.files);
+    command.add_flag("-i,--in-place", formatting_.inPlace, tr("replace each document by its formatted form"));
+    addOutput(command, formatting_.out);
+}
+
+void CommandLine::addSave() {
+    CLI::App& command = addVerb(
+        "save", tr("write a document with the component's own writer and check the result"),
+        {tr("The writer keeps elements, attributes and texts, one element a line; it is made for records. "
+            "The "
+            "result is read back and compared: where it would say something else, the first places are named "
+            "and nothing is written."),
+         {{"kelxml save in.xml -o out.xml", tr("write, and know that nothing was lost")},
+          {"kelxml save --force in.xml -o in.xml", tr("replace the document even if texts change")}}},
+        [this](Session& session) { save(session, saving_); });
+    addArgument(command, "FILE", saving_.file, fileHelp());
+    command.add_flag("-f,--force", saving_.force,
+                     tr("write even if elements, attributes or texts would differ"));
+    addOutput(command, saving_.out);
+}
+
+void CommandLine::addTransform() {
+    CLI::App& command = addVerb(
+        "transform", tr("apply an XSLT style sheet"),
+        {tr("The result is UTF-8. Style sheets may include and import local files; the network, writing "
+            "files and other documents are refused."),
+         {{"kelxml transform report.xsl data.xml -o report.html", tr("make a page of a document")},
+          {"kelxml transform - data.xml < report.xsl",
+           tr("a style sheet from standard input; what it imports is looked for in the working folder")}}},
+        [this](Session& session) { transform(session, transforming_); });
+    addArgument(command, "STYLE", transforming_.style, tr("the style sheet; '-' reads standard input"));
+    addArgument(command, "FILE", transforming_.file, fileHelp());
+    addOutput(command, transforming_.out);
+}
+
+void CommandLine::addValidate() {
+    CLI::App& command = addVerb(
+        "validate", tr("hold documents against an XML Schema"),
+        {tr("Each document gets an answer: that it is valid, or where and why it is not. The schema's own "
+            "imports and includes are read from local files only."),
+         {{"kelxml validate order.xsd orders/*.xml", tr("check a folder; the exit status tells the worst")},
+          {"kelxml validate order.xsd - < order.xml", tr("check standard input")}}},
+        [this](Session& session) { validate(session, validating_); });
+    addArgument(command, "SCHEMA", validating_.schema, tr("the schema; '-' reads standard input"));
+    addArguments(command, validating_.files);
+    addOption(command, "-n,--namespace", validating_.namespaceUri, "URI",
+              tr("the namespace that the schema is for, if it is another than the schema says"));
+}
+
+void CommandLine::addEvents() {
+    CLI::App& command =
+        addVerb("events", tr("report elements and texts as they come, however long the document"),
+                {tr("The document is never held in memory. With --json each event is one JSON object on a "
+                    "line of its "
+                    "own; of several documents each begins with one that names the file."),
+                 {{"kelxml events huge.xml | head", tr("look into a document that fits into no editor")},
+                  {"kelxml events --json log.xml | jq -r 'select(.event == \"text\").text'",
+                   tr("all texts of a document, by way of another program")}}},
+                [this](Session& session) { events(session, reporting_); });
+    addArguments(command, reporting_.files);
+    command.add_flag("-j,--json", reporting_.json, tr("one JSON object a line, for programs"));
+}
+
+void CommandLine::addInfo() {
+    addVerb("info", tr("show what the component is and offers"), {}, info);
+}
+
+void CommandLine::addSelfTest() {
+    addVerb(
+        "selftest", tr("try every class and every operation of the component"),
+        {tr("Works on small documents of its own and reports each step. Exit status 1 if a step fails."), {}},
+        selfTest);
+}
+
+void CommandLine::addCompletion() {
+    CLI::App& command = addPlainVerb(
+        "completion", tr("write the completion script of a shell"),
+        {{}, {{"source <(kelxml completion bash)", tr("complete verbs, options and files in this bash")}}},
+        [this] { writeText(completionFor(shell_, describe())); });
+    requireChoice(addArgument(command, "bash|zsh|fish", shell_, tr("the shell")), "bash|zsh|fish");
+    // For those who build and package; everybody else has it installed.
+    addPlainVerb("manual", tr("write the manual page"), {}, [this] {
+        writeText(manualPage(describe()));
+    }).group("");
+}
+
+void CommandLine::addHelp() {
+    CLI::App& command =
+        addPlainVerb("help", tr("explain the program or one of its verbs"), {}, [this] { showHelp(); });
+    command.add_option("VERB", topic_, tr("the verb to explain"));
+}
+
+void CommandLine::showHelp() const {
+    const Program program = describe();
+    if (topic_.empty()) return writeText(helpOn(program));
+    const Verb* verb = program.find(topic_);
+    if (verb == nullptr) throw Failure(kWrongUsage, unknownVerb(topic_, program));
+    writeText(helpOn(program, *verb));
+}
+
+const CLI::App* CommandLine::chosenVerb() const {
+    const std::vector<CLI::App*> chosen = app_.get_subcommands();
+    return chosen.empty() ? nullptr : chosen.front();
+}
+
+CommandLine::Work CommandLine::parse(int argc, const char* const* argv) {
+    const Work help = [this] { showHelp(); };
+    try {
+        app_.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        if (const CLI::App* verb = chosenVerb()) topic_ = verb->get_name();
+        return help;
+    } catch (const CLI::ParseError& error) {
+        throw Failure(kWrongUsage, explainUsage(app_, chosenVerb(), error, describe()));
+    }
+    if (!colours_.empty())
+        chooseColour(colours_ == "always"  ? ColourChoice::Always
+                     : colours_ == "never" ? ColourChoice::Never
+                                           : ColourChoice::OnTerminals);
+    if (isVersionWanted_) return [this] { showVersions(component_); };
+    if (!work_) throw Failure(kWrongUsage, explainNoVerb(describe()));
+    return work_;
+}
+
+}  // namespace kelxml

@@ -1,0 +1,69 @@
+// The command line: its one definition. Help, man page and shell completion are read off it.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/kelxml/program.h"
+#include "tools/kelxml/verbs.h"
+
+namespace kelxml {
+
+class CommandLine {
+public:
+    CommandLine();  // texts are in the user's language from here on
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    // What is to be done. Throws Failure (wrong usage) whose message says what would be accepted. Help and
+    // version are things to do, too.
+    using Work = std::function<void()>;
+    [[nodiscard]] Work parse(int argc, const char* const* argv);
+
+    [[nodiscard]] Program describe() const;
+
+private:
+    struct Notes {
+        std::string details;
+        std::vector<Example> examples;
+    };
+
+    CLI::App& addVerb(const char* name, std::string summary, Notes notes, std::function<void(Session&)> run);
+    CLI::App& addPlainVerb(const char* name, std::string summary, Notes notes, Work run);
+    void addGlobals();
+    void addSave();
+    void addFormat();
+    void addTree();
+    void addEvents();
+    void addTransform();
+    void addValidate();
+    void addInfo();
+    void addSelfTest();
+    void addCompletion();
+    void addHelp();
+
+    void showHelp() const;
+    [[nodiscard]] const CLI::App* chosenVerb() const;
+
+    CLI::App app_;
+    std::map<const CLI::App*, Notes> notes_;
+    Work work_;
+
+    std::string component_;
+    std::string colours_;
+    bool isVersionWanted_ = false;
+    SaveOptions saving_;
+    FormatOptions formatting_;
+    TreeOptions outlining_;
+    TransformOptions transforming_;
+    ValidateOptions validating_;
+    EventsOptions reporting_;
+    std::string shell_;
+    std::string topic_;
+};
+
+}  // namespace kelxml

@@ -1,0 +1,85 @@
+// Reads the program's description off the definition of its command line.
+#include "tools/kelxml/commandline.h"
+#include "tools/kelxml/message.h"
+
+namespace kelxml {
+
+namespace {
+
+Option describeOption(const CLI::Option& option) {
+    Option described;
+    if (!option.get_lnames().empty()) described.longName = "--" + option.get_lnames().front();
+    if (!option.get_snames().empty()) described.shortName = '-' + option.get_snames().front();
+    if (option.get_items_expected_max() > 0) described.value = option.get_type_name();
+    described.help = option.get_description();
+    return described;
+}
+
+Argument describeArgument(const CLI::Option& option) {
+    return {option.get_name(true), option.get_description(), option.get_required(),
+            option.get_items_expected_max() > 1};
+}
+
+std::vector<Option> optionsOf(const CLI::App& command) {
+    std::vector<Option> options;
+    for (const CLI::Option* option : command.get_options()) {
+        if (option->nonpositional()) options.push_back(describeOption(*option));
+    }
+    return options;
+}
+
+std::vector<Note> exitStatuses() {
+    return {{"0", tr("done")},
+            {"1", tr("a document, style sheet or schema was refused, or the result could not be written")},
+            {"2", tr("wrong usage")}};
+}
+
+std::vector<Note> environmentVariables() {
+    return {
+        {"LANGUAGE, LC_ALL, LC_MESSAGES, LANG",
+         tr("the language of messages: English, German, French or Japanese")},
+        {"NO_COLOR", tr("no colours, whatever it is set to, unless --color says otherwise")},
+        {"TMPDIR", tr("where standard input is kept while it is worked on")},
+    };
+}
+
+}  // namespace
+
+Program CommandLine::describe() const {
+    Program program;
+    program.name = app_.get_name();
+    program.summary = app_.get_description();
+    program.details = tr(
+        "Works through the msxml_parser component. Failures are told on standard error with the parser's own "
+        "code and message; nothing is then written to standard output, and a file that was to be replaced "
+        "stays what it was.");
+    program.version = KELXML_VERSION;
+    program.options = optionsOf(app_);
+    program.examples = {
+        {"kelxml tree document.xml", tr("outline a document")},
+        {"kelxml validate schema.xsd *.xml", tr("hold documents against a schema")},
+        {"kelxml transform report.xsl data.xml -o report.html", tr("make a page of a document")},
+        {"kelxml help tree", tr("explain a verb, with examples")},
+    };
+    program.statuses = exitStatuses();
+    program.environment = environmentVariables();
+    for (const CLI::App* command : app_.get_subcommands({})) {
+        if (command->get_group().empty()) continue;  // not for everybody
+        Verb verb;
+        verb.name = command->get_name();
+        verb.summary = command->get_description();
+        for (Option& option : optionsOf(*command)) {
+            if (option.longName != "--help") verb.options.push_back(std::move(option));
+        }
+        for (const CLI::Option* option : command->get_options()) {
+            if (!option->nonpositional()) verb.arguments.push_back(describeArgument(*option));
+        }
+        const Notes& notes = notes_.at(command);
+        verb.details = notes.details;
+        verb.examples = notes.examples;
+        program.verbs.push_back(std::move(verb));
+    }
+    return program;
+}
+
+}  // namespace kelxml

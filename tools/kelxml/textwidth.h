@@ -1,0 +1,15 @@
+// Lines of text for a terminal, in columns: an East Asian character takes two.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelxml {
+
+// Breaks at blanks, and between East Asian characters, which need none. A word that is longer than the line
+// stays whole.
+[[nodiscard]] std::vector<std::string> wrapped(std::string_view utf8, std::size_t widthInColumns);
+
+}  // namespace kelxml

@@ -1,0 +1,63 @@
+#include "tools/kelxml/version.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
+#include "tools/kelxml/output.h"
+#include "tools/kelxml/platform/loadedlibraries.h"
+#include "tools/kelxml/session.h"
+
+namespace kelxml {
+
+namespace {
+
+constexpr std::array<std::string_view, 5> kInteresting{"libxml2", "libxslt", "libexslt", "libicuuc",
+                                                       "libicui18n"};
+
+// "libxml2 2.9.14" of ".../libxml2.so.2.9.14"; nothing for libraries that nobody asks about.
+std::optional<std::string> nameAndVersion(const std::filesystem::path& library) {
+    static constexpr std::string_view kMark = ".so.";
+    const std::string file = library.filename().string();
+    const std::size_t mark = file.find(kMark);
+    if (mark == std::string::npos) return std::nullopt;
+    const std::string name = file.substr(0, mark);
+    if (std::ranges::find(kInteresting, name) == kInteresting.end()) return std::nullopt;
+    return name + ' ' + file.substr(mark + kMark.size());
+}
+
+std::string libraries() {
+    std::string list;
+    for (const std::filesystem::path& library : loadedLibraries()) {
+        if (const auto known = nameAndVersion(library)) list += *known + ", ";
+    }
+    return list + "CLI11 " CLI11_VERSION;
+}
+
+std::string componentLine(const std::string& path) {
+    try {
+        const Session session(path);
+        return session.component().name() + ' ' + session.component().version() + " (" +
+               session.libraryPath().string() + ')';
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+}
+
+}  // namespace
+
+void showVersions(const std::string& component) {
+    Output output;
+    output.write(std::string("kelxml ") + KELXML_VERSION + '\n');
+    const std::string loaded = componentLine(component);  // brings its libraries along
+    output.write(tr("component: %1", loaded) + '\n');
+    output.write(tr("libraries: %1", libraries()) + '\n');
+    output.finish();
+}
+
+}  // namespace kelxml
