@@ -1,15 +1,21 @@
 #include "host/host.h"
 
 #include <algorithm>
+#include <map>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 #include "framework/object/hostlink.h"
 #include "host/detail/componentmanager.h"
-#include "host/detail/icustrsupport.h"
+#include "host/detail/standardservices.h"
+#include "host/errorservice.h"
 #include "host/platform/sharedlibrary.h"
+#include "host/text.h"
 
 namespace kelhost {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -19,11 +25,21 @@ using EntryPointFunction = int (*)(std::uint32_t* version, IKelComponent** compo
 
 // Managers are kept in a list that is never destroyed: components point at them until the very end of the
 // process.
-ComponentManager* makeImmortalManager() {
+ComponentManager* makeImmortalManager(const HostOptions& options) {
     static auto& managers = *new std::vector<IPtr<ComponentManager>>;
     static auto& lock = *new std::mutex;
+    IPtr<ComponentManager> manager(new ComponentManager(makeStandardServices(options)));
     const std::lock_guard guard(lock);
-    return managers.emplace_back(new ComponentManager).get();
+    return managers.emplace_back(std::move(manager)).get();
+}
+
+// Damaged catalogues cost nothing but the translation, and somebody should know.
+void warn(ComponentManager& manager, const std::vector<std::string>& problems) {
+    void* service = nullptr;
+    manager.lookupService(IKelErrorService::interfaceName(), &service);
+    if (service == nullptr) return;
+    for (const std::string& problem : problems)
+        static_cast<IKelErrorService*>(service)->report(fromUtf8(problem), ErrorService::kLevelWarning, "");
 }
 
 IKelComponent& enter(EntryPointFunction entryPoint, const std::string& library) {
@@ -48,55 +64,49 @@ void offerIn(ServiceRegistry& registry, const std::string& interfaceName, IKelUn
                     " has no such interface");
 }
 
+// Each library once, however many links lead to it; sorted.
+std::vector<fs::path> librariesIn(const fs::path& folder) {
+    std::map<fs::path, fs::path> libraries;  // by what a name leads to, its first name
+    try {
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+            std::error_code unknown;
+            if (!isLibraryName(entry.path()) || entry.is_directory(unknown)) continue;
+            const fs::path target = fs::weakly_canonical(entry.path(), unknown);
+            fs::path& name = libraries[unknown ? entry.path() : target];
+            if (name.empty() || entry.path() < name) name = entry.path();
+        }
+    } catch (const fs::filesystem_error& error) {
+        throw HostError("cannot look for components in " + folder.string() + ": " + error.code().message());
+    }
+    std::vector<fs::path> names;
+    for (const auto& [target, name] : libraries) names.push_back(name);
+    std::ranges::sort(names);
+    return names;
+}
+
 }  // namespace
 
-Component::Component(IKelComponent& component)
-    : component_(&component), inside_(kel::queryInterface<IKelCompInternal>(&component)) {
-    if (!inside_) throw HostError(std::string(component.className()) + " has no interface IKelCompInternal");
-}
-
-std::vector<ComponentClass> Component::classes() const {
-    std::vector<ComponentClass> classes;
-    KelClassId id;
-    for (bool more = inside_->firstClass(&id); more; more = inside_->nextClass(&id)) {
-        classes.push_back({id, inside_->classNameOf(id)});
-    }
-    std::ranges::sort(classes, {}, &ComponentClass::name);
-    return classes;
-}
-
-KelClassId Component::classNamed(const std::string& name) const {
-    for (const ComponentClass& candidate : classes()) {
-        if (candidate.name == name) return candidate.id;
-    }
-    throw HostError("component " + this->name() + " has no class " + name);
-}
-
-IPtr<IKelUnknown> Component::createObject(const KelClassId& classId) const {
-    IKelUnknown* object = nullptr;
-    const bool known = component_->createObject(classId, &object) != 0;
-    if (!known || object == nullptr)
-        throw HostError("component " + name() + " makes no object of this class");
-    return IPtr<IKelUnknown>(object);
-}
-
-void Component::throwNoInterface(const IKelUnknown& object, const char* interfaceName) {
-    throw HostError(std::string(object.className()) + " has no interface " + interfaceName);
-}
-
-Host::Host() : manager_(makeImmortalManager()) {
+Host::Host(const HostOptions& options) : manager_(makeImmortalManager(options)) {
     if (kel::hostCore == nullptr) kel::hostCore = manager_;
-    offer(IKelStrSupport::interfaceName(), *new IcuStrSupport);
+    addStandardServices(manager_->services(), manager_->standard(), options);
 }
 
-Component Host::load(const std::filesystem::path& library) {
+Component Host::load(const fs::path& library) {
     const std::string name = library.string();
+    std::error_code unknown;
+    if (fs::is_directory(library, unknown)) {
+        throw HostError("cannot load the component: " + name + " is a folder, and no library");
+    }
+    const std::lock_guard guard(manager_->loadingLock());
     try {
         void* const entryPoint = loadSymbol(library, "EntryPoint");
         // The system's loader knows no types; the name stands for this one.
         IKelComponent& entered = enter(reinterpret_cast<EntryPointFunction>(entryPoint), name);
         Component component(entered);
+        warn(*manager_,
+             manager_->standard().translators->addComponent(component.classId(), component.name(), library));
         component.component_->initialize(manager_);
+        manager_->addComponent(component);
         return component;
     } catch (const HostError&) {
         throw;
@@ -105,12 +115,64 @@ Component Host::load(const std::filesystem::path& library) {
     }
 }
 
+LoadedFolder Host::loadFolder(const fs::path& folder) {
+    LoadedFolder result;
+    for (const fs::path& library : librariesIn(folder)) {
+        try {
+            result.components.push_back(load(library));
+        } catch (const HostError& error) {
+            result.refused.push_back({library, error.what()});
+        }
+    }
+    return result;
+}
+
+std::vector<Component> Host::components() const {
+    return manager_->components();
+}
+
+Component Host::componentWith(const std::string& className) const {
+    for (const Component& component : components()) {
+        if (std::ranges::find(component.classes(), className, &ComponentClass::name) !=
+            component.classes().end())
+            return component;
+    }
+    throw HostError("no component that is loaded has a class " + className);
+}
+
+Component Host::componentWith(const KelClassId& classId) const {
+    for (const Component& component : components()) {
+        if (component.hasClass(classId)) return component;
+    }
+    throw HostError("no component that is loaded has this class");
+}
+
 void Host::offer(const std::string& interfaceName, IKelUnknown& service) {
     offerIn(manager_->services(), interfaceName, service);
 }
 
 void Host::offer(const std::string& containerName, const std::string& interfaceName, IKelUnknown& service) {
     offerIn(manager_->servicesOf(containerName), interfaceName, service);
+}
+
+void Host::leaveOut(const std::string& interfaceName) {
+    manager_->services().withdraw(interfaceName);
+}
+
+void Host::setLanguages(std::string_view languages) {
+    warn(*manager_, manager_->standard().translators->setLanguages(chosenLanguages(languages)));
+}
+
+Settings& Host::settings() const noexcept {
+    return *manager_->standard().settings;
+}
+
+DirectoryService& Host::directories() const noexcept {
+    return *manager_->standard().directories;
+}
+
+MemoryManager& Host::memory() const noexcept {
+    return *manager_->standard().memory;
 }
 
 std::vector<std::string> Host::serviceNames() const {

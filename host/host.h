@@ -1,9 +1,10 @@
 // The reference host: what an application without the framework embeds to run components.
 //
-//     kelhost::Host host;                                        // string support is ready
-//     kelhost::Component component = host.load("lib/libmsxml_parser.so");
-//     auto parser = component.create<IKelDOMXmlV2>(component.classNamed("MSDOMXml"));
-//     if (!parser->loadFromFile(kelhost::fromUtf8("catalogue.xml"))) ...
+//     kelhost::Host host;                                        // counting and services are ready
+//     host.load("lib/libmsxml_parser.so");
+//     auto parser = host.create<IKelDOMXmlV2>("MSDOMXml");
+//     if (!parser->loadFromFile(u"catalogue.xml"))
+//         std::cerr << kelhost::toUtf8(parser->getError()->getMessage()) << '\n';
 //
 // A component keeps its link to the host until the process ends. What stands behind a Host therefore lives as
 // long, and the Host itself may go at any time. Threads: all operations may run together. Counting through
@@ -12,85 +13,97 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "framework/object/ikelcompinternal.h"
-#include "framework/object/ikelcomponent.h"
 #include "framework/object/ikelcomponentmanager.h"
-#include "framework/object/iptr.h"
+#include "host/component.h"
 
 namespace kelhost {
 
 class ComponentManager;
+class DirectoryService;
+class MemoryManager;
+class Settings;
 
-// What() names the library, class, interface or service that was refused, and why.
-class HostError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
+// What a host's standard services start with.
+struct HostOptions {
+    std::string
+        languages;  // of messages, "de_AT:fr"; empty: the user's; "en": the texts as the components have them
+    std::string locale;  // of comparison and case, "de_DE"; empty: the user's
+    std::vector<std::filesystem::path>
+        catalogueFolders;                // looked into before those near a component's library
+    std::filesystem::path settingsFile;  // see host/settings.h; empty: no settings
 };
 
-struct ComponentClass {
-    KelClassId id;
-    std::string name;
+// A library that a folder had and that was refused.
+struct RefusedLibrary {
+    std::filesystem::path library;
+    std::string reason;
 };
 
-// A component that a host has loaded and initialised. Copies share it.
-class Component {
-public:
-    [[nodiscard]] const std::string& name() const { return inside_->name(); }
-    [[nodiscard]] const std::string& version() const { return component_->version(); }
-    [[nodiscard]] const KelClassId& classId() const { return *inside_->classId(); }
-    [[nodiscard]] std::vector<ComponentClass> classes()
-        const;  // sorted by name; not while another thread asks, too
-
-    [[nodiscard]] KelClassId classNamed(const std::string& name) const;  // throws HostError
-
-    // A new object of the class, through one of its interfaces. Throws HostError if the component has no such
-    // class, or the class no such interface, and lets the constructor's exceptions through.
-    template <class Interface>
-    [[nodiscard]] IPtr<Interface> create(const KelClassId& classId) const {
-        const IPtr<IKelUnknown> object = createObject(classId);
-        auto* const part = kel::queryInterface<Interface>(object.get());
-        if (part == nullptr) throwNoInterface(*object, Interface::interfaceName());
-        return IPtr<Interface>(part);
-    }
-
-    [[nodiscard]] IKelComponent& interface() const noexcept {
-        return *component_;
-    }                                                                             // borrowed from this object
-    [[nodiscard]] IKelCompInternal& inside() const noexcept { return *inside_; }  // likewise
-
-private:
-    friend class Host;
-    explicit Component(IKelComponent& component);  // throws HostError if it lacks IKelCompInternal
-
-    [[nodiscard]] IPtr<IKelUnknown> createObject(const KelClassId& classId) const;
-    [[noreturn]] static void throwNoInterface(const IKelUnknown& object, const char* interfaceName);
-
-    IPtr<IKelComponent> component_;
-    IPtr<IKelCompInternal> inside_;
+struct LoadedFolder {
+    std::vector<Component> components;  // in the order of the libraries' names
+    std::vector<RefusedLibrary> refused;
 };
 
 class Host {
 public:
-    // Offers IKelStrSupport, with UTF-8 as the 8-bit form. Becomes the process's own link to a host, too,
-    // unless there is one: objects that the application itself implements are then counted atomically.
-    Host();
+    // Offers the standard services:
+    //     IKelStrSupport         Unicode's rules in the user's locale; the 8-bit form is UTF-8
+    //     IKelTranslatorService  messages in the user's language, from catalogues (host/messages.h)
+    //     IKelErrorService       writes to standard error (host/errorservice.h)
+    //     IDataStore             settings from a file or set by the application (host/settings.h)
+    //     IKelDirService         the platform's directories (host/directoryservice.h)
+    //     IKelMManager, IMemChecker (host/memory.h), IKelAssertHandlerCB (host/assertionhandler.h)
+    //     IBucketMemoryPool      one pool of buffers for all components
+    // Becomes the process's own link to a host, too, unless there is one: objects that the application itself
+    // implements are then counted atomically. Throws SettingsError for a settings file that is not one.
+    explicit Host(const HostOptions& options = {});
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // Loads a component library from a path and initialises its component with this host. Throws HostError.
-    [[nodiscard]] Component load(const std::filesystem::path& library);
+    // Loads a component library and initialises its component with this host. A library that is loaded
+    // already is initialised again. Throws HostError.
+    Component load(const std::filesystem::path& library);
+
+    // Loads every component library that stands directly in the folder; what is no library is passed over.
+    // Throws HostError if the folder cannot be read.
+    LoadedFolder loadFolder(const std::filesystem::path& folder);
+
+    [[nodiscard]] std::vector<Component> components() const;  // each once, in the order of loading
+
+    // A new object of a class of any component, the first loaded one that has it. Throws as
+    // Component::create.
+    template <class Interface>
+    [[nodiscard]] IPtr<Interface> create(const std::string& className) const {
+        return componentWith(className).create<Interface>(className);
+    }
+    template <class Interface>
+    [[nodiscard]] IPtr<Interface> create(const KelClassId& classId) const {
+        return componentWith(classId).create<Interface>(classId);
+    }
 
     // Offers a service under the name of its interface, to everybody or inside a named container, and keeps a
-    // reference to it for good. Throws HostError if the service has no such interface or the name is taken
-    // there; a service that nobody holds is then destroyed.
+    // reference to it for good. It takes the place of a standard service; a component that has asked before
+    // keeps what it got, so offer before loading. Throws HostError if the service has no such interface or
+    // the application has offered one there; a service that nobody holds is then destroyed.
     void offer(const std::string& interfaceName, IKelUnknown& service);
     void offer(const std::string& containerName, const std::string& interfaceName, IKelUnknown& service);
 
+    // Takes a service, standard or not, out of the offer. Components fall back to what they do without it.
+    void leaveOut(const std::string& interfaceName);
+
     [[nodiscard]] std::vector<std::string> serviceNames() const;  // offered to everybody, sorted
+
+    // From now on messages are in these languages, "ja:de"; empty: the user's.
+    void setLanguages(std::string_view languages);
+
+    // The standard services, whether they are offered or not. They live until the process ends.
+    [[nodiscard]] Settings& settings() const noexcept;
+    [[nodiscard]] DirectoryService& directories() const noexcept;
+    [[nodiscard]] MemoryManager& memory() const noexcept;
 
     // What the self-test of a component reports, by its low byte.
     void setTestStatus(std::int32_t status);
@@ -98,6 +111,9 @@ public:
     [[nodiscard]] IKelComponentManager& manager() const noexcept;  // lives until the process ends
 
 private:
+    [[nodiscard]] Component componentWith(const std::string& className) const;
+    [[nodiscard]] Component componentWith(const KelClassId& classId) const;
+
     ComponentManager* manager_;  // never destroyed, see above
 };
 

@@ -1,5 +1,6 @@
 #include "host/detail/componentmanager.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 
@@ -34,6 +35,17 @@ ServiceRegistry& ComponentManager::servicesOf(const std::string& containerName) 
     IPtr<ComponentContainer>& container = containers_[containerName];
     if (!container) container = new ComponentContainer;
     return container->services();
+}
+
+void ComponentManager::addComponent(const Component& component) {
+    const std::unique_lock guard(componentsLock_);
+    const auto isSame = [&](const Component& other) { return other.classId() == component.classId(); };
+    if (std::ranges::none_of(components_, isSame)) components_.push_back(component);
+}
+
+std::vector<Component> ComponentManager::components() const {
+    const std::shared_lock guard(componentsLock_);
+    return components_;
 }
 
 }  // namespace kelhost

@@ -5,14 +5,18 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <shared_mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "framework/object/ikelcomponentmanager.h"
 #include "framework/object/implements.h"
 #include "framework/object/iptr.h"
+#include "host/component.h"
 #include "host/detail/serviceregistry.h"
+#include "host/detail/standardservices.h"
 
 namespace kelhost {
 
@@ -34,6 +38,8 @@ class ComponentManager final : public kel::Implements<ComponentManager, IKelComp
 public:
     static constexpr const char* kClassName = "ComponentManager";
 
+    explicit ComponentManager(StandardServices standard) : standard_(std::move(standard)) {}
+
     std::int32_t lookupService(const std::string& serviceName, void** out) override {
         return services_.lookUp(serviceName, out);
     }
@@ -49,9 +55,20 @@ public:
 
     [[nodiscard]] ServiceRegistry& services() noexcept { return services_; }
     [[nodiscard]] ServiceRegistry& servicesOf(const std::string& containerName);  // made on the first call
+    [[nodiscard]] const StandardServices& standard() const noexcept { return standard_; }
+
+    // One library at a time: a component is entered, initialised and listed before the next one is.
+    [[nodiscard]] std::mutex& loadingLock() noexcept { return loadingLock_; }
+
+    void addComponent(const Component& component);  // once, however often it is loaded
+    [[nodiscard]] std::vector<Component> components() const;
 
 private:
+    StandardServices standard_;
     ServiceRegistry services_;
+    std::mutex loadingLock_;
+    mutable std::shared_mutex componentsLock_;
+    std::vector<Component> components_;  // none is ever removed
     std::shared_mutex containersLock_;
     std::map<std::string, IPtr<ComponentContainer>, std::less<>> containers_;  // none is ever removed
     std::atomic<std::int32_t> testStatus_ = 0;

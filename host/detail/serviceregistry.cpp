@@ -1,5 +1,7 @@
 #include "host/detail/serviceregistry.h"
 
+#include <utility>
+
 namespace kelhost {
 
 bool ServiceRegistry::add(const std::string& interfaceName, IKelUnknown& service) {
@@ -7,7 +9,27 @@ bool ServiceRegistry::add(const std::string& interfaceName, IKelUnknown& service
     service.queryInterface(interfaceName.c_str(), &part, false);
     if (part == nullptr) return false;
     const std::unique_lock guard(lock_);
-    return services_.try_emplace(interfaceName, &service).second;
+    const auto [place, isNew] =
+        services_.try_emplace(interfaceName, Service{IPtr<IKelUnknown>(&service), false});
+    if (isNew) return true;
+    if (!place->second.isStandard) return false;
+    withdrawn_.push_back(place->second.object);
+    place->second = {IPtr<IKelUnknown>(&service), false};
+    return true;
+}
+
+void ServiceRegistry::addStandard(const std::string& interfaceName, IKelUnknown& service) {
+    const IPtr<IKelUnknown> held(&service);
+    const std::unique_lock guard(lock_);
+    services_.try_emplace(interfaceName, Service{held, true});
+}
+
+void ServiceRegistry::withdraw(const std::string& interfaceName) {
+    const std::unique_lock guard(lock_);
+    const auto found = services_.find(interfaceName);
+    if (found == services_.end()) return;
+    withdrawn_.push_back(std::move(found->second.object));
+    services_.erase(found);
 }
 
 std::int32_t ServiceRegistry::lookUp(const std::string& interfaceName, void** out) {
@@ -15,7 +37,7 @@ std::int32_t ServiceRegistry::lookUp(const std::string& interfaceName, void** ou
     const std::shared_lock guard(lock_);
     const auto found = services_.find(interfaceName);
     if (found == services_.end()) return 0;
-    found->second->queryInterface(interfaceName.c_str(), out, false);
+    found->second.object->queryInterface(interfaceName.c_str(), out, false);
     return 1;
 }
 

@@ -11,4 +11,7 @@ namespace kelhost {
 // ends: its objects may be anywhere by then. Throws std::runtime_error with the system's own reason.
 [[nodiscard]] void* loadSymbol(const std::filesystem::path& library, const char* symbol);
 
+// Whether a file of this name is a library by the platform's custom.
+[[nodiscard]] bool isLibraryName(const std::filesystem::path& file);
+
 }  // namespace kelhost

@@ -23,6 +23,7 @@
 namespace {
 
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -100,7 +101,7 @@ TEST_F(HostTest, AnswersForServicesByNameAndContainerFirst) {
     host.offer("IKelErrorService", *common);
     host.offer("drawing", "IKelErrorService", *special);
 
-    EXPECT_THAT(host.serviceNames(), ElementsAre("IKelErrorService", "IKelStrSupport"));
+    EXPECT_THAT(host.serviceNames(), Contains("IKelErrorService"));
     EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get());
     kel::setContainerName("drawing");
     EXPECT_EQ(SPtr<IKelErrorService>().get(), special.get());

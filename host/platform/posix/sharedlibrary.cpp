@@ -1,6 +1,7 @@
 #include "host/platform/sharedlibrary.h"
 
 #include <string>
+#include <string_view>
 
 #include <dlfcn.h>
 
@@ -23,6 +24,15 @@ void* loadSymbol(const std::filesystem::path& library, const char* symbol) {
     void* const address = ::dlsym(handle, symbol);
     if (address == nullptr) throwLoaderError();
     return address;
+}
+
+// libshelf.so, libshelf.so.6 and libshelf.so.6.3
+bool isLibraryName(const std::filesystem::path& file) {
+    constexpr std::string_view kSuffix = ".so";
+    const std::string name = file.filename().string();
+    const std::size_t end = name.find_last_not_of(".0123456789");
+    return end != std::string::npos && end >= kSuffix.size() &&
+           std::string_view(name).substr(0, end + 1).ends_with(kSuffix);
 }
 
 }  // namespace kelhost

@@ -1,0 +1,48 @@
+#include "host/detail/standardservices.h"
+
+#include "KelBasicTypes/bucketmemorypool.h"
+#include "host/assertionhandler.h"
+#include "host/detail/icustrsupport.h"
+#include "host/errorservice.h"
+#include "host/messages.h"
+
+namespace kelhost {
+
+namespace {
+
+// Under the name of the interface; only a part of that type gets in.
+template <class Interface>
+void add(ServiceRegistry& registry, Interface& service) {
+    registry.addStandard(Interface::interfaceName(), service);
+}
+
+}  // namespace
+
+std::vector<std::string> chosenLanguages(std::string_view languages) {
+    return languages.empty() ? userLanguages() : languagesOf(languages);
+}
+
+StandardServices makeStandardServices(const HostOptions& options) {
+    StandardServices services{IPtr<Settings>(new Settings), IPtr<DirectoryService>(new DirectoryService),
+                              IPtr<MemoryManager>(new MemoryManager),
+                              IPtr<TranslatorService>(new TranslatorService(
+                                  options.catalogueFolders, chosenLanguages(options.languages)))};
+    if (!options.settingsFile.empty()) services.settings->load(options.settingsFile);
+    return services;
+}
+
+void addStandardServices(ServiceRegistry& registry, const StandardServices& services,
+                         const HostOptions& options) {
+    add<IDataStore>(registry, *services.settings);
+    add<IKelDirService>(registry, *services.directories);
+    add<KelMM::IKelMManager>(registry, *services.memory);
+    add<IKelTranslatorService>(registry, *services.translators);
+    add<IKelStrSupport>(registry,
+                        *new IcuStrSupport(options.locale.empty() ? nullptr : options.locale.c_str()));
+    add<IKelErrorService>(registry, *new ErrorService);
+    add<IMemChecker>(registry, *new MemoryChecker);
+    add<IKelAssertHandlerCB>(registry, *new AssertionHandler);
+    add<IBucketMemoryPool>(registry, *new BucketMemoryPool);
+}
+
+}  // namespace kelhost

@@ -1,0 +1,22 @@
+#include "host/directoryservice.h"
+
+#include <mutex>
+
+#include "host/platform/knownfolders.h"
+
+namespace kelhost {
+
+std::string DirectoryService::directory(const std::string& name) {
+    {
+        const std::shared_lock guard(lock_);
+        if (const auto found = chosen_.find(name); found != chosen_.end()) return found->second;
+    }
+    return platform::knownFolder(name);
+}
+
+void DirectoryService::set(const std::string& name, const std::string& directory) {
+    const std::unique_lock guard(lock_);
+    chosen_[name] = directory;
+}
+
+}  // namespace kelhost

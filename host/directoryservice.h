@@ -1,0 +1,34 @@
+// Directories by name, where the platform's conventions have them:
+//
+//     temp, home, config, data, state, cache, runtime, desktop, documents, downloads, music, pictures, videos
+//
+// POSIX: TMPDIR, and the XDG variables with their defaults and user-dirs.dirs; Windows: the known folders.
+// Threads: any, as long as nobody changes the environment meanwhile.
+#pragma once
+
+#include <map>
+#include <shared_mutex>
+#include <string>
+
+#include "KelBasicTypes/ikeldirservice.h"
+#include "framework/object/implements.h"
+
+namespace kelhost {
+
+class DirectoryService final : public kel::Implements<DirectoryService, IKelDirService> {
+public:
+    static constexpr const char* kClassName = "DirectoryService";
+
+    // UTF-8, absolute, without a separator at its end. Empty for a name that is not known, and for a folder
+    // that the system does not have ("runtime" outside a session). The folder need not exist yet.
+    std::string directory(const std::string& name) override;
+
+    // From now on this name, known or new, means this directory.
+    void set(const std::string& name, const std::string& directory);
+
+private:
+    std::shared_mutex lock_;
+    std::map<std::string, std::string, std::less<>> chosen_;
+};
+
+}  // namespace kelhost

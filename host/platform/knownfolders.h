@@ -1,0 +1,14 @@
+// The platform's own places for files, by the names that host/directoryservice.h lists.
+// Threads: any, as long as nobody changes the environment meanwhile.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kelhost::platform {
+
+// UTF-8, absolute, without a separator at its end (but for a root); empty if the name or the folder is not
+// known.
+[[nodiscard]] std::string knownFolder(std::string_view name);
+
+}  // namespace kelhost::platform
