@@ -205,8 +205,8 @@ TEST_F(KelxmlTest, EventsNoticeWhatTheParserDoesNotSay) {
     const std::vector<Row> rows{
         {"nothing", "", "before the first element"},
         {"no markup", "text", "before the first element"},
-        {"a wrong end tag", "<a><b></a>", "with 2 elements still open"},
-        {"no end", "<a>", "with 1 elements still open"},
+        {"a wrong end tag", "<a><b></a>", "elements still open at its end: 2"},
+        {"no end", "<a>", "elements still open at its end: 1"},
         {"a second root element", "<a>\n<b/>\n</a>\n\n<a/>", "line 5: nothing but"},
         {"text", "<a/>text", "line 1: nothing but"},
         {"an end tag", "<a/></a>", "line 1: nothing but"},

@@ -38,7 +38,7 @@ std::vector<Note> environmentVariables() {
     return {
         {"LANGUAGE, LC_ALL, LC_MESSAGES, LANG",
          tr("the language of messages: English, German, French or Japanese")},
-        {"NO_COLOR", tr("no colours, whatever it is set to, unless --color says otherwise")},
+        {"NO_COLOR", tr("no colours if it is set to anything, unless --color says otherwise")},
         {"TMPDIR", tr("where standard input is kept while it is worked on")},
     };
 }

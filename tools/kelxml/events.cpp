@@ -83,7 +83,7 @@ public:
         if (elements_ == 0)
             throw Failure(kRefused, notWellFormed(input, tr("its events end before the first element")));
         if (open_ != 0) {
-            throw Failure(kRefused, notWellFormed(input, tr("its events end with %1 elements still open",
+            throw Failure(kRefused, notWellFormed(input, tr("elements still open at its end: %1",
                                                             std::to_string(open_))));
         }
         if (const auto line = lineOfJunkAfterRoot(input.path())) {

@@ -29,6 +29,7 @@ int run(int argc, const char* const* argv) {
 
 // What goes wrong while a failure is being told (no memory, mostly) may end the program as it likes.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    kelxml::speakUsersLanguage();
     kelxml::ignoreClosedPipes();
     kelxml::removeTemporaryFilesWhenInterrupted();
     return kelxml::run(argc, argv);

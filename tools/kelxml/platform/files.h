@@ -1,4 +1,5 @@
-// What kelxml asks of the operating system: temporary files, terminals, and where the program itself stands.
+// What kelxml asks of the operating system: temporary files, terminals, its language, and where the program
+// itself stands.
 // Threads: none of this is for more than one thread.
 #pragma once
 
@@ -37,6 +38,9 @@ private:
 
 [[nodiscard]] bool isTerminal(std::FILE* stream) noexcept;
 [[nodiscard]] bool isDumbTerminal() noexcept;  // one that says that it knows no control sequences
+
+// From here on the system words its own messages in the user's language, if it knows it.
+void speakUsersLanguage() noexcept;
 
 // From here on, writing to a pipe that nobody reads is an error of the write and does not end the program.
 void ignoreClosedPipes() noexcept;

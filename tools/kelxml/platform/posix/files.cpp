@@ -1,6 +1,7 @@
 #include "tools/kelxml/platform/files.h"
 
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -97,6 +98,11 @@ bool isTerminal(std::FILE* stream) noexcept {
 bool isDumbTerminal() noexcept {
     const char* kind = std::getenv("TERM");
     return kind != nullptr && std::strcmp(kind, "dumb") == 0;
+}
+
+void speakUsersLanguage() noexcept {
+    std::setlocale(LC_MESSAGES, "");
+    std::setlocale(LC_CTYPE, "");  // the encoding of these messages
 }
 
 void ignoreClosedPipes() noexcept {

@@ -1,0 +1,62 @@
+// Messages come in the user's language: kelxml's own and, through the host, the component's.
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "runner.h"
+
+namespace {
+
+using kel::test::kelxml;
+using kel::test::KelxmlTest;
+using kel::test::RunOptions;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+TEST_F(KelxmlTest, SpeaksTheUsersLanguage) {
+    struct Row {
+        RunOptions user;
+        const char* noVerb;
+        std::string malformed;
+        const char* help;
+        const char* selfTest;
+    };
+    const std::string malformed = folder_.write("malformed.xml", "<a>\n<b></a>");
+    const Row rows[]{
+        {{.environment = {"LC_ALL=de_DE.UTF-8", "LANGUAGE="}},
+         "kelxml: den Befehl „savve“ gibt es nicht; war „save“ gemeint?\n",
+         "Fehler 3: Fehler beim Lesen von ",
+         "Aufruf: kelxml tree [OPTION...] FILE...\n",
+         "gut  ein Dokument durchlaufen und bearbeiten\n"},
+        {{.environment = {"LC_ALL=", "LC_MESSAGES=", "LANG=en_US.UTF-8", "LANGUAGE=xx:fr"}},
+         "kelxml: la commande « savve » n’existe pas ; vouliez-vous dire « save » ?\n",
+         "erreur 3 : Erreur de lecture de ",
+         "Utilisation : kelxml tree [OPTION...] FILE...\n",
+         "ok  parcourir et modifier un document\n"},
+        {{.environment = {"LC_ALL=", "LC_MESSAGES=ja_JP.UTF-8", "LANG=de_DE.UTF-8", "LANGUAGE="}},
+         "kelxml: コマンド「savve」はありません。「save」のことですか?\n",
+         "エラー 3: " + malformed + " を読み込めません",
+         "使い方: kelxml tree [OPTION...] FILE...\n",
+         "成功  文書をたどって編集する\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.noVerb);
+        EXPECT_THAT(kelxml({"savve"}, row.user).errors, StartsWith(row.noVerb));
+        EXPECT_THAT(kelxml({"tree", malformed}, row.user).errors, HasSubstr(row.malformed));
+        EXPECT_THAT(kelxml({"tree", "--help"}, row.user).output, StartsWith(row.help));
+        EXPECT_THAT(kelxml({"selftest"}, row.user).output, HasSubstr(row.selfTest));
+    }
+}
+
+// A translation may hold quotes, colons and brackets of its own, which mean something to a shell.
+TEST_F(KelxmlTest, CompletionStaysAScriptInEveryLanguage) {
+    for (const std::string language : {"de", "fr", "ja"}) {
+        const std::string script = folder_.write(
+            "script",
+            kelxml({"completion", "bash"}, {.environment = {"LANG=C.UTF-8", "LC_ALL=" + language}}).output);
+        EXPECT_EQ(kel::test::run({"/bin/bash", "-n", script}).status, 0) << language;
+    }
+}
+
+}  // namespace
