@@ -21,7 +21,7 @@ public:
     virtual ~KelItemFactory() = default;
     // 1. A new object with count 0, null when there was no memory; *created becomes 1 either way.
     virtual IKelUnknown* create(int* created) = 0;
-    // 2. and 3.
+    // 2. and 3. The texts given when it was made.
     [[nodiscard]] virtual const char* name() const { return name_; }
     [[nodiscard]] virtual const char* description() const { return description_; }
 
@@ -31,10 +31,11 @@ private:
     KelClassId classId_;
 };
 
+// The item factory of a class T with a default constructor.
 template <class T>
 class KelTClassItemFactory final : public KelItemFactory {
 public:
-    using KelItemFactory::KelItemFactory;
+    using KelItemFactory::KelItemFactory;  // same arguments
 
     IKelUnknown* create(int* created) override {
         *created = 1;

@@ -27,6 +27,7 @@ namespace kel {
 template <class Key, class Value, class Hash>
 class ChainedTable final {
 public:
+    // A key with its value, and its place in the table.
     struct Entry {
         std::uint32_t bucket;
         Key key;
@@ -34,8 +35,10 @@ public:
         std::uint32_t next;  // index in entries_, kNone at the end of the chain
     };
 
+    // An empty table of the first bucket count greater than that.
     explicit ChainedTable(std::uint32_t atLeastBuckets) : heads_(nextTableSize(atLeastBuckets), kNone) {}
 
+    // How many entries there are, and how many buckets they share.
     [[nodiscard]] std::size_t count() const noexcept { return entries_.size(); }
     [[nodiscard]] std::size_t bucketCount() const noexcept { return heads_.size(); }
 

@@ -12,6 +12,7 @@ class IKelTestReceiver : public virtual IKelUnknown {
 public:
     static constexpr const char* interfaceName() noexcept { return "IKelTestReceiver"; }
 
+    // Called once for each class; the identifier is the caller's.
     virtual void receive(const KelClassId& testClass) = 0;
 };
 
@@ -47,7 +48,7 @@ public:
     virtual void setContainerName(const std::string& name) = 0;
     [[nodiscard]] virtual const std::string& containerName() const = 0;
 
-    // 13. and 14.
+    // 13. and 14. The break flag, at first what the environment variable KEL_BREAK_ENABLED says.
     virtual void setBreakEnabled(bool on) = 0;
     [[nodiscard]] virtual bool isBreakEnabled() const = 0;
 };

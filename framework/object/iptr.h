@@ -30,12 +30,13 @@ public:
         return *this;
     }
 
-    [[nodiscard]] T* get() const noexcept { return ptr_; }  // borrowed
+    // Borrowed; null when nothing is held. The operators do not check.
+    [[nodiscard]] T* get() const noexcept { return ptr_; }
     [[nodiscard]] T* operator->() const noexcept { return ptr_; }
     [[nodiscard]] T& operator*() const noexcept { return *ptr_; }
     [[nodiscard]] explicit operator bool() const noexcept { return ptr_ != nullptr; }
 
-    void reset() noexcept { releaseHeld(); }
+    void reset() noexcept { releaseHeld(); }  // gives the reference back; nothing is held afterwards
 
 protected:
     // Takes the reference to an object that came without one.
@@ -45,6 +46,7 @@ protected:
         if (unk_ != nullptr) unk_->addRef();
     }
 
+    // Gives back the reference, if there is one.
     void releaseHeld() noexcept {
         if (unk_ != nullptr) unk_->release();
         forget();

@@ -10,24 +10,28 @@
 #include "framework/object/kelclassid.h"
 #include "framework/object/onebasedlist.h"
 
+// What an entry of a description names.
 enum class KelClassEntryKind : std::int32_t { Interface = 0, Class = 1 };
 
+// One class or interface that the walk came past.
 struct KelClassEntry {
-    std::string name;
-    KelClassEntryKind kind = KelClassEntryKind::Interface;
+    std::string name;                                       // as lookup knows it
+    KelClassEntryKind kind = KelClassEntryKind::Interface;  // of the name
     std::string owner;  // the class recorded last before this entry; empty if there is none
 };
 
 // Which component a class comes from. The two texts live as long as the component's code.
 struct KelComponentIdentity {
-    const std::string* componentName = nullptr;
-    const std::string* containerName = nullptr;
-    KelClassId classId;
+    const std::string* componentName = nullptr;  // null until the walk has filled it
+    const std::string* containerName = nullptr;  // likewise
+    KelClassId classId;                          // the component's own
 };
 
 namespace kel {
 
+// The hash by which names are spread over buckets.
 struct NameHash {
+    // The same for equal names, in every process.
     [[nodiscard]] std::uint32_t operator()(const std::string& name) const noexcept;
 };
 
@@ -36,7 +40,9 @@ class NameSet final {
 public:
     NameSet() : names_(6) {}
 
+    // A name that is in the set already changes nothing.
     void insert(const std::string& name) { names_.insertOrReplace(name, {}); }
+    // What the set holds, and the buckets it is spread over.
     [[nodiscard]] bool contains(const std::string& name) const { return names_.find(name) != nullptr; }
     [[nodiscard]] std::size_t count() const noexcept { return names_.count(); }
     [[nodiscard]] std::size_t bucketCount() const noexcept { return names_.bucketCount(); }
@@ -48,6 +54,7 @@ private:
 
 }  // namespace kel
 
+// Filled by the walk through a class and its interfaces.
 class KelClassDescription final {
 public:
     // With an identity record, which the caller keeps, nothing is listed and the record is filled instead.
@@ -60,6 +67,8 @@ public:
     // At first the names of the host's own interfaces; more may be put in before the walk.
     [[nodiscard]] kel::NameSet& stopNames() noexcept { return stopNames_; }
 
+    // What was listed: the classes alone, and all entries in the order of the walk. Complete: the walk is
+    // over.
     [[nodiscard]] const kel::OneBasedList<KelClassEntry>& classes() const noexcept { return classes_; }
     [[nodiscard]] const kel::OneBasedList<KelClassEntry>& entries() const noexcept { return entries_; }
     [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }

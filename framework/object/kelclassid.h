@@ -5,6 +5,7 @@
 #include <cstdint>
 
 struct KelClassId {
+    // The fields of a GUID, in its order.
     std::uint32_t data1 = 0;
     std::uint16_t data2 = 0;
     std::uint16_t data3 = 0;

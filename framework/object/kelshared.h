@@ -16,6 +16,7 @@ public:
     KelShared() = default;
     ~KelShared() override;  // an object that dies without a last release still detaches its weak reference
 
+    // One reference more; the caller owes a release.
     virtual void addRef() noexcept;
 
     // The release that brings the count to 0 detaches the weak reference and destroys the object.

@@ -5,15 +5,15 @@
 
 class KelWeakRef final : public KelShared {
 public:
+    // For KelShared alone, which clears the target when the object dies.
     explicit KelWeakRef(KelShared& target) : target_(&target) {}
     ~KelWeakRef() override = default;
 
     // A weak reference is its own weak reference.
     [[nodiscard]] KelWeakRef* weakRef() override { return this; }
 
-    [[nodiscard]] KelShared* target() const noexcept {
-        return target_;
-    }  // borrowed; null once the object died
+    // Borrowed; null once the object died.
+    [[nodiscard]] KelShared* target() const noexcept { return target_; }
 
 private:
     friend class KelShared;  // clears the target when the object dies

@@ -10,11 +10,15 @@ namespace kel {
 template <class T>
 class OneBasedList final {
 public:
+    // Empty, with room for so many entries.
     explicit OneBasedList(std::size_t initialCapacity = 0) { entries_.reserve(initialCapacity); }
 
+    // The entry gets the next number.
     void append(T entry) { entries_.push_back(std::move(entry)); }
+    // Borrowed entries die.
     void clear() noexcept { entries_.clear(); }
 
+    // The number of the last entry.
     [[nodiscard]] std::size_t count() const noexcept { return entries_.size(); }
 
     // Borrowed until the list changes; null for 0 and for a number above the count.
