@@ -13,7 +13,7 @@
 #include <utility>
 
 using HRESULT = std::int32_t;  // negative: failed
-using OLECHAR = char16_t;
+using OLECHAR = char16_t;      // a UTF-16 unit
 
 // An immutable UTF-16 text, shared between its copies.
 class _bstr_t {
@@ -35,6 +35,7 @@ private:
 
 class _com_error {
 public:
+    // What failed, and why if that is known.
     explicit _com_error(HRESULT status, _bstr_t description = {}) noexcept
         : status_(status), description_(std::move(description)), unknown_{} {
         std::snprintf(unknown_, sizeof unknown_, "Unknown error 0x%08X", static_cast<unsigned int>(status));
@@ -43,6 +44,7 @@ public:
     _com_error(const _com_error&) = default;
     _com_error& operator=(const _com_error&) = default;
 
+    // The status of the failed call.
     [[nodiscard]] HRESULT Error() const noexcept { return status_; }
     // The description attached to the failure; empty when there is none.
     [[nodiscard]] _bstr_t Description() const noexcept { return description_; }
