@@ -24,12 +24,12 @@ public:
 
     // Error codes of a DOM parser.
     enum ErrorCode : int {
-        kFileNotReadable = 1,
-        kRefusedByEngine = 3,  // a load, validation or transformed source with a reason text
-        kInvalidElement = 4,
-        kNoDocument = 5,
-        kTransformFailed = 6,
-        kValidationNotSetUp = 7,
+        kFileNotReadable = 1,     // missing, a folder, or not permitted
+        kRefusedByEngine = 3,     // a load, validation or transformed source with a reason text
+        kInvalidElement = 4,      // not an element of this component
+        kNoDocument = 5,          // the engine could not make one
+        kTransformFailed = 6,     // with the engine's reason
+        kValidationNotSetUp = 7,  // the schema's cache could not be made or attached
     };
 
     // Loading replaces the whole document; after a failed load there is no root element.
@@ -37,7 +37,8 @@ public:
     // other encodings are not decoded. A short read answers false and leaves the error object alone.
     virtual bool loadFromStream(BinInput& in) = 0;
     virtual bool loadFromString(const KelString& text) = 0;  // a declared encoding is ignored
-    virtual bool loadFromFile(const KelString& path) = 0;
+    virtual bool loadFromFile(
+        const KelString& path) = 0;  // in the encoding that the file declares, else UTF-8
 
     // Not offered: answers false and touches nothing.
     virtual bool saveToStream(BinOutput& out) = 0;

@@ -40,7 +40,8 @@ public:
     virtual KelString& getAttribute(const KelString& name, KelString& out) = 0;
     virtual KelString getAttribute(const KelString& name) = 0;
     virtual void setAttribute(const KelString& name, const KelString& value) = 0;  // creates or overwrites
-    virtual int getAttributeCount() = 0;
+    virtual int getAttributeCount() = 0;  // namespace declarations included
+    // Qualified names by position, as for the values.
     virtual KelCString& getAttributeName(int index, KelCString& out) = 0;
     virtual KelString& getAttributeName(int index, KelString& out) = 0;
     virtual KelString getAttributeName(int index) = 0;

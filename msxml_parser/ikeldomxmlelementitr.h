@@ -14,7 +14,7 @@ public:
 
     virtual void first() = 0;  // back to the first child element, at any time
     virtual void next() = 0;   // at the end: stays there
-    virtual bool isEnd() = 0;
+    virtual bool isEnd() = 0;  // whether it stands on no element
 
     // Null at the end. shared false: a new handle with count 0 that keeps its element. shared true: as below.
     virtual IKelDOMXmlElement* getElement(bool shared) = 0;

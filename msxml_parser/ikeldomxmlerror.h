@@ -13,6 +13,6 @@ public:
     virtual IKelDOMXmlError* setCode(int code) = 0;               // returns this object
     virtual const int& getCode() = 0;                             // 0: no failure
     virtual KelString& setMessage(const KelString& message) = 0;  // copies; returns the stored message
-    virtual KelString& getMessage() = 0;
-    virtual void clear() = 0;  // code 0, empty message
+    virtual KelString& getMessage() = 0;                          // the stored message; empty: no failure
+    virtual void clear() = 0;                                     // code 0, empty message
 };
