@@ -6,6 +6,7 @@
 
 namespace kel {
 
+// Gets the expression that was false and where it stands; the texts are static.
 using AssertionCallback = void (*)(const char* expression, const char* sourcePath, std::int32_t line);
 
 // Null uninstalls. Returns the callback that was installed before.

@@ -13,7 +13,7 @@ class KelString;
 
 class BinInputFile final : public BinInput {
 public:
-    explicit BinInputFile(const KelString& path);
+    explicit BinInputFile(const KelString& path);  // opened for reading
     explicit BinInputFile(std::FILE* file);  // takes ownership; null for none; stands at the start afterwards
     ~BinInputFile() override;
 

@@ -15,7 +15,7 @@
 
 class BinInput {
 public:
-    static constexpr std::size_t kBufferSizeInBytes = 1024;
+    static constexpr std::size_t kBufferSizeInBytes = 1024;  // of one transfer from the medium
 
     BinInput() = default;
     BinInput(const BinInput&) = delete;
@@ -29,9 +29,9 @@ public:
     [[nodiscard]] virtual std::int64_t tell() = 0;
     // 3. fromStart: the position counts from the start, else from the end.
     virtual bool seek(std::int64_t position, bool fromStart) = 0;
-    // 4.
+    // 4. Whether there is a medium and no error so far.
     [[nodiscard]] virtual bool good() const = 0;
-    // 5.
+    // 5. Ends the use of the medium; a second time does nothing.
     virtual void close() = 0;
 
     [[nodiscard]] std::int64_t length() const noexcept { return length_; }  // of the medium, in bytes
@@ -45,6 +45,7 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> fetch(std::size_t most);
 
 protected:
+    // For the subclass, once it knows its medium's length in bytes.
     void setLength(std::int64_t length) noexcept { length_ = length; }
 
 private:
@@ -53,9 +54,10 @@ private:
     bool option_ = true;
 };
 
+// A stream to write to. What is written waits in a buffer until that is full or flushed.
 class BinOutput {
 public:
-    static constexpr std::size_t kBufferSizeInBytes = 1024;
+    static constexpr std::size_t kBufferSizeInBytes = 1024;  // of one transfer to the medium
     static constexpr std::size_t kFlushBelow =
         256;  // fewer free bytes than this are not worth a run of elements
 
@@ -96,6 +98,7 @@ public:
     [[nodiscard]] bool flushBuffer();
 
 protected:
+    // The bytes that wait in the buffer.
     [[nodiscard]] std::size_t pendingBytes() const noexcept { return pending_; }
 
 private:

@@ -15,6 +15,7 @@
 
 namespace kel {
 
+// `count` elements in a row.
 [[nodiscard]] bool readNumbers(BinInput& in, std::int16_t* elements, std::size_t width, std::size_t count);
 [[nodiscard]] bool readNumbers(BinInput& in, std::uint16_t* elements, std::size_t width, std::size_t count);
 [[nodiscard]] bool readNumbers(BinInput& in, std::int32_t* elements, std::size_t width, std::size_t count);
@@ -22,6 +23,7 @@ namespace kel {
 [[nodiscard]] bool readNumbers(BinInput& in, std::int64_t* elements, std::size_t width, std::size_t count);
 [[nodiscard]] bool readNumbers(BinInput& in, std::uint64_t* elements, std::size_t width, std::size_t count);
 
+// `count` elements in a row.
 [[nodiscard]] bool writeNumbers(BinOutput& out, const std::int16_t* elements, std::size_t width,
                                 std::size_t count);
 [[nodiscard]] bool writeNumbers(BinOutput& out, const std::uint16_t* elements, std::size_t width,
@@ -51,9 +53,11 @@ public:
         : word_(major < 0 ? major
                           : static_cast<std::int32_t>(static_cast<std::uint32_t>(major) << 8) | minor) {}
 
+    // The word as it stands in streams, and its two parts. A negative word has the major number -1.
     [[nodiscard]] constexpr std::int32_t word() const noexcept { return word_; }
     [[nodiscard]] constexpr std::int32_t majorNumber() const noexcept { return word_ < 0 ? -1 : word_ >> 8; }
     [[nodiscard]] constexpr std::int32_t minorNumber() const noexcept { return word_ & 0xFF; }
+    // Same major number.
     [[nodiscard]] constexpr bool isCompatibleWith(BinIO_Version other) const noexcept {
         return (word_ & ~0xFF) == (other.word_ & ~0xFF);
     }

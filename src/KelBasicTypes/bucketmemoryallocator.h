@@ -15,5 +15,5 @@ public:
     // ends it.
     [[nodiscard]] void* newBlock(std::size_t sizeInBytes);
 
-    void freeBlock(void* block) noexcept override;
+    void freeBlock(void* block) noexcept override;  // a block of newBlock
 };

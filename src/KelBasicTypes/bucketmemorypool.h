@@ -26,10 +26,13 @@ public:
     static constexpr const char* kClassName = "BucketMemoryPool";
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 
+    // In bytes: the steps of the small sizes, up to where sizes are small, and from where the pool keeps
+    // nothing.
     static constexpr std::int32_t kGranularity = 4;
     static constexpr std::int32_t kSmallLimit = 8192;
     static constexpr std::int32_t kLargeLimit = 262144;
 
+    // The three figures are in bytes, with the meaning of the constants.
     explicit BucketMemoryPool(std::int32_t granularity = kGranularity, std::int32_t smallLimit = kSmallLimit,
                               std::int32_t largeLimit = kLargeLimit);
     ~BucketMemoryPool() override;

@@ -10,7 +10,7 @@
 
 namespace kel {
 
-inline constexpr std::size_t kMaxBufferBytes = 0x7FFFFFFF;
+inline constexpr std::size_t kMaxBufferBytes = 0x7FFFFFFF;  // capacities are signed 32-bit numbers
 
 // A block of at least byteCount bytes (1 to kMaxBufferBytes), aligned for 8-byte values; `capacity` is the
 // bytes it really has. The caller owns it until it gives it back with that capacity. No memory: the process

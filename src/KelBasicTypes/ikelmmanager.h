@@ -28,7 +28,7 @@ public:
     virtual void reserved8() {}
     virtual void reserved9() {}
 
-    // 10. to 12. and 17.
+    // 10. to 12. and 17. Limit and use of memory and of swap space, in units of kUnitInBytes.
     virtual std::uint32_t coreLimit() = 0;
     virtual std::uint32_t swapLimit() = 0;
     virtual std::uint32_t swapInUse() = 0;
@@ -38,7 +38,7 @@ public:
     virtual void reserved15() {}
     virtual void reserved16() {}
 
-    virtual std::uint32_t coreInUse() = 0;
+    virtual std::uint32_t coreInUse() = 0;  // see coreLimit
 };
 
 }  // namespace KelMM

@@ -13,9 +13,10 @@
 
 class KelCString final {
 public:
-    static constexpr std::size_t kMaxBytes = kel::kMaxBufferBytes - 1;
+    static constexpr std::size_t kMaxBytes = kel::kMaxBufferBytes - 1;  // without the NUL
 
     KelCString() noexcept = default;
+    // Copied; null makes an empty string.
     // NOLINTNEXTLINE(google-explicit-constructor): texts are welcome wherever a string is
     KelCString(const char* text) { assign(text == nullptr ? std::string_view() : std::string_view(text)); }
     // NOLINTNEXTLINE(google-explicit-constructor)
@@ -33,6 +34,7 @@ public:
     friend void swap(KelCString& a, KelCString& b) noexcept { a.swap(b); }
 
     // --- Reading ------------------------------------------------------------------------------------------
+    // Cost: none; the length is kept.
     [[nodiscard]] std::size_t length() const noexcept { return length_; }
     [[nodiscard]] bool isEmpty() const noexcept { return length_ == 0; }
     [[nodiscard]] char operator[](std::size_t index) const noexcept { return text_[index]; }  // unchecked
@@ -49,6 +51,7 @@ public:
     friend bool operator==(const KelCString& a, const char* b) noexcept { return a.view() == b; }
     friend bool operator<(const KelCString& a, const KelCString& b) noexcept { return a.view() < b.view(); }
 
+    // By bytes; every string starts with the empty one.
     [[nodiscard]] bool startsWith(std::string_view prefix) const noexcept;
     // Negative, zero, positive; each byte lowered as the C library does.
     [[nodiscard]] std::int32_t compareIgnoreCase(std::string_view other) const noexcept;
@@ -66,11 +69,11 @@ public:
     // The text may be part of this string.
     KelCString& assign(std::string_view text);
     KelCString& assignLowBytes(
-        std::u16string_view text);  // the low byte of each unit, up to the first that is 0
-    KelCString& append(std::string_view text);
-    KelCString& operator+=(std::string_view text) { return append(text); }
-    void clear() noexcept;  // the storage goes back
-    void makeEmpty() noexcept;
+        std::u16string_view text);              // the low byte of each unit, up to the first that is 0
+    KelCString& append(std::string_view text);  // which may be part of this string
+    KelCString& operator+=(std::string_view text) { return append(text); }  // as append
+    void clear() noexcept;                                                  // the storage goes back
+    void makeEmpty() noexcept;  // the storage is kept for what comes next
 
     // Every occurrence, from the left, without looking at what was put in. An empty `from` occurs nowhere.
     KelCString& replaceAll(std::string_view from, std::string_view to);

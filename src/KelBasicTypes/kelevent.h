@@ -18,7 +18,7 @@ public:
 
     bool create() noexcept;  // false when it is not null, which changes nothing, or when the system refuses
     bool close() noexcept;   // false when null; nobody may be waiting
-    [[nodiscard]] bool isNull() const noexcept { return event_ == nullptr; }
+    [[nodiscard]] bool isNull() const noexcept { return event_ == nullptr; }  // not created, or closed
 
     // Each answers false on a null event and does nothing.
     bool set() noexcept;

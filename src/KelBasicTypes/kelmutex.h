@@ -25,13 +25,13 @@ public:
     bool create(const char* name) noexcept;
     bool open(const char* name) noexcept;
 
-    bool lock() noexcept;  // without time limit; false only when null
-    [[nodiscard]] bool tryLock() noexcept;
+    bool lock() noexcept;                   // without time limit; false only when null
+    [[nodiscard]] bool tryLock() noexcept;  // without waiting
     // The limit is cut to whole milliseconds and is 1 millisecond at least, about 49 days at most.
     [[nodiscard]] bool timedLock(double seconds) noexcept;
     bool unlock() noexcept;  // false when null, and when the calling thread does not own it
 
-    [[nodiscard]] bool isNull() const noexcept { return mutex_ == nullptr; }
+    [[nodiscard]] bool isNull() const noexcept { return mutex_ == nullptr; }  // not created, or closed
     bool close() noexcept;  // unlocks what the calling thread still holds; false when null
 
     [[nodiscard]] static std::uint32_t timeoutMs(double seconds) noexcept;  // the limit that timedLock uses

@@ -23,6 +23,7 @@
 // components
 class KelString final {
 public:
+    // The longest text in units, without the NUL; and the length that means up to the NUL.
     static constexpr std::size_t kMaxUnits = kel::kMaxBufferBytes / sizeof(char16_t) - 1;
     static constexpr std::size_t kUpToNul = 0xFFFFFFFF;
 
@@ -86,9 +87,11 @@ public:
     friend void swap(KelString& a, KelString& b) noexcept { a.swap(b); }
 
     // --- Reading ------------------------------------------------------------------------------------------
+    // No text at all; no units; text that the caller keeps alive.
     [[nodiscard]] bool isNull() const noexcept { return text_ == nullptr; }
     [[nodiscard]] bool isEmpty() const noexcept { return text_ == nullptr || *text_ == 0; }
     [[nodiscard]] bool isBorrowed() const noexcept { return text_ != nullptr && textBytes_ == 0; }
+    // In units. Free, but for a borrowed text, whose units are counted.
     [[nodiscard]] std::size_t length() const noexcept {
         return textBytes_ > 0 ? ownedLength_ : borrowedLength();
     }
@@ -151,6 +154,7 @@ public:
         return *this;
     }
     KelString& appendNarrow(std::string_view text);  // widened as in the constructor
+    // As append.
     template <class Text>
     KelString& operator+=(const Text& text) {
         return append(text);
@@ -163,9 +167,9 @@ public:
         endText(units);
     }
 
-    void clear() noexcept;      // the null string; all storage goes back
-    void makeEmpty() noexcept;  // the empty string; an own buffer is kept for what comes next
-    void reserve(std::size_t units);
+    void clear() noexcept;            // the null string; all storage goes back
+    void makeEmpty() noexcept;        // the empty string; an own buffer is kept for what comes next
+    void reserve(std::size_t units);  // room for so many without another buffer; the text stays
 
     // Lends a ready narrow form, which the caller keeps alive until the text changes or the string dies.
     void borrowNarrow(const char* text) noexcept;

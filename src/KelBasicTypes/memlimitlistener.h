@@ -22,6 +22,7 @@ public:
     // Returns 0 for its own setting, else the order of the two names, and changes nothing.
     std::int32_t dataChanged(const char* key, double value) override;
 
+    // The limit as it is now.
     [[nodiscard]] std::int64_t limitInBytes() const noexcept { return limit_; }
 
 private:

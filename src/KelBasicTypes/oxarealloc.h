@@ -9,6 +9,7 @@
 
 namespace kel {
 
+// The maximum of an oxaRealloc that wants no more than the minimum.
 inline constexpr std::uint64_t kSameAsMinimum = std::numeric_limits<std::uint64_t>::max();
 
 // `block` becomes elementSize * count bytes, not cleared, aligned for any type; for 0 bytes what the system
