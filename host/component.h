@@ -19,9 +19,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A class that a component can make objects of.
 struct ComponentClass {
-    KelClassId id;
-    std::string name;
+    KelClassId id;     // as create wants it
+    std::string name;  // as classNamed wants it
 };
 
 // Copies share the component, which stays loaded until the process ends.
@@ -31,11 +32,10 @@ public:
     [[nodiscard]] const std::string& version() const { return component_->version(); }
     [[nodiscard]] const KelClassId& classId() const { return *inside_->classId(); }
 
-    [[nodiscard]] const std::vector<ComponentClass>& classes() const noexcept {
-        return *classes_;
-    }                                                                    // by name
-    [[nodiscard]] KelClassId classNamed(const std::string& name) const;  // throws HostError
-    [[nodiscard]] bool hasClass(const KelClassId& classId) const noexcept;
+    // Sorted by name.
+    [[nodiscard]] const std::vector<ComponentClass>& classes() const noexcept { return *classes_; }
+    [[nodiscard]] KelClassId classNamed(const std::string& name) const;     // throws HostError
+    [[nodiscard]] bool hasClass(const KelClassId& classId) const noexcept;  // among `classes`
 
     // A new object of the class, through one of its interfaces. Throws HostError if the component has no such
     // class, or the class no such interface, and lets the constructor's exceptions through.

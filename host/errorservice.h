@@ -12,12 +12,14 @@
 
 namespace kelhost {
 
+// A report as the application's receiver gets it.
 struct Report {
     std::string message;    // UTF-8
     std::int32_t level;     // IKelErrorService::kLevelError, or ErrorService::kLevelWarning
     std::string operation;  // what failed ("realloc"); may be empty
 };
 
+// The service that passes reports on.
 class ErrorService final : public kel::Implements<ErrorService, IKelErrorService> {
 public:
     static constexpr const char* kClassName = "ErrorService";

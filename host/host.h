@@ -43,11 +43,13 @@ struct RefusedLibrary {
     std::string reason;
 };
 
+// What became of the libraries of a folder.
 struct LoadedFolder {
-    std::vector<Component> components;  // in the order of the libraries' names
-    std::vector<RefusedLibrary> refused;
+    std::vector<Component> components;    // in the order of the libraries' names
+    std::vector<RefusedLibrary> refused;  // in the same order
 };
 
+// Runs components and offers them services. See the top of host/host.h.
 class Host {
 public:
     // Offers the standard services:

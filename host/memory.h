@@ -27,6 +27,7 @@ public:
     // that thread does.
     using Reclaimer = std::function<std::size_t()>;
 
+    // Takes the reserve at once, if there is memory for it.
     explicit MemoryManager(std::size_t reserveInBytes = kReserveInBytes);
 
     void addReclaimer(Reclaimer reclaimer);  // kept for good; asked in the order of adding

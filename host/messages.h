@@ -50,11 +50,13 @@ public:
     // key.
     [[nodiscard]] std::string_view text(std::string_view english) const;
 
+    // The text with its arguments filled in.
     [[nodiscard]] std::string format(std::string_view english,
                                      std::initializer_list<std::string_view> arguments) const {
         return fillIn(text(english), {arguments.begin(), arguments.size()});
     }
 
+    // Whether any catalogue was found.
     [[nodiscard]] bool hasTranslations() const noexcept { return !catalogues_.empty(); }
 
     // One line for each catalogue that could not be used: its path and what is wrong with it.

@@ -54,6 +54,7 @@ public:
     void load(const std::filesystem::path& file);
     void parse(std::string_view content, const std::string& name);  // `name` is what errors call it
 
+    // Tell the receivers if anything changes by it.
     void set(const std::string& key, std::string value);
     void remove(const std::string& key);
     [[nodiscard]] std::optional<std::string> text(const std::string& key) const;  // UTF-8; empty: not set
