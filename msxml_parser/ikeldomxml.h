@@ -28,8 +28,8 @@ public:
         kRefusedByEngine = 3,     // a load, validation or transformed source with a reason text
         kInvalidElement = 4,      // not an element of this component
         kNoDocument = 5,          // the engine could not make one
-        kTransformFailed = 6,     // with the engine's reason
-        kValidationNotSetUp = 7,  // the schema's cache could not be made or attached
+        kTransformFailed = 6,     // no style sheet or result of this component, or the engine refused
+        kValidationNotSetUp = 7,  // the schema file cannot be read, or the engine has no schemas
     };
 
     // Loading replaces the whole document; after a failed load there is no root element.
