@@ -9,6 +9,7 @@ packages=$(cd "$1" && pwd)
 [[ ${KEL_CLEAN_ROOT:-} == own ]] || KEL_CLEAN_ROOT=own exec unshare --mount --pid --fork --kill-child "$0" "$packages"
 
 root=$(mktemp -d)
+chmod 755 "$root"
 finish() {
     umount -q "$root/proc" || true
     rm -rf --one-file-system "$root"
@@ -24,7 +25,10 @@ inside() {
         "${proxies[@]}" "$@"
 }
 as_user() { inside setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
-apt() { inside apt-get -qq -y -o Dpkg::Use-Pty=0 --no-install-recommends "$@" >"$root/apt.log" 2>&1 || fail "$(cat "$root/apt.log")"; }
+apt() {
+    inside apt-get -qq -y -o Dpkg::Use-Pty=0 --no-install-recommends "$@" >"$root/apt.log" 2>&1 ||
+        fail "$(cat "$root/apt.log")"
+}
 mapfile -t proxies < <(env | grep -iE '^(https?|no)_proxy=' || true)
 
 expect() {  # expect TEXT COMMAND...: the command ends with 0 and prints the text
@@ -50,17 +54,18 @@ mkdir "$root/work"
 chmod 777 "$root/work"
 cp "$packages"/*.deb "$root/work"
 rm -f "$root"/work/*-dbgsym_*
+version=$(dpkg-deb -f "$root"/work/libmsxml-parser6_*.deb Version)_$(dpkg --print-architecture)
 cp -r "$here/consumer" "$root/work"
 files >"$root/work/before"
 
 step "the command line, without development files"
-apt install /work/libmsxml-parser6_*.deb /work/msxml-parser-tools_*.deb
+apt install "/work/libmsxml-parser6_$version.deb" "/work/msxml-parser-tools_$version.deb"
 printf '<shelf><book year="1815">Emma</book></shelf>\n' >"$root/work/shelf.xml"
 printf '<shelf><book></shelf>\n' >"$root/work/bad.xml"
 expect "6.3.0.0" as_user kelxml --version
 expect "book" as_user kelxml tree /work/shelf.xml
 expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /work/bad.xml; test $? = 1'
-for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
+[[ ${KEL_NO_MAN:-} ]] || for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
     fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/msxml_parser.mo; do
     [[ -s $root/usr/share/$file ]] || fail "there is no /usr/share/$file"
 done
@@ -72,8 +77,7 @@ left=$(diff "$root/work/before" "$root/work/after") || fail "files come or go: $
 ! inside ldconfig -p | grep msxml || fail "the linker's cache remembers the library"
 
 step "programs of others, built with the development files"
-apt install /work/*.deb cmake make g++ pkg-config
-apt purge msxml-parser-tools  # nothing to build needs it
+apt install "/work/libmsxml-parser6_$version.deb" "/work/libmsxml-parser-dev_$version.deb" cmake make g++ pkg-config
 examples=/usr/share/doc/libmsxml-parser-dev/examples
 library=/usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)/libmsxml_parser.so.6
 expect "" as_user cmake -S /work/consumer -B /work/build -DEXAMPLES=$examples
