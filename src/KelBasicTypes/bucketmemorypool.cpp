@@ -38,8 +38,9 @@ BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallL
     kel::detail::succeedCurrentPool(*this);
 }
 
+// Not under the lock: nobody else knows the pool any more, and other components' allocators lock by
+// themselves.
 BucketMemoryPool::~BucketMemoryPool() {
-    const SectionGuard guard(libraryLock());
     for (std::uint32_t i = 0; i < bucketCount_; ++i) {
         Bucket* const bucket = buckets_[i];
         if (bucket == nullptr) continue;
@@ -69,8 +70,14 @@ void* BucketMemoryPool::allocate(std::int32_t size, std::uint32_t& actualSize) {
 }
 
 bool BucketMemoryPool::giveBack(std::int32_t size, void*& block) {
-    const SectionGuard guard(libraryLock());
-    return giveBackLocked(size, block);
+    void* unkept = nullptr;
+    bool isTaken = false;
+    {
+        const SectionGuard guard(libraryLock());
+        isTaken = giveBackLocked(size, block, unkept);
+    }
+    if (unkept != nullptr) headerOf(unkept)->allocator->freeBlock(unkept);
+    return isTaken;
 }
 
 void* BucketMemoryPool::allocateLocked(std::int32_t size, std::uint32_t& actualSize) {
@@ -80,11 +87,11 @@ void* BucketMemoryPool::allocateLocked(std::int32_t size, std::uint32_t& actualS
     return BucketMemoryAllocator::instance().newBlock(actualSize);
 }
 
-bool BucketMemoryPool::giveBackLocked(std::int32_t size, void*& block) {
+bool BucketMemoryPool::giveBackLocked(std::int32_t size, void*& block, void*& unkept) {
     if (block == nullptr || size < 1) return false;
     if (!keep(size, block)) {
         if (size > largeLimit_ || isGrowing_) {
-            headerOf(block)->allocator->freeBlock(block);
+            unkept = block;
         } else {
             makeRoom(bucketFor(classOf(size).index));
             (void)keep(size, block);  // there is room now

@@ -40,9 +40,10 @@ public:
     void* allocate(std::int32_t size, std::uint32_t& actualSize) override;
     bool giveBack(std::int32_t size, void*& block) override;
 
-    // The same for callers that hold the library's lock.
+    // The same for callers that hold the library's lock. They free `unkept` through its header once they have
+    // left it: the block may be another component's, whose allocator has a lock of its own.
     [[nodiscard]] void* allocateLocked(std::int32_t size, std::uint32_t& actualSize);
-    bool giveBackLocked(std::int32_t size, void*& block);
+    bool giveBackLocked(std::int32_t size, void*& block, void*& unkept);
 
     // The part of both that needs nothing from the heap. Null, or false, and nothing changed: there is more
     // to do.

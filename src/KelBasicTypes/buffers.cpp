@@ -31,15 +31,26 @@ struct CurrentPool {
 };
 constinit CurrentPool current{};
 
-void replaceCurrent(IBucketMemoryPool& pool) {
-    IBucketMemoryPool* const before = current.pool;
+// A pool that was the current one. Its end frees blocks of other components, which lock for that: it comes
+// after our lock was left, or two of us that free each other's blocks would wait for each other.
+struct Retired {
+    Retired() = default;
+    Retired(const Retired&) = delete;
+    Retired& operator=(const Retired&) = delete;
+    ~Retired() {
+        if (pool != nullptr) pool->release();
+    }
+
+    IBucketMemoryPool* pool = nullptr;
+};
+
+void replaceCurrent(IBucketMemoryPool& pool, Retired& retired) {
     pool.addRef();
-    current.pool = &pool;
-    if (before != nullptr) before->release();
+    retired.pool = std::exchange(current.pool, &pool);
 }
 
 // True when the host offers a pool, which then is the current one.
-bool adoptHostPool() {
+bool adoptHostPool(Retired& retired) {
     const IPtr<IBucketMemoryPool> offered = detail::findService<IBucketMemoryPool>();
     if (!offered) return false;
     BucketMemoryPool* const own = std::exchange(current.own, nullptr);
@@ -47,18 +58,18 @@ bool adoptHostPool() {
     // A pool of another kind knows nothing of our blocks; our pool then frees them when it goes.
     const bool isOfOurKind = queryInterface<BucketMemoryPool>(offered.get()) != nullptr;
     if (own != nullptr && isOfOurKind) own->mergeInto(*offered);
-    replaceCurrent(*offered);
+    replaceCurrent(*offered, retired);
     return true;
 }
 
-void selectPool() {
+void selectPool(Retired& retired) {
     if (current.own != nullptr && current.takes >= kTakesBetweenLookups) {
         current.takes = 0;
-        (void)adoptHostPool();  // none: our own goes on
+        (void)adoptHostPool(retired);  // none: our own goes on
     }
-    if (current.pool != nullptr || adoptHostPool()) return;
+    if (current.pool != nullptr || adoptHostPool(retired)) return;
     auto* const pool = new BucketMemoryPool;
-    replaceCurrent(*pool);
+    replaceCurrent(*pool, retired);
     current.own = pool;
 }
 
@@ -82,8 +93,9 @@ bool giveBackAlone(std::int32_t capacity, void* block) noexcept {
 
 // Null: the block has to come from the host's pool, which is then in `host`.
 void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemoryPool*& host) {
+    Retired retired;
     const SectionGuard guard(libraryLock());
-    selectPool();
+    selectPool(retired);
     host = current.pool;
     if (current.own == nullptr) return nullptr;
     void* const block = current.own->allocateLocked(size, actualSize);
@@ -106,13 +118,19 @@ void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemor
 [[gnu::noinline]] void giveBackWithLock(std::int32_t capacity, void* block) noexcept {
     if (detail::isProcessEnding() && detail::isReserveOpen()) return;
     IBucketMemoryPool* host = nullptr;
+    void* unkept = nullptr;
     {
         const SectionGuard guard(libraryLock());
-        if (current.pool == nullptr) return detail::headerOf(block)->allocator->freeBlock(block);
-        if (current.own != nullptr) return void(current.own->giveBackLocked(capacity, block));
-        host = current.pool;
+        if (current.own != nullptr) {
+            current.own->giveBackLocked(capacity, block, unkept);
+        } else if (current.pool != nullptr) {
+            host = current.pool;
+        } else {
+            unkept = block;
+        }
     }
-    host->giveBack(capacity, block);
+    if (host != nullptr) host->giveBack(capacity, block);
+    if (unkept != nullptr) detail::headerOf(unkept)->allocator->freeBlock(unkept);
 }
 
 }  // namespace
@@ -145,17 +163,19 @@ void giveBackBuffer(std::int32_t capacity, void* block) noexcept {
 namespace detail {
 
 void succeedCurrentPool(BucketMemoryPool& pool) {
+    Retired retired;
     const SectionGuard guard(libraryLock());
     auto* const before = queryInterface<BucketMemoryPool>(current.pool);
     if (before == nullptr || !pool.canExchangeBuckets(*before)) return;
     pool.exchangeBuckets(*before);
     if (current.own != nullptr) current.own = &pool;
-    replaceCurrent(pool);
+    replaceCurrent(pool, retired);
 }
 
 void resetBufferPool() {
+    Retired retired;
     const SectionGuard guard(libraryLock());
-    if (current.pool != nullptr) current.pool->release();
+    retired.pool = current.pool;
     current = {};
 }
 

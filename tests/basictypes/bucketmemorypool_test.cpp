@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <future>
 #include <random>
 #include <thread>
 #include <vector>
@@ -224,6 +226,43 @@ TEST(Buffers, KeepTheirOwnBlocksFromAPoolOfAnotherMake) {
     EXPECT_EQ(foreign->given, 1) << "what our pool kept was not given to it";
     giveBackBuffer(capacity, ours);
     EXPECT_EQ(foreign->given, 2);
+    kel::detail::resetBufferPool();
+}
+
+// Two components that free each other's blocks under their own locks would wait for each other.
+TEST(Buffers, CallOtherAllocatorsOutsideTheLock) {
+    struct Asking final : kel::detail::BlockAllocator {
+        void freeBlock(void* block) noexcept override {
+            std::free(headerOf(block));
+            others.push_back(std::async(std::launch::async, [] { touch(50); }));
+            const auto status = others.back().wait_for(std::chrono::seconds(1));
+            ++(status == std::future_status::ready ? free : locked);
+        }
+        std::vector<std::future<void>> others;  // waited for at the end: then nobody holds the lock
+        int free = 0;
+        int locked = 0;
+    } asking;
+    const auto blockOfSize = [&](std::size_t size) {
+        void* const storage = std::malloc(sizeof(kel::detail::BlockHeader) + size);
+        return static_cast<void*>(new (storage) kel::detail::BlockHeader{&asking} + 1);
+    };
+    const NoPoolYet fresh;
+    giveBackBuffer(100, blockOfSize(100));  // no pool yet
+    touch(50);
+    giveBackBuffer(300'000, blockOfSize(300'000));  // larger than what a pool keeps
+    void* block = blockOfSize(300'000);
+    IPtr<BucketMemoryPool> pool(new BucketMemoryPool(8));
+    pool->giveBack(300'000, block);
+    block = blockOfSize(700);
+    pool->giveBack(700, block);
+    pool.reset();
+    giveBackBuffer(700, blockOfSize(700));  // kept until the hand-over ends our own pool
+    FreshHost host;
+    const IPtr<ForeignPool> foreign(new ForeignPool);
+    host->offer<IBucketMemoryPool>(*foreign);
+    for (int take = 0; take <= 601; ++take) touch(50);
+    EXPECT_EQ(asking.free, 5);
+    EXPECT_EQ(asking.locked, 0);
     kel::detail::resetBufferPool();
 }
 
