@@ -45,6 +45,7 @@ double perBlock(int count, std::uint64_t (*round)()) {
     const double all = medianNanoseconds([count, round] {
         std::barrier start(count);
         std::vector<std::thread> threads;
+        threads.reserve(static_cast<std::size_t>(count));
         for (int t = 0; t < count; ++t) {
             threads.emplace_back([&start, round] {
                 start.arrive_and_wait();
