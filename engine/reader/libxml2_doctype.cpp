@@ -46,10 +46,10 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
     if (isKnown) return;  // the first declaration counts
     static xmlChar nothing[] = "";
     if (type == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
-        externalGeneral_.emplace(viewOf(name));
+        externalGeneral_.emplace(viewOf(name), viewOf(systemId));
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_GENERAL_ENTITY, nullptr, nullptr, nothing);
     } else if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
-        externalParameter_.emplace(viewOf(name));
+        externalParameter_.emplace(viewOf(name), viewOf(systemId));
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, nothing);
     } else {
         // A carriage return got here by reference, but libxml2 would take it for a line end.
@@ -93,7 +93,7 @@ bool Libxml2Parser::isDeclared(std::string_view entity) const {
 
 xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     xmlEntity* const entity = xmlGetDocEntity(context_->myDoc, name);
-    if (entity == nullptr) return nullptr;
+    if (entity == nullptr && !mayBeDeclaredOutside()) return nullptr;
     // Inside an entity the document's own position does not move: what is nested was charged with the
     // outermost.
     const std::uint64_t at = here();
@@ -102,6 +102,7 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
         lastReference_ = at;
         referenceStart_ = at - viewOf(name).size() - 2;  // the name, '&' and ';'
     }
+    if (isRefusedAsExternal(externalGeneral_, entity, viewOf(name)) || entity == nullptr) return nullptr;
     if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
         refuse(ErrorCode::BadEntity, culprit(),
                "Entity " + quoted(viewOf(name)) +
@@ -118,9 +119,31 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
 
 xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {
     xmlEntity* const entity = xmlGetParameterEntity(context_->myDoc, name);
-    if (entity == nullptr) return nullptr;
+    if (isRefusedAsExternal(externalParameter_, entity, viewOf(name)) || entity == nullptr) return nullptr;
     if (externalParameter_.contains(viewOf(name)) && !isStandalone_) isSubsetIncomplete_ = true;
     return isAffordable(viewOf(name), viewOf(entity->content).size() + 1) ? entity : nullptr;
+}
+
+bool Libxml2Parser::mayBeDeclaredOutside() const {
+    return options_.refuseExternalEntities && context_->hasExternalSubset != 0;
+}
+
+bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEntity* entity,
+                                        std::string_view name) {
+    if (!options_.refuseExternalEntities) return false;
+    const auto found = external.find(name);
+    if (found != external.end()) {
+        refuse(ErrorCode::BadEntity, culprit(),
+               "Entity " + quoted(name) + " is external (" + quoted(found->second) +
+                   ") and not read; the file itself would have to declare what it stands for.");
+    } else if (entity == nullptr && mayBeDeclaredOutside()) {
+        refuse(ErrorCode::UnknownEntity, culprit(),
+               "Entity " + quoted(name) +
+                   " is not declared in the file itself, and the external part of its DOCTYPE is not read.");
+    } else {
+        return false;
+    }
+    return true;
 }
 
 bool Libxml2Parser::isExpansionAllowed(std::string_view name) {

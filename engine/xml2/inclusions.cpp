@@ -110,6 +110,7 @@ const std::string* Inclusions::textOf(const std::string& uri) {
     ServedText sink(*this, uri);
     reader::ReadOptions options;
     options.dtd = reader::ReadOptions::Dtd::Internal;
+    options.refuseExternalEntities = true;  // without its text the style sheet or schema would be another one
     const reader::ParseError error = reader::read(reader::Input::file(localPath(uri)), options, sink);
     if (error.failed()) {
         addCause(uri, error.position.line, error.reason);

@@ -189,15 +189,39 @@ TEST_F(Transforming, FindsFilesBesideTheStyleSheetOrInTheWorkingDirectory) {
     EXPECT_THAT(runText(style), HasSubstr("part.xsl"));
 }
 
-// An entity of an included style sheet would carry any file into the result.
-TEST_F(Transforming, ReadsNoExternalEntityOfAnIncludedStyleSheet) {
+// An external entity of an included style sheet would carry any file into the result; left out silently, it
+// would make another style sheet.
+TEST_F(Transforming, RefusesExternalEntitiesOfAnIncludedStyleSheet) {
     const TemporaryFolder folder;
     folder.write("secret.txt", "SECRET");
-    folder.write("part.xsl", "<!DOCTYPE x [<!ENTITY in 'inside'><!ENTITY out SYSTEM 'secret.txt'>]>" +
-                                 sheet("<xsl:template match='b'>&in;[&out;]</xsl:template>"));
-    EXPECT_EQ(
-        runFile(folder.write("style.xsl", sheet("<xsl:import href='part.xsl'/><xsl:output method='text'/>"))),
-        "inside[]");
+    struct Case {
+        const char* doctype;
+        const char* use;
+        const char* outcome;
+    };
+    constexpr std::array kCases{
+        Case{"[<!ENTITY in 'inside'><!ENTITY out SYSTEM 'secret.txt'>]", "&in;", "inside"},
+        Case{"SYSTEM 'secret.txt' [<!ENTITY in 'inside'>]", "&in;", "inside"},
+        Case{"[<!ENTITY out SYSTEM 'secret.txt'>]", "\n&out;",
+             "part.xsl, line 3: Entity 'out' is external ('secret.txt') and not read; the file itself would "
+             "have "
+             "to declare what it stands for."},
+        Case{"[\n<!ENTITY % more SYSTEM 'more.ent'>\n%more;]", "",
+             "part.xsl, line 3: Entity 'more' is external ('more.ent') and not read"},
+        Case{
+            "SYSTEM 'more.dtd'", "&out;",
+            "part.xsl, line 2: Entity 'out' is not declared in the file itself, and the external part of its "
+            "DOCTYPE is not read."},
+    };
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.doctype);
+        folder.write("part.xsl",
+                     "<!DOCTYPE x " + std::string(c.doctype) + ">" +
+                         sheet("<xsl:template match='b'>" + std::string(c.use) + "</xsl:template>"));
+        EXPECT_THAT(runFile(folder.write("style.xsl",
+                                         sheet("<xsl:import href='part.xsl'/><xsl:output method='text'/>"))),
+                    HasSubstr(c.outcome));
+    }
 }
 
 TEST_F(Transforming, KnowsTheStyleSheetAsADocumentAndTheNodeSetFunctions) {

@@ -11,8 +11,8 @@
 
 #include <cstdint>
 #include <exception>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,7 +49,8 @@ private:
     struct FreeContext {
         void operator()(xmlParserCtxt* context) const noexcept;
     };
-    struct Callbacks;  // libxml2's view of us
+    struct Callbacks;                                                   // libxml2's view of us
+    using SystemIds = std::map<std::string, std::string, std::less<>>;  // by entity
     class ErrorHandler;
 
     [[nodiscard]] Position position() const override;
@@ -93,6 +94,9 @@ private:
     void refuseColon(std::string_view name, std::string_view what);
     [[nodiscard]] xmlEntity* generalEntity(const xmlChar* name);
     [[nodiscard]] xmlEntity* parameterEntity(const xmlChar* name);
+    [[nodiscard]] bool mayBeDeclaredOutside() const;
+    [[nodiscard]] bool isRefusedAsExternal(const SystemIds& external, const xmlEntity* entity,
+                                           std::string_view name);
     [[nodiscard]] bool isExpansionAllowed(std::string_view name);
     [[nodiscard]] bool isAffordable(std::string_view name, std::uint64_t bytes);
 
@@ -120,8 +124,8 @@ private:
     std::vector<Attribute> attributes_;
     AttributeDeclarations attributeDeclarations_;
     EntitySizes sizes_;
-    std::set<std::string, std::less<>> externalGeneral_;
-    std::set<std::string, std::less<>> externalParameter_;
+    SystemIds externalGeneral_;
+    SystemIds externalParameter_;
     bool isStandalone_ = false;
     bool isSubsetIncomplete_ =
         false;  // what stands behind an external parameter entity may be overridden by it
