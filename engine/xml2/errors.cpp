@@ -13,6 +13,11 @@ namespace {
 constexpr std::size_t kMostLines = 25;
 constexpr std::size_t kLongestLine = 2000;  // bytes
 
+// The library's words for work that goes on and on, and ours.
+constexpr std::string_view kLimitReached = "Operation limit exceeded";
+constexpr std::string_view kEndless =
+    "Stopped as endless: this is far more work than a document of this size can ask for.";
+
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kBlank = " \t\r\n";
     const std::size_t first = text.find_first_not_of(kBlank);
@@ -53,6 +58,7 @@ std::string contextPlace(std::string_view line) {
 // The library's function names are of no use to whoever wrote the document, and some lines say again what the
 // line before said.
 std::string plainWords(std::string_view line) {
+    if (line.ends_with(kLimitReached)) return std::string(kEndless);
     if (line.find("rights for ") != std::string_view::npos && line.ends_with(" denied")) return {};
     for (const std::string_view prefix : {"xslt", "xmlXPath", "xmlXPtr", "exslt"}) {
         if (!line.starts_with(prefix)) continue;
@@ -106,8 +112,9 @@ void Causes::add(std::string_view uri, std::uint32_t line, std::string_view text
 }
 
 void Causes::add(const xmlError& error) {
-    if (error.level < XML_ERR_ERROR || error.message == nullptr) return;
+    if (error.level < XML_ERR_ERROR || error.message == nullptr || complete_) return;
     std::string text(trimmed(error.message));
+    if (text == kLimitReached) text = kEndless;
     if (error.domain == XML_FROM_XPATH && error.str1 != nullptr) {
         text = "XPath expression '" + std::string(error.str1) + "': " + text;
         if (error.int1 > 0) text += " at character " + std::to_string(error.int1 + 1);
@@ -122,7 +129,10 @@ void Causes::add(const xmlError& error) {
 }
 
 void Causes::placeWaiting(const std::string& context) {
-    for (const std::string& text : placeless_) keep(context + text);
+    for (const std::string& text : placeless_) {
+        keep(context + text);
+        complete_ = complete_ || text.ends_with(kEndless);
+    }
     placeless_.clear();
 }
 
@@ -161,8 +171,9 @@ void Causes::finishLine(std::string& pending, bool placed) {
         placeless_.push_back(std::move(said));
         return;
     }
-    // what follows is a dump of everything that is open
-    const bool isLast = line.find("potential infinite template recursion") != std::string::npos;
+    // what follows is a dump of everything that is open, or the same once more for each level
+    const bool isLast =
+        line.find("potential infinite template recursion") != std::string::npos || said == kEndless;
     keep(context_ + said);
     complete_ = isLast;
 }

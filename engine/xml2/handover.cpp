@@ -99,7 +99,7 @@ public:
         } else if (tree_.firstChild(root) != dom::kNoNode) {
             copyNodes(tree_.firstChild(root), root);
         }
-        return {std::move(doc_), depth_, memory_.takeBlocks()};
+        return {std::move(doc_), extent_, memory_.takeBlocks()};
     }
 
 private:
@@ -178,6 +178,7 @@ private:
     // Linked before it gets its content, so that nothing is lost when memory runs out in between.
     xmlNode& addNode(xmlElementType type, const xmlChar* name, NodeId id, xmlNode* parent) {
         auto* node = memory_.zeroed<xmlNode>();
+        ++extent_.nodes;
         node->type = type;
         node->name = name;
         node->doc = doc_.get();
@@ -195,6 +196,7 @@ private:
 
     void setContent(xmlNode& node, std::string_view content) {
         (void)length(content);
+        extent_.textInBytes += content.size();
         node.content = memory_.copyOf(content);
     }
 
@@ -243,7 +245,7 @@ private:
             node->line = static_cast<unsigned short>(std::min(tree_.position(id).line, 65535u));
         }
         open_.push_back({node, declarations_.size()});
-        depth_ = std::max(depth_, open_.size());
+        extent_.depth = std::max(extent_.depth, open_.size());
         const std::uint32_t count = tree_.attributeCount(id);
         bool declares = !inherited_.empty();
         if (declares) declareInherited(*node);
@@ -375,7 +377,7 @@ private:
     const xmlChar* xml_ = nullptr;
     std::vector<Declaration> declarations_;
     std::vector<Open> open_;
-    std::size_t depth_ = 0;
+    Extent extent_;
     std::vector<Inherited> inherited_;  // for the first element
     xmlAttr* lastAttribute_ = nullptr;
     std::string joined_;

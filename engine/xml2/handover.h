@@ -27,10 +27,17 @@ struct HandOver {
     Use use = Use::Read;
 };
 
+// How large a copy is.
+struct Extent {
+    std::size_t depth = 0;        // of its elements
+    std::size_t nodes = 0;        // attributes counted as one each
+    std::size_t textInBytes = 0;  // of texts, comments and values of attributes
+};
+
 class HandedOver final {
 public:
-    HandedOver(DocHandle doc, std::size_t depth, std::vector<std::unique_ptr<char[]>> blocks) noexcept
-        : doc_(std::move(doc)), depth_(depth), blocks_(std::move(blocks)) {}
+    HandedOver(DocHandle doc, Extent extent, std::vector<std::unique_ptr<char[]>> blocks) noexcept
+        : doc_(std::move(doc)), extent_(extent), blocks_(std::move(blocks)) {}
     HandedOver(HandedOver&&) noexcept = default;
     HandedOver& operator=(HandedOver&&) = delete;
     ~HandedOver() {
@@ -39,13 +46,13 @@ public:
     }
 
     [[nodiscard]] xmlDoc& doc() const noexcept { return *doc_; }
-    [[nodiscard]] std::size_t depth() const noexcept { return depth_; }  // of its elements
+    [[nodiscard]] const Extent& extent() const noexcept { return extent_; }
     // Use::Change only: the copy on its own.
     [[nodiscard]] DocHandle takeDoc() noexcept { return std::move(doc_); }
 
 private:
     DocHandle doc_;
-    std::size_t depth_;
+    Extent extent_;
     std::vector<std::unique_ptr<char[]>> blocks_;
 };
 

@@ -1,5 +1,5 @@
-// How deep the transformer may go: libxslt recurses over templates and trees alike. Threads: pure functions
-// of the calling thread's stack.
+// How deep the transformer may go, for libxslt recurses over templates and trees alike, and how much it may
+// do. Threads: pure functions of the arguments and of the calling thread's stack.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,14 @@ namespace engine::xslt {
 
 inline constexpr std::size_t kSourceDepthLimit = 500'000;  // elements one within the other
 
-// Minutes of work: beyond it a transformation is taken for one that would never end.
-inline constexpr unsigned long kInstructionLimit = 1'000'000'000;  // sequences of instructions carried out
-inline constexpr unsigned long kXPathLimit = 20'000'000'000;       // steps of expressions
+// What one transformation may do: beyond it, it is taken for one that would never end. A small source gets
+// seconds of work, a large one more.
+struct WorkLimits {
+    unsigned long instructions;  // carried out; what they copy counts as well, see meter.h
+    unsigned long xpathSteps;    // nodes looked at by expressions
+    std::size_t stringInBytes;   // of one variable's or parameter's value
+};
+[[nodiscard]] WorkLimits workLimits(std::size_t sourceNodes, std::size_t sourceTextInBytes) noexcept;
 
 // Of a style sheet, which is compiled on the caller's stack.
 [[nodiscard]] std::size_t styleSheetDepthLimit() noexcept;

@@ -12,6 +12,7 @@
 #include "engine/xml2/uri.h"
 #include "engine/xslt/functions.h"
 #include "engine/xslt/limits.h"
+#include "engine/xslt/meter.h"
 #include "engine/xslt/operation.h"
 
 namespace engine::xslt {
@@ -133,6 +134,7 @@ void StyleSheet::compile() {
     if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
     (void)document.release();  // the style sheet's from now on, also when it has errors
     if (style_->errors != 0) operation.fail("The style sheet has errors.");
+    Meter::equip(*style_);
     // Before any transformation: what is set later no longer reaches the result tree.
     xmlChar* encoding = orThrow(xmlStrdup(chars(kResultEncoding)));
     xmlFree(style_->encoding);
@@ -148,12 +150,14 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
     if (stripsSpace(*style_)) options.use = xml2::HandOver::Use::Change;
     const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
     xml2::DocHandle result;
-    runWithStack(document.depth(),
-                 [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth); });
+    const xml2::Extent& extent = document.extent();
+    const WorkLimits limits = workLimits(extent.nodes, extent.textInBytes);
+    runWithStack(extent.depth,
+                 [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth, limits); });
     return result;
 }
 
-xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth) {
+xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits) {
     Operation operation(inclusions_);
     const SecurityHandle security = closedDoors();
     const ContextHandle context(orThrow(xsltNewTransformContext(style_.get(), &document)));
@@ -162,8 +166,7 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth) {
     xsltSetTransformErrorFunc(context.get(), &state, listenToRun);
     if (xsltSetCtxtSecurityPrefs(security.get(), context.get()) != 0) throw std::bad_alloc();
     context->maxTemplateDepth = static_cast<int>(templateDepth);
-    context->opLimit = kInstructionLimit;
-    context->xpathCtxt->opLimit = kXPathLimit;
+    const Meter meter(*context, limits);
     addFunctions(*context);
     xml2::DocHandle result(
         xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));

@@ -9,6 +9,7 @@
 #include "engine/dom/services.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/inclusions.h"
+#include "engine/xslt/limits.h"
 
 namespace engine::xslt {
 
@@ -28,7 +29,7 @@ public:
 
 private:
     void compile();
-    [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth);
+    [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits);
     [[nodiscard]] xml2::DocHandle handOverStyle() const;
 
     const dom::NodeSource source_;

@@ -305,6 +305,56 @@ TEST_F(Transforming, SurvivesDepthOnSmallStacks) {
     }
 }
 
+// Work and memory that would double and double end in an error, whichever way they grow.
+TEST_F(Transforming, EndsWhatWouldNotEnd) {
+    const auto calling = [](std::string_view start, std::string_view body) {
+        return sheet("<xsl:template match='/' name='r'><xsl:param name='p' select='" + std::string(start) +
+                         "'/>" + std::string(body) + "</xsl:template>",
+                     "xmlns:e='http://exslt.org/common'");
+    };
+    const auto again = [](std::string_view value) {
+        return "<xsl:call-template name='r'><xsl:with-param name='p' select='" + std::string(value) +
+               "'/></xsl:call-template>";
+    };
+    const auto fragment = [](std::string_view content) {
+        return "<xsl:call-template name='r'><xsl:with-param name='p'>" + std::string(content) +
+               "</xsl:with-param></xsl:call-template>";
+    };
+    const std::string twice = again("$p - 1") + again("$p - 1");
+    constexpr const char* kEndless = "line 2: Stopped as endless";
+    const std::array cases{
+        Refusal{"calls", calling("40", "<xsl:if test='$p > 0'>" + twice + "</xsl:if>"), {kEndless}},
+        Refusal{"result",
+                calling("40", "<xsl:if test='$p > 0'><e/><xsl:copy-of select='/'/>" + twice + "</xsl:if>"),
+                {kEndless}},
+        Refusal{"string", calling("1", again("concat($p, $p)")), {"'$p' has grown to more than 67"}},
+        Refusal{"attribute",
+                calling("1", "<xsl:variable name='t'><e a='{$p}{$p}'/></xsl:variable>" +
+                                 again("string(e:node-set($t)/e/@a)")),
+                {"'$p' has grown to more than 67"}},
+        Refusal{"text of a fragment",
+                calling("1", fragment("<xsl:value-of select='$p'/><xsl:value-of select='$p'/>")),
+                {kEndless}},
+        Refusal{"fragment",
+                calling("/", fragment("<xsl:copy-of select='$p'/><xsl:copy-of select='$p'/>")),
+                {kEndless}},
+        Refusal{"expression",
+                sheet("<xsl:template match='/'><xsl:value-of select='count(//*[count(//*[count(//*[count(//*"
+                      "[count(//*) > 0]) > 0]) > 0]) > 0])'/></xsl:template>"),
+                {kEndless}},
+    };
+    std::string source = "<a>";
+    for (int i = 0; i < 100; ++i) source += "<b>x</b>";
+    source += "</a>";
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.fault);
+        const std::string result = runText(c.body, source);
+        EXPECT_TRUE(result.starts_with("!")) << result.substr(0, 200);
+        for (const std::string& words : c.says) EXPECT_THAT(result, HasSubstr(words));
+        EXPECT_EQ(result.find('\n'), std::string::npos) << "one cause: " << result;
+    }
+}
+
 // Settings that the host may have made, for its thread and for the process.
 struct HostSettings {
     std::vector<const void*> pointers;
