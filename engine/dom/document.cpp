@@ -19,6 +19,18 @@ constexpr IID kDocumentId{0x3C8E61D4, 0x7A0F, 0x4B1D, {0xA2, 0x6E, 0x90, 0x5B, 0
 
 constinit Transformer* theTransformer = nullptr;
 
+// What the call on this thread that has just failed had to say.
+std::string takeDescription() {
+    com::Ref<IErrorInfo> info;
+    BSTR text = nullptr;
+    std::string description;
+    if (GetErrorInfo(0, info.receive()) == S_OK && SUCCEEDED(info->GetDescription(&text))) {
+        const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> owner(text, SysFreeString);
+        description = text::toUtf8(textOf(text));
+    }
+    return description.empty() ? "The document could not be validated while it was loaded." : description;
+}
+
 void checkName(BSTR name, const char* what) {
     if (text::isQualifiedName(textOf(name))) return;
     const std::u16string shown(textOf(name).substr(0, 100));
@@ -205,8 +217,7 @@ reader::ParseError Document::build(const reader::Input& input, LiveTree& target)
     }
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
     const HRESULT status = schemas_->validateTree({target.tree(), kDocumentNode, target.url()}, &error);
-    if (FAILED(status))
-        error = {status, {}, "The document could not be validated while it was loaded.", {}, 0};
+    if (FAILED(status)) error = {status, {}, takeDescription(), {}, 0};
     return error;
 }
 

@@ -246,6 +246,9 @@ TEST_F(Validating, NeedsSchemas) {
     attach(*document, newCache().get());
     EXPECT_LT(document->validate(error.receive()), 0);
     EXPECT_THAT(lastDescription(), HasSubstr("no schema to validate against"));
+    EXPECT_FALSE(load(*document, u"<a/>"));
+    EXPECT_THAT(reason(*document), HasSubstr("no schema to validate against"))
+        << "in the record of a load, too";
 }
 
 }  // namespace
