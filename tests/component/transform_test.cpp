@@ -89,6 +89,12 @@ TEST(Transforming, ReportsTheSourcesFailedLoadAfterTheOutput) {
         errorOf(source),
         "3 Error while transforming  : Line 1, column 4 : End tag 'b' does not match the start tag 'a'.");
     EXPECT_EQ(utf8(text), "name=");
+    const DomParser result = load("<earlier/>");
+    EXPECT_FALSE(source->transformToDocument(
+        load("<new xsl:version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'/>").get(),
+        result.get()));
+    EXPECT_TRUE(errorOf(source).starts_with("3 Error while transforming  : Line 1, column 4 : "));
+    EXPECT_EQ(saved(result), "<new />\n");
 }
 
 TEST(Transforming, ReportsABadStyleSheetAndLeavesTheResult) {
@@ -158,8 +164,9 @@ TEST(Validating, KeepsTheSchemaForLaterLoads) {
     EXPECT_TRUE(errorOf(parser).starts_with("3 Error while reading Xml  : Line 1, column 1 : "))
         << errorOf(parser);
     EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>2</a>")));
-    // A file that cannot be read changes nothing about that.
+    // A file that cannot be read, or is no schema, changes nothing about that.
     EXPECT_FALSE(parser->validate(wide("urn:a"), wide(folder.path("missing.xsd"))));
+    EXPECT_THROW(parser->validate(wide("urn:a"), wide(folder.write("no.xsd", "<a/>"))), _com_error);
     EXPECT_FALSE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
     parser->setValidateOnParse(false);
     EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
