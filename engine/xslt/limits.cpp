@@ -19,13 +19,17 @@ constexpr std::size_t kBytesPerStyleElement = 700;
 constexpr std::size_t kReserve = std::size_t{64} << 10;  // for what is not recursive
 constexpr std::size_t kBigStack = std::size_t{256} << 20;
 
-// Measured, optimised: 9 million cheap instructions or 70 million steps take a second. The greediest real work
-// seen is docbook-xsl: 75 instructions a node of the book, and steps that grow with the square of it (0.08 for
-// each pair of nodes). Ten times the steps are granted, and seven times the instructions.
+// Measured, optimised: 9 million cheap instructions or 70 million steps take a second. The greediest real
+// work seen is docbook-xsl: 75 instructions a node of the book, and steps that grow with the square of it
+// (0.08 for each pair of nodes), and 8 KB written a node. Ten times the steps are granted, seven times the
+// instructions, and five times the bytes.
 constexpr unsigned long kLeastInstructions = 10'000'000;
 constexpr unsigned long kInstructionsPerNode = 500;
 constexpr unsigned long kLeastXPathSteps = 200'000'000;
 constexpr unsigned long kMostXPathSteps = 50'000'000'000;
+constexpr std::size_t kLeastWrittenInBytes = std::size_t{512} << 20;
+constexpr std::size_t kWrittenPerNode = 40'000;
+constexpr std::size_t kWrittenPerSourceByte = 100;
 constexpr std::size_t kLeastStringInBytes = std::size_t{64} << 20;
 constexpr std::size_t kStringPerSourceByte = 16;
 
@@ -42,6 +46,7 @@ WorkLimits workLimits(std::size_t sourceNodes, std::size_t sourceTextInBytes) no
     const unsigned long square = nodes < 1'000'000 ? nodes * nodes : kMostXPathSteps;
     return {kLeastInstructions + kInstructionsPerNode * nodes,
             std::min(kLeastXPathSteps + square, kMostXPathSteps),
+            kLeastWrittenInBytes + kWrittenPerNode * sourceNodes + kWrittenPerSourceByte * sourceTextInBytes,
             kLeastStringInBytes + kStringPerSourceByte * sourceTextInBytes};
 }
 

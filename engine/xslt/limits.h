@@ -12,8 +12,9 @@ inline constexpr std::size_t kSourceDepthLimit = 500'000;  // elements one withi
 // What one transformation may do: beyond it, it is taken for one that would never end. A small source gets
 // seconds of work, a large one more.
 struct WorkLimits {
-    unsigned long instructions;  // carried out; what they copy counts as well, see meter.h
+    unsigned long instructions;  // carried out
     unsigned long xpathSteps;    // nodes looked at by expressions
+    std::size_t writtenInBytes;  // memory for results and fragments, those that are gone again included
     std::size_t stringInBytes;   // of one variable's or parameter's value
 };
 [[nodiscard]] WorkLimits workLimits(std::size_t sourceNodes, std::size_t sourceTextInBytes) noexcept;

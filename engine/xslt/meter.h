@@ -1,10 +1,11 @@
-// Counts the work of a running transformation, and stops one that would not end. libxslt counts instructions
-// and the steps of expressions by itself, whatever the size of what they copy; here the copies are charged to
-// the same accounts, and no variable's value may outgrow its limit. So time and memory are bounded together.
-// Threads: as the context.
+// Measures the work of a running transformation, and stops one that would not end. libxslt counts
+// instructions and the steps of expressions by itself; what is written, and how long texts get, is measured
+// here, so that memory is bounded as well as time. Threads: as the context.
 #pragma once
 
 #include <libxslt/xsltInternals.h>
+
+#include <deque>
 
 #include "engine/xslt/limits.h"
 
@@ -12,21 +13,31 @@ namespace engine::xslt {
 
 class Meter final {
 public:
-    // Once for each compiled style sheet: its value-of and copy-of, and those of its imports, are charged
-    // for.
-    static void equip(xsltStylesheet& style) noexcept;
+    // An entry for the literal part of a sequence of instructions, which libxslt carries out with the rest.
+    struct Charge : xsltElemPreComp {
+        std::size_t bytes = 0;  // that the literal part writes, roughly
+    };
+    using Charges = std::deque<Charge>;
+
+    // Once for each compiled style sheet, which refers to the charges from then on. Throws std::bad_alloc.
+    [[nodiscard]] static Charges equip(xsltStylesheet& style);
 
     // Borrows the context, which must not be used after this object is gone.
     Meter(xsltTransformContext& context, const WorkLimits& limits) noexcept;
     Meter(const Meter&) = delete;
     Meter& operator=(const Meter&) = delete;
 
+    // The meter of a running transformation.
+    [[nodiscard]] static Meter& of(const xsltTransformContext& context) noexcept;
+    void written(std::size_t bytes) noexcept;
+
 private:
     static xmlXPathObject* lookUp(void* meter, const xmlChar* name, const xmlChar* uri) noexcept;
     [[nodiscard]] bool admits(const xmlXPathObject& value) noexcept;
 
     xsltTransformContext& context_;
-    std::size_t stringInBytes_;
+    WorkLimits limits_;
+    std::size_t writtenInBytes_ = 0;
 };
 
 }  // namespace engine::xslt

@@ -134,7 +134,7 @@ void StyleSheet::compile() {
     if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
     (void)document.release();  // the style sheet's from now on, also when it has errors
     if (style_->errors != 0) operation.fail("The style sheet has errors.");
-    Meter::equip(*style_);
+    charges_ = Meter::equip(*style_);
     // Before any transformation: what is set later no longer reaches the result tree.
     xmlChar* encoding = orThrow(xmlStrdup(chars(kResultEncoding)));
     xmlFree(style_->encoding);

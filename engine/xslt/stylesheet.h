@@ -9,7 +9,7 @@
 #include "engine/dom/services.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/inclusions.h"
-#include "engine/xslt/limits.h"
+#include "engine/xslt/meter.h"
 
 namespace engine::xslt {
 
@@ -35,6 +35,7 @@ private:
     const dom::NodeSource source_;
     std::string uri_;
     xml2::Inclusions inclusions_{xml2::Dialect::StyleSheet};
+    Meter::Charges charges_;  // the style sheet refers to them
     StyleHandle style_;
 };
 

@@ -327,6 +327,9 @@ TEST_F(Transforming, EndsWhatWouldNotEnd) {
         Refusal{"result",
                 calling("40", "<xsl:if test='$p > 0'><e/><xsl:copy-of select='/'/>" + twice + "</xsl:if>"),
                 {kEndless}},
+        Refusal{"literal elements",
+                calling("40", "<e a='1' b='2' c='3'/>text<xsl:if test='$p > 0'>" + twice + "</xsl:if>"),
+                {kEndless}},
         Refusal{"string", calling("1", again("concat($p, $p)")), {"'$p' has grown to more than 67"}},
         Refusal{"attribute",
                 calling("1", "<xsl:variable name='t'><e a='{$p}{$p}'/></xsl:variable>" +
