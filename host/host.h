@@ -53,6 +53,7 @@ struct LoadedFolder {
 class Host {
 public:
     // Offers the standard services:
+    //
     //     IKelStrSupport         Unicode's rules in the user's locale; the 8-bit form is UTF-8
     //     IKelTranslatorService  messages in the user's language, from catalogues (host/messages.h)
     //     IKelErrorService       writes to standard error (host/errorservice.h)
@@ -60,6 +61,7 @@ public:
     //     IKelDirService         the platform's directories (host/directoryservice.h)
     //     IKelMManager, IMemChecker (host/memory.h), IKelAssertHandlerCB (host/assertionhandler.h)
     //     IBucketMemoryPool      one pool of buffers for all components
+    //
     // Becomes the process's own link to a host, too, unless there is one: objects that the application itself
     // implements are then counted atomically. Throws SettingsError for a settings file that is not one.
     explicit Host(const HostOptions& options = {});

@@ -1,4 +1,5 @@
 // DOM parsers without a component manager.
+//
 //     XmlDOM dom;
 //     IPtr<IKelDOMXmlV2> parser(dom.getParser());
 #pragma once

@@ -1,4 +1,5 @@
 // SAX parsers without a component manager.
+//
 //     XmlSAX sax;
 //     IPtr<IKelSAXXmlV2> parser(sax.getParser());
 #pragma once

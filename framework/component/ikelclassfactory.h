@@ -16,7 +16,7 @@ public:
     // pointer too). An unknown class: returns 0 and leaves *out alone.
     virtual std::int32_t create(const KelClassId& id, IKelUnknown** out) = 0;
 
-    // 2.
+    // 2. How many classes there are.
     [[nodiscard]] virtual std::int32_t classCount() const = 0;
 
     // 3. and 4. One enumeration at a time, in no particular order; false when there is no (further) class,

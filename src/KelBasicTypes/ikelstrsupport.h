@@ -22,7 +22,7 @@ public:
     // 2. Negative, zero or positive; both texts are NUL-terminated and never null.
     virtual std::int32_t compare(const char16_t* a, const char16_t* b) = 0;
 
-    // 3. and 4.
+    // 3. and 4. The class of the unit, by itself.
     virtual bool isSpace(char16_t unit) = 0;
     virtual bool isDigit(char16_t unit) = 0;
 

@@ -18,7 +18,7 @@ public:
     // 0. `arguments` are `count` strings in a row.
     virtual KelString& translateCounted(KelString& result, const char* key, std::int32_t count,
                                         const KelString* arguments) = 0;
-    // 1. to 7.
+    // 1. to 7. As translateCounted, with as many arguments as the name says.
     virtual KelString& translate6(KelString& result, const char* key, const KelString& a1,
                                   const KelString& a2, const KelString& a3, const KelString& a4,
                                   const KelString& a5, const KelString& a6) = 0;

@@ -1,8 +1,10 @@
 // A condition variable whose broadcast returns only when every waiter it released has woken.
 //
 // Wake-ups may be spurious, so waiters test their condition in a loop:
+//
 //     mutex.lock();
 //     while (!ready) condition.wait(mutex);
+//
 // The mutex must be held once, not recursively, while waiting, and by the broadcaster while it broadcasts.
 // Threads: any; it may be destroyed when nobody waits. The first one of a process is made before other
 // threads make conditions: it reads the environment variable KEL_SPIN_COUNT for all of them.
