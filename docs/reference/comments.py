@@ -33,9 +33,9 @@ SAME_EVERYWHERE = (
 
 
 def escape(text):
-    """Doxygen's own command characters, outside of code spans, as the plain characters that they are to us."""
-    parts = re.split(r"(`[^`]*`)", text)
-    return "".join(p if p.startswith("`") else re.sub(r"([\\@<>&#%])", r"\\\1", p) for p in parts)
+    """Doxygen's own command characters, outside of code spans and quotes, as the plain characters that they are to us."""
+    parts = re.split(r"""(`[^`]*`|"[^"]*")""", text)
+    return "".join(p if p[:1] in ("`", '"') else re.sub(r"([\\@<>&#%])", r"\\\1", p) for p in parts)
 
 
 def split_comment(line):
@@ -61,13 +61,10 @@ def without_literals(code):
     return re.sub(r'"(?:\\.|[^"\\])*"|(?<!\w)\'(?:\\.|[^\'\\])\'', '""', code)
 
 
-def slots_last(text):
+def split_slots(text):
     """Interfaces number their operations, "3. and 4. What it does": the number reads better behind the words."""
-    m = re.match(r"(\d+\.(?:,? (?:and |to )?\d+\.)*)\s*(.*)", text)
-    if not m:
-        return text
-    numbers = m.group(1).replace(".", "")
-    return (m.group(2) + " " if m.group(2) else "") + f"[slot {numbers}]"
+    m = re.match(r"(\d+\.(?: (?:and|to) \d+\.)*)(?:\s+|$)", text)
+    return (text[m.end():], f" [slot {m.group(1).replace('.', '')}]") if m else (text, "")
 
 
 class Header:
@@ -103,7 +100,7 @@ class Header:
         return at
 
     def prose(self, text):
-        return text if text.startswith("    ") else escape(slots_last(text))
+        return text if text.startswith("    ") else escape(text)
 
     def line(self, at, line):
         declares = all(self.scopes)
@@ -173,17 +170,22 @@ class Header:
         name = re.sub(r"\s", "", found.group(1)) if found else ""
         indent = re.match(r"\s*", self.out[first]).group(0)
         if self.block:
-            for at in self.block:
-                self.out[at] = indent + "/// " + self.prose(COMMENT.match(self.out[at]).group(1))
-            if self.trailing:
-                self.out[self.block[-1]] += " " + escape(" ".join(self.trailing))
+            lines = [COMMENT.match(self.out[at]).group(1) for at in self.block]
+            lines[0], slots = split_slots(lines[0])
+            for at, words in zip(self.block, lines):
+                self.out[at] = indent + "/// " + self.prose(words)
+            self.out[self.block[-1]] += "".join(" " + escape(words) for words in self.trailing) + slots
+        elif not text and re.search(r"=\s*delete", self.code):
+            text = "Not offered."
         elif not text and (self.previous[2] or (name and name == self.previous[0])):
             text = self.previous[1]
         elif not text and "(" in self.code + ("(" if "kClassName" in self.code or "kIsHidden" in self.code else ""):
             text = self.same_everywhere()
         above = bool(self.block) or (bool(text) and not self.trailing and self.previous[2])
         if not self.block and text:
-            self.out[first] = indent + "/** " + escape(slots_last(text)).replace("*/", "* /") + " */ " + self.out[first].lstrip()
+            words, slots = split_slots(text)
+            words = escape(words).replace("*/", "* /") + slots
+            self.out[first] = f"{indent}/** {words} */ {self.out[first].lstrip()}"
         elif not text and self.file_comment and CLASS.match(self.code.strip()) and "{" in self.code + "{":
             if not self.code.rstrip().endswith(";"):
                 self.file_comment = False

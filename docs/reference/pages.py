@@ -22,9 +22,9 @@ def anchor(page, name):
 
 
 def code(match):
-    """Doxygen stumbles over a lone quote or backslash in a code span; in an element they are plain."""
+    """In a code span Doxygen stumbles over a lone quote or backslash and resolves entities; in an element all are plain."""
     text = match.group(1)
-    if not re.search(r'["\\]', text):
+    if not re.search(r'["\\&]', text):
         return match.group(0)
     return "<code>" + html.escape(text).replace("\\", "\\\\") + "</code>"
 
@@ -58,6 +58,7 @@ def main(page):
                 line = ""
             elif not fence:
                 if first and line.startswith("# "):
+                    line = re.sub(r"^# (\d+)\. ", r"# \1: ", line)  # else it would be a list
                     line, first = f"{line} {{#{anchor(page, 'page')}}}", False
                 elif heading := HEADING.match(line):
                     line = f"{line} {{#{anchor(page, slug(heading.group(2)))}}}"

@@ -50,8 +50,8 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 debootstrap --variant=minbase "$suite" "$root" >"$root.log" 2>&1 || fail "$(tail -n 5 "$root.log")"
 rm -f "$root.log"
 mount -t proc proc "$root/proc"
-mkdir "$root/work"
-chmod 777 "$root/work"
+mkdir -p "$root/work/run"
+chmod 777 "$root/work" "$root/work/run"
 cp "$packages"/*.deb "$root/work"
 rm -f "$root"/work/*-dbgsym_*
 version=$(dpkg-deb -f "$root"/work/libmsxml-parser6_*.deb Version)_$(dpkg --print-architecture)
@@ -82,12 +82,12 @@ examples=/usr/share/doc/libmsxml-parser-dev/examples
 library=/usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)/libmsxml_parser.so.6
 expect "" as_user cmake -S /work/consumer -B /work/build -DEXAMPLES=$examples
 expect "" as_user cmake --build /work/build
-expect "" as_user sh -c 'cd /work && build/direct'
-expect "" as_user sh -c "cd /work && build/dynamic $library"
-expect "Emma, 1815" as_user sh -c 'cd /work && build/example_direct'
-expect "read <shelf>" as_user /work/build/example_embed "$library" /work/shelf.xml
-expect "" as_user sh -c "cd /work && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
-expect "Emma, 1815" as_user sh -c 'cd /work && ./by_pkg_config'
+expect "" as_user sh -c 'cd /work/run && ../build/direct'
+expect "" as_user sh -c "cd /work/run && ../build/dynamic $library"
+expect "Emma, 1815" as_user sh -c 'cd /work/run && ../build/example_direct'
+expect "read <shelf>" as_user /work/build/example_embed "$library" /work/run/shelf.xml
+expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
+expect "Emma, 1815" as_user sh -c 'cd /work/run && ./by_pkg_config'
 apt purge libmsxml-parser-dev libmsxml-parser6
 left=$(cd "$root" && find . -xdev -path ./proc -prune -o -path ./work -prune -o \( -iname '*msxml*' -o -iname '*kelxml*' \) -print)
 [[ -z $left ]] || fail "left behind: $left"
