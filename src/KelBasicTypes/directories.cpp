@@ -1,6 +1,8 @@
 #include "KelBasicTypes/directories.h"
 
+#include <cstddef>
 #include <cstdio>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -32,9 +34,11 @@ struct DirectoryServiceSlot {
     IPtr<IKelDirService> service;
 };
 
-// Never destroyed: paths may be made while the process ends.
+// Never destroyed, for paths may be made while the process ends; in place, for one is made when it has run
+// out of memory.
 DirectoryServiceSlot& slot() {
-    static auto& theSlot = *new DirectoryServiceSlot;
+    alignas(DirectoryServiceSlot) static std::byte storage[sizeof(DirectoryServiceSlot)];
+    static auto& theSlot = *new (storage) DirectoryServiceSlot;
     return theSlot;
 }
 

@@ -227,7 +227,7 @@ private:
     void dropBorrowedNarrow() noexcept {
         if (narrowBytes_ == 0) narrow_ = nullptr;
     }
-    void storeNarrow(std::string_view text) const;
+    [[nodiscard]] char* roomForNarrow(std::size_t length) const;
 
     // A slot whose bytes are 0 borrows what it points to.
     char16_t* text_ = nullptr;

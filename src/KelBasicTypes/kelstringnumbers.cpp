@@ -1,29 +1,55 @@
 // Numbers as text. They are rendered as 8-bit text and widened.
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
-#include <string>
-#include <vector>
+#include <cstring>
+#include <string_view>
 
 #include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/oxarealloc.h"
 
 namespace {
 
+// A few bytes in place, more from the guarded allocation: a number does not fail for lack of memory.
+template <std::size_t N>
+class Bytes final {
+public:
+    explicit Bytes(std::size_t count) {
+        if (count > N) kel::oxaMalloc(large_, 1, count);
+    }
+    Bytes(const Bytes&) = delete;
+    Bytes& operator=(const Bytes&) = delete;
+    ~Bytes() { kel::oxaFree(large_); }
+
+    [[nodiscard]] char* data() noexcept { return large_ == nullptr ? small_ : static_cast<char*>(large_); }
+
+private:
+    char small_[N];
+    void* large_ = nullptr;
+};
+
 template <class Number>
 void render(KelString& out, const char* format, Number value) {
-    std::vector<char> buffer(40);
-    int length = std::snprintf(buffer.data(), buffer.size(), format, value);
-    if (length >= static_cast<int>(buffer.size())) {
-        buffer.resize(static_cast<std::size_t>(length) + 1);
-        length = std::snprintf(buffer.data(), buffer.size(), format, value);
+    char text[40];
+    const int length = std::snprintf(text, sizeof text, format, value);
+    const auto size = static_cast<std::size_t>(std::max(length, 0));  // a refused format renders nothing
+    if (size < sizeof text) {
+        out.assignNarrow(std::string_view(text, size));
+        return;
     }
-    if (length < 0) length = 0;  // a format that the C library refuses renders nothing
-    out.assignNarrow(std::string_view(buffer.data(), static_cast<std::size_t>(length)));
+    Bytes<sizeof text> longer(size + 1);
+    std::snprintf(longer.data(), size + 1, format, value);
+    out.assignNarrow(std::string_view(longer.data(), size));
 }
 
-std::string printfFormat(const KelNumberFormat& format, const char* conversion) {
-    std::string result = "%";
-    if (format.flags != nullptr) result += format.flags;
-    return result += conversion;
+template <class Number>
+void render(KelString& out, const KelNumberFormat& format, const char* conversion, Number value) {
+    const char* const flags = format.flags == nullptr ? "" : format.flags;
+    const std::size_t size = std::strlen(flags) + std::strlen(conversion) + sizeof "%";
+    Bytes<20> whole(size);
+    std::snprintf(whole.data(), size, "%%%s%s", flags, conversion);
+    render(out, whole.data(), value);
 }
 
 const char* floatConversion(const KelNumberFormat& format) {
@@ -52,14 +78,14 @@ KelString::KelString(double value) {
 }
 
 KelString::KelString(int value, const KelNumberFormat& format) {
-    render(*this, printfFormat(format, "d").c_str(), value);
+    render(*this, format, "d", value);
 }
 KelString::KelString(long value, const KelNumberFormat& format) {
-    render(*this, printfFormat(format, "ld").c_str(), value);
+    render(*this, format, "ld", value);
 }
 KelString::KelString(long long value, const KelNumberFormat& format) {
-    render(*this, printfFormat(format, "lld").c_str(), value);
+    render(*this, format, "lld", value);
 }
 KelString::KelString(double value, const KelNumberFormat& format) {
-    render(*this, printfFormat(format, floatConversion(format)).c_str(), value);
+    render(*this, format, floatConversion(format), value);
 }

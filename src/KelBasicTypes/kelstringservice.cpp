@@ -1,7 +1,8 @@
 // What a string leaves to the host's string support, with the fallbacks for a host that offers none.
 #include <algorithm>
 #include <cctype>
-#include <cstring>
+#include <string>
+#include <string_view>
 
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "KelBasicTypes/kelstring.h"
@@ -22,11 +23,14 @@ bool isInside(const KelString& text, std::int32_t index) {
 
 KelString shiftLetters(const KelString& text, char16_t first, char16_t last, int distance) {
     if (text.isNull()) return {};
-    std::u16string shifted(text.view());
-    for (char16_t& unit : shifted) {
-        if (first <= unit && unit <= last) unit = static_cast<char16_t>(unit + distance);
-    }
-    return shifted;
+    const auto shifted = [=](char16_t unit) {
+        return first <= unit && unit <= last ? static_cast<char16_t>(unit + distance) : unit;
+    };
+    const std::u16string_view units = text.view();
+    KelString result;
+    result.overwrite(units.size(),
+                     [&](char16_t* out) { std::transform(units.begin(), units.end(), out, shifted); });
+    return result;
 }
 
 }  // namespace
@@ -72,29 +76,36 @@ KelString KelString::mapWhitespace(char16_t replacement) const {
     KelString result(view());
     support->normalise(result);
     if (replacement == u' ') return result;
-    std::u16string mapped(result.view());
-    std::replace_if(
-        mapped.begin(), mapped.end(), [&](char16_t unit) { return support->isSpace(unit); }, replacement);
-    return result.assign(std::u16string_view(mapped));
+    const std::u16string_view units = result.view();
+    KelString mapped;
+    mapped.overwrite(units.size(), [&](char16_t* out) {
+        const auto isSpace = [support](char16_t unit) { return support->isSpace(unit); };
+        std::replace_copy_if(units.begin(), units.end(), out, isSpace, replacement);
+    });
+    return mapped.assign(mapped.view());  // a NUL as the replacement ends the text
 }
 
 const char* KelString::narrow() const& {
     if (narrow_ != nullptr && narrowBytes_ == 0) return narrow_;
-    std::string converted;
     if (IKelStrSupport* const support = kel::stringSupport()) {
+        std::string converted;
         support->toNarrow(c_str(), converted);
-    } else {
-        converted.reserve(length());
-        for (const char16_t unit : view()) {
-            if (unit < kFirstNonAscii) converted.push_back(static_cast<char>(unit));
-        }
+        *std::copy(converted.begin(), converted.end(), roomForNarrow(converted.size())) = '\0';
+        return narrow_;
     }
-    storeNarrow(converted);
+    const auto isAscii = [](char16_t unit) { return unit < kFirstNonAscii; };
+    const std::u16string_view units = view();
+    char* out = roomForNarrow(static_cast<std::size_t>(std::count_if(units.begin(), units.end(), isAscii)));
+    for (const char16_t unit : units) {
+        if (isAscii(unit)) *out++ = static_cast<char>(unit);
+    }
+    *out = '\0';
     return narrow_;
 }
 
-void KelString::storeNarrow(std::string_view text) const {
-    const std::size_t bytes = text.size() + 1;
+// For that many characters and a NUL.
+char* KelString::roomForNarrow(std::size_t length) const {
+    const std::size_t bytes = length + 1;
     if (narrow_ == nullptr || static_cast<std::size_t>(narrowBytes_) < bytes) {
         std::int32_t granted = 0;
         auto* const block = static_cast<char*>(kel::takeBuffer(bytes, granted));
@@ -102,6 +113,5 @@ void KelString::storeNarrow(std::string_view text) const {
         narrow_ = block;
         narrowBytes_ = granted;
     }
-    std::memcpy(narrow_, text.data(), text.size());
-    narrow_[text.size()] = '\0';
+    return narrow_;
 }

@@ -1,7 +1,9 @@
 #include "KelBasicTypes/stringsupport.h"
 
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <new>
 
 #include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/ikelstrsupport.h"
@@ -14,9 +16,11 @@ namespace {
 constinit std::atomic<IKelStrSupport*> support{nullptr};  // holds a reference
 constinit std::atomic<bool> isLookedUp{false};
 
-// Recursive, for the host may use strings of ours while it answers. Never destroyed.
+// Recursive, for the host may use strings of ours while it answers. Never destroyed; in place, for the first
+// string to ask may be one of a process that has run out of memory.
 std::recursive_mutex& lookupLock() {
-    static auto& lock = *new std::recursive_mutex;
+    alignas(std::recursive_mutex) static std::byte storage[sizeof(std::recursive_mutex)];
+    static auto& lock = *new (storage) std::recursive_mutex;
     return lock;
 }
 

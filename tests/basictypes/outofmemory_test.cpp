@@ -135,6 +135,9 @@ void useMemory() {
     KelString message;
     kel::translate(message, "Error while reading %1  : Line %2, column %3 : %4", many[0], KelString(12),
                    KelString(3), many[1]);
+    const KelString number(1.5e300, {false, false, "-40.8"});  // longer than what numbers have in place
+    (void)message.narrow();
+    (void)message.compare(number);
     KelString path;
     kel::makeTempFileName(path);
     for (KelString& text : many) text.clear();
@@ -195,6 +198,17 @@ TEST(OutOfMemory, EndsWithLogAndBoxWhenTheLanguageCannotAllocateEither) {
     sweep(Refused::HeapAndNew, kBox, nullptr);
     // A host whose every answer costs memory is as good as none.
     sweep(Refused::HeapAndNew, kBox, [](Host& host) { host.host->offer<IGfxRenderer>(*host.renderer); });
+}
+
+TEST(OutOfMemory, IsNotBroughtAboutByTheLanguagesOwnAllocation) {
+    Scene scene;
+    const int status = scene.run([] {
+        (void)kel::currentTranslator();
+        isNewRefused = true;
+        useMemory();
+        isNewRefused = false;
+    });
+    EXPECT_EQ(status, kBodyReturned) << "strings and the pool need nothing of it";
 }
 
 TEST(OutOfMemory, EndsThroughTheHostsServicesWhereverMemoryRunsOut) {
