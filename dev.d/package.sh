@@ -1,7 +1,7 @@
 # ./dev package: the three Debian packages in build/package/, looked over by lintian. Sourced by dev.
 # shellcheck shell=bash
 
-package_packages=("${build_packages[@]}" git dpkg-dev debhelper lintian)
+package_packages=("${build_packages[@]}" git build-essential debhelper lintian)
 package_folder=build/package
 
 # A copy of the tree to build in, for packaging writes beside its control files. The object folder stays from one run

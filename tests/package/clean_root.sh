@@ -65,8 +65,8 @@ printf '<shelf><book></shelf>\n' >"$root/work/bad.xml"
 expect "6.3.0.0" as_user kelxml --version
 expect "book" as_user kelxml tree /work/shelf.xml
 expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /work/bad.xml; test $? = 1'
-[[ ${KEL_NO_MAN:-} ]] || for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
-    fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/msxml_parser.mo; do
+for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
+    fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/{msxml_parser,kelxml}.mo; do
     [[ -s $root/usr/share/$file ]] || fail "there is no /usr/share/$file"
 done
 
