@@ -42,6 +42,16 @@ def link(page):
     return replacement
 
 
+def list_pages(folder):
+    print()
+    for name in sorted(os.listdir(folder)):
+        page = os.path.join(folder, name)
+        if name != "README.md":
+            with open(page, encoding="utf-8") as source:
+                title = source.readline().removeprefix("# ").strip()
+            print(f"- [{title.replace('. ', ': ', 1)}](@ref {anchor(page, 'page')})")
+
+
 def main(page):
     fence = ""
     first = True
@@ -64,6 +74,8 @@ def main(page):
                     line = f"{line} {{#{anchor(page, slug(heading.group(2)))}}}"
                 line = re.sub(r"`([^`]+)`", code, LINK.sub(link(page), line))
             print(line)
+    if page == "docs/decisions/README.md":  # elsewhere the folder itself is the list
+        list_pages(os.path.dirname(page))
 
 
 main(os.path.relpath(sys.argv[1]))
