@@ -1,5 +1,4 @@
 #include <string>
-#include <string_view>
 
 #include "host/text.h"
 #include "tools/kelxml/complaint.h"
@@ -7,6 +6,7 @@
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/progress.h"
 #include "tools/kelxml/result.h"
+#include "tools/kelxml/resulttext.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
@@ -23,24 +23,6 @@ constexpr const char16_t* kFormattingSheet =
     u"</xsl:for-each></xsl:template>"
     u"</xsl:stylesheet>";
 
-void replaceFirst(std::string& text, std::string_view from, std::string_view to, std::size_t before) {
-    const std::size_t at = text.find(from);
-    if (at < before) text.replace(at, from.size(), to);
-}
-
-// The parser's text is UTF-16, and what declares its encoding says so; what we write is UTF-8.
-std::string declaredAsUtf8(std::string text) {
-    if (text.starts_with("<?xml ")) {
-        replaceFirst(text, R"(encoding="UTF-16")", R"(encoding="UTF-8")", text.find("?>"));
-    } else {
-        // What the serialiser puts into the head of an HTML document.
-        replaceFirst(text, R"(<meta http-equiv="Content-Type" content="text/html; charset=UTF-16">)",
-                     R"(<meta http-equiv="Content-Type" content="text/html; charset=UTF-8">)",
-                     std::string::npos);
-    }
-    return text;
-}
-
 void transformWith(const InputFile& style, IKelDOMXmlV2& sheet, IKelDOMXmlV2& document,
                    const InputFile& input, const std::string& out) {
     KelString text;
@@ -51,7 +33,7 @@ void transformWith(const InputFile& style, IKelDOMXmlV2& sheet, IKelDOMXmlV2& do
         }
     }
     Result result(out);
-    result.write(declaredAsUtf8(kelhost::toUtf8(text)));
+    result.write(utf8Of(text));
     result.deliver();
 }
 
