@@ -71,6 +71,15 @@ TEST_F(KelxmlTest, RefusedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
     }
 }
 
+TEST_F(KelxmlTest, ANamedPipeIsReadLikeAFile) {
+    const std::string pipe = folder_.pathOf("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string verb : {"tree", "save", "events", "format"}) {
+        const std::string shell = "echo '<a/>' > " + pipe + " & " KELXML_PROGRAM " " + verb + " " + pipe;
+        EXPECT_EQ(kel::test::run({"/bin/sh", "-c", shell}).status, 0) << verb;
+    }
+}
+
 TEST_F(KelxmlTest, AClosedPipeEndsQuietlyAndAFullDiskDoesNot) {
     std::string document = "<a>";
     for (int i = 0; i < 50'000; ++i) document += "<b>some text</b>";

@@ -9,7 +9,7 @@ namespace kelxml {
 
 // The line, from 1, of the first thing after the root element that has no business there; nothing if all is
 // well. The document up to the end of its root element must be known to be well formed. Constant memory.
-// Nothing, too, for what cannot be read twice (a pipe), and for the rare encodings in which the bytes of
+// Nothing, too, for what cannot be read twice (a device), and for the rare encodings in which the bytes of
 // markup need not mean markup (UTF-32, EBCDIC, those that shift).
 [[nodiscard]] std::optional<std::uint64_t> lineOfJunkAfterRoot(const std::filesystem::path& file);
 

@@ -27,6 +27,8 @@ std::string_view escapeOf(Ink ink) {
             return "\x1b[32m";
         case Ink::Dim:
             return "\x1b[2m";
+        case Ink::Alarm:
+            return "\x1b[1;31m";
         case Ink::Plain:
             break;
     }

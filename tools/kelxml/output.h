@@ -7,7 +7,7 @@
 
 namespace kelxml {
 
-enum class Ink { Plain, Name, Attribute, Text, Dim };
+enum class Ink { Plain, Name, Attribute, Text, Dim, Alarm };
 
 // The value of --color, for the whole program.
 enum class ColourChoice { OnTerminals, Always, Never };

@@ -184,7 +184,7 @@ bool report(Output& output, const Session& session, const Step& step) {
     if (complaint.empty())
         output.write(tr("ok"), Ink::Text);
     else
-        output.write(tr("FAILED"), Ink::Name);
+        output.write(tr("FAILED"), Ink::Alarm);
     output.write("  " + tr(step.name) + (complaint.empty() ? "" : ": " + complaint) + '\n');
     return complaint.empty();
 }

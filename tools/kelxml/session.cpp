@@ -41,19 +41,17 @@ kelhost::Component loadComponent(kelhost::Host& host, const fs::path& library) {
     }
 }
 
-// Copies standard input to the file; reads to its end even where the document stops early, as a pipe's writer
-// expects.
-void spoolStandardInput(const fs::path& path) {
+// Reads to the end even where the document stops early, as a pipe's writer expects.
+void spool(std::FILE* from, const std::string& name, const fs::path& path) {
     std::ofstream file(path, std::ios::binary);
     std::array<char, 1 << 16> block{};
     std::size_t size = 0;
-    while ((size = std::fread(block.data(), 1, block.size(), stdin)) > 0) {
+    while ((size = std::fread(block.data(), 1, block.size(), from)) > 0) {
         file.write(block.data(), static_cast<std::streamsize>(size));
     }
-    if (std::ferror(stdin) != 0) {
-        throw Failure(kRefused, tr("cannot read standard input: %1", std::generic_category().message(errno)));
-    }
-    if (!file.flush()) throw Failure(kRefused, tr("cannot keep standard input in %1", path.string()));
+    if (std::ferror(from) != 0)
+        throw Failure(kRefused, tr("cannot read %1: %2", name, std::generic_category().message(errno)));
+    if (!file.flush()) throw Failure(kRefused, tr("cannot keep %1 in %2", name, path.string()));
 }
 
 std::unique_ptr<TemporaryFile> placeFor(InputFile::Kept kept) {
@@ -66,6 +64,10 @@ std::unique_ptr<TemporaryFile> placeFor(InputFile::Kept kept) {
         }
     }
     return std::unique_ptr<TemporaryFile>(new TemporaryFile(TemporaryFile::inTemporaryFolder()));
+}
+
+int closeIfOpen(std::FILE* file) {
+    return file == nullptr ? 0 : std::fclose(file);
 }
 
 // What the system says when somebody tries to read the file; empty if it can be read.
@@ -87,14 +89,20 @@ IPtr<IKelDOMXmlV2> Session::makeParser() const {
 }
 
 InputFile::InputFile(std::string name, Kept kept) : name_(std::move(name)), path_(name_) {
-    if (name_ != "-") return;
+    std::error_code unknown;
+    const bool isStandardInput = name_ == "-";
+    if (!isStandardInput && !fs::is_fifo(path_, unknown)) return;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(
+        isStandardInput ? nullptr : std::fopen(name_.c_str(), "rb"), closeIfOpen);
+    if (!isStandardInput && pipe == nullptr) return;  // the parser is the one to say so
+    const std::string source = isStandardInput ? tr("standard input") : name_;
     try {
         spooled_ = placeFor(kept);
     } catch (const std::system_error& error) {
-        throw Failure(kRefused, tr("no temporary file for standard input: %1", error.what()));
+        throw Failure(kRefused, tr("no temporary file for %1: %2", source, error.what()));
     }
     path_ = spooled_->path();
-    spoolStandardInput(path_);
+    spool(isStandardInput ? stdin : pipe.get(), source, path_);
 }
 
 IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {

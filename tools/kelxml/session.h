@@ -32,7 +32,8 @@ private:
     kelhost::Component component_;
 };
 
-// What a verb reads: a file, or standard input kept in a temporary file so that it can be read like one.
+// What a verb reads: a file, or standard input or a named pipe kept in a temporary file, so that it can be
+// read like one, and more than once.
 class InputFile {
 public:
     // Where standard input is kept. What names other files relative to itself (a style sheet, a schema) is
@@ -53,7 +54,7 @@ public:
 
 private:
     std::string name_;
-    std::unique_ptr<TemporaryFile> spooled_;  // only for standard input
+    std::unique_ptr<TemporaryFile> spooled_;  // only for standard input and pipes
     std::filesystem::path path_;
 };
 
