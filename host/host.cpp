@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -103,6 +104,8 @@ Component Host::load(const fs::path& library) {
         // The system's loader knows no types; the name stands for this one.
         IKelComponent& entered = enter(reinterpret_cast<EntryPointFunction>(entryPoint), name);
         Component component(entered);
+        // Once only: other threads may be using it, and read its link to this host without a lock.
+        if (const std::optional<Component> known = manager_->componentOf(component.classId())) return *known;
         warn(*manager_,
              manager_->standard().translators->addComponent(component.classId(), component.name(), library));
         component.component_->initialize(manager_);

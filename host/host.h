@@ -29,12 +29,14 @@ class Settings;
 
 // What a host's standard services start with.
 struct HostOptions {
-    std::string
-        languages;  // of messages, "de_AT:fr"; empty: the user's; "en": the texts as the components have them
-    std::string locale;  // of comparison and case, "de_DE"; empty: the user's
-    std::vector<std::filesystem::path>
-        catalogueFolders;                // looked into before those near a component's library
-    std::filesystem::path settingsFile;  // see host/settings.h; empty: no settings
+    // Of messages, "de_AT:fr"; empty: the user's; "en": the texts as the components have them.
+    std::string languages = {};
+    // Of comparison and case, "de_DE"; empty: the user's.
+    std::string locale = {};
+    // Of message catalogues, looked into before those near a component's library.
+    std::vector<std::filesystem::path> catalogueFolders = {};
+    // See host/settings.h; empty: no settings.
+    std::filesystem::path settingsFile = {};
 };
 
 // A library that a folder had and that was refused.
@@ -68,8 +70,8 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // Loads a component library and initialises its component with this host. A library that is loaded
-    // already is initialised again. Throws HostError.
+    // Loads a component library and initialises its component with this host. A component that this host has
+    // loaded before stays as it is. Throws HostError.
     Component load(const std::filesystem::path& library);
 
     // Loads every component library that stands directly in the folder; what is no library is passed over.

@@ -39,8 +39,13 @@ ServiceRegistry& ComponentManager::servicesOf(const std::string& containerName) 
 
 void ComponentManager::addComponent(const Component& component) {
     const std::unique_lock guard(componentsLock_);
-    const auto isSame = [&](const Component& other) { return other.classId() == component.classId(); };
-    if (std::ranges::none_of(components_, isSame)) components_.push_back(component);
+    components_.push_back(component);
+}
+
+std::optional<Component> ComponentManager::componentOf(const KelClassId& classId) const {
+    const std::shared_lock guard(componentsLock_);
+    const auto found = std::ranges::find(components_, classId, &Component::classId);
+    return found == components_.end() ? std::nullopt : std::optional(*found);
 }
 
 std::vector<Component> ComponentManager::components() const {

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <string>
 #include <utility>
@@ -60,7 +61,9 @@ public:
     // One library at a time: a component is entered, initialised and listed before the next one is.
     [[nodiscard]] std::mutex& loadingLock() noexcept { return loadingLock_; }
 
-    void addComponent(const Component& component);  // once, however often it is loaded
+    void addComponent(const Component& component);
+    [[nodiscard]] std::optional<Component> componentOf(
+        const KelClassId& classId) const;  // the component's own
     [[nodiscard]] std::vector<Component> components() const;
 
 private:

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,15 +11,20 @@
 #include <gtest/gtest.h>
 
 #include "KelBasicTypes/detail/resetbasictypes.h"
+#include "KelBasicTypes/directories.h"
 #include "KelBasicTypes/ikelerrorservice.h"
 #include "KelBasicTypes/ikelstrsupport.h"
+#include "KelBasicTypes/memlimitlistener.h"
 #include "framework/object/detail/resetobject.h"
 #include "framework/object/hostlink.h"
 #include "framework/object/implements.h"
 #include "framework/object/kelweakref.h"
 #include "framework/object/sptr.h"
 #include "host/detail/icustrsupport.h"
+#include "host/directoryservice.h"
+#include "host/settings.h"
 #include "host/text.h"
+#include "tests/support/temporaryfolder.h"
 
 namespace {
 
@@ -40,6 +46,7 @@ class HostTest : public ::testing::Test {
 protected:
     ~HostTest() override {
         kel::detail::resetStringSupport();
+        kel::detail::resetDirectories();
         kel::detail::resetHostLink();
     }
 };
@@ -154,6 +161,87 @@ TEST_F(HostTest, OrdersTextsAsTheLocaleDoesAndTellsAllApart) {
         EXPECT_GT(support->compare(row.larger, row.smaller), 0);
         EXPECT_EQ(support->compare(row.larger, row.larger), 0);
     }
+}
+
+TEST_F(HostTest, StandardServicesAreReplacedAndLeftOutAtWill) {
+    kelhost::Host host;
+    EXPECT_THAT(host.serviceNames(), ElementsAre("IBucketMemoryPool", "IDataStore", "IKelAssertHandlerCB",
+                                                 "IKelDirService", "IKelErrorService", "IKelMManager",
+                                                 "IKelStrSupport", "IKelTranslatorService", "IMemChecker"));
+    for (const std::string& name : host.serviceNames()) {
+        void* part = nullptr;
+        EXPECT_EQ(host.manager().lookupService(name, &part), 1) << name;
+        EXPECT_NE(part, nullptr) << name;
+    }
+    const SPtr<IKelErrorService> standard;
+    const IPtr<NoteTaker> mine(new NoteTaker);
+    host.offer("IKelErrorService", *mine);
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), mine.get());
+    EXPECT_THAT(hostErrorOf([&] { host.offer("IKelErrorService", *mine); }), HasSubstr("offered already"));
+    testing::internal::CaptureStderr();
+    standard->report(KelString(u"still here"), 1, "");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("still here"))
+        << "what was lent stays good";
+
+    host.leaveOut("IKelErrorService");
+    host.leaveOut("IKelStrSupport");
+    host.leaveOut("no such service");
+    EXPECT_FALSE(SPtr<IKelErrorService>());
+    const KelString naive(u"na\u00EFve");
+    EXPECT_STREQ(naive.narrow(), "nave") << "the fallback without string support";
+    host.offer("IKelErrorService", *mine);  // the name is free again
+}
+
+TEST_F(HostTest, StartsWithTheSettingsOfAFileAndPassesThemOn) {
+    const kel::test::TemporaryFolder folder;
+    kelhost::HostOptions options;
+    options.settingsFile = folder.write("app.settings", "[Memory]\nMemLimit = 5000\n");
+    kelhost::Host host(options);
+    const IPtr<MemLimitListener> limit(new MemLimitListener);
+    EXPECT_EQ(limit->limitInBytes(), 5000);
+    host.settings().set("Memory/MemLimit", "6000");
+    EXPECT_EQ(limit->limitInBytes(), 6000);
+    host.settings().remove("Memory/MemLimit");
+    EXPECT_EQ(limit->limitInBytes(), 0) << "as for a setting that is missing";
+
+    host.directories().set("temp", "/of/the/host");
+    KelString path;
+    kel::makeTempFileName(path);
+    EXPECT_THAT(kelhost::toUtf8(path), ::testing::StartsWith("/of/the/host\\kel-"));
+    host.settings().set("Directories/Temp Directory", "/of/the/user");
+    kel::makeTempFileName(path);
+    EXPECT_THAT(kelhost::toUtf8(path), ::testing::StartsWith("/of/the/user\\kel-"));
+
+    options.settingsFile = folder.write("bad.settings", "nonsense");
+    EXPECT_THROW(kelhost::Host{options}, kelhost::SettingsError);
+}
+
+TEST_F(HostTest, LoadsAFolderAndSaysWhatItRefused) {
+    namespace fs = std::filesystem;
+    const kel::test::TemporaryFolder folder;
+    fs::create_directory(folder.pathOf("folder.so"));
+    folder.write("notes.txt", "no library");
+    folder.write("junk.so", "no library, whatever its name says");
+    fs::create_symlink(KEL_COMPONENT, folder.pathOf("component.so"));
+    fs::create_symlink(KEL_COMPONENT, folder.pathOf("component.so.6"));
+    fs::create_symlink("nowhere", folder.pathOf("lost.so.1.2"));
+    fs::create_symlink(KEL_LIBRARY_WITHOUT_ENTRY, folder.pathOf("odd.so"));
+    kelhost::Host host;
+    const kelhost::LoadedFolder loaded = host.loadFolder(folder.path());
+    ASSERT_EQ(loaded.components.size(), 1u);
+    EXPECT_EQ(loaded.components[0].name(), "msxml_parser");
+    std::vector<std::string> refused;
+    for (const kelhost::RefusedLibrary& library : loaded.refused) {
+        refused.push_back(library.library.filename().string());
+        EXPECT_THAT(library.reason,
+                    HasSubstr(library.library.filename() == "odd.so" ? "EntryPoint" : refused.back()));
+    }
+    EXPECT_THAT(refused, ElementsAre("junk.so", "lost.so.1.2", "odd.so"));
+    EXPECT_EQ(host.components().size(), 1u);
+    EXPECT_THAT(hostErrorOf([&] { (void)host.loadFolder(folder.pathOf("missing")); }), HasSubstr("missing"));
+    EXPECT_THAT(hostErrorOf([&] { (void)host.loadFolder(folder.pathOf("notes.txt")); }),
+                HasSubstr("notes.txt"));
+    EXPECT_THAT(hostErrorOf([&] { host.load(folder.path()); }), HasSubstr("is a folder"));
 }
 
 TEST_F(HostTest, RefusesWhatIsNoComponent) {
