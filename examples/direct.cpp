@@ -4,6 +4,7 @@
 #include "msxml_parser/msxml_parser.h"
 
 int main() {
+    // [begin document]
     XmlDOM xml;  // makes the thread ready; every getParser() is a new document
     IPtr<IKelDOMXmlV2> parser(xml.getParser());
     if (!parser->loadFromString(u"<shelf><book year=\"1815\">Emma</book></shelf>")) {
@@ -20,5 +21,7 @@ int main() {
     added->setAttribute(u"year", u"1817");
     added->setText(u"Persuasion");
     shelf->addChild(added.get());
-    return parser->saveToFile(u"shelf.xml") ? 0 : 1;
+    const bool isSaved = parser->saveToFile(u"shelf.xml");
+    // [end document]
+    return isSaved ? 0 : 1;
 }

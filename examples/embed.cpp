@@ -8,13 +8,13 @@
 
 int main(int argc, char** argv) try {
     if (argc != 3) return std::fputs("usage: embed LIBRARY FILE\n", stderr), 2;
-    kelhost::Host host;  // counts atomically, offers string support: 8-bit text is UTF-8
+    // [begin five lines]
+    kelhost::Host host;  // counts atomically; 8-bit text is UTF-8, messages are translated
     const kelhost::Component component = host.load(argv[1]);
-    const auto parser = component.create<IKelDOMXmlV2>(component.classNamed("MSDOMXml"));
-    if (!parser->loadFromFile(kelhost::fromUtf8(argv[2]))) {
-        std::fprintf(stderr, "%s\n", parser->getError()->getMessage().narrow());
-        return 1;
-    }
+    const auto parser = host.create<IKelDOMXmlV2>("MSDOMXml");
+    if (!parser->loadFromFile(kelhost::fromUtf8(argv[2])))
+        return std::fprintf(stderr, "%s\n", parser->getError()->getMessage().narrow()), 1;
+    // [end five lines]
     const IPtr<IKelDOMXmlElement> root(parser->getRootElement());
     const KelString name = root->getName();
     std::printf("%s %s read <%s>\n", component.name().c_str(), component.version().c_str(), name.narrow());
