@@ -80,12 +80,15 @@ step "programs of others, built with the development files"
 apt install "/work/libmsxml-parser6_$version.deb" "/work/libmsxml-parser-dev_$version.deb" cmake make g++ pkg-config
 examples=/usr/share/doc/libmsxml-parser-dev/examples
 library=/usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)/libmsxml_parser.so.6
-expect "" as_user cmake -S /work/consumer -B /work/build -DEXAMPLES=$examples
+expect "" as_user cmake -S /work/consumer -B /work/build
 expect "" as_user cmake --build /work/build
+expect "" as_user cmake -S $examples -B /work/examples
+expect "" as_user cmake --build /work/examples
 expect "" as_user sh -c 'cd /work/run && ../build/direct'
 expect "" as_user sh -c "cd /work/run && ../build/dynamic $library"
-expect "Emma, 1815" as_user sh -c 'cd /work/run && ../build/example_direct'
-expect "read <shelf>" as_user /work/build/example_embed "$library" /work/run/shelf.xml
+expect "Emma, 1815" as_user sh -c 'cd /work/run && ../examples/direct'
+expect "read <shelf>" as_user /work/examples/embed "$library" /work/run/shelf.xml
+expect "Shelf/Width is 80 now" as_user /work/examples/services "$library" $examples/data/app.settings
 expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
 expect "Emma, 1815" as_user sh -c 'cd /work/run && ./by_pkg_config'
 apt purge libmsxml-parser-dev libmsxml-parser6
