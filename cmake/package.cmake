@@ -45,7 +45,12 @@ configure_package_config_file(cmake/msxml_parser-config.cmake.in msxml_parser-co
 write_basic_package_version_file(msxml_parser-config-version.cmake COMPATIBILITY SameMajorVersion)
 # Relative to itself, so that a package unpacked under any prefix describes that prefix.
 file(RELATIVE_PATH KEL_PC_TO_PREFIX /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
-configure_file(cmake/msxml_parser.pc.in msxml_parser.pc @ONLY)
+set(KEL_PC_DL ${CMAKE_DL_LIBS})
+list(TRANSFORM KEL_PC_DL PREPEND -l)
+foreach(module msxml_parser msxml_parser-host)
+    configure_file(cmake/${module}.pc.in ${module}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
+endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/msxml_parser-config.cmake ${PROJECT_BINARY_DIR}/msxml_parser-config-version.cmake
     DESTINATION ${KEL_CMAKE_DIR} COMPONENT development)
-install(FILES ${PROJECT_BINARY_DIR}/msxml_parser.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

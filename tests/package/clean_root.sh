@@ -91,6 +91,8 @@ expect "read <shelf>" as_user /work/examples/embed "$library" /work/run/shelf.xm
 expect "Shelf/Width is 80 now" as_user /work/examples/services "$library" $examples/data/app.settings
 expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
 expect "Emma, 1815" as_user sh -c 'cd /work/run && ./by_pkg_config'
+expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/embed.cpp \$(pkg-config --cflags --libs msxml_parser-host) -o host"
+expect "read <shelf>" as_user /work/run/host "$library" /work/run/shelf.xml
 apt purge libmsxml-parser-dev libmsxml-parser6
 left=$(cd "$root" && find . -xdev -path ./proc -prune -o -path ./work -prune -o \( -iname '*msxml*' -o -iname '*kelxml*' \) -print)
 [[ -z $left ]] || fail "left behind: $left"
