@@ -242,6 +242,17 @@ TEST_F(KelxmlTest, EventsTakeEverythingThatAWellFormedDocumentMayHold) {
     }
 }
 
+// Markup may straddle the blocks in which the file is read.
+TEST_F(KelxmlTest, EventsFindTheEndOfTheRootWhereverABlockEnds) {
+    constexpr std::size_t kBlockSizeInBytes = 1 << 16;
+    const std::string rest = "<a b='>'><!-- </a> --></a><!-- 1 --><?p?>";
+    for (std::size_t split = 0; split <= rest.size(); ++split) {
+        const std::string document = "<!--" + std::string(kBlockSizeInBytes - 7 - split, '.') + "-->" + rest;
+        EXPECT_EQ(kelxml({"events", folder_.write("in.xml", document)}).status, 0) << split;
+        EXPECT_EQ(kelxml({"events", folder_.write("in.xml", document + "x")}).status, 1) << split;
+    }
+}
+
 TEST_F(KelxmlTest, SeveralFilesAreAnsweredOneByOne) {
     const std::string good = folder_.write("good.xml", "<a/>");
     const std::string bad = folder_.write("bad.xml", "<a>");

@@ -1,8 +1,11 @@
 // Messages come in the user's language: kelxml's own and, through the host, the component's.
+#include <sstream>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "KelBasicTypes/utf8.h"
 
 #include "runner.h"
 
@@ -46,6 +49,22 @@ TEST_F(KelxmlTest, SpeaksTheUsersLanguage) {
         EXPECT_THAT(kelxml({"tree", malformed}, row.user).errors, HasSubstr(row.malformed));
         EXPECT_THAT(kelxml({"tree", "--help"}, row.user).output, StartsWith(row.help));
         EXPECT_THAT(kelxml({"selftest"}, row.user).output, HasSubstr(row.selfTest));
+    }
+}
+
+std::size_t columnsOf(const std::string& line) {
+    std::size_t columns = 0;
+    for (const char16_t unit : kel::fromUtf8(line)) columns += unit >= 0x3000 && unit < 0xFF61 ? 2 : 1;
+    return columns;
+}
+
+TEST_F(KelxmlTest, HelpFitsATerminalInEveryLanguage) {
+    for (const std::string language : {"C.UTF-8", "de", "fr", "ja"}) {
+        for (const char* topic :
+             {"tree", "format", "save", "transform", "validate", "events", "completion"}) {
+            std::istringstream help(kelxml({"help", topic}, {.environment = {"LC_ALL=" + language}}).output);
+            for (std::string line; std::getline(help, line);) EXPECT_LE(columnsOf(line), 80U) << line;
+        }
     }
 }
 
