@@ -4,11 +4,13 @@
 // Threads: everything belongs to the document's thread.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "engine/com/blocks.h"
 #include "engine/com/msxml.h"
 #include "engine/com/ref.h"
+#include "engine/dom/services.h"
 #include "engine/dom/tree.h"
 
 namespace engine::dom {
@@ -46,6 +48,9 @@ public:
     [[nodiscard]] const std::string& url() const noexcept { return url_; }
     void setUrl(std::string url) noexcept { url_ = std::move(url); }
 
+    // What the transformer has made of it as a style sheet.
+    [[nodiscard]] std::unique_ptr<Kept>& keptStyle() noexcept { return keptStyle_; }
+
     // The object of a node; empty for kNoNode, and for the document node of a tree that the document has
     // replaced.
     [[nodiscard]] com::Ref<IXMLDOMNode> object(NodeId node);
@@ -77,6 +82,7 @@ private:
     Table<Slot> slots_;  // the first is never used: 0 means none
     std::uint32_t firstFree_ = 0;
     std::uint32_t objects_ = 0;
+    std::unique_ptr<Kept> keptStyle_;  // refers to the tree and the address
     bool isCurrent_ = true;
 };
 

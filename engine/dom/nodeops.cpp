@@ -337,7 +337,7 @@ HRESULT setAttribute(Anchor& anchor, BSTR name, const VARIANT& value) noexcept {
 namespace {
 
 NodeSource sourceOf(const Anchor& anchor) {
-    return {anchor.tree->tree(), anchor.node, anchor.tree->url()};
+    return {anchor.tree->tree(), anchor.node, anchor.tree->url(), &anchor.tree->keptStyle()};
 }
 
 Transformer& needTransformer() {

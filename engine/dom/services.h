@@ -3,6 +3,7 @@
 // Threads: registration happens before threads start; a service serves any number of threads at once.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,11 +13,21 @@
 
 namespace engine::dom {
 
+// What a service keeps with a tree, to be faster the next time. It goes with the tree.
+class Kept {
+public:
+    Kept() = default;
+    Kept(const Kept&) = delete;
+    Kept& operator=(const Kept&) = delete;
+    virtual ~Kept() = default;
+};
+
 // A node and where it comes from, borrowed for a call.
 struct NodeSource {
     const Tree& tree;
     NodeId node;
-    std::string_view url;  // the file its document was loaded from, UTF-8; empty: none
+    std::string_view url;                   // the file its document was loaded from, UTF-8; empty: none
+    std::unique_ptr<Kept>* kept = nullptr;  // the transformer's place in the tree's owner; null: none
 };
 
 // Failures leave as com::Failure with a description that a person can act on, and nothing else leaves but

@@ -41,6 +41,8 @@ public:
     void provide(const std::string& uri, std::function<std::string()> text);
 
     [[nodiscard]] bool isAdmitted(const std::string& uri) const { return admitted_.contains(uri); }
+    // Files have been admitted, beside what was provided.
+    [[nodiscard]] bool hasFiles() const noexcept { return admitted_.size() > provided_.size(); }
     // The text of an admitted document, read when first asked for; null: a cause was added.
     [[nodiscard]] const std::string* textOf(const std::string& uri);
 

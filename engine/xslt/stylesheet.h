@@ -18,9 +18,13 @@ using StyleHandle = std::unique_ptr<xsltStylesheet, xml2::FreeBy<xsltFreeStylesh
 // What all operations below have in common: they throw com::Failure with every cause on a line of its own.
 class StyleSheet final {
 public:
-    // `source` is the style sheet, the document or an element, simplified ones included. Nothing of it is
-    // needed afterwards but for `document('')`: it must not have changed while `transform` runs.
+    // `source` is the style sheet, the document or an element, simplified ones included. Its tree and its
+    // address are needed afterwards for `document('')`: they must not have changed when `transform` is
+    // called.
     explicit StyleSheet(const dom::NodeSource& source);
+
+    // Files that may change stand behind it.
+    [[nodiscard]] bool hasParts() const noexcept { return inclusions_.hasFiles(); }
 
     // The result tree, which refers to names of the style sheet's: it must go before.
     [[nodiscard]] xml2::DocHandle transform(const dom::NodeSource& source);

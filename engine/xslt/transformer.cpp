@@ -1,6 +1,8 @@
 // Brings the transformer into the documents: registers while the program loads.
 #include <libxml/parser.h>
 
+#include <memory>
+
 #include "engine/com/status.h"
 #include "engine/dom/services.h"
 #include "engine/xslt/resultevents.h"
@@ -26,15 +28,54 @@ void checkSourceNode(const dom::NodeSource& source) {
     }
 }
 
+// A compiled style sheet that stays with its document, for as long as nothing in the document changes.
+struct KeptStyle final : dom::Kept {
+    explicit KeptStyle(const dom::NodeSource& style)
+        : node(style.node), revision(style.tree.revision()), sheet(style) {}
+
+    const dom::NodeId node;
+    const std::uint64_t revision;
+    StyleSheet sheet;
+};
+
+// The compiled style sheet for one transformation: the one that was kept, or a new one. A style sheet in
+// parts is not kept, for its files may change; nor one inside a document, whose node may become another.
+class Compiled final {
+public:
+    explicit Compiled(const dom::NodeSource& style) {
+        const bool isWhole = style.node == dom::kDocumentNode || style.node == style.tree.documentElement();
+        if (isWhole && style.kept != nullptr) {
+            const auto* known = static_cast<const KeptStyle*>(style.kept->get());
+            if (known != nullptr && known->node == style.node && known->revision == style.tree.revision()) {
+                sheet_ = &static_cast<KeptStyle*>(style.kept->get())->sheet;
+                return;
+            }
+        }
+        auto made = std::make_unique<KeptStyle>(style);
+        sheet_ = &made->sheet;
+        if (isWhole && style.kept != nullptr && !sheet_->hasParts()) {
+            *style.kept = std::move(made);
+        } else {
+            own_ = std::move(made);
+        }
+    }
+
+    StyleSheet* operator->() const noexcept { return sheet_; }
+
+private:
+    std::unique_ptr<KeptStyle> own_;
+    StyleSheet* sheet_ = nullptr;
+};
+
 class LibxsltTransformer final : public dom::Transformer {
 public:
     std::u16string toText(const dom::NodeSource& source, const dom::NodeSource& style) override {
         checkStyleNode(style);
         checkSourceNode(source);
         xmlInitParser();
-        StyleSheet sheet(style);
-        const xml2::DocHandle result = sheet.transform(source);
-        return sheet.save(*result);
+        Compiled sheet(style);
+        const xml2::DocHandle result = sheet->transform(source);
+        return sheet->save(*result);
     }
 
     void toEvents(const dom::NodeSource& source, const dom::NodeSource& style,
@@ -42,8 +83,8 @@ public:
         checkStyleNode(style);
         checkSourceNode(source);
         xmlInitParser();
-        StyleSheet sheet(style);
-        const xml2::DocHandle result = sheet.transform(source);
+        Compiled sheet(style);
+        const xml2::DocHandle result = sheet->transform(source);
         sendEvents(*result, sink);
     }
 };

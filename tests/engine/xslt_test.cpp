@@ -109,6 +109,47 @@ TEST_F(Transforming, SeesEditsAndRefusesPrefixesThatNobodyDeclares) {
     EXPECT_THAT(run(*source, root(*style).get()), HasSubstr("<a><p:e xmlns:p=\"urn:p\"/></a>"));
 }
 
+// A compiled style sheet stays with its document. Whatever changes there, or in a file that it brings in,
+// must be seen the next time.
+TEST_F(Transforming, SeesEveryChangeOfAStyleSheetThatItHasRunBefore) {
+    const DocumentRef source = parsed("<a><b>x</b><b>y</b></a>");
+    const DocumentRef style =
+        parsed(sheet("<xsl:template match='/'><r><xsl:value-of select='a/b'/>t<xsl:value-of "
+                     "select=\"count(document('')//*)\"/></r></xsl:template>"));
+    const auto result = [&] {
+        const std::string text = run(*source, root(*style).get());
+        EXPECT_EQ(text, run(*source, root(*style).get())) << "once more, from the kept one";
+        const std::size_t start = text.find("<r");
+        return start == std::string::npos ? text : text.substr(start, text.rfind('>') + 1 - start);
+    };
+    EXPECT_EQ(result(), "<r>xt5</r>");
+    const Node rule = first(*root(*style));
+    const Node literal = first(*rule);
+    const Node value = first(*literal);
+    Ref<IXMLDOMElement> valueElement;
+    ASSERT_EQ(value->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(valueElement.receive())),
+              S_OK);
+    ASSERT_EQ(valueElement->setAttribute(Bstr(u"select"), Bstr(u"a/b[2]").variant()), S_OK);
+    EXPECT_EQ(result(), "<r>yt5</r>");
+    const Node words = next(*value);
+    ASSERT_EQ(words->put_text(Bstr(u"u")), S_OK);
+    EXPECT_EQ(result(), "<r>yu5</r>");
+    ASSERT_EQ(literal->appendChild(element(*style, "e").get(), nullptr), S_OK);
+    EXPECT_EQ(result(), "<r>yu6<e/></r>");
+    ASSERT_EQ(literal->replaceChild(element(*style, "f").get(), value.get(), nullptr), S_OK);
+    EXPECT_EQ(result(), "<r><f/>u6<e/></r>");
+    EXPECT_THAT(run(*source, style.get()), HasSubstr("<r><f/>u6<e/></r>")) << "the document, not its element";
+    ASSERT_TRUE(load(*style, engine::text::toUtf16(sheet("<xsl:template match='/'><r/></xsl:template>"))));
+    EXPECT_EQ(result(), "<r/>");
+    const TemporaryFolder folder;
+    folder.write("part.xsl", sheet("<xsl:template match='/'>one</xsl:template>"));
+    const DocumentRef inParts = loadedFile(
+        folder.write("style.xsl", sheet("<xsl:import href='part.xsl'/><xsl:output method='text'/>")));
+    EXPECT_EQ(run(*source, root(*inParts).get()), "one");
+    folder.write("part.xsl", sheet("<xsl:template match='/'>two</xsl:template>"));
+    EXPECT_EQ(run(*source, root(*inParts).get()), "two");
+}
+
 TEST_F(Transforming, GivesUtf16WhateverTheStyleSheetAsksFor) {
     const std::string result =
         runText(sheet("<xsl:output encoding='US-ASCII'/><xsl:template match='/'><r a='{.}'><xsl:value-of "
