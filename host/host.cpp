@@ -80,6 +80,7 @@ std::vector<fs::path> librariesIn(const fs::path& folder) {
         throw HostError("cannot look for components in " + folder.string() + ": " + error.code().message());
     }
     std::vector<fs::path> names;
+    names.reserve(libraries.size());
     for (const auto& [target, name] : libraries) names.push_back(name);
     std::ranges::sort(names);
     return names;
