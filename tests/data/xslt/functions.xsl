@@ -77,5 +77,9 @@
 <f e="'quote' = &quot;quote&quot;"><xsl:value-of select="'quote' = &quot;quote&quot;"/></f>
 <f e="//n[. &gt; 3]"><xsl:value-of select="//n[. &gt; 3]"/></f>
 <f e="boolean(self::node())"><xsl:value-of select="boolean(self::node())"/></f>
+<f e="count(//n/parent::*/child::n)"><xsl:value-of select="count(//n/parent::*/child::n)"/></f>
+<f e="count(//attribute::*)"><xsl:value-of select="count(//attribute::*)"/></f>
+<f e="count(/descendant::n[preceding-sibling::n])"><xsl:value-of select="count(/descendant::n[preceding-sibling::n])"/></f>
+<f e="name(//n[2]/preceding-sibling::*[1])"><xsl:value-of select="name(//n[2]/preceding-sibling::*[1])"/></f>
 </functions></xsl:template>
 </xsl:stylesheet>
