@@ -234,12 +234,11 @@ const CLI::App* CommandLine::chosenVerb() const {
 }
 
 CommandLine::Work CommandLine::parse(int argc, const char* const* argv) {
-    const Work help = [this] { showHelp(); };
     try {
         app_.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         if (const CLI::App* verb = chosenVerb()) topic_ = verb->get_name();
-        return help;
+        return [this] { showHelp(); };
     } catch (const CLI::ParseError& error) {
         throw Failure(kWrongUsage, explainUsage(app_, chosenVerb(), error, describe()));
     }

@@ -153,8 +153,7 @@ private:
             if (unit != '<') continue;
             unit = units_.next();
             if (unit == '?' && !skipPast("?>")) return false;
-            if (unit == '!' && (unit = units_.next()) == '-' && !(units_.next() == '-' && comment()))
-                return false;
+            if (unit == '!' && units_.next() == '-' && !(units_.next() == '-' && comment())) return false;
         }
         return false;
     }
