@@ -30,7 +30,7 @@ std::size_t distance(std::string_view a, std::string_view b) {
     return last.back();
 }
 
-std::string withSuggestion(std::string sentence, const std::string& meant) {
+std::string withSuggestion(const std::string& sentence, const std::string& meant) {
     return meant.empty() ? sentence : tr("%1; did you mean '%2'?", sentence, meant);
 }
 

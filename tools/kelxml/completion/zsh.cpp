@@ -30,7 +30,7 @@ std::string actionOf(const std::string& name) {
     return name == "N" || name == "URI" ? " " : "_files";
 }
 
-std::string specification(const Option& option) {
+std::string rule(const Option& option) {
     const std::string rest =
         '[' + quoted(option.help) + ']' +
         (option.value.empty() ? "" : ":" + quoted(option.value) + ':' + actionOf(option.value));
@@ -40,15 +40,15 @@ std::string specification(const Option& option) {
            (option.value.empty() ? "" : "+") + ',' + option.longName + equals + "}'" + rest + '\'';
 }
 
-std::string specification(const Argument& argument) {
+std::string rule(const Argument& argument) {
     const std::string head = argument.isRepeated ? "*:" : argument.isRequired ? ":" : "::";
     return '\'' + head + quoted(argument.help) + ':' + actionOf(argument.name) + '\'';
 }
 
 std::string verbCase(const Verb& verb) {
     std::string text = "        (" + verb.name + ")\n            _arguments -s $globals";
-    for (const Option& option : verb.options) text += " \\\n                " + specification(option);
-    for (const Argument& argument : verb.arguments) text += " \\\n                " + specification(argument);
+    for (const Option& option : verb.options) text += " \\\n                " + rule(option);
+    for (const Argument& argument : verb.arguments) text += " \\\n                " + rule(argument);
     return text + "\n            ;;\n";
 }
 
@@ -64,7 +64,7 @@ std::string zshCompletion(const Program& program) {
         "    )\n    _describe -t verbs verb verbs\n}\n_kelxml() {\n    local curcontext=$curcontext state "
         "line\n"
         "    local -a globals\n    globals=(\n";
-    for (const Option& option : program.options) text += "        " + specification(option) + '\n';
+    for (const Option& option : program.options) text += "        " + rule(option) + '\n';
     text +=
         "    )\n    _arguments -C -s $globals '1: :_kelxml_verbs' '*:: :->arguments' && return\n"
         "    case $words[1] in\n";
