@@ -52,7 +52,7 @@ public:
     }
 
     // Borrowed from this object.
-    [[nodiscard]] IKelComponent& interface() const noexcept { return *component_; }
+    [[nodiscard]] IKelComponent& component() const noexcept { return *component_; }
     [[nodiscard]] IKelCompInternal& inside() const noexcept { return *inside_; }
 
 private:

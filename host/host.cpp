@@ -11,6 +11,7 @@
 #include "host/detail/componentmanager.h"
 #include "host/detail/standardservices.h"
 #include "host/errorservice.h"
+#include "host/platform/componentthreads.h"
 #include "host/platform/sharedlibrary.h"
 #include "host/text.h"
 
@@ -89,6 +90,7 @@ std::vector<fs::path> librariesIn(const fs::path& folder) {
 }  // namespace
 
 Host::Host(const HostOptions& options) : manager_(makeImmortalManager(options)) {
+    platform::admitThreads();
     if (kel::hostCore == nullptr) kel::hostCore = manager_;
     addStandardServices(manager_->services(), manager_->standard(), options);
 }

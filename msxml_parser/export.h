@@ -1,15 +1,8 @@
-// Marks what the shared library shows the outside. The one place that knows how a compiler spells it.
-// MSXML_PARSER_BUILDING is defined while the library itself is built, MSXML_PARSER_STATIC where its objects
-// are linked directly.
+// Marks what the shared library shows the outside. The one place that knows how a compiler spells it. On
+// Windows a definition file lists the names: a mark on a class would show its inline members, too.
 #pragma once
 
-#if defined(_WIN32) && !defined(MSXML_PARSER_STATIC)
-#if defined(MSXML_PARSER_BUILDING)
-#define MSXML_PARSER_EXPORT __declspec(dllexport)
-#else
-#define MSXML_PARSER_EXPORT __declspec(dllimport)
-#endif
-#elif defined(__GNUC__)
+#if defined(__GNUC__) && !defined(_WIN32)
 #define MSXML_PARSER_EXPORT __attribute__((visibility("default")))
 #else
 #define MSXML_PARSER_EXPORT

@@ -2,8 +2,8 @@
 #include <fstream>
 #include <optional>
 
-#include "engine/com/comerror.h"
 #include "host/text.h"
+#include "msxml_parser/comerror.h"
 #include "steps.h"
 #include "tools/kelxml/resulttext.h"
 

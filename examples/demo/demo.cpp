@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "engine/com/comerror.h"
 #include "host/host.h"
+#include "msxml_parser/comerror.h"
 #include "steps.h"
 #include "tools/kelxml/session.h"
 

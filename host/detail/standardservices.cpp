@@ -2,9 +2,9 @@
 
 #include "KelBasicTypes/bucketmemorypool.h"
 #include "host/assertionhandler.h"
-#include "host/detail/icustrsupport.h"
 #include "host/errorservice.h"
 #include "host/messages.h"
+#include "host/platform/localestrsupport.h"
 
 namespace kelhost {
 
@@ -38,7 +38,7 @@ void addStandardServices(ServiceRegistry& registry, const StandardServices& serv
     add<KelMM::IKelMManager>(registry, *services.memory);
     add<IKelTranslatorService>(registry, *services.translators);
     add<IKelStrSupport>(registry,
-                        *new IcuStrSupport(options.locale.empty() ? nullptr : options.locale.c_str()));
+                        *new LocaleStrSupport(options.locale.empty() ? nullptr : options.locale.c_str()));
     add<IKelErrorService>(registry, *new ErrorService);
     add<IMemChecker>(registry, *new MemoryChecker);
     add<IKelAssertHandlerCB>(registry, *new AssertionHandler);

@@ -5,9 +5,7 @@
 namespace msxml {
 
 KelString descriptionOf(const _com_error& error) {
-    const _bstr_t description = error.Description();
-    const OLECHAR* const text = description;
-    return KelString(toUnits(text, description.length()));
+    return KelString(std::u16string_view(descriptionTextOf(error)));
 }
 
 }  // namespace msxml

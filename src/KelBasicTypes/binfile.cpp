@@ -52,7 +52,8 @@ void BinInputFile::close() {
     file_.reset();
 }
 
-BinOutputFile::BinOutputFile(const KelString& path) : file_(openFile(path.view(), "w+b")) {}
+// "c": flushed is committed to the disk. Runtimes that do not know it leave that to flush().
+BinOutputFile::BinOutputFile(const KelString& path) : file_(openFile(path.view(), "w+bc")) {}
 
 BinOutputFile::BinOutputFile(std::FILE* file) : file_(file) {}
 

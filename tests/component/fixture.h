@@ -6,17 +6,21 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
 
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/utf8.h"
-#include "engine/com/com.h"
+#include "enginetraits.h"
 #include "framework/object/iptr.h"
+#include "msxml_parser/detail/platformcom.h"
 #include "msxml_parser/msxml_parser.h"
 
 namespace component_test {
+
+namespace traits = kel::test::traits;
 
 using DomParser = IPtr<IKelDOMXmlV2>;
 using SaxParser = IPtr<IKelSAXXmlV2>;
@@ -72,6 +76,14 @@ HRESULT statusOf(Operation&& operation) {
     return S_OK;
 }
 
+// Whether the text is `start` followed by what the engine's pattern describes.
+inline ::testing::AssertionResult isWith(const std::string& text, const std::string& start,
+                                         const char* pattern) {
+    if (text.starts_with(start) && std::regex_match(text.substr(start.size()), std::regex(pattern)))
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << text << " is not " << start << " followed by " << pattern;
+}
+
 // A folder of the test's own.
 class Folder final {
 public:
@@ -94,9 +106,10 @@ public:
         std::ofstream(path(name), std::ios::binary) << content;
         return path(name);
     }
+    // As text: the parser writes its lines with the system's line ends.
     [[nodiscard]] std::string read(std::string_view name) const {
         std::ostringstream content;
-        content << std::ifstream(path(name), std::ios::binary).rdbuf();
+        content << std::ifstream(path(name)).rdbuf();
         return content.str();
     }
 

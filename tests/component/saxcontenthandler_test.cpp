@@ -7,13 +7,15 @@
 #include <utility>
 #include <vector>
 
+#include "msxml_parser/detail/bstr.h"
 #include "tests/component/recorder.h"
+#include "unimplemented.h"
 
 namespace {
 
 using component_test::EventRecorder;
 
-class Attributes final : public ISAXAttributes {
+class Attributes final : public component_test::UnimplementedAttributes {
 public:
     explicit Attributes(std::vector<std::pair<std::u16string, std::u16string>> list)
         : list_(std::move(list)) {}
@@ -34,7 +36,7 @@ public:
 
 private:
     static HRESULT give(const std::u16string& text, const OLECHAR** units, int* length) {
-        *units = text.data();
+        *units = msxml::toOleChars(text.data());
         *length = static_cast<int>(text.size());
         return S_OK;
     }
@@ -43,12 +45,15 @@ private:
 };
 
 void start(SAXContentHandlerImpl& handler, std::u16string_view name, Attributes* attributes = nullptr) {
-    EXPECT_EQ(handler.startElement(u"", 0, name.data(), static_cast<int>(name.size()), u"", 0, attributes),
+    EXPECT_EQ(handler.startElement(nullptr, 0, msxml::toOleChars(name.data()), static_cast<int>(name.size()),
+                                   nullptr, 0, attributes),
               S_OK);
 }
 
 void end(SAXContentHandlerImpl& handler, std::u16string_view name) {
-    EXPECT_EQ(handler.endElement(u"", 0, name.data(), static_cast<int>(name.size()), u"", 0), S_OK);
+    EXPECT_EQ(handler.endElement(nullptr, 0, msxml::toOleChars(name.data()), static_cast<int>(name.size()),
+                                 nullptr, 0),
+              S_OK);
 }
 
 TEST(SaxContentHandler, IsInertTowardsTheEnginesCounting) {
@@ -71,9 +76,9 @@ TEST(SaxContentHandler, TakesTextsByLengthAndKeepsTheFirstOfTwoEqualNames) {
     Attributes second({{u"c", u""}, {u"a", u"4"}});  // reuses the entries of the first
     start(handler, u"x", &second);
     start(handler, u"y");
-    handler.characters(u"text", 2);
-    handler.ignorableWhitespace(u"  ", 2);
-    handler.processingInstruction(u"p", 1, u"d", 1);
+    handler.characters(msxml::toOleChars(u"text"), 2);
+    handler.ignorableWhitespace(msxml::toOleChars(u"  "), 2);
+    handler.processingInstruction(msxml::toOleChars(u"p"), 1, msxml::toOleChars(u"d"), 1);
     EXPECT_EQ(recorder.log(), "<name 0 a=2 b=1><x 1 a=4 c=><y 2>'te'");
 }
 
@@ -94,7 +99,7 @@ TEST(SaxContentHandler, LetsTheDepthGoBelowZeroUntilTheNextDocument) {
     EXPECT_EQ(recorder.log(), "<c -1></c></a><d 0>");
     handler.popReceiver();
     handler.popReceiver();  // empty: nothing happens
-    handler.characters(u"x", 1);
+    handler.characters(msxml::toOleChars(u"x"), 1);
     EXPECT_EQ(recorder.log(), "<c -1></c></a><d 0>");
 }
 

@@ -1,7 +1,8 @@
-#include "engine/com/classtable.h"
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/msdomxml.h"
+#include "msxml_parser/detail/text.h"
 #include "tests/component/fixture.h"
+#include "tests/component/platform/classes.h"
 
 namespace {
 
@@ -43,13 +44,12 @@ TEST(Transforming, ReportsAnEmptyStyleSheetAndAMissingResultDocument) {
     const std::string prefix = "6 Exception during transform: ";
     KelString out(u"kept");
     EXPECT_FALSE(source->transformToString(empty.get(), out));
-    EXPECT_TRUE(errorOf(source).starts_with(prefix));
-    EXPECT_GT(errorOf(source).size(), prefix.size());
+    EXPECT_TRUE(isWith(errorOf(source), prefix, traits::kDescription));
     EXPECT_FALSE(source->transformToDocument(empty.get(), makeDom().get()));
     EXPECT_TRUE(errorOf(source).starts_with(prefix));
     DomParser noDocument;
     {
-        const engine::com::ClassRefusal refusal(msxml::kDocumentClass);
+        const ClassRefusal refusal(msxml::kDocumentClass);
         noDocument = makeDom();
     }
     EXPECT_FALSE(source->transformToDocument(sheet.get(), noDocument.get()));
@@ -85,9 +85,7 @@ TEST(Transforming, ReportsTheSourcesFailedLoadAfterTheOutput) {
     EXPECT_FALSE(source->loadFromString(wide("<a></b>")));
     KelString text(u"earlier");
     EXPECT_FALSE(source->transformToString(sheet.get(), text));
-    EXPECT_EQ(
-        errorOf(source),
-        "3 Error while transforming  : Line 1, column 4 : End tag 'b' does not match the start tag 'a'.");
+    EXPECT_TRUE(isWith(errorOf(source), "3 Error while transforming  : ", traits::kMismatchInLine1));
     EXPECT_EQ(utf8(text), "name=");
     const DomParser result = load("<earlier/>");
     EXPECT_FALSE(source->transformToDocument(
@@ -98,6 +96,7 @@ TEST(Transforming, ReportsTheSourcesFailedLoadAfterTheOutput) {
 }
 
 TEST(Transforming, ReportsABadStyleSheetAndLeavesTheResult) {
+    if (traits::kRefusesBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRefusesBadStyleSheets;
     const DomParser source = load("<a/>");
     const DomParser sheet = load(
         "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
@@ -106,11 +105,9 @@ TEST(Transforming, ReportsABadStyleSheetAndLeavesTheResult) {
     KelString text(u"kept");
     const std::string prefix = "6 Exception during transform: ";
     EXPECT_FALSE(source->transformToString(sheet.get(), text));
-    EXPECT_TRUE(errorOf(source).starts_with(prefix) && errorOf(source).size() > prefix.size())
-        << errorOf(source);
+    EXPECT_TRUE(isWith(errorOf(source), prefix, traits::kDescription));
     EXPECT_FALSE(source->transformToDocument(sheet.get(), result.get()));
-    EXPECT_TRUE(errorOf(source).starts_with(prefix) && errorOf(source).size() > prefix.size())
-        << errorOf(source);
+    EXPECT_TRUE(isWith(errorOf(source), prefix, traits::kDescription));
     EXPECT_EQ(utf8(text), "kept");
     EXPECT_EQ(saved(result), "<kept />\n");
 }
@@ -149,20 +146,18 @@ TEST(Validating, SaysWhetherAndWhyNot) {
     EXPECT_EQ(errorOf(parser), "0 ");
     rootOf(parser)->setText(wide("one"));
     EXPECT_FALSE(parser->validate(uri, schema));
-    const std::string prefix = "3 Error while validating  : ";
-    EXPECT_TRUE(errorOf(parser).starts_with(prefix) && errorOf(parser).size() > prefix.size())
-        << errorOf(parser);
+    EXPECT_TRUE(isWith(errorOf(parser), "3 Error while validating  : ", traits::kDescription));
     EXPECT_EQ(errorOf(parser).find("Line"), std::string::npos);
 }
 
 TEST(Validating, KeepsTheSchemaForLaterLoads) {
+    if (traits::kValidatesWhileLoading != nullptr) GTEST_SKIP() << traits::kValidatesWhileLoading;
     const Folder folder;
     const DomParser parser = load("<a xmlns='urn:a'>1</a>");
     parser->setValidateOnParse(true);
     EXPECT_TRUE(parser->validate(wide("urn:a"), wide(folder.write("a.xsd", kSchema))));
     EXPECT_FALSE(parser->loadFromString(wide("<a xmlns='urn:a'>\none</a>")));
-    EXPECT_TRUE(errorOf(parser).starts_with("3 Error while reading Xml  : Line 1, column 1 : "))
-        << errorOf(parser);
+    EXPECT_TRUE(isWith(errorOf(parser), "3 Error while reading Xml  : ", traits::kInvalidWhileLoading));
     EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>2</a>")));
     // A file that cannot be read, or is no schema, changes nothing about that.
     EXPECT_FALSE(parser->validate(wide("urn:a"), wide(folder.path("missing.xsd"))));
@@ -181,7 +176,7 @@ TEST(Validating, LetsTheRefusalOfASchemaOut) {
         FAIL() << "taken as a schema";
     } catch (const _com_error& error) {
         EXPECT_LT(error.Error(), 0);
-        EXPECT_GT(error.Description().length(), 0u);
+        EXPECT_TRUE(isWith(utf8(msxml::descriptionOf(error)), "", traits::kDescription));
     }
     EXPECT_EQ(errorOf(parser), "0 ");
 }
@@ -193,7 +188,7 @@ TEST(Validating, ChecksTheSchemaFileAndItsCache) {
     EXPECT_FALSE(parser->validate(KelString(), wide(path)));
     EXPECT_EQ(errorOf(parser), "7 Error while validating " + path +
                                    " : The file doesn't exist or you don't have read rights to it");
-    const engine::com::ClassRefusal refusal(msxml::kSchemaCacheClass);
+    const ClassRefusal refusal(msxml::kSchemaCacheClass);
     EXPECT_FALSE(parser->validate(KelString(), wide(folder.write("any.xsd", "<a/>"))));
     EXPECT_EQ(errorOf(parser), "7 Error -2147221164 instantiating XMLSchemaCache60");
 }

@@ -5,6 +5,7 @@
 
 #include "KelBasicTypes/ikelerrorservice.h"
 #include "KelBasicTypes/kelstring.h"
+#include "environment.h"
 #include "framework/component/componentstate.h"
 #include "framework/component/detail/resetcomponent.h"
 #include "framework/component/ikelcomponentcustomizer.h"
@@ -218,9 +219,9 @@ TEST_F(ComponentTest, BreakFlagIsOffForExactlyZero) {
     } kCases[] = {{"0", false}, {"", true}, {"00", true}, {"1", true}, {"false", true}, {nullptr, true}};
     for (const auto& c : kCases) {
         if (c.value == nullptr) {
-            ::unsetenv("KEL_BREAK_ENABLED");
+            kel::test::unsetVariable("KEL_BREAK_ENABLED");
         } else {
-            ::setenv("KEL_BREAK_ENABLED", c.value, 1);
+            kel::test::setVariable("KEL_BREAK_ENABLED", c.value);
         }
         kel::detail::rereadEnvironment();
         EXPECT_EQ(internal_->isBreakEnabled(), c.isEnabled) << (c.value == nullptr ? "unset" : c.value);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "environment.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace kel::test {
@@ -65,7 +66,7 @@ public:
 
 private:
     static void set(const char* name, const std::string& value) {
-        value.empty() ? ::unsetenv(name) : ::setenv(name, value.c_str(), 1);
+        value.empty() ? unsetVariable(name) : setVariable(name, value.c_str());
     }
     std::vector<std::pair<const char*, std::string>> before_;
 };

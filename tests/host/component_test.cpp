@@ -10,6 +10,7 @@
 
 #include "KelBasicTypes/ikelerrorservice.h"
 #include "KelBasicTypes/ikeltranslator.h"
+#include "enginetraits.h"
 #include "framework/object/implements.h"
 #include "host/host.h"
 #include "host/settings.h"
@@ -127,7 +128,7 @@ TEST(HostedComponent, KeepsEveryScriptThroughSavingAndLoading) {
         EXPECT_EQ(child->getAttribute(u"n"), u"\u00E9");
         KelString after;
         ASSERT_TRUE(again->saveToString(after));
-        EXPECT_EQ(kel::test::readFile(folder.pathOf("\xE6\x97\xA5\xE6\x9C\xAC.xml")),
+        EXPECT_EQ(kel::test::readText(folder.pathOf("\xE6\x97\xA5\xE6\x9C\xAC.xml")),
                   kelhost::toUtf8(before));
     }
 }
@@ -166,7 +167,7 @@ TEST(HostedComponent, SpeaksTheLanguageThatIsChosenAndChangesIt) {
     const auto parser = loaded().host.create<IKelDOMXmlV2>("MSDOMXml");
     EXPECT_FALSE(parser->loadFromString(u"<a>\n<b></a>"));
     EXPECT_THAT(kelhost::toUtf8(parser->getError()->getMessage()),
-                ::testing::EndsWith("2 \xE8\xA1\x8C 4 \xE5\x88\x97\xEF\xBC\x89"));
+                ::testing::EndsWith(kel::test::traits::kJapanesePlaceInLine2));
     loaded().host.setLanguages("en");
 }
 
@@ -186,6 +187,7 @@ TEST(HostedComponent, SharesCountedObjectsBetweenThreads) {
 }
 
 TEST(HostedComponent, ThreadsWithParsersOfTheirOwnDoNotMeet) {
+    const bool hasMalformed = kel::test::traits::kRefusesOnManyThreads == nullptr;
     const kelhost::Component& component = loaded().component;
     const KelClassId dom = component.classNamed("MSDOMXml");
     std::atomic<int> wrong = 0;
@@ -195,7 +197,9 @@ TEST(HostedComponent, ThreadsWithParsersOfTheirOwnDoNotMeet) {
             const KelString value(t);
             for (int i = 0; i < 200; ++i) {
                 const auto parser = component.create<IKelDOMXmlV2>(dom);
-                if (parser->loadFromString(u"<a><b></a>") || parser->getError()->getCode() != 3) ++wrong;
+                if (hasMalformed &&
+                    (parser->loadFromString(u"<a><b></a>") || parser->getError()->getCode() != 3))
+                    ++wrong;
                 if (!parser->loadFromString(u"<a><b>x</b></a>")) ++wrong;
                 const IPtr<IKelDOMXmlElement> root(parser->getRootElement());
                 root->setAttribute(u"n", value);
@@ -265,7 +269,7 @@ TEST(HostedComponent, ADamagedCatalogueIsReportedAndCostsOnlyTheTranslation) {
               u"Ausnahme bei der Transformation: x");
     EXPECT_EQ(translator->translate0(text, "\xC3\xA4 %1"), u"\u00E4 %1")
         << "a missing entry falls back to the key";
-    component.interface().initialize(&loaded().host.manager());
+    component.component().initialize(&loaded().host.manager());
 }
 
 }  // namespace

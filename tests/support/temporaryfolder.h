@@ -1,11 +1,10 @@
 // A folder of a test's own that goes away with it.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -16,12 +15,19 @@ namespace kel::test {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// With the system's line ends as a program sees them.
+[[nodiscard]] inline std::string readText(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "kel-test-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder " + name);
-        path_ = name;
+        std::random_device random;
+        do {
+            path_ = std::filesystem::temp_directory_path() / ("kel-test-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path_));  // false: there is one of that name
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -35,10 +41,12 @@ public:
     // Returns the file's path.
     std::string write(const std::string& name, std::string_view content) const {
         std::ofstream(path_ / name, std::ios::binary) << content;
-        return (path_ / name).string();
+        return pathOf(name);
     }
 
-    [[nodiscard]] std::string pathOf(const std::string& name) const { return (path_ / name).string(); }
+    [[nodiscard]] std::string pathOf(const std::string& name) const {
+        return (path_ / name).make_preferred().string();
+    }
 
     [[nodiscard]] std::size_t fileCount() const {
         const std::filesystem::directory_iterator files(path_);

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "KelBasicTypes/utf8.h"
-#include "engine/com/comerror.h"
+#include "msxml_parser/comerror.h"
 
 #include "tools/kelxml/message.h"
 
@@ -17,10 +17,9 @@ namespace {
 std::string describe(const _com_error& error) {
     char status[16];
     std::snprintf(status, sizeof status, "0x%08X", static_cast<unsigned int>(error.Error()));
-    const _bstr_t description = error.Description();
-    const OLECHAR* text = description;
+    const std::u16string description = msxml::descriptionTextOf(error);
     return tr("engine error %1: %2", status,
-              text != nullptr ? kel::toUtf8({text, description.length()}) : error.ErrorMessage());
+              description.empty() ? std::string(error.ErrorMessage()) : kel::toUtf8(description));
 }
 
 }  // namespace

@@ -1,18 +1,24 @@
 // kelxml VERB ... Exit status: 0 done, 1 the document was refused, 2 wrong usage.
+#include <string>
+#include <vector>
+
 #include "tools/kelxml/commandline.h"
 #include "tools/kelxml/complaint.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/platform/interruption.h"
+#include "tools/kelxml/platform/startup.h"
 
 namespace kelxml {
 
 namespace {
 
-int run(int argc, const char* const* argv) {
+int run(const std::vector<std::string>& arguments) {
     try {
+        std::vector<const char*> list;
+        for (const std::string& argument : arguments) list.push_back(argument.c_str());
         CommandLine line;
-        line.parse(argc, argv)();
+        line.parse(static_cast<int>(list.size()), list.data())();
         return kDone;
     } catch (const ReaderGone&) {
         return kDone;
@@ -32,5 +38,5 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     kelxml::speakUsersLanguage();
     kelxml::ignoreClosedPipes();
     kelxml::removeTemporaryFilesWhenInterrupted();
-    return kelxml::run(argc, argv);
+    return kelxml::run(kelxml::startUp(argc, argv));
 }

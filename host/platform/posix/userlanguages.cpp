@@ -1,39 +1,11 @@
 #include "host/platform/userlanguages.h"
 
-#include <cstdlib>
-#include <initializer_list>
-#include <string_view>
+#include "host/detail/languagevariables.h"
 
 namespace kelhost::platform {
 
-namespace {
-
-std::string_view variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
-
-std::string_view localeOfMessages() {
-    for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        if (const std::string_view value = variable(name); !value.empty()) return value;
-    }
-    return {};
-}
-
-// Whoever has set the C locale wants untranslated messages, whatever LANGUAGE says: programs that read other
-// programs' output rely on it.
-bool isUntranslated(std::string_view locale) {
-    return locale.empty() || locale == "C" || locale == "POSIX";
-}
-
-}  // namespace
-
 std::string userLanguageList() {
-    const std::string_view locale = localeOfMessages();
-    if (isUntranslated(locale)) return {};
-    const std::string_view languages = variable("LANGUAGE");
-    // C.UTF-8 is a locale without a language of its own, so LANGUAGE decides.
-    return std::string(languages.empty() ? locale : languages);
+    return languageVariables().value_or("");
 }
 
 }  // namespace kelhost::platform

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <string>
 #include <string_view>
 
 namespace kel::platform {
@@ -24,8 +23,5 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 // Whether the path can be opened for reading now; it is opened and closed at once, nothing is read.
 [[nodiscard]] bool canOpenForReading(std::u16string_view path);
-
-// The path as the system spells it: here UTF-8 with slashes.
-[[nodiscard]] std::string nativePath(std::u16string_view path);
 
 }  // namespace kel::platform

@@ -34,7 +34,11 @@ public:
     bool unlock() noexcept;  // false when the calling thread is not the owner
 
 private:
+    friend class Event;
+    friend class Semaphore;
+
     struct State;
+    struct Native;  // the system's object, where other objects of the platform need it
     explicit Mutex(std::unique_ptr<State> state) noexcept;
     [[nodiscard]] LockResult finishLock(int systemCode) noexcept;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace kel::platform {
@@ -20,14 +21,15 @@ public:
     RawFile& operator=(const RawFile&) = delete;
     ~RawFile();
 
-    [[nodiscard]] bool isOpen() const noexcept { return descriptor_ >= 0; }
+    [[nodiscard]] bool isOpen() const noexcept { return handle_ != kNone; }
     // All bytes or false.
     [[nodiscard]] bool write(const void* bytes, std::size_t byteCount) noexcept;
     [[nodiscard]] bool read(void* bytes, std::size_t byteCount) noexcept;
     [[nodiscard]] bool seekToStart() noexcept;
 
 private:
-    int descriptor_ = -1;
+    static constexpr std::intptr_t kNone = -1;
+    std::intptr_t handle_ = kNone;  // as wide as any system's
 };
 
 }  // namespace kel::platform

@@ -5,12 +5,20 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <string>
 
 #include "KelBasicTypes/utf8.h"
 
 namespace kel::platform {
 
 namespace {
+
+// The path as the system spells it: UTF-8 with slashes.
+std::string nativePath(std::u16string_view path) {
+    std::string bytes = toUtf8(path);
+    std::replace(bytes.begin(), bytes.end(), '\\', '/');
+    return bytes;
+}
 
 bool isRefused(std::u16string_view path) {
     return path.empty() || path.find(u'\0') != std::u16string_view::npos;
@@ -44,12 +52,6 @@ bool canOpenForReading(std::u16string_view path) {
     const bool isFile = !isDirectory(descriptor);
     (void)close(descriptor);  // nothing was written
     return isFile;
-}
-
-std::string nativePath(std::u16string_view path) {
-    std::string bytes = toUtf8(path);
-    std::replace(bytes.begin(), bytes.end(), '\\', '/');
-    return bytes;
 }
 
 }  // namespace kel::platform

@@ -24,6 +24,10 @@ int openAs(const char* path, RawFile::Creation creation) noexcept {
     return descriptor;
 }
 
+int descriptorOf(std::intptr_t handle) noexcept {
+    return static_cast<int>(handle);
+}
+
 // Repeats a transfer until all is done, or something other than a signal ends it.
 template <class Transfer>
 bool transferAll(std::size_t byteCount, Transfer transfer) noexcept {
@@ -43,28 +47,28 @@ RawFile::RawFile(std::u16string_view path, Creation creation) noexcept {
     native.push_back('\0');
     if (path.empty() || !native.isComplete || path.find(u'\0') != std::u16string_view::npos) return;
     std::replace(native.bytes, native.bytes + native.size, '\\', '/');
-    descriptor_ = openAs(native.bytes, creation);
+    handle_ = openAs(native.bytes, creation);
     if (isOpen() && creation == Creation::NewTemporary) unlink(native.bytes);
 }
 
 RawFile::~RawFile() {
-    if (isOpen()) close(descriptor_);
+    if (isOpen()) close(descriptorOf(handle_));
 }
 
 bool RawFile::write(const void* bytes, std::size_t byteCount) noexcept {
     return transferAll(byteCount, [&](std::size_t at, std::size_t most) {
-        return ::write(descriptor_, static_cast<const char*>(bytes) + at, most);
+        return ::write(descriptorOf(handle_), static_cast<const char*>(bytes) + at, most);
     });
 }
 
 bool RawFile::read(void* bytes, std::size_t byteCount) noexcept {
     return transferAll(byteCount, [&](std::size_t at, std::size_t most) {
-        return ::read(descriptor_, static_cast<char*>(bytes) + at, most);
+        return ::read(descriptorOf(handle_), static_cast<char*>(bytes) + at, most);
     });
 }
 
 bool RawFile::seekToStart() noexcept {
-    return lseek(descriptor_, 0, SEEK_SET) == 0;
+    return lseek(descriptorOf(handle_), 0, SEEK_SET) == 0;
 }
 
 }  // namespace kel::platform

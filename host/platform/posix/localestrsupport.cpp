@@ -1,9 +1,11 @@
-#include "host/detail/icustrsupport.h"
+#include "host/platform/localestrsupport.h"
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <unicode/uchar.h>
+#include <unicode/ucol.h>
 #include <unicode/uloc.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
@@ -33,34 +35,50 @@ void transform(KelString& text, Transformation transformation) {
         text.assign(std::u16string_view(target).substr(0, static_cast<std::size_t>(needed)));
 }
 
+struct CloseCollator {
+    void operator()(UCollator* collator) const noexcept { ucol_close(collator); }
+};
+
 }  // namespace
 
-IcuStrSupport::IcuStrSupport(const char* locale) : locale_(locale != nullptr ? locale : uloc_getDefault()) {
-    UErrorCode status = U_ZERO_ERROR;
-    collator_.reset(ucol_open(locale_.c_str(), &status));
-    if (U_FAILURE(status)) collator_.reset();
-}
+struct LocaleStrSupport::State {
+    explicit State(std::string name) : locale(std::move(name)) {
+        UErrorCode status = U_ZERO_ERROR;
+        collator.reset(ucol_open(locale.c_str(), &status));
+        if (U_FAILURE(status)) collator.reset();
+    }
 
-std::string& IcuStrSupport::toNarrow(const char16_t* text, std::string& result) {
+    std::string locale;
+    std::unique_ptr<UCollator, CloseCollator>
+        collator;  // null if ICU has no data; comparison is then by units
+};
+
+LocaleStrSupport::LocaleStrSupport(const char* locale)
+    : state_(std::make_unique<const State>(locale != nullptr ? locale : uloc_getDefault())) {}
+
+LocaleStrSupport::~LocaleStrSupport() = default;
+
+std::string& LocaleStrSupport::toNarrow(const char16_t* text, std::string& result) {
     result = kel::toUtf8(text);
     return result;
 }
 
-std::int32_t IcuStrSupport::compare(const char16_t* a, const char16_t* b) {
+std::int32_t LocaleStrSupport::compare(const char16_t* a, const char16_t* b) {
     // Asking the collator is safe for several threads at a time as long as nobody changes its attributes.
-    const UCollationResult order = collator_ ? ucol_strcoll(collator_.get(), a, -1, b, -1) : UCOL_EQUAL;
+    const UCollationResult order =
+        state_->collator ? ucol_strcoll(state_->collator.get(), a, -1, b, -1) : UCOL_EQUAL;
     return order != UCOL_EQUAL ? order : u_strcmp(a, b);
 }
 
-bool IcuStrSupport::isSpace(char16_t unit) {
+bool LocaleStrSupport::isSpace(char16_t unit) {
     return u_isUWhiteSpace(unit) != 0;
 }
 
-bool IcuStrSupport::isDigit(char16_t unit) {
+bool LocaleStrSupport::isDigit(char16_t unit) {
     return u_isdigit(unit) != 0;
 }
 
-void IcuStrSupport::normalise(KelString& text) {
+void LocaleStrSupport::normalise(KelString& text) {
     transform(text, [](char16_t* target, std::int32_t capacity, const char16_t* source, std::int32_t length,
                        UErrorCode* status) {
         const UNormalizer2* const normaliser = unorm2_getNFCInstance(status);
@@ -68,17 +86,17 @@ void IcuStrSupport::normalise(KelString& text) {
     });
 }
 
-void IcuStrSupport::toLower(KelString& text) {
+void LocaleStrSupport::toLower(KelString& text) {
     transform(text, [this](char16_t* target, std::int32_t capacity, const char16_t* source,
                            std::int32_t length, UErrorCode* status) {
-        return u_strToLower(target, capacity, source, length, locale_.c_str(), status);
+        return u_strToLower(target, capacity, source, length, state_->locale.c_str(), status);
     });
 }
 
-void IcuStrSupport::toUpper(KelString& text) {
+void LocaleStrSupport::toUpper(KelString& text) {
     transform(text, [this](char16_t* target, std::int32_t capacity, const char16_t* source,
                            std::int32_t length, UErrorCode* status) {
-        return u_strToUpper(target, capacity, source, length, locale_.c_str(), status);
+        return u_strToUpper(target, capacity, source, length, state_->locale.c_str(), status);
     });
 }
 

@@ -5,19 +5,18 @@
 #include <memory>
 #include <string>
 
-#include <unicode/ucol.h>
-
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "framework/object/implements.h"
 
 namespace kelhost {
 
-class IcuStrSupport final : public kel::Implements<IcuStrSupport, IKelStrSupport> {
+class LocaleStrSupport final : public kel::Implements<LocaleStrSupport, IKelStrSupport> {
 public:
-    static constexpr const char* kClassName = "IcuStrSupport";
+    static constexpr const char* kClassName = "LocaleStrSupport";
 
     // Null: the locale of the user. "de_DE", "tr": that one.
-    explicit IcuStrSupport(const char* locale = nullptr);
+    explicit LocaleStrSupport(const char* locale = nullptr);
+    ~LocaleStrSupport() override;
 
     std::string& toNarrow(const char16_t* text, std::string& result) override;
 
@@ -28,18 +27,14 @@ public:
     bool isSpace(char16_t unit) override;
     bool isDigit(char16_t unit) override;
 
-    // Each leaves the text alone if ICU cannot do it (no memory, no data).
+    // Each leaves the text alone if the system cannot do it (no memory, no data).
     void normalise(KelString& text) override;  // to NFC
     void toLower(KelString& text) override;
     void toUpper(KelString& text) override;
 
 private:
-    std::string locale_;
-    struct CloseCollator {
-        void operator()(UCollator* collator) const noexcept { ucol_close(collator); }
-    };
-    std::unique_ptr<UCollator, CloseCollator>
-        collator_;  // null if ICU has no data; comparison is then by units
+    struct State;  // constant once it is made
+    std::unique_ptr<const State> state_;
 };
 
 }  // namespace kelhost

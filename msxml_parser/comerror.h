@@ -1,0 +1,25 @@
+// The exception that carries a failed engine call, `_com_error`, as callers of the component catch it: the
+// platform's own on Windows, elsewhere our engine's, with the same operations for status and description.
+#pragma once
+
+#if defined(_WIN32)
+#include <windows.h>
+// After windows.h, on which it leans.
+#include <comdef.h>
+#else
+#include "engine/com/comerror.h"
+#endif
+
+#include <string>
+
+namespace msxml {
+
+// The description attached to the failure, in UTF-16; empty when there is none.
+[[nodiscard]] inline std::u16string descriptionTextOf(const _com_error& error) {
+    const _bstr_t description = error.Description();
+    const OLECHAR* const text = description;
+    if (text == nullptr) return {};
+    return {reinterpret_cast<const char16_t*>(text), description.length()};  // one unit under two names
+}
+
+}  // namespace msxml
