@@ -69,7 +69,7 @@ def split_slots(text):
 
 class Header:
     def __init__(self, path, lines):
-        self.name = re.sub(r".*/", "", path)
+        self.name = "/".join(path.split("/")[-2:])  # with its folder: some headers of two layers share a name
         self.out = list(lines)
         self.scopes = []        # of each open brace: whether declarations stand in it
         self.block = []         # lines of the comment directly above
