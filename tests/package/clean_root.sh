@@ -41,7 +41,7 @@ expect() {  # expect TEXT COMMAND...: the command ends with 0 and prints the tex
 # What packages leave on a system; caches and the package manager's own records aside.
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./tmp -o -path ./apt.log -o -path ./var/cache -o -path ./var/log \
-        -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./work \) -prune -o -print) | sort
+        -o -path ./var/lib/apt -o -path ./var/lib/dpkg -o -path ./trial \) -prune -o -print) | sort
 }
 
 step "a bare system"
@@ -50,21 +50,21 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 debootstrap --variant=minbase "$suite" "$root" >"$root.log" 2>&1 || fail "$(tail -n 5 "$root.log")"
 rm -f "$root.log"
 mount -t proc proc "$root/proc"
-mkdir -p "$root/work/run"
-chmod 777 "$root/work" "$root/work/run"
-cp "$packages"/*.deb "$root/work"
-rm -f "$root"/work/*-dbgsym_*
-version=$(dpkg-deb -f "$root"/work/libmsxml-parser6_*.deb Version)_$(dpkg --print-architecture)
-cp -r "$here/consumer" "$root/work"
-files >"$root/work/before"
+mkdir -p "$root/trial/run"
+chmod 777 "$root/trial" "$root/trial/run"
+cp "$packages"/*.deb "$root/trial"
+rm -f "$root"/trial/*-dbgsym_*
+version=$(dpkg-deb -f "$root"/trial/libmsxml-parser6_*.deb Version)_$(dpkg --print-architecture)
+cp -r "$here/consumer" "$root/trial"
+files >"$root/trial/before"
 
 step "the command line, without development files"
-apt install "/work/libmsxml-parser6_$version.deb" "/work/msxml-parser-tools_$version.deb"
-printf '<shelf><book year="1815">Emma</book></shelf>\n' >"$root/work/shelf.xml"
-printf '<shelf><book></shelf>\n' >"$root/work/bad.xml"
+apt install "/trial/libmsxml-parser6_$version.deb" "/trial/msxml-parser-tools_$version.deb"
+printf '<shelf><book year="1815">Emma</book></shelf>\n' >"$root/trial/shelf.xml"
+printf '<shelf><book></shelf>\n' >"$root/trial/bad.xml"
 expect "6.3.0.0" as_user kelxml --version
-expect "book" as_user kelxml tree /work/shelf.xml
-expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /work/bad.xml; test $? = 1'
+expect "book" as_user kelxml tree /trial/shelf.xml
+expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /trial/bad.xml; test $? = 1'
 for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
     fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/{msxml_parser,kelxml}.mo; do
     [[ -s $root/usr/share/$file ]] || fail "there is no /usr/share/$file"
@@ -72,28 +72,28 @@ done
 
 step "all of it removed again"
 apt purge --autoremove msxml-parser-tools libmsxml-parser6
-files >"$root/work/after"
-left=$(diff "$root/work/before" "$root/work/after") || fail "files come or go: $left"
+files >"$root/trial/after"
+left=$(diff "$root/trial/before" "$root/trial/after") || fail "files come or go: $left"
 ! inside ldconfig -p | grep msxml || fail "the linker's cache remembers the library"
 
 step "programs of others, built with the development files"
-apt install "/work/libmsxml-parser6_$version.deb" "/work/libmsxml-parser-dev_$version.deb" cmake make g++ pkg-config
+apt install "/trial/libmsxml-parser6_$version.deb" "/trial/libmsxml-parser-dev_$version.deb" cmake make g++ pkg-config
 examples=/usr/share/doc/libmsxml-parser-dev/examples
 library=/usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)/libmsxml_parser.so.6
-expect "" as_user cmake -S /work/consumer -B /work/build
-expect "" as_user cmake --build /work/build
-expect "" as_user cmake -S $examples -B /work/examples
-expect "" as_user cmake --build /work/examples
-expect "" as_user sh -c 'cd /work/run && ../build/direct'
-expect "" as_user sh -c "cd /work/run && ../build/dynamic $library"
-expect "Emma, 1815" as_user sh -c 'cd /work/run && ../examples/direct'
-expect "read <shelf>" as_user /work/examples/embed "$library" /work/run/shelf.xml
-expect "Shelf/Width is 80 now" as_user /work/examples/services "$library" $examples/data/app.settings
-expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
-expect "Emma, 1815" as_user sh -c 'cd /work/run && ./by_pkg_config'
-expect "" as_user sh -c "cd /work/run && g++ -std=c++20 $examples/embed.cpp \$(pkg-config --cflags --libs msxml_parser-host) -o host"
-expect "read <shelf>" as_user /work/run/host "$library" /work/run/shelf.xml
+expect "" as_user cmake -S /trial/consumer -B /trial/build
+expect "" as_user cmake --build /trial/build
+expect "" as_user cmake -S $examples -B /trial/examples
+expect "" as_user cmake --build /trial/examples
+expect "" as_user sh -c 'cd /trial/run && ../build/direct'
+expect "" as_user sh -c "cd /trial/run && ../build/dynamic $library"
+expect "Emma, 1815" as_user sh -c 'cd /trial/run && ../examples/direct'
+expect "read <shelf>" as_user /trial/examples/embed "$library" /trial/run/shelf.xml
+expect "Shelf/Width is 80 now" as_user /trial/examples/services "$library" $examples/data/app.settings
+expect "" as_user sh -c "cd /trial/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
+expect "Emma, 1815" as_user sh -c 'cd /trial/run && ./by_pkg_config'
+expect "" as_user sh -c "cd /trial/run && g++ -std=c++20 $examples/embed.cpp \$(pkg-config --cflags --libs msxml_parser-host) -o host"
+expect "read <shelf>" as_user /trial/run/host "$library" /trial/run/shelf.xml
 apt purge libmsxml-parser-dev libmsxml-parser6
-left=$(cd "$root" && find . -xdev -path ./proc -prune -o -path ./work -prune -o \( -iname '*msxml*' -o -iname '*kelxml*' \) -print)
+left=$(cd "$root" && find . -xdev -path ./proc -prune -o -path ./trial -prune -o \( -iname '*msxml*' -o -iname '*kelxml*' \) -print)
 [[ -z $left ]] || fail "left behind: $left"
 step "clean root: everything in place, nothing left behind"
