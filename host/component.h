@@ -28,6 +28,7 @@ struct ComponentClass {
 // Copies share the component, which stays loaded until the process ends.
 class Component {
 public:
+    // As the component states them; they live as long as the process.
     [[nodiscard]] const std::string& name() const { return inside_->name(); }
     [[nodiscard]] const std::string& version() const { return component_->version(); }
     [[nodiscard]] const KelClassId& classId() const { return *inside_->classId(); }

@@ -41,8 +41,8 @@ struct HostOptions {
 
 // A library that a folder had and that was refused.
 struct RefusedLibrary {
-    std::filesystem::path library;
-    std::string reason;
+    std::filesystem::path library;  // the file
+    std::string reason;             // what HostError would have said
 };
 
 // What became of the libraries of a folder.

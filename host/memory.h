@@ -20,7 +20,7 @@ namespace kelhost {
 class MemoryManager final : public kel::Implements<MemoryManager, KelMM::IKelMManager> {
 public:
     static constexpr const char* kClassName = "MemoryManager";
-    static constexpr std::size_t kReserveInBytes = std::size_t{1} << 20;
+    static constexpr std::size_t kReserveInBytes = std::size_t{1} << 20;  // unless told otherwise
 
     // Frees something that the application can do without, such as a cache, and says how many bytes; 0: there
     // is nothing. It must not allocate. It runs on the thread that has run out of memory, inside whatever

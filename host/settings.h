@@ -34,6 +34,7 @@ namespace kelhost {
 // read at all.
 class SettingsError : public std::runtime_error {
 public:
+    // Line and column 0 stand for none.
     SettingsError(const std::string& file, std::size_t line, std::size_t column, const std::string& reason);
 
     [[nodiscard]] std::size_t line() const noexcept { return line_; }      // from 1

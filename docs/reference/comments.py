@@ -149,6 +149,7 @@ class Header:
                     if kind == "class":
                         self.through_template = "Implements" in self.code
                     self.end_declaration()
+                    self.previous = NOTHING  # what is said of a class is not said of its first member
                 self.scopes.append(kind)
             elif c == "}":
                 if self.scopes and self.scopes.pop() == "" and all(self.scopes) and not self.parentheses:

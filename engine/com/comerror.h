@@ -19,6 +19,7 @@ using OLECHAR = char16_t;      // a UTF-16 unit
 class _bstr_t {
 public:
     _bstr_t() noexcept = default;
+    // Copied; an empty text becomes none at all.
     explicit _bstr_t(std::u16string_view text)
         : text_(text.empty() ? nullptr : std::make_shared<const std::u16string>(text)) {}
 

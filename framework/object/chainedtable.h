@@ -29,10 +29,10 @@ class ChainedTable final {
 public:
     // A key with its value, and its place in the table.
     struct Entry {
-        std::uint32_t bucket;
-        Key key;
-        Value value;
-        std::uint32_t next;  // index in entries_, kNone at the end of the chain
+        std::uint32_t bucket;  // index of its chain
+        Key key;               // not to be changed: the bucket follows from it
+        Value value;           // what was put in last under this key
+        std::uint32_t next;    // index in entries_, kNone at the end of the chain
     };
 
     // An empty table of the first bucket count greater than that.

@@ -26,10 +26,12 @@ void setContainerName(const std::string& name);
 
 // Who the component is. A component states it while it is loaded; the texts are then never moved.
 struct ComponentIdentity {
-    std::string name;
-    std::string version;
-    KelClassId classId;
+    std::string name;     // "msxml_parser"
+    std::string version;  // four numbers with points
+    KelClassId classId;   // the component's own, not one of its classes'
 };
+
+// Empty until a component states it.
 [[nodiscard]] const ComponentIdentity& componentIdentity();
 void setComponentIdentity(ComponentIdentity identity);
 

@@ -20,8 +20,8 @@ namespace kel {
 
 // A name and the pointer to hand out for it.
 struct LookupCandidate {
-    const char* name;
-    void* part;
+    const char* name;  // exact, static
+    void* part;        // the object as this interface
 };
 
 // `self` is the class under its own name; the interfaces follow in order. Sets *out to null or to a part.

@@ -48,6 +48,7 @@ namespace kel {
 class BinIO_Version final {
 public:
     constexpr BinIO_Version() noexcept = default;
+    // From the word, or from its two parts.
     constexpr explicit BinIO_Version(std::int32_t word) noexcept : word_(word) {}
     constexpr BinIO_Version(std::int32_t major, std::int32_t minor) noexcept
         : word_(major < 0 ? major

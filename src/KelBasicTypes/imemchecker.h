@@ -7,6 +7,7 @@
 
 // Figures in units of the divisor that was asked for.
 struct MemoryFigures {
+    // Memory and swap space of the machine: what is free, and all of it.
     std::uint64_t systemFree = 0;
     std::uint64_t systemTotal = 0;
     std::uint64_t swapFree = 0;
