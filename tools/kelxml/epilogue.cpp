@@ -68,7 +68,7 @@ private:
 
     bool fill() {
         at_ = 0;
-        file_.read(block_.data(), block_.size());
+        file_.read(block_.data(), static_cast<std::streamsize>(block_.size()));
         size_ = static_cast<std::size_t>(file_.gcount());
         return size_ > 0;
     }

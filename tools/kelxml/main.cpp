@@ -16,6 +16,7 @@ namespace {
 int run(const std::vector<std::string>& arguments) {
     try {
         std::vector<const char*> list;
+        list.reserve(arguments.size());
         for (const std::string& argument : arguments) list.push_back(argument.c_str());
         CommandLine line;
         line.parse(static_cast<int>(list.size()), list.data())();
