@@ -78,7 +78,7 @@ std::vector<fs::path> librariesIn(const fs::path& folder) {
             if (name.empty() || entry.path() < name) name = entry.path();
         }
     } catch (const fs::filesystem_error& error) {
-        throw HostError("cannot look for components in " + folder.string() + ": " + error.code().message());
+        throw HostError("cannot look for components in " + utf8Of(folder) + ": " + error.code().message());
     }
     std::vector<fs::path> names;
     names.reserve(libraries.size());
@@ -96,7 +96,7 @@ Host::Host(const HostOptions& options) : manager_(makeImmortalManager(options)) 
 }
 
 Component Host::load(const fs::path& library) {
-    const std::string name = library.string();
+    const std::string name = utf8Of(library);
     std::error_code unknown;
     if (fs::is_directory(library, unknown)) {
         throw HostError("cannot load the component: " + name + " is a folder, and no library");

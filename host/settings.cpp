@@ -25,13 +25,13 @@ std::string describe(const std::string& file, std::size_t line, std::size_t colu
 std::string contentOf(const fs::path& file) {
     std::error_code failure;
     const std::uintmax_t size = fs::file_size(file, failure);  // only a file has one: a pipe would block
-    if (failure) throw SettingsError(file.string(), 0, 0, failure.message());
-    if (size > kLargestInBytes) throw SettingsError(file.string(), 0, 0, "too long for a settings file");
+    if (failure) throw SettingsError(utf8Of(file), 0, 0, failure.message());
+    if (size > kLargestInBytes) throw SettingsError(utf8Of(file), 0, 0, "too long for a settings file");
     std::ifstream stream(file, std::ios::binary);
-    if (!stream) throw SettingsError(file.string(), 0, 0, std::generic_category().message(errno));
+    if (!stream) throw SettingsError(utf8Of(file), 0, 0, std::generic_category().message(errno));
     std::string content(static_cast<std::size_t>(size), '\0');
     if (!stream.read(content.data(), static_cast<std::streamsize>(size)))
-        throw SettingsError(file.string(), 0, 0, "cannot be read to its end");
+        throw SettingsError(utf8Of(file), 0, 0, "cannot be read to its end");
     return content;
 }
 
@@ -50,7 +50,7 @@ SettingsError::SettingsError(const std::string& file, std::size_t line, std::siz
     : std::runtime_error(describe(file, line, column, reason)), line_(line), column_(column) {}
 
 void Settings::load(const fs::path& file) {
-    parse(contentOf(file), file.string());
+    parse(contentOf(file), utf8Of(file));
 }
 
 void Settings::parse(std::string_view content, const std::string& name) {

@@ -1,6 +1,7 @@
 // UTF-8, as files, terminals and command lines have it, from and to the framework's strings.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,15 @@ namespace kelhost {
 }
 [[nodiscard]] inline std::string toUtf8(const KelString& text) {
     return kel::toUtf8(text.view());
+}
+
+// Paths, whatever the system's own narrow text is.
+[[nodiscard]] inline std::filesystem::path pathOf(std::string_view utf8) {
+    return {std::u8string(utf8.begin(), utf8.end())};
+}
+[[nodiscard]] inline std::string utf8Of(const std::filesystem::path& path) {
+    const std::u8string utf8 = path.u8string();
+    return {utf8.begin(), utf8.end()};
 }
 
 }  // namespace kelhost

@@ -21,14 +21,14 @@ struct Schema {
 // A local file that the document points to; relative names start at the document.
 std::optional<Schema> schemaNamedBy(IKelDOMXmlElement& root, const fs::path& document) {
     const std::string plain = kelhost::toUtf8(root.getAttribute(u"xsi:noNamespaceSchemaLocation"));
-    if (!plain.empty()) return Schema{document.parent_path() / plain, KelString()};
+    if (!plain.empty()) return Schema{document.parent_path() / kelhost::pathOf(plain), KelString()};
     const std::string pairs = kelhost::toUtf8(root.getAttribute(u"xsi:schemaLocation"));
     const std::string uri = kelhost::toUtf8(KelString(namespaceOf(root)));
     const std::size_t at = pairs.find(uri + ' ');
     if (uri.empty() || at == std::string::npos) return std::nullopt;
     const std::size_t start = at + uri.size() + 1;
-    return Schema{document.parent_path() / pairs.substr(start, pairs.find(' ', start) - start),
-                  KelString(namespaceOf(root))};
+    const std::string file = pairs.substr(start, pairs.find(' ', start) - start);
+    return Schema{document.parent_path() / kelhost::pathOf(file), KelString(namespaceOf(root))};
 }
 
 std::optional<Schema> schemaFor(const Stage& stage, IKelDOMXmlElement& root) {
@@ -43,12 +43,12 @@ std::optional<Schema> schemaFor(const Stage& stage, IKelDOMXmlElement& root) {
 bool check(IKelDOMXmlV2& parser, const Schema& schema) {
     const StopWatch watch;
     try {
-        const bool isValid = parser.validate(schema.namespaceUri, kelhost::fromUtf8(schema.file.string()));
+        const bool isValid =
+            parser.validate(schema.namespaceUri, kelhost::fromUtf8(kelhost::utf8Of(schema.file)));
         say(isValid ? "valid, found out in " + watch.elapsed() : describeError(parser));
         return true;
     } catch (const _com_error& error) {  // a file that is no schema
-        const _bstr_t description = error.Description();
-        say("the schema was refused: " + kelhost::toUtf8(KelString(std::u16string(description))));
+        say("the schema was refused: " + kelhost::toUtf8(KelString(msxml::descriptionTextOf(error))));
         return false;
     }
 }
@@ -69,14 +69,14 @@ void makeASlip(IKelDOMXmlV2& parser) {
 
 bool validate(const Stage& stage, const fs::path& file) {
     const Parser parser = stage.makeParser();
-    if (!parser->loadFromFile(kelhost::fromUtf8(file.string()))) return false;
+    if (!parser->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(file)))) return false;
     const std::optional<Schema> schema = schemaFor(stage, *Element(parser->getRootElement()));
     if (!schema) {
         say("This document names no schema that is here. 'kelxml validate SCHEMA FILE' holds it against "
             "yours.");
         return true;
     }
-    say("held against " + schema->file.filename().string());
+    say("held against " + kelhost::utf8Of(schema->file.filename()));
     if (!check(*parser, *schema)) return false;
     makeASlip(*parser);
     return check(*parser, *schema);
@@ -94,7 +94,7 @@ bool report(const Stage& stage, IKelDOMXmlV2& parser) {
     const std::string time = watch.elapsed();
     const fs::path file = stage.results / "report.html";
     std::ofstream(file, std::ios::binary) << kelxml::utf8Of(page);
-    say(file.string() + ", made in " + time + ": open it in a browser");
+    say(kelhost::utf8Of(file) + ", made in " + time + ": open it in a browser");
     return true;
 }
 

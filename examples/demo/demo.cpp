@@ -5,10 +5,14 @@
 #include <exception>
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "host/host.h"
+#include "host/text.h"
 #include "msxml_parser/comerror.h"
 #include "steps.h"
+#include "tools/kelxml/platform/startup.h"
 #include "tools/kelxml/session.h"
 
 namespace {
@@ -75,7 +79,7 @@ int tell(const Stage& stage) {
 
     step("Malformed files", "Each is refused with code, line and column, in the language of the user.");
     refuse(stage, isLong ? "<shelf>\n  <book year=\"1815\">Emma</book>\n</shelf>\n" : readFile(saved));
-    std::printf("\nWhat was written stands in %s.\n", stage.results.c_str());
+    std::printf("\nWhat was written stands in %s.\n", kelhost::utf8Of(stage.results).c_str());
     return isWell ? 0 : 1;
 }
 
@@ -83,7 +87,7 @@ int run(const std::string& file, const fs::path& examples, const fs::path& resul
     fs::create_directories(results);
     kelhost::Host host;
     const Stage stage{host, host.load(KEL_COMPONENT_LIBRARY),
-                      file == "-" ? keepStandardInput(results) : fs::path(file), examples, results};
+                      file == "-" ? keepStandardInput(results) : kelhost::pathOf(file), examples, results};
     std::printf("The component %s %s, loaded into the reference host\n", stage.component.name().c_str(),
                 stage.component.version().c_str());
     return tell(stage);
@@ -92,14 +96,16 @@ int run(const std::string& file, const fs::path& examples, const fs::path& resul
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::fputs("usage: demo FILE EXAMPLES RESULTS\n", stderr);
-        return 2;
-    }
     try {
-        return run(argv[1], argv[2], argv[3]);
+        const std::vector<std::string> arguments = kelxml::startUp(argc, argv);
+        if (arguments.size() != 4) {
+            std::fputs("usage: demo FILE EXAMPLES RESULTS\n", stderr);
+            return 2;
+        }
+        return run(arguments[1], kelhost::pathOf(arguments[2]), kelhost::pathOf(arguments[3]));
     } catch (const _com_error& error) {
-        std::fprintf(stderr, "demo: engine error %d: %s\n", error.Error(), error.ErrorMessage());
+        std::fprintf(stderr, "demo: engine error 0x%08X: %s\n", static_cast<unsigned int>(error.Error()),
+                     error.ErrorMessage());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "demo: %s\n", error.what());
     }

@@ -47,7 +47,7 @@ void edit(IKelDOMXmlV2& parser) {
 
 bool saveAndCompare(const Stage& stage, IKelDOMXmlV2& parser, const std::filesystem::path& saved) {
     const StopWatch watch;
-    if (!parser.saveToFile(kelhost::fromUtf8(saved.string()))) {
+    if (!parser.saveToFile(kelhost::fromUtf8(kelhost::utf8Of(saved)))) {
         say(describeError(parser));
         return false;
     }

@@ -26,14 +26,14 @@ void outlineElement(IKelDOMXmlElement& element, int level) {
 
 bool load(IKelDOMXmlV2& parser, const std::filesystem::path& file) {
     const StopWatch watch;
-    if (!parser.loadFromFile(kelhost::fromUtf8(file.string()))) {
+    if (!parser.loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(file)))) {
         say(describeError(parser));
         return false;
     }
     const std::string time = watch.elapsed();
     std::error_code unknown;
     const auto size = std::filesystem::file_size(file, unknown);
-    say(file.string() + ": " + kilobytes(unknown ? 0 : static_cast<double>(size)) + " in " + time);
+    say(kelhost::utf8Of(file) + ": " + kilobytes(unknown ? 0 : static_cast<double>(size)) + " in " + time);
     return true;
 }
 

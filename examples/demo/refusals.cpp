@@ -11,7 +11,8 @@ namespace {
 
 std::string answer(const Stage& stage, const std::filesystem::path& file) {
     const Parser parser = stage.makeParser();
-    return parser->loadFromFile(kelhost::fromUtf8(file.string())) ? "loaded?!" : describeError(*parser);
+    return parser->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(file))) ? "loaded?!"
+                                                                          : describeError(*parser);
 }
 
 }  // namespace

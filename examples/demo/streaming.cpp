@@ -60,7 +60,7 @@ bool stream(const Stage& stage, const std::filesystem::path& file) {
     Counter counter;
     parser->pushHandler(&counter);
     const StopWatch watch;
-    if (!parser->parseFile(kelhost::fromUtf8(file.string()))) {
+    if (!parser->parseFile(kelhost::fromUtf8(kelhost::utf8Of(file)))) {
         say("error " + std::to_string(parser->getError()->getCode()) + ": " +
             kelhost::toUtf8(parser->getError()->getMessage()));
         return false;

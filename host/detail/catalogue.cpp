@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "host/text.h"
+
 namespace kelhost {
 
 namespace {
@@ -43,7 +45,7 @@ char lower(char c) {
 }  // namespace
 
 Catalogue Catalogue::read(const std::filesystem::path& file) {
-    const std::string name = file.string();
+    const std::string name = utf8Of(file);
     std::error_code unknown;
     const std::uintmax_t size =
         std::filesystem::file_size(file, unknown);  // only a file has one: a pipe would block

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/text.h"
 #include "tools/kelxml/completion.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/help.h"
@@ -63,7 +64,8 @@ void requireChoice(CLI::Option& option, const std::string& choices) {
 }  // namespace
 
 CommandLine::CommandLine() : app_(tr("read, write, check and transform XML"), "kelxml") {
-    app_.require_subcommand(0, 1);  // parse() has its own words for a missing one
+    app_.require_subcommand(0, 1);            // parse() has its own words for a missing one
+    app_.allow_windows_style_options(false);  // "/x" is a path everywhere
     app_.fallthrough();
     app_.set_help_flag("-h,--help", tr("explain, with examples; after a verb, that verb"));
     addGlobals();
@@ -99,7 +101,7 @@ CLI::App& CommandLine::addPlainVerb(const char* name, std::string summary, Notes
 CLI::App& CommandLine::addVerb(const char* name, std::string summary, Notes notes,
                                std::function<void(Session&)> run) {
     return addPlainVerb(name, std::move(summary), std::move(notes), [this, run = std::move(run)] {
-        Session session(component_);
+        Session session(kelhost::pathOf(component_));
         run(session);
     });
 }

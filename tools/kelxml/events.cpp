@@ -177,7 +177,7 @@ void parse(const Session& session, const InputFile& input, Reporter& reporter) {
     const kelhost::Component& component = session.component();
     const auto parser = component.create<IKelSAXXmlV2>(component.classNamed(kSaxClassName));
     parser->pushHandler(&reporter);
-    if (!parser->parseFile(kelhost::fromUtf8(input.path().string()))) {
+    if (!parser->parseFile(kelhost::fromUtf8(kelhost::utf8Of(input.path())))) {
         throw Failure(kRefused, describeError(*parser->getError(), input));
     }
     reporter.finish(input);

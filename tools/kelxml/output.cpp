@@ -7,6 +7,7 @@
 #include <system_error>
 #include <vector>
 
+#include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/files.h"
@@ -111,7 +112,7 @@ void Output::copyFile(const std::filesystem::path& path) {
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
         put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
     }
-    if (!file.eof()) throw Failure(kRefused, tr("cannot read %1 back", path.string()));
+    if (!file.eof()) throw Failure(kRefused, tr("cannot read %1 back", kelhost::utf8Of(path)));
 }
 
 void writeText(std::string_view utf8) {

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
@@ -24,15 +25,16 @@ auto orFailure(Action action) {
 }
 
 [[noreturn]] void throwSystemError(int error, const fs::path& path) {
-    throw std::system_error(error, std::generic_category(), path.string());
+    throw std::system_error(error, std::generic_category(), kelhost::utf8Of(path));
 }
 
 // A link stays a link: the file that it points to is replaced.
 fs::path resolve(const std::string& out) {
     if (out == "-") return {};
     std::error_code absent;
-    const fs::path target = fs::canonical(out, absent);
-    return absent ? fs::path(out) : target;
+    const fs::path named = kelhost::pathOf(out);
+    const fs::path target = fs::canonical(named, absent);
+    return absent ? named : target;
 }
 
 // Devices and pipes are written to; only files, and what does not exist yet, can be replaced.

@@ -50,7 +50,7 @@ std::string listOf(const std::vector<Difference>& differences) {
 
 void write(IKelDOMXml& parser, const fs::path& path) {
     const Progress progress(tr("writing"));
-    if (!parser.saveToFile(kelhost::fromUtf8(path.string())))
+    if (!parser.saveToFile(kelhost::fromUtf8(kelhost::utf8Of(path))))
         throw Failure(kRefused, describeError(*parser.getError(), InputFile(path, tr("the result"))));
 }
 
@@ -59,7 +59,7 @@ std::string check(const Session& session, const InputFile& input, IKelDOMXml& or
                   const fs::path& result) {
     const Progress progress(tr("reading back"));
     const IPtr<IKelDOMXmlV2> copy = session.makeParser();
-    if (!copy->loadFromFile(kelhost::fromUtf8(result.string()))) {
+    if (!copy->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(result)))) {
         const std::string error = describeError(*copy->getError(), InputFile(result, tr("the result")));
         return tr("the result would not be well formed: %1", error) +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));

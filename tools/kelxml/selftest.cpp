@@ -43,11 +43,12 @@ void expect(bool holds, const char* what) {
 void put(const TemporaryFile& file, const std::string& content) {
     std::ofstream stream(file.path(), std::ios::binary);
     stream << content;
-    if (!stream.flush()) throw Failure(kRefused, tr("cannot write the result: %1", file.path().string()));
+    if (!stream.flush())
+        throw Failure(kRefused, tr("cannot write the result: %1", kelhost::utf8Of(file.path())));
 }
 
 KelString pathOf(const TemporaryFile& file) {
-    return kelhost::fromUtf8(file.path().string());
+    return kelhost::fromUtf8(kelhost::utf8Of(file.path()));
 }
 
 ParserPtr parse(const Session& session, const char16_t* text) {

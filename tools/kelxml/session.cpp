@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
 
@@ -28,9 +29,9 @@ fs::path findComponent() {
         std::error_code unreadable;
         if (fs::exists(candidate, unreadable)) return candidate;
     }
-    throw Failure(
-        kWrongUsage,
-        tr("the component library was not found near %1; name it with --component PATH", folder.string()));
+    throw Failure(kWrongUsage,
+                  tr("the component library was not found near %1; name it with --component PATH",
+                     kelhost::utf8Of(folder)));
 }
 
 kelhost::Component loadComponent(kelhost::Host& host, const fs::path& library) {
@@ -51,7 +52,7 @@ void spool(std::FILE* from, const std::string& name, const fs::path& path) {
     }
     if (std::ferror(from) != 0)
         throw Failure(kRefused, tr("cannot read %1: %2", name, std::generic_category().message(errno)));
-    if (!file.flush()) throw Failure(kRefused, tr("cannot keep %1 in %2", name, path.string()));
+    if (!file.flush()) throw Failure(kRefused, tr("cannot keep %1 in %2", name, kelhost::utf8Of(path)));
 }
 
 std::unique_ptr<TemporaryFile> placeFor(InputFile::Kept kept) {
@@ -88,7 +89,7 @@ IPtr<IKelDOMXmlV2> Session::makeParser() const {
     return component_.create<IKelDOMXmlV2>(component_.classNamed(kDomClassName));
 }
 
-InputFile::InputFile(std::string name, Kept kept) : name_(std::move(name)), path_(name_) {
+InputFile::InputFile(std::string name, Kept kept) : name_(std::move(name)), path_(kelhost::pathOf(name_)) {
     std::error_code unknown;
     const bool isStandardInput = name_ == "-";
     if (!isStandardInput && !fs::is_fifo(path_, unknown)) return;
@@ -107,7 +108,7 @@ InputFile::InputFile(std::string name, Kept kept) : name_(std::move(name)), path
 
 IPtr<IKelDOMXmlV2> InputFile::load(const Session& session) const {
     IPtr<IKelDOMXmlV2> parser = session.makeParser();
-    if (!parser->loadFromFile(kelhost::fromUtf8(path_.string()))) {
+    if (!parser->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(path_)))) {
         throw Failure(kRefused, describeError(*parser->getError(), *this));
     }
     return parser;
@@ -121,7 +122,7 @@ std::string describeError(int code, const std::string& message, const InputFile&
 }
 
 std::string withName(std::string message, const InputFile& input) {
-    const std::string path = input.path().string();
+    const std::string path = kelhost::utf8Of(input.path());
     const std::size_t at = path.empty() ? std::string::npos : message.find(path);
     return at == std::string::npos ? message : message.replace(at, path.size(), input.name());
 }

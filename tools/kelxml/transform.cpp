@@ -14,11 +14,13 @@ namespace kelxml {
 namespace {
 
 // Copies everything and leaves the layout to the serialiser, which never touches mixed content; outside the
-// root element it ends the line after a comment only.
+// root element it ends the line after a comment only. Engines that show the XML declaration as a processing
+// instruction would copy it beside their own.
 constexpr const char16_t* kFormattingSheet =
     u"<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
     u"<xsl:output method='xml' indent='yes'/>"
-    u"<xsl:template match='/'><xsl:for-each select='node()'><xsl:copy-of select='.'/>"
+    u"<xsl:template match='/'><xsl:for-each "
+    u"select='node()[not(self::processing-instruction(\"xml\"))]'><xsl:copy-of select='.'/>"
     u"<xsl:if test='not(self::comment()) and position() != last()'><xsl:text>&#10;</xsl:text></xsl:if>"
     u"</xsl:for-each></xsl:template>"
     u"</xsl:stylesheet>";

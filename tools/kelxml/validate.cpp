@@ -28,7 +28,7 @@ void check(const Session& session, const std::string& file, const Schema& schema
     const IPtr<IKelDOMXmlV2> parser = loadWithProgress(session, input);
     const Progress progress(tr("validating %1", file));
     const bool isValid = parser->validate(kelhost::fromUtf8(schema.namespaceUri),
-                                          kelhost::fromUtf8(schema.file.path().string()));
+                                          kelhost::fromUtf8(kelhost::utf8Of(schema.file.path())));
     if (!isValid) throw Failure(kRefused, describeError(*parser->getError(), input));
 }
 

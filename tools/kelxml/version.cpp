@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
@@ -23,7 +24,7 @@ constexpr std::array<std::string_view, 5> kInteresting{"libxml2", "libxslt", "li
 // "libxml2 2.9.14" of ".../libxml2.so.2.9.14"; nothing for libraries that nobody asks about.
 std::optional<std::string> nameAndVersion(const std::filesystem::path& library) {
     static constexpr std::string_view kMark = ".so.";
-    const std::string file = library.filename().string();
+    const std::string file = kelhost::utf8Of(library.filename());
     const std::size_t mark = file.find(kMark);
     if (mark == std::string::npos) return std::nullopt;
     const std::string name = file.substr(0, mark);
@@ -43,7 +44,7 @@ std::string componentLine(const std::string& path) {
     try {
         const Session session(path);
         return session.component().name() + ' ' + session.component().version() + " (" +
-               session.libraryPath().string() + ')';
+               kelhost::utf8Of(session.libraryPath()) + ')';
     } catch (const Failure& failure) {
         return failure.what();
     }

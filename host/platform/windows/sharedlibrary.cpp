@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/platform/windows/systemmessage.h"
+#include "host/text.h"
 
 namespace kelhost {
 
@@ -13,7 +14,7 @@ namespace {
 
 [[noreturn]] void throwLoaderError(const std::filesystem::path& library, const std::string& what) {
     const DWORD code = GetLastError();  // before anything else asks the system
-    throw std::runtime_error(library.string() + ": " + what + platform::systemMessage(code));
+    throw std::runtime_error(utf8Of(library) + ": " + what + platform::systemMessage(code));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/text.h"
 #include "tools/kelxml/platform/interruption.h"
 
 namespace kelxml {
@@ -18,7 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 [[noreturn]] void throwSystemError(const fs::path& path) {
-    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), path.string());
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), kelhost::utf8Of(path));
 }
 
 std::string randomName() {
