@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <thread>
@@ -12,9 +11,7 @@
 #include "KelBasicTypes/detail/spincount.h"
 #include "KelBasicTypes/kelevent.h"
 #include "KelBasicTypes/kelmutex.h"
-#include "childprocess.h"
-
-using kel::test::ChildProcess;
+#include "environment.h"
 
 namespace {
 
@@ -164,17 +161,17 @@ TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {
     for (const Case& c :
          {Case{"4000", 4000}, Case{"-7", -1}, Case{"0", 0}, Case{"many", 0}, Case{nullptr, -1}}) {
         SCOPED_TRACE(c.text == nullptr ? "unset" : c.text);
-        ChildProcess child([&] {
-            kel::forgetProcessSpinCount();
-            unsetenv("KEL_SPIN_COUNT");
-            if (c.text != nullptr) setenv("KEL_SPIN_COUNT", c.text, 1);
-            const KelCondition first;
-            setenv("KEL_SPIN_COUNT", "12", 1);
-            const KelCondition second;
-            if (first.spinCount() != c.spinCount || second.spinCount() != c.spinCount) _exit(1);
-        });
-        EXPECT_EQ(child.waitForStatus(), ChildProcess::kBodyReturned);
+        kel::forgetProcessSpinCount();
+        kel::test::unsetVariable("KEL_SPIN_COUNT");
+        if (c.text != nullptr) kel::test::setVariable("KEL_SPIN_COUNT", c.text);
+        const KelCondition first;
+        kel::test::setVariable("KEL_SPIN_COUNT", "12");
+        const KelCondition second;
+        EXPECT_EQ(first.spinCount(), c.spinCount);
+        EXPECT_EQ(second.spinCount(), c.spinCount);
     }
+    kel::test::unsetVariable("KEL_SPIN_COUNT");
+    kel::forgetProcessSpinCount();
 }
 
 TEST(KelEvent, LetsEverybodyThroughUntilReset) {

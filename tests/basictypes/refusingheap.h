@@ -1,8 +1,6 @@
 // A heap for the guarded allocation that refuses what a test says. In place while it lives.
 #pragma once
 
-#include <malloc.h>
-
 #include <cstddef>
 #include <cstring>
 #include <functional>
@@ -10,6 +8,7 @@
 #include <vector>
 
 #include "KelBasicTypes/detail/heap.h"
+#include "blocksize.h"
 
 namespace kel::test {
 
@@ -42,7 +41,7 @@ private:
     }
     // Whoever still reads the block finds that out here, not some other day.
     static void release(void* block) {
-        if (block != nullptr) std::memset(block, 0xDD, malloc_usable_size(block));
+        if (block != nullptr) std::memset(block, 0xDD, usableSize(block));
         detail::systemHeap().release(block);
     }
 

@@ -1,10 +1,9 @@
 // A directory of its own for a test, gone with everything in it when the test is over.
 #pragma once
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -13,8 +12,12 @@ namespace kel::test {
 class TempDirectory final {
 public:
     TempDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kel-test-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+        std::random_device random;
+        std::filesystem::path path;
+        do {
+            path = std::filesystem::temp_directory_path() / ("kel-test-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path));  // false: there is one of that name
+        path_ = path.string();
     }
     TempDirectory(const TempDirectory&) = delete;
     TempDirectory& operator=(const TempDirectory&) = delete;

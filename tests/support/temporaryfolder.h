@@ -15,9 +15,9 @@ namespace kel::test {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// With the system's line ends as a program sees them.
-[[nodiscard]] inline std::string readText(const std::filesystem::path& path) {
-    std::ifstream file(path);
+// With the system's line ends as a program sees them. The path is UTF-8.
+[[nodiscard]] inline std::string readText(const std::string& path) {
+    std::ifstream file(std::filesystem::path(std::u8string(path.begin(), path.end())));
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -38,14 +38,16 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
-    // Returns the file's path.
+    // Names and the paths of files are UTF-8. Returns the file's path.
     std::string write(const std::string& name, std::string_view content) const {
-        std::ofstream(path_ / name, std::ios::binary) << content;
+        std::ofstream(path_ / std::u8string(name.begin(), name.end()), std::ios::binary) << content;
         return pathOf(name);
     }
 
     [[nodiscard]] std::string pathOf(const std::string& name) const {
-        return (path_ / name).make_preferred().string();
+        const std::u8string path =
+            (path_ / std::u8string(name.begin(), name.end())).make_preferred().u8string();
+        return {path.begin(), path.end()};
     }
 
     [[nodiscard]] std::size_t fileCount() const {

@@ -11,8 +11,8 @@ class RawFile final {
 public:
     enum class Creation {
         Replace,       // creates the file or empties it; it may be read by everybody
-        NewTemporary,  // must not exist yet; for reading and writing; has no name, or loses it, from the
-                       // start
+        NewTemporary,  // must not exist yet; for reading and writing; gone once it is closed, however
+                       // the process ends; where the system can, without a name from the start
     };
 
     // A framework path. Not open when the system refuses.
