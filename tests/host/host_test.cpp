@@ -223,7 +223,9 @@ TEST_F(HostTest, LoadsAFolderAndSaysWhatItRefused) {
     fs::create_directory(folder.pathOf("folder.so"));
     folder.write("notes.txt", "no library");
     folder.write("junk.so", "no library, whatever its name says");
-    fs::create_symlink(KEL_COMPONENT, folder.pathOf("component.so"));
+    std::error_code noLinks;
+    fs::create_symlink(KEL_COMPONENT, folder.pathOf("component.so"), noLinks);
+    if (noLinks) GTEST_SKIP() << "symbolic links: " << noLinks.message();
     fs::create_symlink(KEL_COMPONENT, folder.pathOf("component.so.6"));
     fs::create_symlink("nowhere", folder.pathOf("lost.so.1.2"));
     fs::create_symlink(KEL_LIBRARY_WITHOUT_ENTRY, folder.pathOf("odd.so"));
