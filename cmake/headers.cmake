@@ -29,5 +29,5 @@ function(kel_check_headers target)
     add_library(${target} OBJECT ${sources})
     set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "")  # the headers' own sources have it
     kel_warnings(${target})
-    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
+    target_include_directories(${target} PRIVATE ${KEL_INCLUDE_ROOTS})
 endfunction()

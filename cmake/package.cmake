@@ -6,7 +6,7 @@ set(KEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/msxml_parser)
 # The sources' own include roots serve the build tree only; installed, all headers stand below one root.
 function(kel_exported target)
     set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
-        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR};${PROJECT_SOURCE_DIR}/src>;$<INSTALL_INTERFACE:${KEL_INCLUDE_DIR}>")
+        "$<BUILD_INTERFACE:${KEL_INCLUDE_ROOTS}>;$<INSTALL_INTERFACE:${KEL_INCLUDE_DIR}>")
     set_target_properties(${target} PROPERTIES INTERFACE_COMPILE_FEATURES cxx_std_20)
 endfunction()
 
@@ -14,8 +14,12 @@ kel_public_headers(framework/object DIRECTORY ${PROJECT_SOURCE_DIR}/framework/ob
 kel_public_headers(framework/component DIRECTORY ${PROJECT_SOURCE_DIR}/framework/component)
 kel_public_headers(KelBasicTypes DIRECTORY ${PROJECT_SOURCE_DIR}/src/KelBasicTypes)
 kel_public_headers(msxml_parser DIRECTORY ${PROJECT_SOURCE_DIR}/msxml_parser)
-# The exception that reaches callers. The engine behind it is the component's own business.
-kel_public_headers(engine/com DIRECTORY ${PROJECT_SOURCE_DIR}/engine/com FILES comerror.h)
+kel_public_headers(msxml_parser FILES systemcomerror.h
+    DIRECTORY ${PROJECT_SOURCE_DIR}/msxml_parser/platform/${KEL_PLATFORM}/msxml_parser)
+if(NOT WIN32)
+    # The exception that reaches callers. The engine behind it is the component's own business.
+    kel_public_headers(engine/com DIRECTORY ${PROJECT_SOURCE_DIR}/engine/com FILES comerror.h)
+endif()
 kel_public_headers(host DIRECTORY ${PROJECT_SOURCE_DIR}/host)
 
 add_library(framework INTERFACE)

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "KelBasicTypes/utf8.h"
-#include "engine/com/comerror.h"
+#include "msxml_parser/comerror.h"
 #include "msxml_parser/msxml_parser.h"
 
 namespace {

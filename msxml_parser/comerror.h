@@ -2,15 +2,9 @@
 // platform's own on Windows, elsewhere our engine's, with the same operations for status and description.
 #pragma once
 
-#if defined(_WIN32)
-#include <windows.h>
-// After windows.h, on which it leans.
-#include <comdef.h>
-#else
-#include "engine/com/comerror.h"
-#endif
-
 #include <string>
+
+#include "msxml_parser/systemcomerror.h"
 
 namespace msxml {
 

@@ -1,7 +1,7 @@
 // The DOM parser: one document that is loaded, walked, edited, written, transformed and validated.
 //
 // Results: operations that answer bool set the error object (getError) when they answer false, and clear it
-// first. Whatever else the engine refuses leaves as `_com_error` (engine/com/comerror.h), status and
+// first. Whatever else the engine refuses leaves as `_com_error` (msxml_parser/comerror.h), status and
 // description unchanged; a parser whose engine document could not be made answers the operations that do not
 // check for it the same way, with E_POINTER. Ownership: a parser comes with reference count 0; take it into
 // an IPtr. Elements and iterators likewise. They hold the document themselves: they outlive the parser, and

@@ -5,6 +5,7 @@
 
 #include "KelBasicTypes/kelcstring.h"
 #include "KelBasicTypes/kelstring.h"
+#include "msxml_parser/comerror.h"
 #include "msxml_parser/detail/bstr.h"
 
 namespace msxml {

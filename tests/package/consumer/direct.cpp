@@ -1,7 +1,7 @@
 // The direct path from outside: load, walk, edit, save, load again; and the library's exception caught out
 // here.
-#include "engine/com/comerror.h"
 #include "expect.h"
+#include "msxml_parser/comerror.h"
 #include "msxml_parser/msxml_parser.h"
 
 namespace {

@@ -4,13 +4,13 @@
 
 #include <dlfcn.h>
 
-#include "engine/com/comerror.h"
 #include "expect.h"
 #include "framework/object/ikelcompinternal.h"
 #include "framework/object/ikelcomponent.h"
 #include "framework/object/ikelcomponentmanager.h"
 #include "framework/object/implements.h"
 #include "framework/object/iptr.h"
+#include "msxml_parser/comerror.h"
 #include "msxml_parser/ikeldomxml.h"
 
 namespace {
