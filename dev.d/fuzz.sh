@@ -2,8 +2,8 @@
 # ./dev fuzz: feeds each fuzz target for a while, from the seeds in the tree. What it finds stays in build-fuzz/.
 
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev)
-fuzz_targets=(reader)
-fuzz_input_limit=3000  # bytes
+fuzz_targets=(reader transform validate)
+fuzz_input_limit=4000  # bytes
 
 verb_fuzz() {
     local seconds=${1:-60} target
@@ -15,8 +15,8 @@ verb_fuzz() {
         say "fuzzing $target for $seconds seconds"
         mkdir -p "build-fuzz/found/$target"
         # New inputs go to the first folder; the seeds of the tree are read only.
-        build-fuzz/fuzz/"${target}_fuzz" -max_total_time="$seconds" -max_len="$fuzz_input_limit" -rss_limit_mb=4096 \
-            -dict="fuzz/$target.dict" -artifact_prefix="build-fuzz/found/$target-" -verbosity=0 -print_final_stats=1 \
+        build-fuzz/fuzz/"${target}_fuzz" -max_total_time="$seconds" -max_len="$fuzz_input_limit" \
+            -rss_limit_mb=6000 -timeout=120 -dict="fuzz/$target.dict" -artifact_prefix="build-fuzz/found/$target-" -verbosity=0 -print_final_stats=1 \
             "build-fuzz/found/$target" "fuzz/$target"
     done
 }
