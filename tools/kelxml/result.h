@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/kelxml/platform/files.h"
+#include "tools/kelxml/temporaryfile.h"
 
 namespace kelxml {
 

@@ -10,6 +10,7 @@
 #include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/platform/files.h"
 
 namespace kelxml {
 

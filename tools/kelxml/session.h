@@ -9,7 +9,7 @@
 #include "host/host.h"
 #include "host/text.h"
 #include "msxml_parser/ikeldomxml.h"
-#include "tools/kelxml/platform/files.h"
+#include "tools/kelxml/temporaryfile.h"
 
 namespace kelxml {
 

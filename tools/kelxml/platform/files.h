@@ -1,6 +1,5 @@
-// What kelxml asks of the operating system: temporary files, terminals, its language, and where the program
-// itself stands.
-// Threads: none of this is for more than one thread.
+// What kelxml asks of the operating system: making and replacing files, terminals, its language, and where
+// the program itself stands. Threads: none of this is for more than one thread.
 #pragma once
 
 #include <cstdio>
@@ -9,32 +8,16 @@
 
 namespace kelxml {
 
-// A new, empty file that goes away with this object unless it took the place of another.
-class TemporaryFile {
-public:
-    // In the folder of `target`, so that taking its place is one rename, with the permissions a new file
-    // there gets. Throws std::system_error.
-    [[nodiscard]] static TemporaryFile beside(const std::filesystem::path& target);
-    // In the system's folder for temporary files, or in another, readable by this user alone. Throws
-    // std::system_error.
-    [[nodiscard]] static TemporaryFile inTemporaryFolder();
-    [[nodiscard]] static TemporaryFile inFolder(const std::filesystem::path& folder);
+// Makes a new, empty file. False: there is something of that name. Throws std::system_error with the folder.
+enum class Access { Private, Usual };  // for this user alone; what a new file there gets
+[[nodiscard]] bool createFile(const std::filesystem::path& path, Access access);
+void removeFile(const std::filesystem::path& path) noexcept;  // nothing can be done about one that stays
 
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile();
-
-    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
-
-    // Puts the file, safely on disk, in the place of `target`, which keeps its permissions if it exists. All
-    // or nothing: on std::system_error `target` is what it was.
-    void takePlaceOf(const std::filesystem::path& target);
-
-private:
-    TemporaryFile(const std::filesystem::path& folder, unsigned int mode);
-
-    std::filesystem::path path_;  // empty once the file is somebody else's
-};
+// Two steps, the first of which may take long: puts `file` on disk, with the permissions of `target` if that
+// exists; then puts it in the place of `target`. Each throws std::system_error and then has changed nothing
+// of `target`.
+void settleFile(const std::filesystem::path& file, const std::filesystem::path& target);
+void replaceFile(const std::filesystem::path& target, const std::filesystem::path& file);
 
 [[nodiscard]] bool isTerminal(std::FILE* stream) noexcept;
 [[nodiscard]] bool isDumbTerminal() noexcept;  // one that says that it knows no control sequences

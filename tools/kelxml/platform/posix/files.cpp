@@ -5,14 +5,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
-
-#include "tools/kelxml/platform/interruption.h"
 
 namespace kelxml {
 
@@ -22,14 +18,6 @@ namespace {
 
 [[noreturn]] void throwSystemError(const fs::path& path) {
     throw std::system_error(errno, std::generic_category(), path.string());
-}
-
-std::string randomName() {
-    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    std::random_device random;
-    std::string name = ".kelxml-";
-    for (int i = 0; i < 12; ++i) name += kLetters[random() % (sizeof kLetters - 1)];
-    return name;
 }
 
 void syncToDisk(const fs::path& path) {
@@ -45,50 +33,27 @@ void syncToDisk(const fs::path& path) {
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(const fs::path& folder, unsigned int mode) {
-    const UninterruptedWork both;  // create and register
-    for (;;) {
-        fs::path path = folder / randomName();
-        const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (file >= 0) {
-            ::close(file);
-            registerTemporaryFile(path);
-            path_ = std::move(path);
-            return;
-        }
-        if (errno != EEXIST) throwSystemError(folder);
-    }
+bool createFile(const fs::path& path, Access access) {
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, access == Access::Private ? 0600 : 0666);
+    if (file < 0 && errno != EEXIST) throwSystemError(path.parent_path());
+    if (file >= 0) ::close(file);
+    return file >= 0;
 }
 
-TemporaryFile TemporaryFile::beside(const fs::path& target) {
-    return {target.has_parent_path() ? target.parent_path() : fs::path("."), 0666};
+void removeFile(const fs::path& path) noexcept {
+    (void)::unlink(path.c_str());
 }
 
-TemporaryFile TemporaryFile::inTemporaryFolder() {
-    return inFolder(fs::temp_directory_path());
-}
-
-TemporaryFile TemporaryFile::inFolder(const fs::path& folder) {
-    return {folder, 0600};
-}
-
-TemporaryFile::~TemporaryFile() {
-    if (path_.empty()) return;
-    const UninterruptedWork both;  // remove and forget
-    std::error_code ignored;       // nothing better can be done about a file that cannot be removed
-    fs::remove(path_, ignored);
-    forgetTemporaryFile(path_);
-}
-
-void TemporaryFile::takePlaceOf(const fs::path& target) {
+void settleFile(const fs::path& file, const fs::path& target) {
     std::error_code absent;
     const fs::file_status old = fs::status(target, absent);
-    if (!absent && fs::exists(old)) fs::permissions(path_, old.permissions());
-    syncToDisk(path_);
-    const UninterruptedWork both;  // rename and forget
-    fs::rename(path_, target);
-    forgetTemporaryFile(path_);
-    path_.clear();
+    if (!absent && fs::exists(old)) fs::permissions(file, old.permissions());
+    syncToDisk(file);
+}
+
+void replaceFile(const fs::path& target, const fs::path& file) {
+    fs::rename(file, target);
 }
 
 bool isTerminal(std::FILE* stream) noexcept {

@@ -5,12 +5,9 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <system_error>
-#include <utility>
 
 #include "host/text.h"
-#include "tools/kelxml/platform/interruption.h"
 
 namespace kelxml {
 
@@ -20,14 +17,6 @@ namespace {
 
 [[noreturn]] void throwSystemError(const fs::path& path) {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), kelhost::utf8Of(path));
-}
-
-std::string randomName() {
-    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    std::random_device random;
-    std::string name = ".kelxml-";
-    for (int i = 0; i < 12; ++i) name += kLetters[random() % (sizeof kLetters - 1)];
-    return name;
 }
 
 void syncToDisk(const fs::path& path) {
@@ -43,54 +32,31 @@ void syncToDisk(const fs::path& path) {
 
 }  // namespace
 
-// `mode` has no counterpart: a file inherits who may use it from its folder, and the temporary folder is the
-// user's own.
-TemporaryFile::TemporaryFile(const fs::path& folder, unsigned int /*mode*/) {
-    const UninterruptedWork both;  // create and register
-    for (;;) {
-        fs::path path = folder / randomName();
-        const HANDLE file =
-            CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-        if (file != INVALID_HANDLE_VALUE) {
-            (void)CloseHandle(file);
-            registerTemporaryFile(path);
-            path_ = std::move(path);
-            return;
-        }
-        if (GetLastError() != ERROR_FILE_EXISTS) throwSystemError(folder);
-    }
+// Who may use a file is inherited from its folder here, and the temporary folder is the user's own.
+bool createFile(const fs::path& path, Access /*access*/) {
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE && GetLastError() != ERROR_FILE_EXISTS)
+        throwSystemError(path.parent_path());
+    if (file != INVALID_HANDLE_VALUE) (void)CloseHandle(file);
+    return file != INVALID_HANDLE_VALUE;
 }
 
-TemporaryFile TemporaryFile::beside(const fs::path& target) {
-    return {target.has_parent_path() ? target.parent_path() : fs::path("."), 0666};
+void removeFile(const fs::path& path) noexcept {
+    (void)DeleteFileW(path.c_str());
 }
 
-TemporaryFile TemporaryFile::inTemporaryFolder() {
-    return inFolder(fs::temp_directory_path());
+// The permissions come along when a file is replaced.
+void settleFile(const fs::path& file, const fs::path& /*target*/) {
+    syncToDisk(file);
 }
 
-TemporaryFile TemporaryFile::inFolder(const fs::path& folder) {
-    return {folder, 0600};
-}
-
-TemporaryFile::~TemporaryFile() {
-    if (path_.empty()) return;
-    const UninterruptedWork both;      // remove and forget
-    (void)DeleteFileW(path_.c_str());  // nothing better can be done about a file that cannot be removed
-    forgetTemporaryFile(path_);
-}
-
-void TemporaryFile::takePlaceOf(const fs::path& target) {
-    syncToDisk(path_);
-    const UninterruptedWork both;  // rename and forget
+void replaceFile(const fs::path& target, const fs::path& file) {
     // A file that is replaced hands on who may use it; one that is not there cannot be.
-    const bool isReplaced = ReplaceFileW(target.c_str(), path_.c_str(), nullptr, 0, nullptr, nullptr) != 0;
+    const bool isReplaced = ReplaceFileW(target.c_str(), file.c_str(), nullptr, 0, nullptr, nullptr) != 0;
     if (!isReplaced &&
-        MoveFileExW(path_.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {
+        MoveFileExW(file.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0)
         throwSystemError(target);
-    }
-    forgetTemporaryFile(path_);
-    path_.clear();
 }
 
 bool isTerminal(std::FILE* stream) noexcept {
