@@ -34,8 +34,8 @@ void syncToDisk(const fs::path& path) {
 }  // namespace
 
 bool createFile(const fs::path& path, Access access) {
-    const int file =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, access == Access::Private ? 0600 : 0666);
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                            access == Access::Private ? 0600 : 0666);
     if (file < 0 && errno != EEXIST) throwSystemError(path.parent_path());
     if (file >= 0) ::close(file);
     return file >= 0;
