@@ -36,16 +36,6 @@ using kel::test::isNewRefused;
 using kel::test::RefusingHeap;
 using kel::test::TempDirectory;
 
-void FakeErrorService::report(const KelString& message, const std::int32_t& level, const char* operation) {
-    dprintf(STDERR_FILENO, "[error %d %s] %s\n", level, operation, message.narrow());
-}
-void FakeRenderer::beforeReport() {
-    dprintf(STDERR_FILENO, "[before]\n");
-}
-void FakeRenderer::afterMessageBox() {
-    dprintf(STDERR_FILENO, "[after]\n");
-}
-
 namespace {
 
 constexpr int kOutOfMemory = 255;
