@@ -47,27 +47,4 @@ private:
     bool isRunning_ = true;
 };
 
-// Says between two processes that a point was reached.
-class Signpost final {
-public:
-    Signpost() { ok_ = pipe(ends_) == 0; }
-    Signpost(const Signpost&) = delete;
-    Signpost& operator=(const Signpost&) = delete;
-    ~Signpost() {
-        close(ends_[0]);
-        close(ends_[1]);
-    }
-
-    [[nodiscard]] bool isOk() const { return ok_; }
-    void reach() { ok_ = write(ends_[1], "x", 1) == 1 && ok_; }
-    void await() {
-        char byte = 0;
-        ok_ = read(ends_[0], &byte, 1) == 1 && ok_;
-    }
-
-private:
-    int ends_[2] = {-1, -1};
-    bool ok_ = false;
-};
-
 }  // namespace kel::test

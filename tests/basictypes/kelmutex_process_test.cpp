@@ -5,17 +5,29 @@
 #include <thread>
 
 #include "KelBasicTypes/kelmutex.h"
-#include "childprocess.h"
+#include "KelBasicTypes/platform/process.h"
+#include "tests/support/process.h"
 
-using kel::test::ChildProcess;
-using kel::test::Signpost;
+using kel::test::Companion;
 
 namespace {
 
 // Test programs that run at the same time must not meet.
 std::string uniqueName(const char* stem) {
-    return std::string("Kel test/") + stem + std::to_string(getpid());
+    return std::string("Kel test/") + stem + std::to_string(kel::platform::processId());
 }
+
+// Another process that holds the mutex until it is killed.
+class Owner final {
+public:
+    Owner(const char* how, const std::string& name) : process_({KEL_MUTEX_HOLDER, how, name}) {
+        EXPECT_TRUE(process_.readLine().starts_with("held"));
+    }
+    void kill() { process_.kill(); }
+
+private:
+    Companion process_;
+};
 
 }  // namespace
 
@@ -24,14 +36,7 @@ TEST(KelMutex, SurvivesTheDeathOfAnOwningProcess) {
     KelMutex ours;
     ASSERT_TRUE(ours.create(name.c_str()));
     for (const bool withLimit : {false, true}) {
-        Signpost held;
-        ChildProcess owner([&] {
-            KelMutex theirs;
-            if (!theirs.open(name.c_str()) || !theirs.lock()) _exit(1);
-            held.reach();
-            pause();
-        });
-        held.await();
+        Owner owner("open", name);
         EXPECT_FALSE(ours.tryLock());
         EXPECT_FALSE(ours.timedLock(0.002));
         owner.kill();
@@ -39,14 +44,7 @@ TEST(KelMutex, SurvivesTheDeathOfAnOwningProcess) {
         EXPECT_TRUE(withLimit ? ours.timedLock(1) : ours.tryLock()) << "and does not wedge the next caller";
         EXPECT_TRUE(ours.unlock());
     }
-    Signpost held;
-    ChildProcess owner([&] {
-        KelMutex theirs;
-        if (!theirs.open(name.c_str()) || !theirs.lock()) _exit(1);
-        held.reach();
-        pause();
-    });
-    held.await();
+    Owner owner("open", name);
     std::thread killer([&] { owner.kill(); });
     EXPECT_TRUE(ours.lock());  // sleeping on it while its owner dies
     killer.join();
@@ -55,14 +53,7 @@ TEST(KelMutex, SurvivesTheDeathOfAnOwningProcess) {
 
 TEST(KelMutex, ANameLeftByDeadProcessesIsNobodys) {
     const std::string name = uniqueName("leftover");
-    Signpost held;
-    ChildProcess owner([&] {
-        KelMutex theirs;
-        if (!theirs.create(name.c_str()) || !theirs.lock()) _exit(1);
-        held.reach();
-        pause();
-    });
-    held.await();
+    Owner owner("create", name);
     KelMutex mutex;
     EXPECT_TRUE(mutex.open(name.c_str()));
     EXPECT_TRUE(mutex.close());
@@ -71,14 +62,4 @@ TEST(KelMutex, ANameLeftByDeadProcessesIsNobodys) {
     ASSERT_TRUE(mutex.create(name.c_str()));
     EXPECT_TRUE(mutex.tryLock()) << "a new mutex of an old name is not owned";
     EXPECT_TRUE(mutex.unlock());
-}
-
-TEST(KelMutex, AForkedChildThatClosesLeavesTheNameToItsParent) {
-    const std::string name = uniqueName("forked");
-    KelMutex ours;
-    ASSERT_TRUE(ours.create(name.c_str()));
-    ChildProcess child([&] { ours.close(); });
-    EXPECT_EQ(child.waitForStatus(), ChildProcess::kBodyReturned);
-    KelMutex other;
-    EXPECT_TRUE(other.open(name.c_str()));
 }

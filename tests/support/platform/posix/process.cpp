@@ -143,4 +143,38 @@ RunResult run(const std::vector<std::string>& command, const RunOptions& options
     return result;
 }
 
+struct Companion::State {
+    pid_t process = -1;
+    Descriptor output;
+};
+
+Companion::Companion(const std::vector<std::string>& command) : state_(std::make_unique<State>()) {
+    const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    Pipe output;
+    state_->process = ::fork();
+    if (state_->process < 0) throw std::system_error(errno, std::generic_category(), "fork");
+    if (state_->process == 0)
+        becomeProgram(command, {}, nothing.number(), output.write.number(), STDERR_FILENO);
+    state_->output = std::move(output.read);
+}
+
+Companion::~Companion() {
+    kill();
+}
+
+std::string Companion::readLine() {
+    std::string line;
+    char byte = 0;
+    while (::read(state_->output.number(), &byte, 1) == 1 && byte != '\n') line += byte;
+    return line;
+}
+
+void Companion::kill() {
+    if (state_->process < 0) return;
+    ::kill(state_->process, SIGKILL);
+    while (::waitpid(state_->process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    state_->process = -1;
+}
+
 }  // namespace kel::test
