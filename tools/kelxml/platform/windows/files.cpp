@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 namespace {
 
 [[noreturn]] void throwSystemError(const fs::path& path) {
-    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), kelhost::utf8Of(path));
+    const auto code = static_cast<int>(GetLastError());  // before anything else asks the system
+    throw std::system_error(code, std::system_category(), kelhost::utf8Of(path));
 }
 
 void syncToDisk(const fs::path& path) {
