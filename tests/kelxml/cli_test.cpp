@@ -1,31 +1,29 @@
 // The command line from outside: what a person or a script gets to see.
 #include <algorithm>
-#include <array>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include "enginetraits.h"
+#include "lineends.h"
 #include "runner.h"
+#include "tests/support/matching.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+namespace traits = kel::test::traits;
 
 using kel::test::kelxml;
 using kel::test::KelxmlTest;
+using kel::test::matches;
 using kel::test::readFile;
 using kel::test::RunOptions;
 using kel::test::RunResult;
+using kel::test::withLineFeeds;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 // A run of text may be reported in several pieces: joined, they are one.
@@ -48,11 +46,11 @@ TEST_F(KelxmlTest, SaveWritesInTheComponentsFormAndSavingAgainChangesNothing) {
     const std::string out = folder_.pathOf("out.xml");
     ASSERT_EQ(kelxml({"save", file, "-o", out}).status, 0);
     const std::string expected = "<a x=\"1\">\n\t<b>caf\xC3\xA9 &lt; \xE2\x82\xAC</b>\n\t<c />\n</a>\n";
-    EXPECT_EQ(readFile(out), expected);
+    EXPECT_EQ(withLineFeeds(readFile(out)), expected);
 
     const RunResult again = kelxml({"save", "-"}, {.input = expected});
     EXPECT_EQ(again.status, 0);
-    EXPECT_EQ(again.output, expected);
+    EXPECT_EQ(withLineFeeds(again.output), expected);
     EXPECT_THAT(again.errors, IsEmpty());
 }
 
@@ -98,74 +96,17 @@ TEST_F(KelxmlTest, SaveRefusesAResultThatSaysSomethingElseUnlessForced) {
 }
 
 TEST_F(KelxmlTest, SaveAcceptsTextAroundCDataThatIsWrittenWhole) {
+    if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
     const RunResult result =
         kelxml({"save", "-"}, {.input = "<a><b>1 <![CDATA[< 2]]> &lt; 3</b><b><!--c-->x<!--c-->y</b></a>"});
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_EQ(result.output, "<a>\n\t<b>1 &lt; 2 &lt; 3</b>\n\t<b>xy</b>\n</a>\n");
+    EXPECT_EQ(withLineFeeds(result.output), "<a>\n\t<b>1 &lt; 2 &lt; 3</b>\n\t<b>xy</b>\n</a>\n");
 }
 
-// How each verb with a result writes it, and what it makes of "<a/>".
-struct Writer {
-    std::vector<std::string> arguments;
-    std::string result;
-};
-
-class ResultTest : public KelxmlTest {
-protected:
-    std::vector<Writer> writers(const std::string& file) const {
-        const std::string sheet = folder_.write(
-            "copy.xsl",
-            "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'><x:output "
-            "omit-xml-declaration='yes'/><x:template match='/'><x:copy-of select='.'/></x:template>"
-            "</x:stylesheet>");
-        return {{{"save", file}, "<a />\n"},
-                {{"format", file}, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a/>\n"},
-                {{"transform", sheet, file}, "<a/>\n"}};
-    }
-
-    static RunResult write(const Writer& writer, const std::string& out) {
-        std::vector<std::string> arguments = writer.arguments;
-        arguments.insert(arguments.end(), {"-o", out});
-        return kelxml(arguments);
-    }
-};
-
-TEST_F(ResultTest, ReplacesFilesAndIsWrittenToEverythingElse) {
-    constexpr auto kMode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
-    const std::string file = folder_.pathOf("in.xml");
-    const std::string target = folder_.write("target.xml", "old");
-    const std::string link = folder_.pathOf("link.xml");
-    fs::permissions(target, kMode);
-    fs::create_symlink("target.xml", link);
-    for (const Writer& writer : writers(file)) {
-        SCOPED_TRACE(writer.arguments[0]);
-        folder_.write("in.xml", "<a/>");
-        EXPECT_EQ(write(writer, link).status, 0);
-        EXPECT_TRUE(fs::is_symlink(link));
-        EXPECT_EQ(readFile(target), writer.result);
-        EXPECT_EQ(fs::status(target).permissions(), kMode);
-
-        EXPECT_EQ(write(writer, file).status, 0) << "onto the input";
-        EXPECT_EQ(readFile(file), writer.result);
-
-        EXPECT_EQ(write(writer, "/dev/null").status, 0);
-        EXPECT_TRUE(fs::is_character_file("/dev/null"));
-        EXPECT_EQ(write(writer, "-").output, writer.result);
-        EXPECT_EQ(folder_.fileCount(), 4U) << "no temporary file is left";
-    }
-}
-
-TEST_F(ResultTest, ThatCannotBeWrittenIsAFailureAndLeavesNothing) {
-    const std::string file = folder_.write("in.xml", "<a/>");
-    for (const Writer& writer : writers(file)) {
-        for (const std::string& out :
-             {folder_.pathOf("no/such/folder.xml"), folder_.path().string(), std::string("/dev/full")}) {
-            const RunResult result = write(writer, out);
-            EXPECT_EQ(result.status, 1) << writer.arguments[0] << out;
-            EXPECT_THAT(result.errors, HasSubstr("cannot write the result: ")) << writer.arguments[0] << out;
-        }
-        EXPECT_EQ(folder_.fileCount(), 2U) << "no temporary file is left";
-    }
+std::string withBackslashesDoubled(std::string path) {
+    for (std::size_t at = 0; (at = path.find('\\', at)) != std::string::npos; at += 2)
+        path.insert(at, 1, '\\');
+    return path;
 }
 
 TEST_F(KelxmlTest, TreeOutlinesTheDocument) {
@@ -183,13 +124,16 @@ TEST_F(KelxmlTest, EventsAreReportedForPeopleAndForPrograms) {
     const RunResult json = kelxml({"events", "--json", "-"}, {.input = document});
     EXPECT_EQ(json.status, 0);
     EXPECT_EQ(mergedTexts(json.output),
-              "{\"event\":\"start\",\"name\":\"a\",\"depth\":0,\"attributes\":{\"q\":\"x\\\"\\\\\"}}\n"
-              "{\"event\":\"text\",\"text\":\"1 < \xF0\x9F\x98\x80\"}\n"
-              "{\"event\":\"start\",\"name\":\"b\",\"depth\":1,\"attributes\":{}}\n"
-              "{\"event\":\"end\",\"name\":\"b\"}\n"
-              "{\"event\":\"text\",\"text\":\"\\u0009<\"}\n"
-              "{\"event\":\"end\",\"name\":\"a\"}\n");
-    EXPECT_EQ(json.errors, "-: elements 2, attributes 1, characters 7\n");
+              std::string("{\"event\":\"start\",\"name\":\"a\",\"depth\":0,\"attributes\":{") +
+                  traits::kDeclarationInJson +
+                  "\"q\":\"x\\\"\\\\\"}}\n"
+                  "{\"event\":\"text\",\"text\":\"1 < \xF0\x9F\x98\x80\"}\n"
+                  "{\"event\":\"start\",\"name\":\"b\",\"depth\":1,\"attributes\":{}}\n"
+                  "{\"event\":\"end\",\"name\":\"b\"}\n"
+                  "{\"event\":\"text\",\"text\":\"\\u0009<\"}\n"
+                  "{\"event\":\"end\",\"name\":\"a\"}\n");
+    EXPECT_EQ(json.errors, "-: elements 2, attributes " +
+                               std::to_string(1 + traits::kAttributesOfDeclaration) + ", characters 7\n");
 
     const RunResult plain = kelxml({"events", "-"}, {.input = "<a x='1'><b>t</b></a>"});
     EXPECT_EQ(plain.output, "start a x=\"1\"\n  start b\n    text  \"t\"\n  end   b\nend   a\n");
@@ -234,12 +178,18 @@ TEST_F(KelxmlTest, EventsTakeEverythingThatAWellFormedDocumentMayHold) {
              "<!DOCTYPE a [<!ENTITY e '</a>'><!-- ' --><?p ' ]> ?><!ATTLIST a b CDATA '>'>]>\n<a>&lt;</a>"s,
              "<a b='/>' c=\"'>\"><!-- </a> --><?p </a>?><![CDATA[</a>]]]]><b/></a>\r\n<!----><!-- <x/> -->"s,
              "<a/><?xml-stylesheet href='?'?><?p?><?p ?\?>\n"s,
-             "<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x5C</a>"s,
              "\xEF\xBB\xBF<a></a>\n\n"s,
          }) {
         const RunResult result = kelxml({"events", "-"}, {.input = document});
         EXPECT_EQ(result.status, 0) << document << result.errors;
     }
+}
+
+TEST_F(KelxmlTest, EventsKnowTheEndInEveryEncoding) {
+    if (traits::kReadsManyEncodings != nullptr) GTEST_SKIP() << traits::kReadsManyEncodings;
+    const RunResult result =
+        kelxml({"events", "-"}, {.input = "<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x5C</a>"});
+    EXPECT_EQ(result.status, 0) << result.errors;
 }
 
 // Markup may straddle the blocks in which the file is read.
@@ -267,17 +217,19 @@ TEST_F(KelxmlTest, SeveralFilesAreAnsweredOneByOne) {
 
     const RunResult json = kelxml({"events", "--json", good, bad});
     EXPECT_EQ(json.status, 1);
-    EXPECT_THAT(json.output, StartsWith("{\"event\":\"document\",\"file\":\"" + good + "\"}\n"));
+    EXPECT_THAT(json.output,
+                StartsWith("{\"event\":\"document\",\"file\":\"" + withBackslashesDoubled(good) + "\"}\n"));
 
     const std::string ugly = folder_.write("ugly.xml", "<a><b/></a>");
     EXPECT_EQ(kelxml({"format", "-i", ugly, bad, good}).status, 1);
-    EXPECT_THAT(readFile(ugly), HasSubstr("\n  <b/>"));
+    EXPECT_TRUE(matches(readFile(ugly), "[^]*\n[ \t]+<b/>[^]*"));
     EXPECT_THAT(readFile(good), HasSubstr("<?xml"));
     EXPECT_EQ(readFile(bad), "<a>");
     EXPECT_EQ(folder_.fileCount(), 3U) << "no temporary file is left";
 }
 
 TEST_F(KelxmlTest, FormatIndentsWithoutLossAndOnlyOnce) {
+    if (traits::kIndentsLikeOurs != nullptr) GTEST_SKIP() << traits::kIndentsLikeOurs;
     const std::string document =
         "<!--1--><?p i?><a x='&#10;'><b>x<i>y</i> &amp;\xC3\xA9</b><!--2--><c><![CDATA[<]]></c><d> "
         "</d></a><!--3-->";
@@ -290,24 +242,32 @@ TEST_F(KelxmlTest, FormatIndentsWithoutLossAndOnlyOnce) {
     EXPECT_EQ(kelxml({"format", "-"}, {.input = "<a>"}).status, 1);
 }
 
-TEST_F(KelxmlTest, TransformWritesUtf8AndSaysSo) {
-    const auto sheet = [&](const std::string& method, const std::string& body) {
+class TransformTest : public KelxmlTest {
+protected:
+    [[nodiscard]] std::string sheet(const std::string& method, const std::string& body) const {
         return folder_.write("sheet.xsl",
                              "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
                              "<x:output method='" +
                                  method + "'/><x:template match='/'>" + body +
                                  "</x:template></x:stylesheet>");
-    };
+    }
+    const RunOptions input_{.input = "<a>\xE2\x82\xAC</a>"};
+};
+
+TEST_F(TransformTest, WritesUtf8AndSaysSo) {
     const std::string out = folder_.pathOf("out");
-    const RunOptions input{.input = "<a>\xE2\x82\xAC</a>"};
-    EXPECT_EQ(kelxml({"transform", sheet("text", "<x:value-of select='a'/>"), "-", "-o", out}, input).status,
+    EXPECT_EQ(kelxml({"transform", sheet("text", "<x:value-of select='a'/>"), "-", "-o", out}, input_).status,
               0);
     EXPECT_EQ(readFile(out), "\xE2\x82\xAC");
-    EXPECT_THAT(kelxml({"transform", sheet("xml", "<b/>"), "-"}, input).output,
-                HasSubstr("encoding=\"UTF-8\"?>"));
-    EXPECT_THAT(kelxml({"transform", sheet("html", "<html><head/></html>"), "-"}, input).output,
-                HasSubstr("charset=UTF-8"));
+    EXPECT_TRUE(
+        matches(kelxml({"transform", sheet("xml", "<b/>"), "-"}, input_).output, traits::kDeclarationOfUtf8));
+    EXPECT_TRUE(matches(kelxml({"transform", sheet("html", "<html><head/></html>"), "-"}, input_).output,
+                        "[^]*charset=UTF-8[^]*"));
+}
 
+TEST_F(TransformTest, KeepsWhatWasThereWhenItFails) {
+    if (traits::kRefusesBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRefusesBadStyleSheets;
+    const std::string out = folder_.write("out", "what was there");
     struct Row {
         std::string style;
         const char* explanation;
@@ -318,12 +278,12 @@ TEST_F(KelxmlTest, TransformWritesUtf8AndSaysSo) {
         {sheet("xml", "<x:message terminate='yes'>enough</x:message>"), "enough"},
     };
     for (const Row& row : refused) {
-        const RunResult result = kelxml({"transform", row.style, "-", "-o", out}, input);
+        const RunResult result = kelxml({"transform", row.style, "-", "-o", out}, input_);
         EXPECT_EQ(result.status, 1) << row.explanation;
         EXPECT_THAT(result.errors, HasSubstr(row.explanation));
-        EXPECT_EQ(readFile(out), "\xE2\x82\xAC") << "what was there stays";
+        EXPECT_EQ(readFile(out), "what was there");
     }
-    EXPECT_THAT(kelxml({"transform", "-", folder_.write("a.xml", "<a/>")}, input).errors,
+    EXPECT_THAT(kelxml({"transform", "-", folder_.write("a.xml", "<a/>")}, input_).errors,
                 HasSubstr("error 6: Exception during transform: -"));
 }
 
@@ -381,6 +341,7 @@ TEST_F(KelxmlTest, ADocumentCannotSpeakToTheTerminal) {
 }
 
 TEST_F(KelxmlTest, DeepDocumentsNeedNoStack) {
+    if (traits::kBearsDepth != nullptr) GTEST_SKIP() << traits::kBearsDepth;
     constexpr int kDepth = 2000;
     std::string document;
     for (int i = 0; i < kDepth; ++i) document += "<a>";
@@ -390,48 +351,6 @@ TEST_F(KelxmlTest, DeepDocumentsNeedNoStack) {
     const RunResult saved = kelxml({"save", "-"}, {.input = document});
     EXPECT_EQ(saved.status, 0) << saved.errors;
     EXPECT_EQ(std::ranges::count(saved.output, '\n'), 2 * kDepth - 1);
-}
-
-// A terminal that a test reads in place of a person. Not every container gives one out.
-class Terminal {
-public:
-    Terminal() : reading_(::posix_openpt(O_RDWR | O_NOCTTY)) {
-        if (reading_ < 0 || ::grantpt(reading_) != 0 || ::unlockpt(reading_) != 0) return;
-        const char* name = ::ptsname(reading_);
-        // Kept open: what was written would be gone with the last one who has it open.
-        if (name != nullptr) writing_ = ::open(name, O_RDWR | O_NOCTTY);
-        if (writing_ >= 0) name_ = name;
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-    ~Terminal() {
-        if (writing_ >= 0) ::close(writing_);
-        if (reading_ >= 0) ::close(reading_);
-    }
-
-    [[nodiscard]] bool isThere() const { return !name_.empty(); }
-
-    [[nodiscard]] std::string show(const std::vector<std::string>& command) const {
-        EXPECT_EQ(kel::test::run(command, {.outputDevice = name_}).status, 0);
-        std::array<char, 4096> block{};
-        const ssize_t size = ::read(reading_, block.data(), block.size());
-        return {block.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
-    }
-
-private:
-    int reading_;
-    int writing_ = -1;
-    std::string name_;
-};
-
-TEST_F(KelxmlTest, ColoursAreForTerminalsWithoutNoColor) {
-    const std::string file = folder_.write("in.xml", "<a b='1'/>");
-    EXPECT_THAT(kelxml({"tree", file}).output, Not(HasSubstr("\x1b[")));
-    const Terminal terminal;
-    if (!terminal.isThere()) GTEST_SKIP() << "this system gives out no terminals";
-    EXPECT_THAT(terminal.show({KELXML_PROGRAM, "tree", file}), HasSubstr("\x1b["));
-    EXPECT_THAT(terminal.show({"/usr/bin/env", "NO_COLOR=1", KELXML_PROGRAM, "tree", file}),
-                Not(HasSubstr("\x1b[")));
 }
 
 TEST_F(KelxmlTest, InfoTellsWhoTheComponentIs) {

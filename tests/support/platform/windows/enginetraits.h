@@ -26,6 +26,12 @@ inline constexpr const char* kDescription = "[^]*";  // Wine: often none
 // Events of elements with namespace declarations: they are attributes, too, without a local name.
 inline constexpr const char* kEventsOfTwoDeclarations = "<e 0 =u a=1></e>";
 inline constexpr const char* kEventsOfEqualLocalNames = "<e 0 =u A=3 a=1 b=0></e>";
+// What xmlns:p='u' adds to the attributes that kelxml writes as JSON, and how many it counts.
+inline constexpr const char* kDeclarationInJson = "\"\":\"u\",";
+inline constexpr int kAttributesOfDeclaration = 1;
+// What a transformation to "<b/>" gives as UTF-8; Wine names no encoding.
+inline constexpr const char* kDeclarationOfUtf8 =
+    "<\\?xml version=\"1.0\"( encoding=\"UTF-8\")?\\?>\\s*<b/>\\s*";
 
 // What engines do. Null: this one does; else why the tests that want it are skipped.
 inline constexpr const char* kKeepsBlanksOfTexts =
@@ -40,8 +46,10 @@ inline const char* const kValidatesWhileLoading = onWine("Wine does not validate
 inline const char* const kReadsOnAfterException =
     onWine("Wine's reader repeats its last document after an exception passed through it");
 inline const char* const kExpandsEntities = onWine("Wine's reader stops at an entity reference");
-inline const char* const kBearsDepth = onWine("Wine runs out of stack in a tree of 10,000 levels");
+inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");
+inline const char* const kReadsManyEncodings = onWine("Wine's parser knows few encodings");
+inline constexpr const char* kIndentsLikeOurs = "this engine has its own way to lay out";
 
 }  // namespace kel::test::traits
