@@ -1,15 +1,17 @@
-# Every page of docs/ can be reached from its index, and every link between files leads somewhere. (Links to headings are
-# Doxygen's business.) Run with -D for: SOURCES
+# Every page of the guide and of its decisions can be reached from its folder's index, and every link between files
+# leads somewhere. (Links to headings are Doxygen's business.) Run with -D for: SOURCES
 cmake_minimum_required(VERSION 3.25)
 
-file(READ ${SOURCES}/docs/README.md index)
-file(GLOB pages RELATIVE ${SOURCES}/docs ${SOURCES}/docs/*.md)
-list(REMOVE_ITEM pages README.md)
-foreach(page IN LISTS pages)
-    string(FIND "${index}" "](${page})" at)
-    if(at EQUAL -1)
-        message(SEND_ERROR "docs/README.md does not lead to ${page}")
-    endif()
+foreach(folder docs docs/decisions)
+    file(READ ${SOURCES}/${folder}/README.md index)
+    file(GLOB pages RELATIVE ${SOURCES}/${folder} ${SOURCES}/${folder}/*.md)
+    list(REMOVE_ITEM pages README.md)
+    foreach(page IN LISTS pages)
+        string(FIND "${index}" "](${page})" at)
+        if(at EQUAL -1)
+            message(SEND_ERROR "${folder}/README.md does not lead to ${page}")
+        endif()
+    endforeach()
 endforeach()
 
 file(GLOB pages ${SOURCES}/*.md ${SOURCES}/docs/*.md ${SOURCES}/docs/decisions/*.md)
