@@ -29,6 +29,7 @@ inline constexpr const char* kDeclarationOfUtf8 =
 // What engines do. Null: this one does; else why the tests that want it are skipped.
 inline constexpr const char* kKeepsBlanksOfTexts = nullptr;
 inline constexpr const char* kKeepsDeclarationsInPlace = nullptr;
+inline constexpr const char* kListsDefaultDeclarations = nullptr;
 inline constexpr const char* kRefusesWrongNames = nullptr;
 inline constexpr const char* kRefusesCycles = nullptr;
 inline constexpr const char* kRefusesSecondRoot = nullptr;

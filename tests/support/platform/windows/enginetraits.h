@@ -37,6 +37,8 @@ inline constexpr const char* kDeclarationOfUtf8 =
 inline constexpr const char* kKeepsBlanksOfTexts =
     "without preserved white space this engine drops blank leaves and trims texts";
 inline const char* const kKeepsDeclarationsInPlace = onWine("Wine puts declarations behind other attributes");
+inline const char* const kListsDefaultDeclarations =
+    onWine("Wine fails to list a default namespace declaration among the attributes");
 inline const char* const kRefusesWrongNames = onWine("Wine takes any text for a name");
 inline const char* const kRefusesCycles = onWine("Wine lets an element move below itself");
 inline const char* const kRefusesSecondRoot = onWine("Wine lets a document have two root elements");

@@ -1,4 +1,4 @@
-// Environment variables of this process. Threads: none of this while others run.
+// What a process finds around it: variables, files. Threads: none of this while others run.
 #pragma once
 
 #include <stdlib.h>
@@ -14,6 +14,8 @@ inline void setVariable(const char* name, const char* value) {
 inline void unsetVariable(const char* name) {
     (void)_putenv_s(name, "");
 }
+
+inline constexpr const char* kLibrarySuffix = ".dll";
 
 // How many names a temporary file may show while it is open.
 inline constexpr unsigned kNamesOfOpenTemporary = 1;  // it goes when it is closed
