@@ -52,6 +52,12 @@ TEST(Saving, KeepsTheOrderOfDeclarationsAndAttributes) {
               "<p:a xmlns:p=\"u\" b=\"1\" xmlns=\"v\" c=\"2\" />\n");
 }
 
+TEST(Saving, WritesADefaultNamespaceDeclaration) {
+    if (traits::kListsDefaultDeclarations != nullptr) GTEST_SKIP() << traits::kListsDefaultDeclarations;
+    EXPECT_EQ(saved(load("<a xmlns='u' b='1'><c xmlns=''/></a>")),
+              "<a xmlns=\"u\" b=\"1\">\n\t<c xmlns=\"\" />\n</a>\n");
+}
+
 TEST(Saving, AppendsToTheString) {
     const DomParser parser = load("<a/>");
     EXPECT_TRUE(parser->addProcessingInstruction(wide("target"), wide("data")));
