@@ -108,7 +108,7 @@ TEST(Directories, LeaveAPathWhoseDirectoryIsTooLong) {
     const TempDirectory temp;
     const WorkingDirectory here(temp.path());
     const std::size_t length = std::filesystem::current_path().u16string().size();
-    for (const std::size_t excess : {0, 1}) {
+    for (const std::size_t excess : {std::size_t{0}, std::size_t{1}}) {
         const std::string name(kMaxLengthInUnits - length - 1 + excess, 'd');
         std::filesystem::create_directory(temp.file(name));
         const WorkingDirectory deep(temp.file(name));
