@@ -49,8 +49,16 @@ configure_package_config_file(cmake/msxml_parser-config.cmake.in msxml_parser-co
 write_basic_package_version_file(msxml_parser-config-version.cmake COMPATIBILITY SameMajorVersion)
 # Relative to itself, so that a package unpacked under any prefix describes that prefix.
 file(RELATIVE_PATH KEL_PC_TO_PREFIX /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
-set(KEL_PC_DL ${CMAKE_DL_LIBS})
-list(TRANSFORM KEL_PC_DL PREPEND -l)
+if(WIN32)
+    set(KEL_PC_HOST_REQUIRES)
+    set(KEL_PC_HOST_LIBS normaliz ole32 shell32 uuid)
+else()
+    set(KEL_PC_HOST_REQUIRES icu-i18n icu-uc)
+    set(KEL_PC_HOST_LIBS ${CMAKE_DL_LIBS})
+endif()
+list(TRANSFORM KEL_PC_HOST_LIBS PREPEND -l)
+list(JOIN KEL_PC_HOST_REQUIRES " " KEL_PC_HOST_REQUIRES)
+list(JOIN KEL_PC_HOST_LIBS " " KEL_PC_HOST_LIBS)
 foreach(module msxml_parser msxml_parser-host)
     configure_file(cmake/${module}.pc.in ${module}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
