@@ -120,6 +120,15 @@ TEST(ElementText, IsNotTrimmed) {
     EXPECT_EQ(utf8(rootOf(load("<a> x <b>z</b> y </a>"))->getText()), " x  y ");
 }
 
+TEST(ElementText, TakesMarkupForText) {
+    if (traits::kSetsTextsAsTheyAre != nullptr) GTEST_SKIP() << traits::kSetsTextsAsTheyAre;
+    for (const char* before : {"<a/>", "<a>x</a>"}) {
+        const DomParser parser = load(before);
+        rootOf(parser)->setText(wide("1 < 2 & &lt;"));
+        EXPECT_EQ(utf8(rootOf(parser)->getText()), "1 < 2 & &lt;");
+    }
+}
+
 TEST(ElementText, ReplacesTheFirstTextNodeOrAppendsOne) {
     struct Row {
         const char* before;

@@ -31,6 +31,7 @@ inline constexpr const char* kKeepsBlanksOfTexts = nullptr;
 inline constexpr const char* kKeepsDeclarationsInPlace = nullptr;
 inline constexpr const char* kListsDefaultDeclarations = nullptr;
 inline constexpr const char* kRefusesWrongNames = nullptr;
+inline constexpr const char* kSetsTextsAsTheyAre = nullptr;
 inline constexpr const char* kRefusesCycles = nullptr;
 inline constexpr const char* kRefusesSecondRoot = nullptr;
 inline constexpr const char* kRefusesBadStyleSheets = nullptr;
