@@ -21,6 +21,9 @@ struct Residency {
 // Gives free heap memory back to the system, so far as the allocator can.
 void trimHeap() noexcept;
 
+// Makes the allocator do now what it has put off while memory was freed.
+void settleHeap() noexcept;
+
 // Runs this very program with these arguments and returns what it printed; throws std::runtime_error when it
 // cannot be started or does not end with 0.
 [[nodiscard]] std::string runSelf(const std::vector<std::string>& arguments);
