@@ -2,7 +2,8 @@
 # ./dev windows: builds everything for x86-64 Windows and runs the tests under Wine, without a display. The
 # component then stands on the platform's XML engine, not on ours.
 
-windows_packages=(g++-mingw-w64-x86-64-posix wine wine64 googletest cmake ninja-build pkg-config gettext libcli11-dev)
+windows_packages=(g++-mingw-w64-x86-64-posix wine wine64 googletest cmake ninja-build pkg-config gettext libcli11-dev
+    docbook5-xml)
 windows_runner=cmake/windows/run.sh
 
 # A prefix is made once; one that was begun and not finished is none.
