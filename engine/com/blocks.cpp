@@ -5,12 +5,12 @@
 // separate object empties them at the thread's end, after which blocks come from the heap again.
 #include "engine/com/blocks.h"
 
-#include <sanitizer/asan_interface.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdlib>
+
+#include "engine/com/poison.h"
 
 namespace engine::com {
 
@@ -84,7 +84,7 @@ void* takeBlock(std::size_t sizeInBytes) noexcept {
         if (FreeBlock* kept = list.first; kept != nullptr) {
             list.first = kept->next;
             --list.count;
-            ASAN_UNPOISON_MEMORY_REGION(kept, sizeOfClass(sizeClass));
+            unpoison(kept, sizeOfClass(sizeClass));
             ++cache.inUse;
             return kept;
         }
@@ -107,8 +107,7 @@ void giveBlock(void* block, std::size_t sizeInBytes) noexcept {
             list.first = new (block) FreeBlock{list.first};
             ++list.count;
             // A sanitizer build catches whoever uses a block that was given back although it is kept.
-            ASAN_POISON_MEMORY_REGION(static_cast<char*>(block) + sizeof(FreeBlock),
-                                      sizeOfClass(sizeClass) - sizeof(FreeBlock));
+            poison(static_cast<char*>(block) + sizeof(FreeBlock), sizeOfClass(sizeClass) - sizeof(FreeBlock));
             return;
         }
     }
