@@ -16,7 +16,8 @@ verb_fuzz() {
         mkdir -p "build-fuzz/found/$target"
         # New inputs go to the first folder; the seeds of the tree are read only.
         build-fuzz/fuzz/"${target}_fuzz" -max_total_time="$seconds" -max_len="$fuzz_input_limit" \
-            -rss_limit_mb=6000 -timeout=120 -dict="fuzz/$target.dict" -artifact_prefix="build-fuzz/found/$target-" -verbosity=0 -print_final_stats=1 \
+            -rss_limit_mb=6000 -timeout=120 -dict="fuzz/$target.dict" \
+            -artifact_prefix="build-fuzz/found/$target-" -verbosity=0 -print_final_stats=1 \
             "build-fuzz/found/$target" "fuzz/$target"
     done
 }

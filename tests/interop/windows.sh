@@ -71,7 +71,8 @@ compare() {
     if ((our_status != their_status)); then
         differ "$verb" "$name" "status $our_status and $their_status: $(first_words "$result.theirs.errors")"
     elif ((our_status != 0)); then
-        row 'both refuse' "$verb" "$name" "$(first_words "$result.ours.errors") | $(first_words "$result.theirs.errors")"
+        row 'both refuse' "$verb" "$name" \
+            "$(first_words "$result.ours.errors") | $(first_words "$result.theirs.errors")"
     elif cmp -s "$result.ours" "$result.theirs"; then
         row alike "$verb" "$name" "$(stat -c %s "$result.ours") bytes"
     elif [[ $kind != exact ]] && made_alike "$kind" "$result"; then

@@ -16,19 +16,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-[[noreturn]] void throwSystemError(const fs::path& path) {
-    throw std::system_error(errno, std::generic_category(), path.string());
+[[noreturn]] void throwSystemError(int error, const fs::path& path) {
+    throw std::system_error(error, std::generic_category(), path.string());
 }
 
 void syncToDisk(const fs::path& path) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) throwSystemError(path);
-    const int failed = ::fsync(file);
-    const int error = errno;
+    if (file < 0) throwSystemError(errno, path);
+    const int error = ::fsync(file) == 0 ? 0 : errno;
     ::close(file);
-    errno = error;
     // A file system that cannot sync (EINVAL) leaves nothing to wait for.
-    if (failed != 0 && error != EINVAL) throwSystemError(path);
+    if (error != 0 && error != EINVAL) throwSystemError(error, path);
 }
 
 }  // namespace
@@ -36,9 +34,13 @@ void syncToDisk(const fs::path& path) {
 bool createFile(const fs::path& path, Access access) {
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                             access == Access::Private ? 0600 : 0666);
-    if (file < 0 && errno != EEXIST) throwSystemError(path.parent_path());
-    if (file >= 0) ::close(file);
-    return file >= 0;
+    if (file >= 0) {
+        ::close(file);
+        return true;
+    }
+    const int error = errno;
+    if (error != EEXIST) throwSystemError(error, path.parent_path());
+    return false;
 }
 
 void removeFile(const fs::path& path) noexcept {

@@ -15,20 +15,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-[[noreturn]] void throwSystemError(const fs::path& path) {
-    const auto code = static_cast<int>(GetLastError());  // before anything else asks the system
-    throw std::system_error(code, std::system_category(), kelhost::utf8Of(path));
+[[noreturn]] void throwSystemError(DWORD error, const fs::path& path) {
+    throw std::system_error(static_cast<int>(error), std::system_category(), kelhost::utf8Of(path));
 }
 
 void syncToDisk(const fs::path& path) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) throwSystemError(path);
-    const bool isDone = FlushFileBuffers(file) != 0;
-    const DWORD error = GetLastError();
+    if (file == INVALID_HANDLE_VALUE) throwSystemError(GetLastError(), path);
+    const DWORD error = FlushFileBuffers(file) != 0 ? ERROR_SUCCESS : GetLastError();
     (void)CloseHandle(file);
-    SetLastError(error);
-    if (!isDone) throwSystemError(path);
+    if (error != ERROR_SUCCESS) throwSystemError(error, path);
 }
 
 }  // namespace
@@ -37,10 +34,13 @@ void syncToDisk(const fs::path& path) {
 bool createFile(const fs::path& path, Access /*access*/) {
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE && GetLastError() != ERROR_FILE_EXISTS)
-        throwSystemError(path.parent_path());
-    if (file != INVALID_HANDLE_VALUE) (void)CloseHandle(file);
-    return file != INVALID_HANDLE_VALUE;
+    if (file != INVALID_HANDLE_VALUE) {
+        (void)CloseHandle(file);
+        return true;
+    }
+    const DWORD error = GetLastError();
+    if (error != ERROR_FILE_EXISTS) throwSystemError(error, path.parent_path());
+    return false;
 }
 
 void removeFile(const fs::path& path) noexcept {
@@ -57,7 +57,7 @@ void replaceFile(const fs::path& target, const fs::path& file) {
     const bool isReplaced = ReplaceFileW(target.c_str(), file.c_str(), nullptr, 0, nullptr, nullptr) != 0;
     if (!isReplaced &&
         MoveFileExW(file.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0)
-        throwSystemError(target);
+        throwSystemError(GetLastError(), target);
 }
 
 bool isTerminal(std::FILE* stream) noexcept {
