@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <new>
 
+#include "engine/libstate/initialise.h"
 #include "engine/reader/detail/declaration.h"
 #include "engine/reader/detail/namespace_layer.h"
 
@@ -21,48 +21,7 @@ std::string_view viewOf(const xmlChar* text) {
     return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
 }
 
-void initialiseLibxml2() {
-    static std::once_flag once;
-    std::call_once(once, xmlInitParser);
-}
-
 }  // namespace
-
-// The thread's handler of libxml2 errors; the application may have one too. Contexts have none of their own
-// for this kind of callbacks, and those that libxml2 makes for entities would not inherit a second kind's.
-class Libxml2Parser::ErrorHandler final {
-public:
-    ErrorHandler(xmlStructuredErrorFunc function, void* context)
-        : previous_{xmlStructuredError, xmlStructuredErrorContext} {
-        xmlSetStructuredErrorFunc(context, function);
-    }
-    explicit ErrorHandler(const HandlerSetting& setting) : ErrorHandler(setting.function, setting.context) {}
-    ErrorHandler(const ErrorHandler&) = delete;
-    ErrorHandler& operator=(const ErrorHandler&) = delete;
-    ~ErrorHandler() { xmlSetStructuredErrorFunc(previous_.context, previous_.function); }
-    [[nodiscard]] const HandlerSetting& previous() const noexcept { return previous_; }
-
-private:
-    HandlerSetting previous_;
-};
-
-// The thread's record of the last error stays the application's.
-class LastError final {
-public:
-    LastError() {
-        if (const xmlError* last = xmlGetLastError()) xmlCopyError(const_cast<xmlError*>(last), &saved_);
-    }
-    LastError(const LastError&) = delete;
-    LastError& operator=(const LastError&) = delete;
-    ~LastError() {
-        xmlResetLastError();
-        if (saved_.code != XML_ERR_OK) xmlCopyError(&saved_, &xmlLastError);
-        xmlResetError(&saved_);
-    }
-
-private:
-    xmlError saved_{};
-};
 
 // Each callback ends in a member function. An exception must not cross libxml2's frames: it is kept, the
 // parser is stopped, and `run` lets it go on.
@@ -181,7 +140,7 @@ Libxml2Parser::Libxml2Parser(TextSource& source, const ReadOptions& options, Eve
       }) {}
 
 void Libxml2Parser::createContext() {
-    initialiseLibxml2();
+    libstate::initialiseLibxml2();
     xmlSAXHandler sax{};
     sax.initialized = 1;  // the first kind of callbacks
     sax.startDocument = Callbacks::startDocument;
@@ -220,8 +179,10 @@ bool Libxml2Parser::run() {
     documentStart_ = feedOffset_ = farthest_ = lastEventEnd_ = declaration.length;
     createContext();
     {
-        const LastError theirs;
-        const ErrorHandler ours(Callbacks::failed, this);
+        const libstate::LastError theirs;
+        // The contexts have no handler of their own for this kind of callbacks, and those that libxml2 makes
+        // for entities would not inherit a second kind's.
+        const libstate::ErrorHandler ours({Callbacks::failed, this});
         applicationHandler_ = ours.previous();
         (void)xmlParseDocument(context_.get());
     }
@@ -290,7 +251,7 @@ int Libxml2Parser::feed(char* to, int length) {
 // The sink may use libxml2 itself: it meets the thread as the application has set it up.
 template <typename Event>
 void Libxml2Parser::tell(Event&& event) {
-    const ErrorHandler theirs(applicationHandler_);
+    const libstate::ErrorHandler theirs(applicationHandler_);
     event();
 }
 

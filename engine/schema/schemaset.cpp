@@ -2,13 +2,12 @@
 // and many go the same way.
 #include "engine/schema/schemaset.h"
 
-#include <libxml/parser.h>
-
 #include "engine/com/status.h"
+#include "engine/libstate/initialise.h"
+#include "engine/libstate/threadsettings.h"
 #include "engine/reader/reader.h"
 #include "engine/xml2/handover.h"
 #include "engine/xml2/inclusions.h"
-#include "engine/xml2/threadsettings.h"
 #include "engine/xml2/uri.h"
 
 namespace engine::schema {
@@ -138,12 +137,12 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
 }  // namespace
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
-    xmlInitParser();
+    libstate::initialiseSchemas();
     xml2::Causes causes;
     xml2::Inclusions inclusions(xml2::Dialect::Schema);
     inclusions.setCauses(&causes);
-    const xml2::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenPlaceless},
-                                        xml2::OpenFrom::hook);
+    const libstate::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenPlaceless},
+                                            xml2::OpenFrom::hook);
     const xml2::OpenFrom open(inclusions);
     driver_ = makeDriver(files);
     bool readable = true;
@@ -167,7 +166,7 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
 reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
     xml2::Inclusions none(xml2::Dialect::Schema);
     FirstViolation first{source.tree, {}};
-    const xml2::ThreadSettings settings({&first, listenToValidation, nullptr}, xml2::OpenFrom::hook);
+    const libstate::ThreadSettings settings({&first, listenToValidation, nullptr}, xml2::OpenFrom::hook);
     const xml2::OpenFrom open(none);
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);

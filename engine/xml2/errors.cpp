@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <cstdarg>
 
+#include "engine/libstate/xslterrors.h"
 #include "engine/xml2/uri.h"
 
 namespace engine::xml2 {
@@ -191,17 +192,6 @@ std::string Causes::text() {
     return all;
 }
 
-std::string formatted(const char* format, std::va_list arguments) {
-    std::va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    if (length <= 0) return {};
-    std::string text(static_cast<std::size_t>(length), '\0');
-    (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
-}
-
 void listenStructured(void* context, ErrorPointer error) noexcept {
     if (context == nullptr || error == nullptr) return;
     try {
@@ -216,7 +206,7 @@ void listenPlaceless(void* context, const char* format, ...) noexcept {
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        static_cast<Causes*>(context)->addPlaceless(formatted(format, arguments));
+        static_cast<Causes*>(context)->addPlaceless(libstate::formatted(format, arguments));
     } catch (...) {
         // the line is lost, as the header says
     }

@@ -4,7 +4,6 @@
 
 #include <libxml/xmlerror.h>
 
-#include <cstdarg>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -66,8 +65,5 @@ private:
 // of memory a line is lost, never the failure.
 void listenStructured(void* context, ErrorPointer error) noexcept;
 void listenPlaceless(void* context, const char* format, ...) noexcept __attribute__((format(printf, 2, 3)));
-
-// printf's text, whatever its length.
-[[nodiscard]] std::string formatted(const char* format, std::va_list arguments);
 
 }  // namespace engine::xml2

@@ -72,7 +72,7 @@ private:
 };
 
 // While it lives, the files that libxml2 wants on this thread come from `inclusions`, and it gets no others.
-// For ThreadSettings, which installs `hook`.
+// For libstate::ThreadSettings, which installs `hook`.
 class OpenFrom final {
 public:
     explicit OpenFrom(Inclusions& inclusions) noexcept;

@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "engine/com/status.h"
+#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/xslterrors.h"
 #include "engine/xml2/inclusions.h"
-#include "engine/xml2/threadsettings.h"
-#include "engine/xslt/listening.h"
 
 namespace engine::xslt {
 
@@ -18,7 +18,7 @@ public:
         : inclusions_(inclusions),
           settings_({&causes_, xml2::listenStructured, xml2::listenPlaceless}, xml2::OpenFrom::hook),
           files_(inclusions),
-          listening_(causes_) {
+          xsltErrors_({&causes_, hear}) {
         inclusions_.setCauses(&causes_);
     }
     ~Operation() { inclusions_.setCauses(nullptr); }
@@ -33,11 +33,15 @@ public:
     }
 
 private:
+    static void hear(void* causes, std::string_view piece) {
+        static_cast<xml2::Causes*>(causes)->addText(piece);
+    }
+
     xml2::Causes causes_;
     xml2::Inclusions& inclusions_;
-    xml2::ThreadSettings settings_;
+    libstate::ThreadSettings settings_;
     xml2::OpenFrom files_;
-    Listening listening_;
+    libstate::XsltErrors xsltErrors_;
 };
 
 }  // namespace engine::xslt

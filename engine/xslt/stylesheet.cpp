@@ -61,7 +61,7 @@ void listenToRun(void* data, const char* format, ...) {
     va_start(arguments, format);
     try {
         const xmlNode* message = messageOf(run->context);
-        const std::string text = xml2::formatted(format, arguments);
+        const std::string text = libstate::formatted(format, arguments);
         if (message == nullptr) {
             run->causes.addText(text);
         } else if (endsTransformation(*message) && text != "\n") {

@@ -1,10 +1,9 @@
 // Brings the transformer into the documents: registers while the program loads.
-#include <libxml/parser.h>
-
 #include <memory>
 
 #include "engine/com/status.h"
 #include "engine/dom/services.h"
+#include "engine/libstate/initialise.h"
 #include "engine/xslt/resultevents.h"
 #include "engine/xslt/stylesheet.h"
 
@@ -72,7 +71,7 @@ public:
     std::u16string toText(const dom::NodeSource& source, const dom::NodeSource& style) override {
         checkStyleNode(style);
         checkSourceNode(source);
-        xmlInitParser();
+        libstate::initialiseLibxslt();
         Compiled sheet(style);
         const xml2::DocHandle result = sheet->transform(source);
         return sheet->save(*result);
@@ -82,7 +81,7 @@ public:
                   reader::EventSink& sink) override {
         checkStyleNode(style);
         checkSourceNode(source);
-        xmlInitParser();
+        libstate::initialiseLibxslt();
         Compiled sheet(style);
         const xml2::DocHandle result = sheet->transform(source);
         sendEvents(*result, sink);

@@ -17,6 +17,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/libstate/threadsettings.h"
 #include "engine/reader/detail/direct_parser.h"
 #include "engine/reader/detail/doctype.h"
 #include "engine/reader/detail/fault.h"
@@ -51,7 +52,6 @@ private:
     };
     struct Callbacks;                                                   // libxml2's view of us
     using SystemIds = std::map<std::string, std::string, std::less<>>;  // by entity
-    class ErrorHandler;
 
     [[nodiscard]] Position position() const override;
 
@@ -107,16 +107,12 @@ private:
     Progress seen_;
 
     std::unique_ptr<xmlParserCtxt, FreeContext> context_;
-    struct HandlerSetting {
-        xmlStructuredErrorFunc function;
-        void* context;
-    };
-    HandlerSetting applicationHandler_{};  // of this thread, before we set ours
-    std::string_view preamble_;            // fed before the document's own text
-    std::uint64_t feedOffset_ = 0;         // next byte of the document to be fed
-    std::uint64_t documentStart_ = 0;      // behind the document's own XML declaration
-    mutable std::uint64_t farthest_ = 0;   // where libxml2 stood last
-    std::uint64_t event_ = 0;              // start of the event being delivered
+    libstate::ErrorHandler::Setting applicationHandler_;  // of this thread, before we set ours
+    std::string_view preamble_;                           // fed before the document's own text
+    std::uint64_t feedOffset_ = 0;                        // next byte of the document to be fed
+    std::uint64_t documentStart_ = 0;                     // behind the document's own XML declaration
+    mutable std::uint64_t farthest_ = 0;                  // where libxml2 stood last
+    std::uint64_t event_ = 0;                             // start of the event being delivered
     std::uint64_t lastEventEnd_ = 0;
 
     std::size_t valuesSinceEvent_ = 0;  // "=" and a quote, in what has been fed since the last event

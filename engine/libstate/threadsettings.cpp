@@ -1,18 +1,37 @@
-#include "engine/xml2/threadsettings.h"
+#include "engine/libstate/threadsettings.h"
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-namespace engine::xml2 {
+namespace engine::libstate {
 
 namespace {
-void saysNothing(void*, const char*, ...) {}
+void ignore(void*, const char*, ...) {}
 }  // namespace
 
+LastError::LastError() noexcept {
+    if (xmlGetLastError() != nullptr) (void)xmlCopyError(xmlGetLastError(), &saved_);
+}
+
+LastError::~LastError() {
+    xmlResetLastError();
+    if (saved_.code == XML_ERR_OK) return;
+    (void)xmlCopyError(&saved_, const_cast<xmlError*>(&xmlLastError));  // const in newer versions
+    xmlResetError(&saved_);
+}
+
+ErrorHandler::ErrorHandler(const Setting& setting) noexcept
+    : previous_{xmlStructuredError, xmlStructuredErrorContext} {
+    xmlSetStructuredErrorFunc(setting.context, setting.function);
+}
+
+ErrorHandler::~ErrorHandler() {
+    xmlSetStructuredErrorFunc(previous_.context, previous_.function);
+}
+
 ThreadSettings::ThreadSettings(const Listener& listener, xmlParserInputBufferCreateFilenameFunc open) noexcept
-    : structured_(xmlStructuredError),
-      structuredContext_(xmlStructuredErrorContext),
+    : structured_({listener.structured, listener.context}),
       generic_(xmlGenericError),
       genericContext_(xmlGenericErrorContext),
       open_(xmlParserInputBufferCreateFilenameDefault(open)),
@@ -27,9 +46,8 @@ ThreadSettings::ThreadSettings(const Listener& listener, xmlParserInputBufferCre
       indentOutput_(xmlIndentTreeOutput),
       noEmptyTags_(xmlSaveNoEmptyTags),
       indentString_(xmlTreeIndentString) {
-    xmlSetStructuredErrorFunc(listener.context, listener.structured);
     // null would mean the library's own, which prints
-    xmlSetGenericErrorFunc(listener.context, listener.generic != nullptr ? listener.generic : saysNothing);
+    xmlSetGenericErrorFunc(listener.context, listener.generic != nullptr ? listener.generic : ignore);
     // not through the setters: those switch something on for the whole process
     xmlRegisterNodeDefaultValue = nullptr;
     xmlDeregisterNodeDefaultValue = nullptr;
@@ -38,11 +56,9 @@ ThreadSettings::ThreadSettings(const Listener& listener, xmlParserInputBufferCre
     xmlIndentTreeOutput = 1;
     xmlSaveNoEmptyTags = 0;
     xmlTreeIndentString = "  ";
-    if (xmlGetLastError() != nullptr) (void)xmlCopyError(xmlGetLastError(), &lastError_);
 }
 
 ThreadSettings::~ThreadSettings() {
-    xmlSetStructuredErrorFunc(structuredContext_, structured_);
     xmlSetGenericErrorFunc(genericContext_, generic_);
     (void)xmlParserInputBufferCreateFilenameDefault(open_);
     xmlRegisterNodeDefaultValue = registerNode_;
@@ -56,11 +72,6 @@ ThreadSettings::~ThreadSettings() {
     xmlLoadExtDtdDefaultValue = loadExternalDtd_;
     xmlDoValidityCheckingDefaultValue = validityChecking_;
     (void)xmlPedanticParserDefault(pedantic_);
-    xmlResetLastError();
-    if (lastError_.code != XML_ERR_OK) {
-        (void)xmlCopyError(&lastError_, const_cast<xmlError*>(&xmlLastError));  // const in newer versions
-        xmlResetError(&lastError_);
-    }
 }
 
-}  // namespace engine::xml2
+}  // namespace engine::libstate
