@@ -90,12 +90,22 @@ Fault findCulprit(TextSource& source, const ReadOptions& options, const Libxml2P
     return found;
 }
 
+// The fast parser's verdict without anybody else's.
+ParseError readDirectly(TextSource& source, const ReadOptions& options, EventSink& sink) {
+    ReadOptions alone = options;
+    alone.dtd = ReadOptions::Dtd::Prohibit;
+    DirectParser parser(source, alone, sink);
+    if (parser.run() == DirectParser::Outcome::Done) return {};
+    return describe(source, parser.fault());
+}
+
 }  // namespace
 
 ParseError read(const Input& input, const ReadOptions& options, EventSink& sink) {
     TextSource source(input, options);
     if (Fault fault = source.open()) return source.describe(fault);
     NamespaceLayer layer(sink);
+    if (options.parser == ReadOptions::Parser::Direct) return readDirectly(source, options, layer);
     detail::Progress done;
     if (options.parser == ReadOptions::Parser::Automatic) {
         DirectParser parser(source, options, layer);
