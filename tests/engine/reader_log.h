@@ -43,6 +43,8 @@ public:
         flush();
         return log_;
     }
+    // Without the text at the end.
+    [[nodiscard]] const std::string& finished() const { return log_; }
     bool withPositions = false;
 
 private:
@@ -74,6 +76,7 @@ private:
 
 struct Reading {
     std::string events;
+    std::string finishedEvents;  // without a text at the end, which an error may have cut short
     ParseError error;
 };
 
@@ -81,6 +84,7 @@ inline Reading readAll(const Input& input, const ReadOptions& options = {}) {
     EventLog log;
     Reading reading;
     reading.error = read(input, options, log);
+    reading.finishedEvents = log.finished();
     reading.events = log.text();
     return reading;
 }
