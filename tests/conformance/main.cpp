@@ -1,10 +1,12 @@
-// conformance SUITE-FOLDER DIFFERENCES.md: holds the engine against the W3C's XML conformance suite.
+// conformance [--parser direct|libxml2] SUITE-FOLDER DIFFERENCES.md: tests the engine, or one of its parsers
+// alone, with the W3C's XML conformance suite.
 // Exit status: 0 all as the suite or the page of differences says, 1 something else, 2 wrong usage.
 #include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 
 #include "engine/com/com.h"
 #include "tests/conformance/canonical.h"
@@ -40,18 +42,18 @@ std::optional<std::string> outputOf(const TestCase& test) {
 }
 
 struct Reports {
-    Report stream{"sax",
-                  "SAX reader, judged by the status of parseURL; events held against the suite's output"};
+    Report stream{"sax", "SAX reader, by the status of parseURL; events compared with the suite's output"};
     Report document{"dom",
-                    "Document without a DOCTYPE, judged by the result of load; tree held against the events"};
-    Report prohibited{"dtd", "Document with a DOCTYPE, which load must refuse whatever the test says"};
+                    "Document without a DOCTYPE, by the result of load; tree compared with the events"};
+    Report prohibited{"dtd", "Document with a DOCTYPE, which load must reject whatever the test says"};
+    Report direct{"direct", "Direct parser alone, without a DOCTYPE; compared with libxml2 alone"};
+    Report libxml2{"libxml2", "libxml2 alone; events compared with the suite's output"};
+    Report expat{"expat", "Expat without a DOCTYPE; must come to the direct parser's verdict"};
 };
 
-void run(const TestCase& test, Reports& reports) {
-    if (!std::filesystem::exists(test.path)) throw std::runtime_error("the suite lacks " + test.path);
-    const Ruling ruling = rulingFor(test);
+void runEngine(const TestCase& test, const Ruling& ruling, const std::optional<std::string>& output,
+               Reports& reports) {
     const Outcome read = tryStream(test.path);
-    const std::optional<std::string> output = outputOf(test);
     reports.stream.add(test, ruling, read, judge(ruling.demand, read, output));
 
     const Outcome loaded = tryDocument(test.path);
@@ -65,24 +67,68 @@ void run(const TestCase& test, Reports& reports) {
                          judge(ruling.demand, loaded, output ? output : std::optional(read.canonical)));
 }
 
+// Also of documents that the suite leaves to the parser: the three must agree on them.
+void runDirect(const TestCase& test, const Ruling& ruling, const std::optional<std::string>& output,
+               Reports& reports) {
+    if (hasDoctype(test.path)) return;
+    Outcome direct = tryDirect(test.path);
+    direct.contradiction = disagreement(test.path);
+    reports.direct.add(test, ruling, direct, judge(ruling.demand, direct, output));
+
+    const Demand same = direct.accepted ? Demand::Accept : Demand::Refuse;
+    const Outcome expat = tryExpat(test.path);
+    reports.expat.add(test, {same, {}}, expat, judge(same, expat, std::nullopt));
+}
+
+void runLibxml2(const TestCase& test, const Ruling& ruling, const std::optional<std::string>& output,
+                Reports& reports) {
+    const Outcome libxml2 = tryLibxml2(test.path);
+    reports.libxml2.add(test, ruling, libxml2, judge(ruling.demand, libxml2, output));
+}
+
+// `parser`: "direct", "libxml2", or empty for everything.
+bool runSuite(std::string_view parser, const char* folder, const char* differences) {
+    const std::vector<KnownDifference> known = readKnownDifferences(differences);
+    const std::vector<TestCase> tests = readTestList(folder);
+    const bool withDirect = parser.empty() || parser == "direct";
+    const bool withLibxml2 = parser.empty() || parser == "libxml2";
+    Reports reports;
+    for (const TestCase& test : tests) {
+        if (!std::filesystem::exists(test.path)) throw std::runtime_error("the suite lacks " + test.path);
+        const Ruling ruling = rulingFor(test);
+        const std::optional<std::string> output = outputOf(test);
+        if (parser.empty()) runEngine(test, ruling, output, reports);
+        if (withDirect) runDirect(test, ruling, output, reports);
+        if (withLibxml2) runLibxml2(test, ruling, output, reports);
+    }
+    std::printf("%zu tests\n\n", tests.size());
+    std::vector<const Report*> shown;
+    if (parser.empty()) shown = {&reports.stream, &reports.document, &reports.prohibited};
+    if (withDirect) shown.insert(shown.end(), {&reports.direct, &reports.expat});
+    if (withLibxml2) shown.push_back(&reports.libxml2);
+    bool passed = true;
+    for (const Report* const report : shown) passed = report->print(known) && passed;
+    return passed;
+}
+
+int usage() {
+    std::fputs("usage: conformance [--parser direct|libxml2] SUITE-FOLDER DIFFERENCES.md\n", stderr);
+    return 2;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fputs("usage: conformance SUITE-FOLDER DIFFERENCES.md\n", stderr);
-        return 2;
+    std::string_view parser;
+    if (argc == 5 && std::string_view(argv[1]) == "--parser") {
+        parser = argv[2];
+        if (parser != "direct" && parser != "libxml2") return usage();
+    } else if (argc != 3) {
+        return usage();
     }
     try {
         (void)CoInitialize(nullptr);
-        const std::vector<KnownDifference> known = readKnownDifferences(argv[2]);
-        Reports reports;
-        const std::vector<TestCase> tests = readTestList(argv[1]);
-        for (const TestCase& test : tests) run(test, reports);
-        std::printf("%zu tests\n\n", tests.size());
-        bool passed = true;
-        for (const Report* const report : {&reports.stream, &reports.document, &reports.prohibited})
-            passed = report->print(known) && passed;
-        return passed ? 0 : 1;
+        return runSuite(parser, argv[argc - 2], argv[argc - 1]) ? 0 : 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "conformance: %s\n", error.what());
         return 1;

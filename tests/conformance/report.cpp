@@ -50,8 +50,7 @@ std::vector<KnownDifference> readKnownDifferences(const std::string& path) {
     for (std::string line; std::getline(page, line);) {
         if (line.starts_with("## ")) isListed = line == "## Differences";
         if (!isListed) continue;
-        if (!line.starts_with("| sax |") && !line.starts_with("| dom |") && !line.starts_with("| dtd |"))
-            continue;
+        if (!line.starts_with("| ") || line.starts_with("| subject ")) continue;
         const std::vector<std::string> row = cells(line);
         const std::optional<Difference> difference =
             row.size() == 4 ? parseDifference(row[2]) : std::optional<Difference>();

@@ -13,13 +13,13 @@
 namespace conformance {
 
 struct KnownDifference {
-    std::string subject;  // "sax", "dom" or "dtd"
+    std::string subject;  // of a report
     std::string test;
     Difference difference = Difference::Accepts;
 };
 
-// From the tables of a Markdown page: rows "| sax | TEST | accepts | reason |". Throws std::runtime_error
-// when the page cannot be read or a row is not understood.
+// From the tables of a Markdown page, under "Differences": rows "| sax | TEST | accepts | reason |". Throws
+// std::runtime_error when the page cannot be read or a row is not understood.
 [[nodiscard]] std::vector<KnownDifference> readKnownDifferences(const std::string& path);
 
 class Report {

@@ -1,5 +1,5 @@
-// What is on trial: the SAX reader and the document of the engine, each through its public operations.
-// Threads: one, with COM initialised.
+// What is tested: the engine's SAX reader and document through their public operations, and the two parsers
+// behind them, each alone. Threads: one, with COM initialised.
 #pragma once
 
 #include <string>
@@ -16,12 +16,20 @@ struct Outcome {
     std::string contradiction;
 };
 
-// Reads with the engine's SAX reader; its status decides. The events behind it, which tell more than the
-// content handler gets, give the canonical form; both must report the same, and so must both parsers behind
-// the reader.
+// Reads with the engine's SAX reader; its status decides. The reader's events, which hold more than the
+// content handler receives, give the canonical form; both must report the same.
 [[nodiscard]] Outcome tryStream(const std::string& path);
 
 // Loads into a document with all white space kept; its result decides.
 [[nodiscard]] Outcome tryDocument(const std::string& path);
+
+// One parser alone. The direct parser rejects every document with a DOCTYPE.
+[[nodiscard]] Outcome tryDirect(const std::string& path);
+[[nodiscard]] Outcome tryLibxml2(const std::string& path);
+// What the two parsers do differently on a document without a DOCTYPE; empty: nothing.
+[[nodiscard]] std::string disagreement(const std::string& path);
+
+// A third opinion: expat's, with namespaces. Only its verdict and its reason are set.
+[[nodiscard]] Outcome tryExpat(const std::string& path);
 
 }  // namespace conformance
