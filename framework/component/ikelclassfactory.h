@@ -12,7 +12,7 @@ public:
     // 0.
     virtual ~IKelClassFactory() = default;
 
-    // 1. Returns 1 and the new object, with count 0, in *out (null when there was no memory, so test the
+    // 1. Returns 1 and the new object, with count 0, in *out (null when none could be made, so test the
     // pointer too). An unknown class: returns 0 and leaves *out alone.
     virtual std::int32_t create(const KelClassId& id, IKelUnknown** out) = 0;
 

@@ -4,8 +4,6 @@
 //     auto& shelfFactory = *new KelTClassItemFactory<Shelf>(&kShelfClassId, "Shelf", nullptr);
 #pragma once
 
-#include <new>
-
 #include "framework/object/kelclassid.h"
 #include "framework/object/kelunknown.h"
 
@@ -19,7 +17,8 @@ public:
 
     // 0.
     virtual ~KelItemFactory() = default;
-    // 1. A new object with count 0, null when there was no memory; *created becomes 1 either way.
+    // 1. A new object with count 0, null when none could be made; *created becomes 1 either way. Throws
+    // nothing.
     virtual IKelUnknown* create(int* created) = 0;
     // 2. and 3. The texts given when it was made.
     [[nodiscard]] virtual const char* name() const { return name_; }
@@ -41,7 +40,7 @@ public:
         *created = 1;
         try {
             return new T;
-        } catch (const std::bad_alloc&) {
+        } catch (...) {  // the constructor may refuse for reasons of its own
             return nullptr;
         }
     }

@@ -21,8 +21,8 @@ public:
     virtual void shutdown() = 0;
 
     // 2. Makes an object of the class. Returns 1 and the object with count 0: the caller takes the first
-    // reference. A class that is not ours: returns 0 and writes null. No memory: returns 1 and a null object,
-    // so test the pointer too.
+    // reference. A class that is not ours: returns 0 and writes null. No object could be made, for want of
+    // memory or because its constructor failed: returns 1 and a null object, so test the pointer too.
     virtual std::int32_t createObject(const KelClassId& classId, IKelUnknown** out) = 0;
 
     // 3. Lives as long as the component's code.

@@ -1,6 +1,7 @@
 // The DOM parser: loading.
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 
 #include "KelBasicTypes/binio.h"
@@ -17,7 +18,7 @@ using msxml::fail;
 
 // Kept: the bytes are widened one by one, not decoded, and a zero byte ends the text. See behaviour.md,
 // "Loading from a stream".
-bool MSDOMXml::loadFromStream(BinInput& in) {
+bool MSDOMXml::loadFromStream(BinInput& in) try {
     (void)in.seek(0, true);  // a stream that cannot be positioned comes up short
     (void)in.seek(0, false);
     const std::int64_t byteCount = in.tell();
@@ -32,6 +33,8 @@ bool MSDOMXml::loadFromStream(BinInput& in) {
         text.assignNarrow(bytes.get());
     }
     return loadFromString(text);
+} catch (const std::exception&) {
+    msxml::raiseAsComError();
 }
 
 bool MSDOMXml::loadFromString(const KelString& text) {
@@ -48,7 +51,7 @@ bool MSDOMXml::loadFromString(const KelString& text) {
                 refusal.column, refusal.reason);
 }
 
-bool MSDOMXml::loadFromFile(const KelString& path) {
+bool MSDOMXml::loadFromFile(const KelString& path) try {
     error_.clear();
     const KelString normalised = kel::normalisePath(path);
     if (!document_) {
@@ -66,4 +69,6 @@ bool MSDOMXml::loadFromFile(const KelString& path) {
     const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
     return fail(error_, kRefusedByEngine, "Error while reading %1  : Line %2, column %3 : %4", normalised,
                 refusal.line, refusal.column, refusal.reason);
+} catch (const std::exception&) {
+    msxml::raiseAsComError();
 }

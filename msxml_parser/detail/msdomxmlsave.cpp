@@ -1,4 +1,5 @@
 // The DOM parser: writing.
+#include <exception>
 #include <memory>
 
 #include "KelBasicTypes/pathnormalise.h"
@@ -17,7 +18,7 @@ constexpr const char16_t* kIndentUnit = u"\t";
 using RootElement = std::unique_ptr<IKelDOMXmlElement>;
 
 void writeRoot(const RootElement& root, std::FILE* file, KelString& out) {
-    if (root == nullptr) msxml::raiseNullReference();
+    if (root == nullptr) throw _com_error(E_OUTOFMEMORY);
     (void)root->write(file, out, KelString(u""), KelString(kIndentUnit), false);  // it always answers true
 }
 
@@ -35,7 +36,7 @@ bool MSDOMXml::saveToString(KelString& out) {
     return true;
 }
 
-bool MSDOMXml::saveToFile(const KelString& path) {
+bool MSDOMXml::saveToFile(const KelString& path) try {
     error_.clear();
     const KelString normalised = kel::normalisePath(path);
     if (!document_) {
@@ -63,4 +64,6 @@ bool MSDOMXml::saveToFile(const KelString& path) {
         throw;
     }
     return true;
+} catch (const std::exception&) {
+    msxml::raiseAsComError();
 }

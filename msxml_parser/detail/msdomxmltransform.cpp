@@ -1,4 +1,7 @@
 // The DOM parser: transformation and validation.
+#include <exception>
+#include <utility>
+
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
 #include "framework/object/iptr.h"
@@ -24,10 +27,15 @@ msxml::Node styleSheetNode(MSDOMXml& styleSheet) {
     return ours != nullptr ? msxml::Node(ours->engineElement()) : msxml::Node();
 }
 
-template <typename Error>
-bool failWithException(Error& error, const _com_error& exception) {
-    return fail(error, IKelDOMXml::kTransformFailed, "Exception during transform: %1",
-                msxml::descriptionOf(exception));
+// Every failure of a transformation stays in the error object, memory that ran out included.
+template <typename Error, typename Work>
+bool reporting(Error& error, Work&& work) {
+    try {
+        return msxml::atBorder(std::forward<Work>(work));
+    } catch (const _com_error& exception) {
+        return fail(error, IKelDOMXml::kTransformFailed, "Exception during transform: %1",
+                    msxml::descriptionOf(exception));
+    }
 }
 
 }  // namespace
@@ -52,13 +60,11 @@ bool MSDOMXml::transformToDocument(IKelDOMXml* styleSheet, IKelDOMXml* result) {
     const auto* const target = kel::queryInterface<MSDOMXml>(result);
     if (target == nullptr) return fail(error_, kTransformFailed, "Error while transforming : Invalid Result");
     const Variant output(target->document_.get());
-    try {
+    return reporting(error_, [&] {
         const msxml::Node style = styleSheetNode(*sheet);
         check(document_->transformNodeToObject(style.get(), output.get()), document_);
         return finishTransform();
-    } catch (const _com_error& exception) {
-        return failWithException(error_, exception);
-    }
+    });
 }
 
 bool MSDOMXml::transformToString(IKelDOMXml* styleSheet, KelString& result) {
@@ -68,18 +74,16 @@ bool MSDOMXml::transformToString(IKelDOMXml* styleSheet, KelString& result) {
     if (sheet == nullptr) {
         return fail(error_, kTransformFailed, "Error while transforming : Invalid StyleSheet");
     }
-    try {
+    return reporting(error_, [&] {
         const msxml::Node style = styleSheetNode(*sheet);
         BStr text;
         check(document_->transformNode(style.get(), text.receive()), document_);
         result.assign(text.view());
         return finishTransform();
-    } catch (const _com_error& exception) {
-        return failWithException(error_, exception);
-    }
+    });
 }
 
-bool MSDOMXml::validate(const KelString& namespaceUri, const KelString& schemaPath) {
+bool MSDOMXml::validate(const KelString& namespaceUri, const KelString& schemaPath) try {
     error_.clear();
     const KelString normalised = kel::normalisePath(schemaPath);
     if (!document_) {
@@ -110,4 +114,6 @@ bool MSDOMXml::validate(const KelString& namespaceUri, const KelString& schemaPa
     check(document_->validate(record.receive()), document_);
     if (!msxml::holdsError(record)) return true;
     return fail(error_, kRefusedByEngine, "Error while validating  : %1", msxml::readReason(record));
+} catch (const std::exception&) {
+    msxml::raiseAsComError();
 }

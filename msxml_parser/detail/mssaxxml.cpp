@@ -30,7 +30,7 @@ bool MSSAXXml::parseFile(const KelString& path) {
     if (reader_ == nullptr) {
         return msxml::fail(error_, kNoReader, "Error while reading %1 : No SAX Object", normalised);
     }
-    if (!kel::platform::canOpenForReading(normalised.view())) {
+    if (!msxml::atBorder([&] { return kel::platform::canOpenForReading(normalised.view()); })) {
         return msxml::fail(
             error_, kFileNotReadable,
             "Error while reading %1 : The file doesn't exist or you don't have read rights to it",

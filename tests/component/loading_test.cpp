@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <functional>
+#include <limits>
 
 #include "KelBasicTypes/binio.h"
 #include "KelBasicTypes/keltrivialtranslator.h"
@@ -98,6 +99,20 @@ TEST(Loading, LeavesErrorAndDocumentAloneWhenAStreamComesUpShort) {
     MemoryStream shortened("<a>text</a>", 5);
     EXPECT_FALSE(parser->loadFromStream(shortened));
     EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");
+    EXPECT_EQ(saved(parser), "<kept />\n");
+}
+
+TEST(Loading, SaysThatAStreamIsTooLongForMemory) {
+    class Endless final : public BinInput {
+    public:
+        std::size_t readRaw(void*, std::size_t) override { return 0; }
+        std::int64_t tell() override { return std::numeric_limits<std::int64_t>::max(); }
+        bool seek(std::int64_t, bool) override { return true; }
+        bool good() const override { return true; }
+        void close() override {}
+    } endless;
+    const DomParser parser = load("<kept/>");
+    EXPECT_EQ(statusOf([&] { parser->loadFromStream(endless); }), E_OUTOFMEMORY);
     EXPECT_EQ(saved(parser), "<kept />\n");
 }
 
