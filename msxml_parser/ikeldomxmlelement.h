@@ -24,37 +24,59 @@ public:
 
     virtual IKelDOMXmlElement* clone() = 0;  // deep; the copy belongs to no parent
 
-    virtual KelString& getName(KelString& out) = 0;  // with its prefix
-    virtual KelString getName() = 0;
+    // Names, values and texts are to be had in up to three forms: into a narrow string, into a wide one, and
+    // by value. Callers use these; the virtual operations behind them have a name each.
+    KelString& getName(KelString& out) { return getNameWide(out); }  // with its prefix
+    KelString getName() { return getNameCopy(); }
+    // Attributes by position, from 0, in document order, namespace declarations included. Outside: E_POINTER.
+    KelCString& getAttributeValue(int index, KelCString& out) { return getAttributeValueNarrow(index, out); }
+    KelString& getAttributeValue(int index, KelString& out) { return getAttributeValueWide(index, out); }
+    KelString getAttributeValue(int index) { return getAttributeValueCopy(index); }
+    // Attributes by qualified name; an absent one is empty.
+    KelCString& getAttribute(const KelString& name, KelCString& out) { return getAttributeNarrow(name, out); }
+    KelString& getAttribute(const KelString& name, KelString& out) { return getAttributeWide(name, out); }
+    KelString getAttribute(const KelString& name) { return getAttributeCopy(name); }
+    // Qualified names by position, as for the values.
+    KelCString& getAttributeName(int index, KelCString& out) { return getAttributeNameNarrow(index, out); }
+    KelString& getAttributeName(int index, KelString& out) { return getAttributeNameWide(index, out); }
+    KelString getAttributeName(int index) { return getAttributeNameCopy(index); }
+    // The element's own text nodes joined; neither CDATA sections nor the text of child elements.
+    KelCString& getText(KelCString& out) { return getTextNarrow(out); }
+    KelString& getText(KelString& out) { return getTextWide(out); }
+    KelString getText() { return getTextCopy(); }
+
+    // 1. and 2. From here on, as everywhere, the order of declaration is the order of the slots. Overloads
+    // would spoil it: some compilers lay them out in reverse.
+    virtual KelString& getNameWide(KelString& out) = 0;
+    virtual KelString getNameCopy() = 0;
     // Puts a new element of this name in the place of the old one, with copies of all its children but
     // without its attributes. Other handles stay on the old element, which then has no parent. An element
     // without a parent: E_POINTER, nothing changed. The name it has already: nothing happens.
     virtual void setName(const KelString& name) = 0;
 
-    // Attributes by position, from 0, in document order, namespace declarations included. Outside: E_POINTER.
-    virtual KelCString& getAttributeValue(int index, KelCString& out) = 0;
-    virtual KelString& getAttributeValue(int index, KelString& out) = 0;
-    virtual KelString getAttributeValue(int index) = 0;
-    // Attributes by qualified name; an absent one is empty.
-    virtual KelCString& getAttribute(const KelString& name, KelCString& out) = 0;
-    virtual KelString& getAttribute(const KelString& name, KelString& out) = 0;
-    virtual KelString getAttribute(const KelString& name) = 0;
+    // 4. to 9.
+    virtual KelCString& getAttributeValueNarrow(int index, KelCString& out) = 0;
+    virtual KelString& getAttributeValueWide(int index, KelString& out) = 0;
+    virtual KelString getAttributeValueCopy(int index) = 0;
+    virtual KelCString& getAttributeNarrow(const KelString& name, KelCString& out) = 0;
+    virtual KelString& getAttributeWide(const KelString& name, KelString& out) = 0;
+    virtual KelString getAttributeCopy(const KelString& name) = 0;
     virtual void setAttribute(const KelString& name, const KelString& value) = 0;  // creates or overwrites
     virtual int getAttributeCount() = 0;  // namespace declarations included
-    // Qualified names by position, as for the values.
-    virtual KelCString& getAttributeName(int index, KelCString& out) = 0;
-    virtual KelString& getAttributeName(int index, KelString& out) = 0;
-    virtual KelString getAttributeName(int index) = 0;
-
-    // The element's own text nodes joined; neither CDATA sections nor the text of child elements.
-    virtual KelCString& getText(KelCString& out) = 0;
-    virtual KelString& getText(KelString& out) = 0;
-    virtual KelString getText() = 0;
+    // 12. to 17.
+    virtual KelCString& getAttributeNameNarrow(int index, KelCString& out) = 0;
+    virtual KelString& getAttributeNameWide(int index, KelString& out) = 0;
+    virtual KelString getAttributeNameCopy(int index) = 0;
+    virtual KelCString& getTextNarrow(KelCString& out) = 0;
+    virtual KelString& getTextWide(KelString& out) = 0;
+    virtual KelString getTextCopy() = 0;
     // Replaces the first text node alone, or appends one after all children if there is none.
     virtual void setText(const KelString& text) = 0;
 
-    virtual IKelDOMXmlElement* getChild(const KelString& name) = 0;  // the first of that name; null if none
-    virtual IKelDOMXmlElementItr* getChildren() = 0;                 // stands on the first child element
+    // The first of that name, null if none; an iterator that stands on the first child element. Of a handle
+    // that stands on nothing both throw at once, not on first use of the result.
+    virtual IKelDOMXmlElement* getChild(const KelString& name) = 0;
+    virtual IKelDOMXmlElementItr* getChildren() = 0;
     // Appends; an element that has a parent moves. Null and elements of another implementation: nothing
     // happens.
     virtual void addChild(IKelDOMXmlElement* child) = 0;

@@ -17,8 +17,13 @@ public:
     virtual bool isEnd() = 0;  // whether it stands on no element
 
     // Null at the end. shared false: a new handle with count 0 that keeps its element. shared true: as below.
-    virtual IKelDOMXmlElement* getElement(bool shared) = 0;
+    IKelDOMXmlElement* getElement(bool shared) { return getElementAs(shared); }
     // Null at the end. The iterator's own handle, the same object at every position: asked again after `next`
     // it stands on the new element. It dies with the iterator unless the caller holds a reference.
-    virtual IKelDOMXmlElement* getElement() = 0;
+    IKelDOMXmlElement* getElement() { return getSharedElement(); }
+
+    // 3. and 4. What the two above call: overloads would not keep their slots, as some compilers lay them out
+    // in reverse.
+    virtual IKelDOMXmlElement* getElementAs(bool shared) = 0;
+    virtual IKelDOMXmlElement* getSharedElement() = 0;
 };

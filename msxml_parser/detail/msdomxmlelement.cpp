@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "msxml_parser/detail/elementwriter.h"
+#include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/msdomxmlelementitr.h"
 #include "msxml_parser/detail/text.h"
 
@@ -41,13 +42,13 @@ String& MSDOMXmlElement::readName(String& out) const {
     return out;
 }
 
-KelCString& MSDOMXmlElement::getName(KelCString& out) {
+KelCString& MSDOMXmlElement::getNameNarrow(KelCString& out) {
     return readName(out);
 }
-KelString& MSDOMXmlElement::getName(KelString& out) {
+KelString& MSDOMXmlElement::getNameWide(KelString& out) {
     return readName(out);
 }
-KelString MSDOMXmlElement::getName() {
+KelString MSDOMXmlElement::getNameCopy() {
     KelString name;
     readName(name);
     return name;
@@ -106,13 +107,13 @@ String& MSDOMXmlElement::readAttributeValue(int index, String& out) {
     return out;
 }
 
-KelCString& MSDOMXmlElement::getAttributeValue(int index, KelCString& out) {
+KelCString& MSDOMXmlElement::getAttributeValueNarrow(int index, KelCString& out) {
     return readAttributeValue(index, out);
 }
-KelString& MSDOMXmlElement::getAttributeValue(int index, KelString& out) {
+KelString& MSDOMXmlElement::getAttributeValueWide(int index, KelString& out) {
     return readAttributeValue(index, out);
 }
-KelString MSDOMXmlElement::getAttributeValue(int index) {
+KelString MSDOMXmlElement::getAttributeValueCopy(int index) {
     KelString value;
     readAttributeValue(index, value);
     return value;
@@ -127,13 +128,13 @@ String& MSDOMXmlElement::readAttribute(const KelString& name, String& out) const
     return out;
 }
 
-KelCString& MSDOMXmlElement::getAttribute(const KelString& name, KelCString& out) {
+KelCString& MSDOMXmlElement::getAttributeNarrow(const KelString& name, KelCString& out) {
     return readAttribute(name, out);
 }
-KelString& MSDOMXmlElement::getAttribute(const KelString& name, KelString& out) {
+KelString& MSDOMXmlElement::getAttributeWide(const KelString& name, KelString& out) {
     return readAttribute(name, out);
 }
-KelString MSDOMXmlElement::getAttribute(const KelString& name) {
+KelString MSDOMXmlElement::getAttributeCopy(const KelString& name) {
     KelString value;
     readAttribute(name, value);
     return value;
@@ -160,13 +161,13 @@ String& MSDOMXmlElement::readAttributeName(int index, String& out) {
     return out;
 }
 
-KelCString& MSDOMXmlElement::getAttributeName(int index, KelCString& out) {
+KelCString& MSDOMXmlElement::getAttributeNameNarrow(int index, KelCString& out) {
     return readAttributeName(index, out);
 }
-KelString& MSDOMXmlElement::getAttributeName(int index, KelString& out) {
+KelString& MSDOMXmlElement::getAttributeNameWide(int index, KelString& out) {
     return readAttributeName(index, out);
 }
-KelString MSDOMXmlElement::getAttributeName(int index) {
+KelString MSDOMXmlElement::getAttributeNameCopy(int index) {
     KelString name;
     readAttributeName(index, name);
     return name;
@@ -176,31 +177,33 @@ KelString MSDOMXmlElement::getAttributeName(int index) {
 
 template <typename String>
 String& MSDOMXmlElement::readText(String& out) const {
-    BStr only;  // nearly every element has one text node at most: no joining then
-    std::u16string joined;
-    std::size_t count = 0;
-    for (Node child = firstChildOf(element_); child; child = nextSiblingOf(child)) {
-        if (typeOf(child) != NODE_TEXT) continue;
-        BStr text;
-        check(child->get_text(text.receive()), child);
-        if (++count == 1) {
-            only = std::move(text);
-            continue;
+    return msxml::atBorder([&]() -> String& {
+        BStr only;  // nearly every element has one text node at most: no joining then
+        std::u16string joined;
+        std::size_t count = 0;
+        for (Node child = firstChildOf(element_); child; child = nextSiblingOf(child)) {
+            if (typeOf(child) != NODE_TEXT) continue;
+            BStr text;
+            check(child->get_text(text.receive()), child);
+            if (++count == 1) {
+                only = std::move(text);
+                continue;
+            }
+            if (count == 2) joined = only.view();
+            joined += text.view();
         }
-        if (count == 2) joined = only.view();
-        joined += text.view();
-    }
-    assign(out, count > 1 ? std::u16string_view(joined) : only.view());
-    return out;
+        assign(out, count > 1 ? std::u16string_view(joined) : only.view());
+        return out;
+    });
 }
 
-KelCString& MSDOMXmlElement::getText(KelCString& out) {
+KelCString& MSDOMXmlElement::getTextNarrow(KelCString& out) {
     return readText(out);
 }
-KelString& MSDOMXmlElement::getText(KelString& out) {
+KelString& MSDOMXmlElement::getTextWide(KelString& out) {
     return readText(out);
 }
-KelString MSDOMXmlElement::getText() {
+KelString MSDOMXmlElement::getTextCopy() {
     KelString text;
     readText(text);
     return text;
@@ -262,6 +265,8 @@ ComPtr<IXMLDOMDocument> MSDOMXmlElement::ownerDocument() const {
 
 bool MSDOMXmlElement::write(std::FILE* file, KelString& out, const KelString& indent,
                             const KelString& indentUnit, bool wide) {
-    msxml::ElementWriter({file, indent.view(), indentUnit.view(), wide}, out).write(element_);
-    return true;
+    return msxml::atBorder([&] {
+        msxml::ElementWriter({file, indent.view(), indentUnit.view(), wide}, out).write(element_);
+        return true;
+    });
 }

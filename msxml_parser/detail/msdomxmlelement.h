@@ -25,26 +25,28 @@ public:
 
     IKelDOMXmlElement* clone() override;
 
-    virtual KelCString& getName(KelCString& out);
-    KelString& getName(KelString& out) override;
-    KelString getName() override;
+    using IKelDOMXmlElement::getName;
+    KelCString& getName(KelCString& out) { return getNameNarrow(out); }
+    virtual KelCString& getNameNarrow(KelCString& out);  // beyond the interface
+    KelString& getNameWide(KelString& out) override;
+    KelString getNameCopy() override;
     void setName(const KelString& name) override;
 
-    KelCString& getAttributeValue(int index, KelCString& out) override;
-    KelString& getAttributeValue(int index, KelString& out) override;
-    KelString getAttributeValue(int index) override;
-    KelCString& getAttribute(const KelString& name, KelCString& out) override;
-    KelString& getAttribute(const KelString& name, KelString& out) override;
-    KelString getAttribute(const KelString& name) override;
+    KelCString& getAttributeValueNarrow(int index, KelCString& out) override;
+    KelString& getAttributeValueWide(int index, KelString& out) override;
+    KelString getAttributeValueCopy(int index) override;
+    KelCString& getAttributeNarrow(const KelString& name, KelCString& out) override;
+    KelString& getAttributeWide(const KelString& name, KelString& out) override;
+    KelString getAttributeCopy(const KelString& name) override;
     void setAttribute(const KelString& name, const KelString& value) override;
     int getAttributeCount() override;
-    KelCString& getAttributeName(int index, KelCString& out) override;
-    KelString& getAttributeName(int index, KelString& out) override;
-    KelString getAttributeName(int index) override;
+    KelCString& getAttributeNameNarrow(int index, KelCString& out) override;
+    KelString& getAttributeNameWide(int index, KelString& out) override;
+    KelString getAttributeNameCopy(int index) override;
 
-    KelCString& getText(KelCString& out) override;
-    KelString& getText(KelString& out) override;
-    KelString getText() override;
+    KelCString& getTextNarrow(KelCString& out) override;
+    KelString& getTextWide(KelString& out) override;
+    KelString getTextCopy() override;
     void setText(const KelString& text) override;
 
     IKelDOMXmlElement* getChild(const KelString& name) override;

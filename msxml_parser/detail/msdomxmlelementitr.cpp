@@ -21,12 +21,12 @@ void MSDOMXmlElementItr::next() {
     if (current_) current_ = msxml::skipToElement(msxml::nextSiblingOf(current_));
 }
 
-IKelDOMXmlElement* MSDOMXmlElementItr::getElement(bool shared) {
-    if (shared) return getElement();
+IKelDOMXmlElement* MSDOMXmlElementItr::getElementAs(bool shared) {
+    if (shared) return getSharedElement();
     return current_ ? MSDOMXmlElement::create(current_.as<IXMLDOMElement>()) : nullptr;
 }
 
-IKelDOMXmlElement* MSDOMXmlElementItr::getElement() {
+IKelDOMXmlElement* MSDOMXmlElementItr::getSharedElement() {
     if (!current_) return nullptr;
     if (shared_) {
         shared_->standOn(current_.as<IXMLDOMElement>());

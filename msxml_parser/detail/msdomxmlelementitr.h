@@ -19,8 +19,8 @@ public:
     void first() override;
     void next() override;
     bool isEnd() override { return !current_; }
-    IKelDOMXmlElement* getElement(bool shared) override;
-    IKelDOMXmlElement* getElement() override;
+    IKelDOMXmlElement* getElementAs(bool shared) override;
+    IKelDOMXmlElement* getSharedElement() override;
 
 private:
     explicit MSDOMXmlElementItr(msxml::Node parent) noexcept;

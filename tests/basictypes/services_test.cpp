@@ -12,7 +12,6 @@
 #include "framework/object/iptr.h"
 #include "tests/basictypes/fakeservices.h"
 #include "tests/basictypes/printing.h"
-#include "tests/object/slots.h"
 
 namespace {
 
@@ -179,28 +178,5 @@ TEST(AssertionDeathTest, GoesToTheCallbackThenToTheHostThenEndsTheProcess) {
     }
     EXPECT_EXIT(kel::assertionFailed("a < b", "path", 1), testing::ExitedWithCode(255), "");
 }
-
-#if defined(__x86_64__)  // see slots.h
-
-TEST(Slots, ServicesKeepTheirPositions) {
-    EXPECT_EQ(slotOf(&IKelTranslator::translateCounted), 0);
-    EXPECT_EQ(slotOf(&IKelTranslator::translate6), 1);
-    EXPECT_EQ(slotOf(&IKelTranslator::translate1), 6);
-    EXPECT_EQ(slotOf(&IKelTranslator::translate0), 7);
-    EXPECT_EQ(slotOf(&IKelTranslator::hasTranslations), 8);
-    EXPECT_EQ(slotOf(&IKelTranslator::lookUp), 9);
-    EXPECT_EQ(slotOf(&IKelTranslatorService::translatorFor), 1);
-    EXPECT_EQ(slotOf(&IKelErrorService::report), 2);
-    EXPECT_EQ(slotOf(&IKelStrSupport::toNarrow), 1);
-    EXPECT_EQ(slotOf(&IKelStrSupport::compare), 2);
-    EXPECT_EQ(slotOf(&IKelStrSupport::isSpace), 3);
-    EXPECT_EQ(slotOf(&IKelStrSupport::isDigit), 4);
-    EXPECT_EQ(slotOf(&IKelStrSupport::normalise), 7);
-    EXPECT_EQ(slotOf(&IKelStrSupport::toLower), 8);
-    EXPECT_EQ(slotOf(&IKelStrSupport::toUpper), 9);
-    EXPECT_EQ(slotOf(&IKelAssertHandlerCB::assertionFailed), 0);
-}
-
-#endif
 
 }  // namespace

@@ -5,10 +5,24 @@
 #include <cstddef>
 #include <cstring>
 
-// For the C++ ABI in which such a pointer holds the table offset plus one (x86; others are not tested).
+namespace slots_detail {
+struct Plain {
+    virtual void operation() {}
+
+protected:
+    ~Plain() = default;
+};
+}  // namespace slots_detail
+
+// The Itanium C++ ABI, in which a pointer to a member is two words; in the other one it is a function's
+// address.
+inline constexpr bool kCanReadSlots = sizeof(&slots_detail::Plain::operation) == 2 * sizeof(void*);
+
+// The first word is the offset in the table, plus one where the second does not mark virtual operations
+// (ARM).
 template <class Operation>
 std::ptrdiff_t slotOf(Operation operation) {
     std::ptrdiff_t offset = 0;
     std::memcpy(&offset, &operation, sizeof offset);
-    return (offset - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+    return offset / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
