@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <mutex>
 
+#include "engine/libstate/refusedmemory.h"
+
 namespace engine::libstate {
 
 namespace {
@@ -31,6 +33,7 @@ void forward(const std::string& text) {
 }
 
 void dispatch(void*, const char* format, ...) {
+    const KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
     try {

@@ -4,6 +4,7 @@
 
 #include "engine/com/status.h"
 #include "engine/libstate/initialise.h"
+#include "engine/libstate/refusedmemory.h"
 #include "engine/libstate/threadsettings.h"
 #include "engine/reader/reader.h"
 #include "engine/xml2/handover.h"
@@ -110,6 +111,7 @@ xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
 struct FirstViolation {
     const dom::Tree& tree;
     reader::ParseError error;
+    bool isOutOfMemory = false;
 };
 
 std::string oneLine(const char* message) {
@@ -123,7 +125,10 @@ std::string oneLine(const char* message) {
 
 void listenToValidation(void* context, xml2::ErrorPointer error) {
     auto* first = static_cast<FirstViolation*>(context);
-    if (first == nullptr || error == nullptr || error->level < XML_ERR_ERROR || first->error.failed()) return;
+    if (first == nullptr || error == nullptr || error->level < XML_ERR_ERROR) return;
+    const libstate::KeepErrno keep;
+    first->isOutOfMemory = first->isOutOfMemory || xml2::reportsRefusedMemory(*error);
+    if (first->error.failed()) return;
     try {
         first->error.reason = oneLine(error->message);
         const dom::NodeId node = xml2::nodeOf(static_cast<const xmlNode*>(error->node));
@@ -138,6 +143,7 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     libstate::initialiseSchemas();
+    const libstate::RefusedMemory memory;
     xml2::Causes causes;
     xml2::Inclusions inclusions(xml2::Dialect::Schema);
     inclusions.setCauses(&causes);
@@ -157,6 +163,8 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
         xmlSchemaSetParserStructuredErrors(parser.get(), xml2::listenStructured, &causes);
         schema_.reset(xmlSchemaParse(parser.get()));
     }
+    if (causes.isOutOfMemory()) throw std::bad_alloc();
+    memory.throwIfHappened();
     if (schema_ == nullptr) {
         if (causes.empty()) causes.add("The schema could not be compiled.");
         throw com::Failure(E_FAIL, causes.text());
@@ -164,6 +172,7 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
 }
 
 reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
+    const libstate::RefusedMemory memory;
     xml2::Inclusions none(xml2::Dialect::Schema);
     FirstViolation first{source.tree, {}};
     const libstate::ThreadSettings settings({&first, listenToValidation, nullptr}, xml2::OpenFrom::hook);
@@ -174,6 +183,8 @@ reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
     const ValidatorHandle validator(orThrow(xmlSchemaNewValidCtxt(schema_.get())));
     xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &first);
     const int result = xmlSchemaValidateDoc(validator.get(), &document.doc());
+    if (first.isOutOfMemory) throw std::bad_alloc();
+    memory.throwIfHappened();
     if (result < 0) throw com::Failure(E_FAIL, "The document could not be validated: " + oneLine(nullptr));
     if (result > 0 && !first.error.failed()) {
         first.error.code = statusOfViolation(result);

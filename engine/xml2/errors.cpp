@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdarg>
 
+#include "engine/libstate/refusedmemory.h"
 #include "engine/libstate/xslterrors.h"
 #include "engine/xml2/uri.h"
 
@@ -113,6 +114,7 @@ void Causes::add(std::string_view uri, std::uint32_t line, std::string_view text
 }
 
 void Causes::add(const xmlError& error) {
+    isOutOfMemory_ = isOutOfMemory_ || reportsRefusedMemory(error);
     if (error.level < XML_ERR_ERROR || error.message == nullptr || complete_) return;
     std::string text(trimmed(error.message));
     if (text == kLimitReached) text = kEndless;
@@ -192,8 +194,15 @@ std::string Causes::text() {
     return all;
 }
 
+bool reportsRefusedMemory(const xmlError& error) noexcept {
+    if (error.code != XML_ERR_NO_MEMORY) return false;
+    return error.message == nullptr ||
+           std::string_view(error.message).find("limit") == std::string_view::npos;
+}
+
 void listenStructured(void* context, ErrorPointer error) noexcept {
     if (context == nullptr || error == nullptr) return;
+    const libstate::KeepErrno keep;
     try {
         static_cast<Causes*>(context)->add(*error);
     } catch (...) {
@@ -203,6 +212,7 @@ void listenStructured(void* context, ErrorPointer error) noexcept {
 
 void listenPlaceless(void* context, const char* format, ...) noexcept {
     if (context == nullptr) return;
+    const libstate::KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
     try {

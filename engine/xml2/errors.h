@@ -42,6 +42,8 @@ public:
     [[nodiscard]] bool empty() const noexcept {
         return lines_.empty() && pending_.empty() && pendingPlaceless_.empty() && placeless_.empty();
     }
+    // A report said that memory was refused. Not every refusal is reported: see libstate::RefusedMemory.
+    [[nodiscard]] bool isOutOfMemory() const noexcept { return isOutOfMemory_; }
     [[nodiscard]] std::size_t size() const noexcept { return lines_.size(); }
     // One cause a line, without a trailing newline. Long lists end with how many there are in all.
     [[nodiscard]] std::string text();
@@ -53,6 +55,7 @@ private:
 
     std::vector<std::string> lines_;
     std::size_t dropped_ = 0;
+    bool isOutOfMemory_ = false;
     bool complete_ = false;         // nothing after this is worth telling
     std::string pending_;           // the line that addText is in the middle of
     std::string pendingPlaceless_;  // and addPlaceless
@@ -60,6 +63,9 @@ private:
     // An XPath expression is compiled by itself, so what is said of it has no place; the context comes after.
     std::vector<std::string> placeless_;
 };
+
+// Whether a report of libxml2's says that memory was refused. It uses the same number for limits of its own.
+[[nodiscard]] bool reportsRefusedMemory(const xmlError& error) noexcept;
 
 // The handlers for libxml2's and libxslt's channels; `context` is a Causes. They let no exception out: short
 // of memory a line is lost, never the failure.

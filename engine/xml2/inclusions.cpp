@@ -5,6 +5,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "engine/libstate/refusedmemory.h"
 #include "engine/reader/reader.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/servedtext.h"
@@ -130,6 +131,7 @@ OpenFrom::~OpenFrom() {
 
 xmlParserInputBufferPtr OpenFrom::hook(const char* uri, xmlCharEncoding) noexcept {
     if (current == nullptr || uri == nullptr) return nullptr;
+    const libstate::KeepErrno keep;
     try {
         const std::string* text = current->textOf(uri);
         if (text == nullptr) return nullptr;

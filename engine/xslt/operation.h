@@ -1,11 +1,13 @@
-// One piece of work in libxslt: while it lives, everything that is said on this thread is collected, every
-// file comes from the style sheet's inclusions, and the thread's settings are the library's defaults.
-// Threads: made and destroyed on one thread.
+// One piece of work in libxslt: while it lives, everything that is reported on this thread is collected,
+// every file comes from the style sheet's inclusions, and the thread's settings are the library's defaults.
+// Its result is good only if `finish` says so. Threads: made and destroyed on one thread.
 #pragma once
 
+#include <new>
 #include <string_view>
 
 #include "engine/com/status.h"
+#include "engine/libstate/refusedmemory.h"
 #include "engine/libstate/threadsettings.h"
 #include "engine/libstate/xslterrors.h"
 #include "engine/xml2/inclusions.h"
@@ -26,8 +28,14 @@ public:
     Operation& operator=(const Operation&) = delete;
 
     [[nodiscard]] xml2::Causes& causes() noexcept { return causes_; }
-    // Throws what was said, or `otherwise` if nothing was.
+    // Throws std::bad_alloc if the libraries were refused memory, whatever they made of it.
+    void finish() const {
+        if (causes_.isOutOfMemory()) throw std::bad_alloc();
+        memory_.throwIfHappened();
+    }
+    // Throws what was reported, or `otherwise` if nothing was; std::bad_alloc if that was the cause.
     [[noreturn]] void fail(std::string_view otherwise) {
+        finish();
         if (causes_.empty()) causes_.add(otherwise);
         throw com::Failure(E_FAIL, causes_.text());
     }
@@ -37,6 +45,7 @@ private:
         static_cast<xml2::Causes*>(causes)->addText(piece);
     }
 
+    libstate::RefusedMemory memory_;
     xml2::Causes causes_;
     xml2::Inclusions& inclusions_;
     libstate::ThreadSettings settings_;

@@ -57,6 +57,7 @@ bool endsTransformation(const xmlNode& message) {
 void listenToRun(void* data, const char* format, ...) {
     auto* run = static_cast<Run*>(data);
     if (run == nullptr) return;
+    const libstate::KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
     try {
@@ -139,9 +140,11 @@ void StyleSheet::compile() {
     xmlChar* encoding = orThrow(xmlStrdup(chars(kResultEncoding)));
     xmlFree(style_->encoding);
     style_->encoding = encoding;
+    operation.finish();
 }
 
 xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
+    const libstate::RefusedMemory memory;
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     options.depthLimit = kSourceDepthLimit;
@@ -152,6 +155,7 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
     xml2::DocHandle result;
     const xml2::Extent& extent = document.extent();
     const WorkLimits limits = workLimits(extent.nodes, extent.textInBytes);
+    memory.throwIfHappened();
     runWithStack(extent.depth,
                  [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth, limits); });
     return result;
@@ -171,6 +175,7 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
     xml2::DocHandle result(
         xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));
     if (result == nullptr || context->state != XSLT_STATE_OK) operation.fail("The transformation failed.");
+    operation.finish();
     return result;
 }
 
@@ -181,6 +186,7 @@ std::u16string StyleSheet::save(xmlDoc& result) const {
     if (xsltSaveResultTo(buffer.get(), &result, style_.get()) < 0) {
         operation.fail("The result of the transformation could not be written.");
     }
+    operation.finish();
     return text::toUtf16({reinterpret_cast<const char*>(xmlOutputBufferGetContent(buffer.get())),
                           xmlOutputBufferGetSize(buffer.get())});
 }
