@@ -88,6 +88,26 @@ TEST_F(ResultTest, ThatCannotBeWrittenIsAFailureAndLeavesNothing) {
     }
 }
 
+// A file that may not grow is as good as a full disk.
+TEST_F(ResultTest, ThatTheDiskDoesNotTakeLeavesTheFileOfBefore) {
+    const std::string file = folder_.write("in.xml", "<a><b>" + std::string(100'000, 'x') + "</b></a>");
+    const std::string out = folder_.write("out.xml", "<good/>");
+    for (Writer writer : writers(file)) {
+        for (const char* const option : {"", "--force"}) {
+            std::string command = "trap '' XFSZ; ulimit -f 8; exec \"$0\" \"$@\"";
+            std::vector<std::string> shell{"/bin/sh", "-c", command, KELXML_PROGRAM};
+            shell.insert(shell.end(), writer.arguments.begin(), writer.arguments.end());
+            if (writer.arguments[0] == "save" && *option != '\0') shell.emplace_back(option);
+            shell.insert(shell.end(), {"-o", out});
+            const RunResult result = kel::test::run(shell, {.environment = {"LC_ALL=C.UTF-8", "LANGUAGE="}});
+            EXPECT_EQ(result.status, 1) << writer.arguments[0] << option;
+            EXPECT_THAT(result.errors, HasSubstr("cannot write the result: "))
+                << writer.arguments[0] << option;
+            EXPECT_EQ(readFile(out), "<good/>") << writer.arguments[0] << option;
+        }
+    }
+}
+
 // A terminal that a test reads in place of a person. Not every container gives one out.
 class Terminal {
 public:

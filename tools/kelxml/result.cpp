@@ -60,9 +60,9 @@ void copyToDevice(const fs::path& from, const fs::path& device) {
 
 Result::Result(const std::string& out) : target_(resolve(out)), temporary_(makeTemporary(target_)) {}
 
-void Result::write(std::string_view bytes) {
+void Result::write(std::string_view bytes, LineEnds lineEnds) {
     orFailure([&] {
-        std::ofstream file(path(), std::ios::binary);
+        std::ofstream file(path(), lineEnds == LineEnds::Given ? std::ios::binary : std::ios::out);
         file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         if (!file.flush()) throwSystemError(errno, path());
     });

@@ -9,6 +9,8 @@
 
 namespace kelxml {
 
+enum class LineEnds { Given, Platform };  // written as they are; as text files have them here
+
 // Every operation throws Failure when the system refuses; what stood at the target is then untouched, unless
 // it is a device or pipe that took the beginning.
 class Result {
@@ -17,7 +19,7 @@ public:
 
     // A new file, empty, to write the result into.
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return temporary_.path(); }
-    void write(std::string_view bytes);
+    void write(std::string_view bytes, LineEnds lineEnds = LineEnds::Given);
 
     // Takes the place of a file, or is copied to standard output, a device or a pipe. Throws ReaderGone, too.
     void deliver();

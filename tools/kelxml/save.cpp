@@ -48,10 +48,14 @@ std::string listOf(const std::vector<Difference>& differences) {
     return list;
 }
 
-void write(IKelDOMXml& parser, const fs::path& path) {
+// The file is written here and not by the parser, which does not report what the disk refuses.
+void write(IKelDOMXml& parser, Result& result) {
     const Progress progress(tr("writing"));
-    if (!parser.saveToFile(kelhost::fromUtf8(kelhost::utf8Of(path))))
-        throw Failure(kRefused, describeError(*parser.getError(), InputFile(path, tr("the result"))));
+    KelString text;
+    if (!parser.saveToString(text))
+        throw Failure(kRefused,
+                      describeError(*parser.getError(), InputFile(result.path(), tr("the result"))));
+    result.write(text.narrow(), LineEnds::Platform);
 }
 
 // What is wrong with the result; empty if nothing is.
@@ -76,7 +80,7 @@ void save(Session& session, const SaveOptions& options) {
     const InputFile input(options.file);
     const IPtr<IKelDOMXmlV2> original = loadWithProgress(session, input);
     Result result(options.out);
-    write(*original, result.path());
+    write(*original, result);
     const std::string complaint = check(session, input, *original, result.path());
     if (!complaint.empty() && !options.force) {
         throw Failure(kRefused,
