@@ -113,8 +113,7 @@ std::string dump(xmlDoc& document) {
 
 }  // namespace
 
-StyleSheet::StyleSheet(const dom::NodeSource& source)
-    : source_(source), uri_(source.url.empty() ? xml2::workingDirectoryUri() : xml2::fileUri(source.url)) {
+StyleSheet::StyleSheet(const dom::NodeSource& source) : source_(source) {
     compile();
 }
 
@@ -128,6 +127,7 @@ xml2::DocHandle StyleSheet::handOverStyle() const {
 
 void StyleSheet::compile() {
     Operation operation(inclusions_);
+    uri_ = source_.url.empty() ? xml2::workingDirectoryUri() : xml2::fileUri(source_.url);
     xml2::DocHandle document = handOverStyle();
     if (!inclusions_.admitFrom(*document)) operation.fail({});
     inclusions_.provide(uri_, [this] { return dump(*handOverStyle()); });
@@ -144,7 +144,7 @@ void StyleSheet::compile() {
 }
 
 xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
-    const libstate::RefusedMemory memory;
+    Operation operation(inclusions_);
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     options.depthLimit = kSourceDepthLimit;
@@ -155,7 +155,7 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
     xml2::DocHandle result;
     const xml2::Extent& extent = document.extent();
     const WorkLimits limits = workLimits(extent.nodes, extent.textInBytes);
-    memory.throwIfHappened();
+    operation.finish();
     runWithStack(extent.depth,
                  [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth, limits); });
     return result;
