@@ -1,0 +1,340 @@
+#include "tests/faults/operations.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+#include "KelBasicTypes/binfile.h"
+#include "KelBasicTypes/utf8.h"
+#include "msxml_parser/msxml_parser.h"
+
+namespace faults {
+
+namespace {
+
+using Dom = IPtr<IKelDOMXmlV2>;
+using Element = IPtr<IKelDOMXmlElement>;
+
+constexpr const char* kDocument =
+    "<shelf xmlns='urn:s' xmlns:p='urn:p'>\n <!-- c --><?pi d?>\n"
+    " <book id='b1' p:year='1815'>Emma &amp; <i>others</i></book>\n"
+    " <book id='b2'><![CDATA[a < b]]> text long enough to leave every buffer that is inside an "
+    "object</book>\n"
+    " <p:empty/><book id='b3'/></shelf>";
+constexpr const char* kWithDoctype =
+    "<!DOCTYPE a [<!ENTITY e 'entity <b>text</b>'><!ATTLIST a d CDATA 'default'>]><a x='&lt;'>&e;<c/>&e;</a>";
+constexpr const char* kStyle =
+    "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform' xmlns:s='urn:s'"
+    " xmlns:m='urn:schemas-microsoft-com:xslt' exclude-result-prefixes='s m'>"
+    "<x:include href='part.xsl'/><x:output indent='yes'/><x:strip-space elements='*'/>"
+    "<x:key name='k' match='s:book' use='@id'/><x:variable name='tree'><n v='1'/><n v='2'/></x:variable>"
+    "<x:template match='/'><out count='{count(//s:book)}'><x:apply-templates select='//s:book'>"
+    "<x:sort select='@id' order='descending'/></x:apply-templates>"
+    "<x:value-of select=\"key('k', 'b2')\"/><x:copy-of select='//s:book[1]'/>"
+    "<x:number value='7' format='I'/><x:value-of select=\"format-number(12345.678, '#,##0.00')\"/>"
+    "<x:for-each select='m:node-set($tree)/n'><x:element name='e{@v}'><x:attribute name='a'>"
+    "<x:value-of select='@v * 2'/></x:attribute></x:element></x:for-each>"
+    "<x:value-of select=\"concat(translate('abc', 'b', 'x'), substring-after('a-b', '-'))\"/>"
+    "<x:comment>c</x:comment><x:processing-instruction name='t'>d</x:processing-instruction>"
+    "<x:choose><x:when test='//s:book[@id=&quot;b9&quot;]'>y</x:when><x:otherwise>n</x:otherwise></x:choose>"
+    "</out></x:template></x:stylesheet>";
+constexpr const char* kStylePart =
+    "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform' xmlns:s='urn:s'>"
+    "<x:template match='s:book'><x:param name='q' select='position()'/><b n='{$q}'><x:value-of select='@id'/>"
+    "</b></x:template></x:stylesheet>";
+constexpr const char* kSchema =
+    "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:s' xmlns='urn:s'"
+    " elementFormDefault='qualified'><xs:include schemaLocation='part.xsd'/>"
+    "<xs:element name='list'><xs:complexType><xs:sequence><xs:element name='item' type='Item' maxOccurs='9'/>"
+    "</xs:sequence></xs:complexType><xs:unique name='u'><xs:selector xpath='item'/><xs:field xpath='@n'/>"
+    "</xs:unique></xs:element></xs:schema>";
+constexpr const char* kSchemaPart =
+    "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:s' xmlns='urn:s'"
+    " elementFormDefault='qualified'><xs:complexType name='Item'><xs:simpleContent><xs:extension "
+    "base='Short'>"
+    "<xs:attribute name='n' type='xs:decimal' use='required'/><xs:attribute name='d' type='xs:date'/>"
+    "</xs:extension></xs:simpleContent></xs:complexType><xs:simpleType name='Short'><xs:restriction"
+    " base='xs:string'><xs:pattern value='[a-z]{1,5}'/><xs:maxLength value='5'/></xs:restriction>"
+    "</xs:simpleType></xs:schema>";
+constexpr const char* kValid =
+    "<list xmlns='urn:s'><item n='1' d='2026-01-31'>abc</item><item n='2'>d</item></list>";
+constexpr const char* kInvalid = "<list xmlns='urn:s'><item n='1'>abc</item><item n='1.0'>d</item></list>";
+
+KelString wide(const std::string& utf8) {
+    return KelString(std::u16string_view(kel::fromUtf8(utf8)));
+}
+
+std::string utf8(const KelString& text) {
+    return kel::toUtf8(text.view());
+}
+
+std::string saved(IKelDOMXml& parser) {
+    KelString out;
+    (void)parser.saveToString(out);
+    return utf8(out);
+}
+
+std::string contentOf(const std::string& path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+Dom newParser() {
+    static XmlDOM dom;  // leaves something behind by design, hence one for all runs
+    return Dom(dom.getParser());
+}
+
+Dom loaded(const std::string& xml) {
+    Dom parser = newParser();
+    if (!parser->loadFromString(wide(xml)))
+        std::fputs("a document of the fault sweep does not load\n", stderr);
+    return parser;
+}
+
+// What the operations work on, and the two halves of a run as functions of it.
+struct Objects {
+    Dom document;
+    Dom other = newParser();
+    Dom style;
+    KelString text;
+    KelString path;
+    KelString schema;
+    KelString uri;
+    Element element;
+};
+using Call = std::function<bool(Objects&)>;
+using Result = std::function<std::string(Objects&)>;
+
+class DomRun final : public Run {
+public:
+    DomRun(Objects&& objects, const Call& call, const Result& result)
+        : objects_(std::move(objects)), call_(call), result_(result) {}
+    bool call() override { return call_(objects_); }
+    std::string result() override { return result_(objects_); }
+
+private:
+    Objects objects_;
+    const Call& call_;
+    const Result& result_;
+};
+
+std::string documentOf(Objects& objects) {
+    return saved(*objects.document);
+}
+// The verdict of an operation for which "false" is an answer, too.
+std::string messageOf(Objects& objects) {
+    return utf8(objects.document->getError()->getMessage());
+}
+
+bool walk(Objects& o) {
+    o.text.makeEmpty();
+    const IPtr<IKelDOMXmlElementItr> at(o.element->getChildren());
+    if (!at) return false;  // as documented, for want of memory
+    for (; !at->isEnd(); at->next()) {
+        IKelDOMXmlElement* const element = at->getElement();
+        if (element == nullptr) return false;  // as documented, for want of memory
+        o.text.append(element->getName());
+        for (int i = 0; i < element->getAttributeCount(); ++i) {
+            o.text.append(element->getAttributeName(i));
+            o.text.append(element->getAttributeValue(i));
+        }
+        o.text.append(element->getText());
+    }
+    return true;
+}
+
+bool edit(Objects& o) {
+    const Element made(o.document->createElement(KelString(u"made")));
+    const Element copy(o.element->clone());
+    const Element child(o.element->getChild(KelString(u"book")));
+    if (!made || !copy || !child) return false;  // as documented, for want of memory
+    made->setAttribute(KelString(u"name"), KelString(u"a value that is longer than any short string is"));
+    made->setText(KelString(u"text"));
+    made->addChild(copy.get());
+    child->setName(KelString(u"renamed"));
+    child->setText(KelString(u"another text"));
+    o.element->addChild(made.get());
+    return o.document->addProcessingInstruction(KelString(u"target"), KelString(u"data"));
+}
+
+// Events as text. Its strings are the component's affair while it parses, so they are kept as they come.
+class EventLog final : public IKelSAXXmlHandler {
+public:
+    void startElement(const KelString& name, int, const KelSAXXmlAttributes& attributes) override {
+        add('<', name);
+        for (const auto& [attribute, value] : attributes) add(' ', attribute), add('=', value);
+    }
+    void characters(const KelString& text) override { add('"', text); }
+    void endElement(const KelString& name) override { add('>', name); }
+
+    [[nodiscard]] std::string text() const { return {log_, used_}; }
+
+private:
+    void add(char mark, const KelString& text) {
+        if (used_ < sizeof log_) log_[used_++] = mark;
+        for (const char16_t unit : text.view()) {
+            if (used_ < sizeof log_) log_[used_++] = static_cast<char>(unit);
+        }
+    }
+    char log_[4096];
+    std::size_t used_ = 0;
+};
+
+class SaxRun final : public Run {
+public:
+    explicit SaxRun(const std::string& path) : path_(wide(path)) { parser().pushHandler(&log_); }
+    ~SaxRun() override { parser().popHandler(); }
+    bool call() override { return parser().parseFile(path_); }
+    std::string result() override { return log_.text(); }
+
+private:
+    // Never given back by design, hence one for all runs.
+    static IKelSAXXmlV2& parser() {
+        static const IPtr<IKelSAXXmlV2> theParser(XmlSAX().getParser());
+        return *theParser.get();
+    }
+    KelString path_;
+    EventLog log_;
+};
+
+class Sweep {
+public:
+    explicit Sweep(const std::string& folder) : folder_(folder) {}
+
+    std::string file(const std::string& name, const std::string& content) const {
+        const std::string path = folder_ + '/' + name;
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+
+    void dom(const std::string& name, std::function<Objects()> prepare, Call call, Result result) {
+        operations.push_back(
+            {name, [prepare = std::move(prepare), call = std::move(call), result = std::move(result)] {
+                 return std::make_unique<DomRun>(prepare(), call, result);
+             }});
+    }
+
+    void addLoading() {
+        const auto empty = [](const std::string& path) {
+            return [path] {
+                Objects o;
+                o.document = newParser();
+                o.path = wide(path);
+                return o;
+            };
+        };
+        const Call load = [](Objects& o) { return o.document->loadFromFile(o.path); };
+        std::string utf16 = "\xFF\xFE";
+        for (const char* c = kDocument; *c != '\0'; ++c) utf16 += {*c, '\0'};
+        dom("load a file", empty(file("document.xml", kDocument)), load, documentOf);
+        dom("load a file in UTF-16", empty(file("utf16.xml", utf16)), load, documentOf);
+        dom("load a file in another encoding",
+            empty(file("koi8.xml", std::string("<?xml version='1.0' encoding='KOI8-R'?>") + kDocument)), load,
+            documentOf);
+        dom(
+            "load a string",
+            [] {
+                Objects o;
+                o.document = newParser();
+                o.text = wide(kDocument);
+                return o;
+            },
+            [](Objects& o) { return o.document->loadFromString(o.text); }, documentOf);
+        operations.push_back(
+            {"parse a file",
+             [path = file("events.xml", kDocument)] { return std::make_unique<SaxRun>(path); },
+             Exception::SucceedsAlways});
+        operations.push_back(
+            {"parse a file with a DOCTYPE",
+             [path = file("doctype.xml", kWithDoctype)] { return std::make_unique<SaxRun>(path); },
+             Exception::SucceedsAlways});
+    }
+
+    void addTree() {
+        const auto document = [path = folder_ + "/saved.xml"] {
+            Objects o;
+            o.document = loaded(kDocument);
+            o.element = Element(o.document->getRootElement());
+            o.path = wide(path);
+            return o;
+        };
+        dom(
+            "save to a string", document,
+            [](Objects& o) { return o.text.makeEmpty(), o.document->saveToString(o.text); },
+            [](Objects& o) { return utf8(o.text); });
+        dom(
+            "save to a file", document, [](Objects& o) { return o.document->saveToFile(o.path); },
+            [path = folder_ + "/saved.xml"](Objects&) { return contentOf(path); });
+        operations.back().exception = Exception::KeepsOnFailure;
+        dom("walk", document, walk, [](Objects& o) { return utf8(o.text); });
+        dom("edit", document, edit, documentOf);
+    }
+
+    void addTransforming() {
+        (void)file("part.xsl", kStylePart);
+        const auto prepared = [path = file("style.xsl", kStyle)] {
+            Objects o;
+            o.document = loaded(kDocument);
+            o.style = newParser();
+            if (!o.style->loadFromFile(wide(path))) std::fputs("the style sheet does not load\n", stderr);
+            return o;
+        };
+        dom(
+            "transform to a string", prepared,
+            [](Objects& o) { return o.document->transformToString(o.style.get(), o.text); },
+            [](Objects& o) { return utf8(o.text); });
+        dom(
+            "transform to a document", prepared,
+            [](Objects& o) { return o.document->transformToDocument(o.style.get(), o.other.get()); },
+            [](Objects& o) { return saved(*o.other); });
+    }
+
+    void addValidating() {
+        (void)file("part.xsd", kSchemaPart);
+        const auto prepared = [path = file("schema.xsd", kSchema)](const char* document) {
+            return [path, document] {
+                Objects o;
+                o.document = loaded(document);
+                o.uri = wide("urn:s");
+                o.schema = wide(path);
+                o.text = wide(document);
+                return o;
+            };
+        };
+        const Call validate = [](Objects& o) {
+            // "false" with code 3 is a verdict; it must be the right one, too
+            return o.document->validate(o.uri, o.schema) || o.document->getError()->getCode() == 3;
+        };
+        dom("validate a valid document", prepared(kValid), validate, messageOf);
+        dom("validate an invalid document", prepared(kInvalid), validate, messageOf);
+        dom(
+            "validate while loading",
+            [prepare = prepared(kValid)] {
+                Objects o = prepare();
+                (void)o.document->validate(o.uri, o.schema);
+                o.document->setValidateOnParse(true);
+                return o;
+            },
+            [](Objects& o) { return o.document->loadFromString(o.text); }, documentOf);
+    }
+
+    std::vector<Operation> operations;
+
+private:
+    std::string folder_;
+};
+
+}  // namespace
+
+std::vector<Operation> operationsIn(const std::string& folder) {
+    Sweep sweep(folder);
+    sweep.addLoading();
+    sweep.addTree();
+    sweep.addTransforming();
+    sweep.addValidating();
+    return std::move(sweep.operations);
+}
+
+}  // namespace faults
