@@ -85,7 +85,7 @@ def build(targets):
 
 def prepare(targets):
     """A copy of what git knows, built once."""
-    files = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, capture_output=True, text=True, check=True).stdout
+    files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"], cwd=ROOT, capture_output=True, text=True, check=True).stdout
     for name in filter(None, files.split("\0")):
         source, target = ROOT / name, COPY / name
         if not source.is_file():
