@@ -33,6 +33,28 @@ std::string catalogueName(std::uint64_t lengthInBytes) {
                                                           : std::to_string(lengthInBytes));
 }
 
+constexpr std::uint64_t kNamespacesLengthInBytes = 20 * kMegabyte;
+
+// Ten elements an entry: five with a prefix, one of them declares it anew; the others are in the default
+// namespace. Some attributes have a prefix, too.
+void writeNamespaces(std::ofstream& file) {
+    file << "<?xml version=\"1.0\"?>\n<stock xmlns=\"urn:example:stock\" xmlns:p=\"urn:example:part\" "
+            "xmlns:q=\"urn:example:quantity\">\n";
+    for (std::uint64_t entry = 0; static_cast<std::uint64_t>(file.tellp()) < kNamespacesLengthInBytes;
+         ++entry) {
+        const std::string number = std::to_string(entry);
+        const std::string maker = std::to_string(entry % 97);
+        file << "  <m:entry xmlns:m=\"urn:example:maker:" << maker << "\" m:id=\"" << number << "\">\n"
+             << "    <p:part p:code=\"KX-" << number << "\"><name>Bracket " << maker << "</name><p:size>"
+             << entry % 40 << "</p:size></p:part>\n"
+             << "    <place><shelf>" << entry % 13 << "</shelf><m:row>" << entry % 7 << "</m:row></place>\n"
+             << "    <q:count unit=\"piece\">" << entry % 1000 << "</q:count>\n"
+             << "    <note/><checked by=\"Jo\"/>\n"
+             << "  </m:entry>\n";
+    }
+    file << "</stock>\n";
+}
+
 }  // namespace
 
 const std::vector<std::string>& Documents::names() {
@@ -60,21 +82,31 @@ Document Documents::find(std::string_view name) const {
     throw std::runtime_error("there is no document called " + std::string(name));
 }
 
-Document Documents::catalogue(std::uint64_t lengthInBytes) const {
-    const std::string name = catalogueName(lengthInBytes);
+template <class Write>
+Document Documents::generated(const std::string& name, Write write) const {
     const std::string path = folder_ + "/" + name + ".xml";
     if (!fs::exists(path)) {
         // Under another name until it is whole: a run that was stopped leaves no half document behind.
         const std::string partial = path + ".part";
         std::ofstream file(partial, std::ios::binary);
-        catalogue::generate(lengthInBytes, catalogue::kDefaultSeed, [&](std::string_view piece) {
-            file.write(piece.data(), static_cast<std::streamsize>(piece.size()));
-        });
+        write(file);
         file.close();
         if (!file) throw std::runtime_error("cannot write " + partial);
         fs::rename(partial, path);
     }
     return {name, path, fs::file_size(path)};
+}
+
+Document Documents::catalogue(std::uint64_t lengthInBytes) const {
+    return generated(catalogueName(lengthInBytes), [lengthInBytes](std::ofstream& file) {
+        catalogue::generate(lengthInBytes, catalogue::kDefaultSeed, [&](std::string_view piece) {
+            file.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+        });
+    });
+}
+
+Document Documents::namespaces() const {
+    return generated("namespaces", writeNamespaces);
 }
 
 }  // namespace bench

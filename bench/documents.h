@@ -28,10 +28,16 @@ public:
     [[nodiscard]] Document find(std::string_view name) const;
     // A catalogue of this many bytes; throws std::runtime_error when it cannot be written.
     [[nodiscard]] Document catalogue(std::uint64_t lengthInBytes) const;
+    // 20 MB in which every second element has a prefix and every tenth declares one; throws likewise.
+    [[nodiscard]] Document namespaces() const;
     // Where a row may write a file; it removes it.
     [[nodiscard]] std::string scratchPath() const { return folder_ + "/scratch.xml"; }
 
 private:
+    // Made by `write` unless it is there.
+    template <class Write>
+    [[nodiscard]] Document generated(const std::string& name, Write write) const;
+
     std::string folder_;
 };
 

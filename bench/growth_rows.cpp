@@ -6,8 +6,6 @@
 #include "bench/ours.h"
 #include "bench/rows.h"
 #include "bench/trees.h"
-#include "framework/object/iptr.h"
-#include "msxml_parser/msxml_parser.h"
 
 namespace bench {
 namespace {
@@ -48,7 +46,7 @@ std::uint64_t save(Tree& tree) {
 }
 
 std::uint64_t addChildren(std::uint64_t count) {
-    const IPtr<IKelDOMXmlV2> parser(dom().getParser());
+    const IPtr<IKelDOMXmlV2> parser = newDomParser();
     const KelString name(u"child");
     const IPtr<IKelDOMXmlElement> root(parser->createElement(KelString(u"root")));
     parser->setRootElement(root.get());

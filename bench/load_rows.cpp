@@ -22,6 +22,7 @@ void loadRow(Row& row, const Document& document) {
 void addLoadRows(Suite& suite, const Documents& documents) {
     for (const std::string& name : Documents::names())
         suite.add("load/" + name, [&documents, name](Row& row) { loadRow(row, documents.find(name)); });
+    suite.add("load/namespaces", [&documents](Row& row) { loadRow(row, documents.namespaces()); });
 }
 
 }  // namespace bench

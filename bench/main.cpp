@@ -6,8 +6,8 @@
 #include <system_error>
 #include <vector>
 
+#include "bench/child.h"
 #include "bench/documents.h"
-#include "bench/memory_child.h"
 #include "bench/rows.h"
 #include "bench/suite.h"
 
@@ -44,15 +44,18 @@ bool parse(const std::vector<std::string>& arguments, Options& options) {
 bench::Suite allRows(const bench::Documents& documents) {
     bench::Suite suite;
     bench::addLoadRows(suite, documents);
+    bench::addSmallRows(suite);
+    bench::addColdRows(suite, documents);
     bench::addMemoryRows(suite, documents);
     bench::addWalkRows(suite, documents);
     bench::addSaveRows(suite, documents);
+    bench::addBuildRows(suite);
     bench::addSaxRows(suite, documents);
     bench::addTransformRows(suite, documents);
     bench::addValidateRows(suite, documents);
     bench::addGrowthRows(suite, documents);
     bench::addBasicRows(suite);
-    bench::addThreadRows(suite);
+    bench::addThreadRows(suite, documents);
     return suite;
 }
 
@@ -60,8 +63,8 @@ bench::Suite allRows(const bench::Documents& documents) {
 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (!arguments.empty() && arguments.front() == bench::kMemoryChild)
-        return bench::runMemoryChild({arguments.begin() + 1, arguments.end()});
+    if (!arguments.empty() && arguments.front() == bench::kChild)
+        return bench::runChild({arguments.begin() + 1, arguments.end()});
     Options options;
     if (!parse(arguments, options)) {
         std::fputs("usage: bench [--data FOLDER] [--json FILE] [--ours] [--list] [ROW-PREFIX...]\n", stderr);

@@ -2,12 +2,10 @@
 // loaded tree keeps, per input byte. memory/DOC/sax: the most that streaming takes above the empty process,
 // in MB. Each contender does it in a child process of its own, so that no heap remembers another.
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 
+#include "bench/child.h"
 #include "bench/documents.h"
-#include "bench/machine.h"
-#include "bench/memory_child.h"
 #include "bench/rows.h"
 #include "bench/streams.h"
 #include "bench/trees.h"
@@ -26,20 +24,17 @@ struct Footprint {
 
 Footprint measure(const char* task, std::string_view library, const Documents& documents,
                   const Document& document) {
-    Footprint found;
-    std::istringstream output(
-        runSelf({kMemoryChild, task, std::string(library), document.path, documents.catalogue(1).path}));
-    output >> found.peakInBytes >> found.keptInBytes;
-    if (!output || found.peakInBytes <= 0)
-        throw std::runtime_error(std::string(library) + ": no memory was measured");
-    return found;
+    const std::vector<double> found =
+        runInChild({task, std::string(library), document.path, documents.catalogue(1).path}, 2);
+    if (found[0] <= 0) throw std::runtime_error(std::string(library) + ": no memory was measured");
+    return {found[0], found[1]};
 }
 
 void loadRow(Row& row, const Documents& documents, const std::string& name, double Footprint::*figure) {
     const Document document = documents.find(name);
     std::vector<Value> values;
     for (const TreeLibrary* const library : treeLibraries()) {
-        const Footprint found = measure("load", library->name(), documents, document);
+        const Footprint found = measure("memory/load", library->name(), documents, document);
         values.push_back(
             {std::string(library->name()), found.*figure / static_cast<double>(document.lengthInBytes)});
     }
@@ -49,7 +44,7 @@ void loadRow(Row& row, const Documents& documents, const std::string& name, doub
 void streamRow(Row& row, const Documents& documents, const Document& document) {
     std::vector<Value> values;
     for (const StreamLibrary* const library : streamLibraries()) {
-        const Footprint found = measure("sax", library->name(), documents, document);
+        const Footprint found = measure("memory/sax", library->name(), documents, document);
         values.push_back({std::string(library->name()), found.peakInBytes / kMegabyte});
     }
     row.values("MB", Better::Lower, values);

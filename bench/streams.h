@@ -35,6 +35,7 @@ const StreamLibrary& expatStreams();
 const StreamLibrary& libxml2Streams();
 
 [[nodiscard]] std::vector<const StreamLibrary*> streamLibraries();  // ours first
+[[nodiscard]] EventCounts parseTextWithExpat(std::string_view text);
 
 // Throws std::runtime_error unless all libraries report the same from it.
 void demandEqualEvents(const std::string& path);

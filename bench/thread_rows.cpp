@@ -1,27 +1,30 @@
-// basic/…: what several threads share. Once a process has started a thread its locks cost more for good:
-// these rows come last.
+// basic/condition, basic/pool/…: what several threads share. threads/…: how much more two threads with a
+// parser each get done than one. Once a process has started a thread its locks cost more for good: these rows
+// come last, or run in a child process.
 #include <algorithm>
 #include <array>
-#include <barrier>
 #include <condition_variable>
 #include <cstdint>
 #include <ctime>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "KelBasicTypes/kelcondition.h"
 #include "KelBasicTypes/kelmutex.h"
-#include "bench/block_rounds.h"
+#include "bench/child.h"
+#include "bench/documents.h"
 #include "bench/rows.h"
+#include "bench/streams.h"
+#include "bench/trees.h"
 
 namespace bench {
 namespace {
 
 constexpr int kRuns = 9;
 
-// What all threads use together. The wall's clock would mostly tell what else the machine does.
 double processorNanoseconds() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC * 1e9;
 }
@@ -38,29 +41,31 @@ double medianNanoseconds(Work work) {
     return runs[kRuns / 2];
 }
 
-constexpr int kRoundsOfThread = 10;  // some milliseconds: one round may be over before the next thread runs
-
-// For each block, when `count` threads do the same at once.
-double perBlock(int count, std::uint64_t (*round)()) {
-    const double all = medianNanoseconds([count, round] {
-        std::barrier start(count);
-        std::vector<std::thread> threads;
-        threads.reserve(static_cast<std::size_t>(count));
-        for (int t = 0; t < count; ++t) {
-            threads.emplace_back([&start, round] {
-                start.arrive_and_wait();
-                for (int i = 0; i < kRoundsOfThread; ++i) (void)round();
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
-    });
-    return all / (count * kRoundsOfThread * static_cast<double>(kBlocksInRound));
+// With an empty `host` the process has no host, and the basic types have a pool of their own.
+std::vector<std::string> withHost(std::vector<std::string> task, const std::string& host) {
+    if (!host.empty()) task.push_back(host);
+    return task;
 }
 
-void sharedPoolRow(Row& row, int count) {
-    row.values("ns/op", Better::Lower,
-               {{std::string(kOurs), perBlock(count, takeAndGiveBack)},
-                {"malloc", perBlock(count, allocateAndFree)}});
+void sharedPoolRow(Row& row, int threads, const std::string& host) {
+    const std::vector<double> found = runInChild(withHost({"pool", std::to_string(threads)}, host), 2);
+    row.values("ns/op", Better::Lower, {{std::string(kOurs), found[0]}, {"malloc", found[1]}});
+}
+
+template <class Library>
+void scalingRow(Row& row, const std::string& task, const std::vector<const Library*>& libraries,
+                const Document& document, const std::string& host) {
+    std::vector<Value> values;
+    double digest = 0;
+    for (const Library* const library : libraries) {
+        const std::string name(library->name());
+        const std::vector<double> found =
+            runInChild(withHost({task, name, document.path}, name == kOurs ? host : std::string()), 2);
+        if (digest == 0) digest = found[1];
+        if (found[1] != digest) throw std::runtime_error(name + " reads other content than ours");
+        values.push_back({name, found[0]});
+    }
+    row.values("x, of 2", Better::Higher, values);
 }
 
 constexpr int kRoundTrips = 5'000;
@@ -125,12 +130,25 @@ void conditionRow(Row& row) {
 
 }  // namespace
 
-void addThreadRows(Suite& suite) {
-    suite.add("basic/condition", conditionRow);
-    for (const int count : {1, 2, 4}) {
-        suite.add("basic/pool/" + std::to_string(count) + "threads",
-                  [count](Row& row) { sharedPoolRow(row, count); });
+void addThreadRows(Suite& suite, const Documents& documents) {
+    constexpr const char* kDocument = "Gio-2.0.gir";
+    for (const std::string host : {"", "host"}) {
+        const std::string end = host.empty() ? host : "/" + host;
+        suite.add("threads/load" + end, [&documents, host](Row& row) {
+            scalingRow(row, "scaling/load", treeLibraries(), documents.find(kDocument), host);
+        });
+        suite.add("threads/sax" + end, [&documents, host](Row& row) {
+            scalingRow(row, "scaling/sax", streamLibraries(), documents.find(kDocument), host);
+        });
     }
+    for (const std::string host : {"", "host"}) {
+        const std::string end = host.empty() ? host : "/" + host;
+        for (const int threads : {1, 2, 4}) {
+            suite.add("basic/pool/" + std::to_string(threads) + "threads" + end,
+                      [threads, host](Row& row) { sharedPoolRow(row, threads, host); });
+        }
+    }
+    suite.add("basic/condition", conditionRow);
 }
 
 }  // namespace bench

@@ -62,7 +62,7 @@ void demand(bool done, IKelDOMXmlV2& parser) {
 }
 
 IPtr<IKelDOMXmlV2> load(const std::string& path) {
-    IPtr<IKelDOMXmlV2> parser(dom().getParser());
+    IPtr<IKelDOMXmlV2> parser = newDomParser();
     demand(parser->loadFromFile(toKelString(path)), *parser);
     return parser;
 }

@@ -51,15 +51,21 @@ void feed(XML_Parser parser, std::FILE* file, const std::string& path) {
     }
 }
 
-EventCounts parseWith(XML_StartElementHandler start, const std::string& path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (!file) throw std::runtime_error("cannot open " + path);
-    const std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)> parser(
-        XML_ParserCreateNS(nullptr, '|'), XML_ParserFree);
-    EventCounts counts;
+using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, void (*)(XML_Parser)>;
+
+Parser newParser(XML_StartElementHandler start, EventCounts& counts) {
+    Parser parser(XML_ParserCreateNS(nullptr, '|'), XML_ParserFree);
     XML_SetUserData(parser.get(), &counts);
     XML_SetElementHandler(parser.get(), start, endElement);
     XML_SetCharacterDataHandler(parser.get(), characters);
+    return parser;
+}
+
+EventCounts parseWith(XML_StartElementHandler start, const std::string& path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (!file) throw std::runtime_error("cannot open " + path);
+    EventCounts counts;
+    const Parser parser = newParser(start, counts);
     feed(parser.get(), file.get(), path);
     return counts;
 }
@@ -77,6 +83,14 @@ public:
 const StreamLibrary& expatStreams() {
     static const ExpatStreams library;
     return library;
+}
+
+EventCounts parseTextWithExpat(std::string_view text) {
+    EventCounts counts;
+    const Parser parser = newParser(startElement, counts);
+    if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK)
+        throw std::runtime_error("expat rejects the document");
+    return counts;
 }
 
 std::uint64_t countRepeatedLocalNames(const std::string& path) {

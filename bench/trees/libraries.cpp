@@ -9,13 +9,20 @@ std::vector<const TreeLibrary*> treeLibraries() {
 }
 
 void demandEqualTrees(const std::string& path) {
+    std::vector<std::unique_ptr<Tree>> trees;
+    for (const TreeLibrary* const library : treeLibraries()) trees.push_back(library->load(path));
+    demandEqualTrees(trees);
+}
+
+void demandEqualTrees(const std::vector<std::unique_ptr<Tree>>& trees) {
+    const std::vector<const TreeLibrary*> libraries = treeLibraries();
     std::uint64_t expected = 0;
-    for (const TreeLibrary* const library : treeLibraries()) {
+    for (std::size_t i = 0; i < trees.size(); ++i) {
         DigestSink sink;
-        library->load(path)->walk(sink);
-        if (library == &ourTrees()) expected = sink.answer();
+        trees[i]->walk(sink);
+        if (i == 0) expected = sink.answer();
         if (sink.answer() != expected)
-            throw std::runtime_error(std::string(library->name()) + " reads other content from " + path);
+            throw std::runtime_error(std::string(libraries[i]->name()) + " has other content than ours");
     }
 }
 

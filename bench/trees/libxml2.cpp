@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "bench/trees.h"
 #include "bench/utf16.h"
@@ -17,6 +18,14 @@ constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_COMPACT | XML_PARSE_NONE
 
 std::string_view view(const xmlChar* text) {
     return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+const xmlChar* chars(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+const xmlChar* chars(const std::string& text) {
+    return chars(text.c_str());
 }
 
 template <class Sink>
@@ -79,9 +88,11 @@ private:
 
 class Libxml2Tree final : public Tree {
 public:
-    explicit Libxml2Tree(const std::string& path) : document_(xmlReadFile(path.c_str(), nullptr, kOptions)) {
-        if (document_ == nullptr) throw std::runtime_error("libxml2 refuses " + path);
+    explicit Libxml2Tree(xmlDoc* document) : document_(document) {
+        if (document_ == nullptr) throw std::runtime_error("libxml2 rejects the document");
     }
+    Libxml2Tree(const Libxml2Tree&) = delete;
+    Libxml2Tree& operator=(const Libxml2Tree&) = delete;
     ~Libxml2Tree() override { xmlFreeDoc(document_); }
 
     void walk(CountingSink& sink) override { Walker(sink).walk(xmlDocGetRootElement(document_)); }
@@ -101,6 +112,18 @@ public:
             throw std::runtime_error("libxml2 cannot write " + path);
     }
 
+    std::function<void(std::size_t)> editor(const Plan& plan) override {
+        std::vector<xmlNode*> elements;
+        for (xmlNode* child = xmlDocGetRootElement(document_)->children; child != nullptr;
+             child = child->next)
+            elements.push_back(child);
+        // Of the text node, for that of the element is parsed for references.
+        return [elements, texts = plan.texts](std::size_t shift) {
+            for (std::size_t i = 0; i < elements.size(); ++i)
+                xmlNodeSetContent(elements[i]->children, chars(texts[(i + shift) % kPlanValues]));
+        };
+    }
+
 private:
     xmlDoc* document_;
 };
@@ -109,7 +132,27 @@ class Libxml2Trees final : public TreeLibrary {
 public:
     [[nodiscard]] std::string_view name() const override { return "libxml2"; }
     [[nodiscard]] std::unique_ptr<Tree> load(const std::string& path) const override {
-        return std::make_unique<Libxml2Tree>(path);
+        return std::make_unique<Libxml2Tree>(xmlReadFile(path.c_str(), nullptr, kOptions));
+    }
+    [[nodiscard]] std::function<std::unique_ptr<Tree>()> loader(const std::string& text) const override {
+        return [text]() -> std::unique_ptr<Tree> {
+            return std::make_unique<Libxml2Tree>(
+                xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, kOptions));
+        };
+    }
+    [[nodiscard]] std::unique_ptr<Tree> build(const Plan& plan) const override {
+        xmlDoc* const document = xmlNewDoc(chars("1.0"));
+        auto tree = std::make_unique<Libxml2Tree>(document);
+        xmlNode* const root = xmlNewDocNode(document, nullptr, chars("items"), nullptr);
+        xmlDocSetRootElement(document, root);
+        for (std::uint64_t i = 0; i < plan.count; ++i) {
+            xmlNode* const child = xmlNewDocNode(document, nullptr, chars("item"), nullptr);
+            xmlNewProp(child, chars("id"), chars(plan.ids[i % kPlanValues]));
+            xmlNewProp(child, chars("kind"), chars(plan.kinds[i % kPlanValues]));
+            xmlAddChild(child, xmlNewDocText(document, chars(plan.texts[i % kPlanValues])));
+            xmlAddChild(root, child);
+        }
+        return tree;
     }
 };
 

@@ -1,6 +1,7 @@
 #include <pugixml.hpp>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "bench/trees.h"
 #include "bench/utf16.h"
@@ -61,10 +62,10 @@ struct Collector final : pugi::xml_writer {
 
 class PugiTree final : public Tree {
 public:
-    explicit PugiTree(const std::string& path) {
-        const pugi::xml_parse_result result = document_.load_file(path.c_str());
-        if (!result) throw std::runtime_error(std::string("pugixml: ") + result.description());
-    }
+    PugiTree() = default;
+    void loadFile(const std::string& path) { demand(document_.load_file(path.c_str())); }
+    void loadText(const std::string& text) { demand(document_.load_buffer(text.data(), text.size())); }
+    [[nodiscard]] pugi::xml_document& document() { return document_; }
 
     void walk(CountingSink& sink) override { Walker(sink).walk(document_.document_element()); }
     void walk(DigestSink& sink) override { Walker(sink).walk(document_.document_element()); }
@@ -80,7 +81,20 @@ public:
             throw std::runtime_error("pugixml cannot write " + path);
     }
 
+    std::function<void(std::size_t)> editor(const Plan& plan) override {
+        std::vector<pugi::xml_node> elements;
+        for (const pugi::xml_node child : document_.document_element()) elements.push_back(child);
+        return [elements, texts = plan.texts](std::size_t shift) {
+            for (std::size_t i = 0; i < elements.size(); ++i)
+                elements[i].text().set(texts[(i + shift) % kPlanValues].c_str());
+        };
+    }
+
 private:
+    static void demand(const pugi::xml_parse_result& result) {
+        if (!result) throw std::runtime_error(std::string("pugixml: ") + result.description());
+    }
+
     pugi::xml_document document_;
 };
 
@@ -88,7 +102,27 @@ class PugiTrees final : public TreeLibrary {
 public:
     [[nodiscard]] std::string_view name() const override { return "pugixml"; }
     [[nodiscard]] std::unique_ptr<Tree> load(const std::string& path) const override {
-        return std::make_unique<PugiTree>(path);
+        auto tree = std::make_unique<PugiTree>();
+        tree->loadFile(path);
+        return tree;
+    }
+    [[nodiscard]] std::function<std::unique_ptr<Tree>()> loader(const std::string& text) const override {
+        return [text]() -> std::unique_ptr<Tree> {
+            auto tree = std::make_unique<PugiTree>();
+            tree->loadText(text);
+            return tree;
+        };
+    }
+    [[nodiscard]] std::unique_ptr<Tree> build(const Plan& plan) const override {
+        auto tree = std::make_unique<PugiTree>();
+        pugi::xml_node root = tree->document().append_child("items");
+        for (std::uint64_t i = 0; i < plan.count; ++i) {
+            pugi::xml_node child = root.append_child("item");
+            child.append_attribute("id").set_value(plan.ids[i % kPlanValues].c_str());
+            child.append_attribute("kind").set_value(plan.kinds[i % kPlanValues].c_str());
+            child.text().set(plan.texts[i % kPlanValues].c_str());
+        }
+        return tree;
     }
 };
 

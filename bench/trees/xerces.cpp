@@ -1,13 +1,17 @@
 #include <stdexcept>
 #include <string>
+#include <vector>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/LocalFileFormatTarget.hpp>
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/HandlerBase.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 #include "bench/trees.h"
+#include "bench/utf16.h"
 
 namespace bench {
 namespace {
@@ -22,6 +26,22 @@ std::u16string_view view(const XMLCh* text) {
 }
 
 // The texts are UTF-16 already; they are copied as those of the others are.
+const XMLCh* chars(const std::u16string& text) {
+    return reinterpret_cast<const XMLCh*>(text.c_str());
+}
+
+const XMLCh* chars(const char16_t* text) {
+    return reinterpret_cast<const XMLCh*>(text);
+}
+
+using Texts = std::vector<std::u16string>;
+
+Texts toUtf16(const std::array<std::string, kPlanValues>& values) {
+    Texts texts(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) appendUtf16(values[i], texts[i]);
+    return texts;
+}
+
 template <class Sink>
 class Walker {
 public:
@@ -70,7 +90,7 @@ private:
 
 class XercesTree final : public Tree {
 public:
-    explicit XercesTree(const std::string& path) {
+    explicit XercesTree(const xc::InputSource& source) {
         parser_.setValidationScheme(xc::XercesDOMParser::Val_Never);
         parser_.setDoNamespaces(true);
         parser_.setDoSchema(false);
@@ -79,20 +99,27 @@ public:
         xc::HandlerBase refuse;  // its defaults throw at the first fatal error
         parser_.setErrorHandler(&refuse);
         try {
-            parser_.parse(path.c_str());
+            parser_.parse(source);
         } catch (const xc::SAXException&) {
-            throw std::runtime_error("Xerces-C refuses " + path);
+            throw std::runtime_error("Xerces-C rejects the document");
         } catch (const xc::XMLException&) {
-            throw std::runtime_error("Xerces-C cannot read " + path);
+            throw std::runtime_error("Xerces-C cannot read the document");
         }
         parser_.setErrorHandler(nullptr);
+        document_ = parser_.getDocument();
+    }
+    explicit XercesTree(xc::DOMDocument* built) : built_(built), document_(built) {}
+    XercesTree(const XercesTree&) = delete;
+    XercesTree& operator=(const XercesTree&) = delete;
+    ~XercesTree() override {
+        if (built_ != nullptr) built_->release();
     }
 
-    void walk(CountingSink& sink) override { Walker(sink).walk(parser_.getDocument()->getDocumentElement()); }
-    void walk(DigestSink& sink) override { Walker(sink).walk(parser_.getDocument()->getDocumentElement()); }
+    void walk(CountingSink& sink) override { Walker(sink).walk(document_->getDocumentElement()); }
+    void walk(DigestSink& sink) override { Walker(sink).walk(document_->getDocumentElement()); }
 
     std::uint64_t saveToMemory() override {
-        XMLCh* text = serialiser().writeToString(parser_.getDocument());
+        XMLCh* text = serialiser().writeToString(document_);
         const std::uint64_t length = xc::XMLString::stringLen(text);
         xc::XMLString::release(&text);
         return length;
@@ -102,14 +129,25 @@ public:
         xc::LocalFileFormatTarget target(path.c_str());
         xc::DOMLSOutput* const output = implementation().createLSOutput();
         output->setByteStream(&target);
-        const bool written = serialiser().write(parser_.getDocument(), output);
+        const bool written = serialiser().write(document_, output);
         output->release();
         if (!written) throw std::runtime_error("Xerces-C cannot write " + path);
     }
 
-private:
-    static xc::DOMImplementationLS& implementation() { return *xc::DOMImplementation::getImplementation(); }
+    std::function<void(std::size_t)> editor(const Plan& plan) override {
+        std::vector<xc::DOMElement*> elements;
+        for (xc::DOMElement* child = document_->getDocumentElement()->getFirstElementChild();
+             child != nullptr; child = child->getNextElementSibling())
+            elements.push_back(child);
+        return [elements, texts = toUtf16(plan.texts)](std::size_t shift) {
+            for (std::size_t i = 0; i < elements.size(); ++i)
+                elements[i]->getFirstChild()->setNodeValue(chars(texts[(i + shift) % kPlanValues]));
+        };
+    }
 
+    static xc::DOMImplementation& implementation() { return *xc::DOMImplementation::getImplementation(); }
+
+private:
     static xc::DOMLSSerializer& serialiser() {
         static xc::DOMLSSerializer* const serialiser = [] {
             xc::DOMLSSerializer* const made = implementation().createLSSerializer();
@@ -120,6 +158,8 @@ private:
     }
 
     xc::XercesDOMParser parser_;
+    xc::DOMDocument* built_ = nullptr;  // ours to release; null where the parser has the document
+    xc::DOMDocument* document_ = nullptr;
 };
 
 class XercesTrees final : public TreeLibrary {
@@ -127,7 +167,32 @@ public:
     XercesTrees() { xc::XMLPlatformUtils::Initialize(); }
     [[nodiscard]] std::string_view name() const override { return "xerces-c"; }
     [[nodiscard]] std::unique_ptr<Tree> load(const std::string& path) const override {
-        return std::make_unique<XercesTree>(path);
+        std::u16string units;
+        appendUtf16(path, units);
+        return std::make_unique<XercesTree>(xc::LocalFileInputSource(chars(units)));
+    }
+    [[nodiscard]] std::function<std::unique_ptr<Tree>()> loader(const std::string& text) const override {
+        return [text]() -> std::unique_ptr<Tree> {
+            return std::make_unique<XercesTree>(xc::MemBufInputSource(
+                reinterpret_cast<const XMLByte*>(text.data()), text.size(), chars(u"text")));
+        };
+    }
+    [[nodiscard]] std::unique_ptr<Tree> build(const Plan& plan) const override {
+        const Texts ids = toUtf16(plan.ids);
+        const Texts kinds = toUtf16(plan.kinds);
+        const Texts texts = toUtf16(plan.texts);
+        xc::DOMDocument* const document =
+            XercesTree::implementation().createDocument(nullptr, chars(u"items"), nullptr);
+        auto tree = std::make_unique<XercesTree>(document);
+        xc::DOMElement* const root = document->getDocumentElement();
+        for (std::uint64_t i = 0; i < plan.count; ++i) {
+            xc::DOMElement* const child = document->createElement(chars(u"item"));
+            child->setAttribute(chars(u"id"), chars(ids[i % kPlanValues]));
+            child->setAttribute(chars(u"kind"), chars(kinds[i % kPlanValues]));
+            child->appendChild(document->createTextNode(chars(texts[i % kPlanValues])));
+            root->appendChild(child);
+        }
+        return tree;
     }
 };
 
