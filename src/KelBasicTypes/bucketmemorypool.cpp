@@ -1,57 +1,103 @@
-// Everything that allocates here may come back to this very pool before it returns: a request that the heap
-// refuses may end in a temporary file, whose name is made of strings. So allocations come before changes, and
-// a pool that is being enlarged frees what it would have to be enlarged for once more.
+// What is kept lies in two places. The pool has a list for each size class, guarded by the library's lock.
+// Each thread has a cache of a few hundred kilobytes with such lists for the small classes (ThreadCache),
+// which it uses without a lock. A block that nobody uses holds the link to the next one of its list.
+//
+// Takes and give-backs go to the cache. One that is empty for a class gets a batch of the newest blocks of
+// the pool's list; one that is full hands the older half of each of its lists to the pool. Both put newer
+// blocks on top of older ones, so on every thread the block that it gave back last is the next it takes.
+//
+// A cache must be emptied from outside when its pool is handed over, succeeded or destroyed, and must be
+// whole when the process forks, yet its owner must not pay for a locked instruction. The two sides shake
+// hands: the owner marks the cache as busy, looks whether it is still open for the pool, does its few
+// instructions and clears the mark; the other side, under the lock, closes the cache, has all processors pass
+// a barrier (platform/processbarrier.h) and waits until the mark is clear. Either the owner sees that the
+// cache is closed and goes to the lock, or the other side sees the mark. Nothing is called while a cache is
+// marked.
+//
+// The lock is held for moving blocks, never while the heap, a host or another allocator is called: each of
+// them may wait for a lock of its own whose holder uses strings, or come back to this very pool, as a request
+// that the heap refuses does when it ends in a temporary file, whose name is made of strings.
 #include "KelBasicTypes/bucketmemorypool.h"
 
 #include <algorithm>
-#include <bit>
+#include <new>
+#include <utility>
 
 #include "KelBasicTypes/bucketmemoryallocator.h"
 #include "KelBasicTypes/detail/librarylock.h"
 #include "KelBasicTypes/detail/poolselection.h"
+#include "KelBasicTypes/detail/threadcache.h"
 #include "KelBasicTypes/oxarealloc.h"
 
+using kel::detail::FreeBlock;
 using kel::detail::headerOf;
+using kel::detail::LibraryGuard;
 using kel::detail::libraryLock;
-using kel::platform::SectionGuard;
+using kel::detail::SizeClasses;
+using kel::detail::ThreadCache;
+
+namespace kel::detail {
+
+SizeClasses::SizeClasses(std::int32_t granularity, std::int32_t smallLimit, std::int32_t largeLimit) noexcept
+    : granularity_(std::max(granularity, 1)),
+      smallLimit_(std::max(smallLimit, 1)),
+      largeLimit_(std::max(largeLimit, smallLimit_)) {}
+
+std::uint32_t SizeClasses::classOf(std::int32_t size) const noexcept {
+    if (size <= smallLimit_) return static_cast<std::uint32_t>((size - 1) / granularity_);
+    auto index = static_cast<std::uint32_t>((smallLimit_ - 1) / granularity_);
+    for (std::int64_t rounded = smallLimit_; rounded < size; rounded *= 2) ++index;
+    return index;
+}
+
+std::int32_t SizeClasses::sizeOf(std::uint32_t index) const noexcept {
+    const auto lastSmall = static_cast<std::uint32_t>((smallLimit_ - 1) / granularity_);
+    const std::int64_t size = index <= lastSmall
+                                  ? (std::int64_t{index} + 1) * granularity_
+                                  : std::int64_t{smallLimit_} << std::min(index - lastSmall, 31U);
+    return static_cast<std::int32_t>(std::min<std::int64_t>(size, INT32_MAX));
+}
+
+}  // namespace kel::detail
 
 namespace {
 
-constexpr std::size_t kReferenceSizeInBytes = sizeof(void*);  // of an entry of the bucket table
+constinit BucketMemoryPool* firstOfLibrary = nullptr;  // all pools; guarded by the library's lock
+
+void freeByHeader(FreeBlock* block) noexcept {
+    headerOf(block)->allocator->freeBlock(block);
+}
 
 }  // namespace
 
 BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallLimit, std::int32_t largeLimit)
-    : granularity_(std::max(granularity, 1)),
-      granularityShift_(std::has_single_bit(static_cast<std::uint32_t>(granularity_))
-                            ? std::countr_zero(static_cast<std::uint32_t>(granularity_))
-                            : -1),
-      smallLimit_(std::max(smallLimit, 1)),
-      largeLimit_(std::max(largeLimit, smallLimit_)),
-      library_(&libraryLock()) {
-    const auto slots = static_cast<std::uint32_t>(smallLimit_ / granularity_ + 2);
-    void* table = nullptr;
-    kel::oxaMalloc(table, kReferenceSizeInBytes, slots);
-    buckets_ = static_cast<Bucket**>(table);
-    std::fill_n(buckets_, slots, nullptr);
-    bucketCount_ = slots;
+    : classes_(granularity, smallLimit, largeLimit) {
+    void* lists = nullptr;
+    kel::oxaMalloc(lists, sizeof(FreeBlock*), classes_.count());
+    newest_ = static_cast<FreeBlock**>(lists);
+    std::fill_n(newest_, classes_.count(), nullptr);
+    {
+        const LibraryGuard guard(libraryLock);
+        nextOfLibrary_ = std::exchange(firstOfLibrary, this);
+    }
     kel::detail::succeedCurrentPool(*this);
 }
 
-// Not under the lock: nobody else knows the pool any more, and other components' allocators lock by
-// themselves.
 BucketMemoryPool::~BucketMemoryPool() {
-    for (std::uint32_t i = 0; i < bucketCount_; ++i) {
-        Bucket* const bucket = buckets_[i];
-        if (bucket == nullptr) continue;
-        for (std::int32_t e = 1; e <= bucket->count; ++e) {
-            void* const block = bucket->entries[e].block;
-            headerOf(block)->allocator->freeBlock(block);
-        }
-        kel::oxaFree(bucket->entries);
-        kel::oxaFree(bucket);
+    {
+        const LibraryGuard guard(libraryLock);
+        closeCaches();
+        BucketMemoryPool** link = &firstOfLibrary;
+        while (*link != this) link = &(*link)->nextOfLibrary_;
+        *link = nextOfLibrary_;
     }
-    kel::oxaFree(buckets_);
+    for (std::uint32_t index = 0; index < classes_.count(); ++index) {
+        while (FreeBlock* const block = newest_[index]) {
+            newest_[index] = block->next;
+            freeByHeader(block);
+        }
+    }
+    kel::oxaFree(newest_);
 }
 
 void* BucketMemoryPool::operator new(std::size_t sizeInBytes) {
@@ -64,102 +110,152 @@ void BucketMemoryPool::operator delete(void* pool) noexcept {
     kel::oxaFree(pool);
 }
 
+BucketMemoryPool* BucketMemoryPool::ofThisLibrary(const IBucketMemoryPool* pool) noexcept {
+    BucketMemoryPool* at = firstOfLibrary;
+    while (at != nullptr && at != pool) at = at->nextOfLibrary_;
+    return at;
+}
+
+// --- Taking and giving back ------------------------------------------------------------------------------
+
 void* BucketMemoryPool::allocate(std::int32_t size, std::uint32_t& actualSize) {
-    const SectionGuard guard(libraryLock());
-    return allocateLocked(size, actualSize);
-}
-
-bool BucketMemoryPool::giveBack(std::int32_t size, void*& block) {
-    void* unkept = nullptr;
-    bool isTaken = false;
-    {
-        const SectionGuard guard(libraryLock());
-        isTaken = giveBackLocked(size, block, unkept);
-    }
-    if (unkept != nullptr) headerOf(unkept)->allocator->freeBlock(unkept);
-    return isTaken;
-}
-
-void* BucketMemoryPool::allocateLocked(std::int32_t size, std::uint32_t& actualSize) {
     const std::int32_t wanted = std::max(size, 1);
-    if (void* const kept = takeKept(wanted, actualSize)) return kept;
-    actualSize = static_cast<std::uint32_t>(wanted > largeLimit_ ? wanted : classOf(wanted).roundedSize);
+    ThreadCache* cache = ThreadCache::latest();
+    if (cache != nullptr) {
+        if (void* const block = cache->take(this, wanted, actualSize)) return block;
+    }
+    actualSize = static_cast<std::uint32_t>(grantedSize(wanted));
+    cache = ThreadCache::forPool(this);
+    {
+        const LibraryGuard guard(libraryLock);
+        if (cache != nullptr && !cache->open(*this)) cache = nullptr;
+        if (void* const block = takeKept(wanted, cache)) return block;
+    }
     return BucketMemoryAllocator::instance().newBlock(actualSize);
 }
 
-bool BucketMemoryPool::giveBackLocked(std::int32_t size, void*& block, void*& unkept) {
+bool BucketMemoryPool::giveBack(std::int32_t size, void*& block) {
     if (block == nullptr || size < 1) return false;
-    if (!keep(size, block)) {
-        if (size > largeLimit_ || isGrowing_) {
-            unkept = block;
-        } else {
-            makeRoom(bucketFor(classOf(size).index));
-            (void)keep(size, block);  // there is room now
-        }
+    void* const given = std::exchange(block, nullptr);
+    ThreadCache* cache = ThreadCache::latest();
+    if (cache != nullptr && cache->keep(this, size, given)) return true;
+    cache = ThreadCache::forPool(this);
+    bool isKept = false;
+    {
+        const LibraryGuard guard(libraryLock);
+        if (cache != nullptr && !cache->open(*this)) cache = nullptr;
+        isKept = keep(size, given, cache);
     }
-    block = nullptr;
+    if (!isKept) headerOf(given)->allocator->freeBlock(given);
     return true;
 }
 
-BucketMemoryPool::SizeClass BucketMemoryPool::largeClassOf(std::int32_t size) const noexcept {
-    std::int32_t index = (smallLimit_ - 1) / granularity_;
-    std::int64_t rounded = smallLimit_;
-    for (; rounded < size; rounded *= 2) ++index;
-    return {static_cast<std::uint32_t>(index),
-            static_cast<std::int32_t>(std::min<std::int64_t>(rounded, INT32_MAX))};
+std::int32_t BucketMemoryPool::grantedSize(std::int32_t size) const noexcept {
+    return size > classes_.largeLimit() ? size : classes_.sizeOf(classes_.classOf(size));
 }
 
-// The bucket of a class, made if it is missing; the table is enlarged for the classes above the small limit.
-BucketMemoryPool::Bucket& BucketMemoryPool::bucketFor(std::uint32_t index) {
-    if (index < bucketCount_ && buckets_[index] != nullptr) return *buckets_[index];
-    isGrowing_ = true;
-    if (index >= bucketCount_) {
-        void* table = buckets_;
-        const std::uint64_t slots =
-            kel::oxaRealloc(table, kReferenceSizeInBytes, bucketCount_, index + 1, kel::kSameAsMinimum);
-        buckets_ = static_cast<Bucket**>(table);
-        bucketCount_ = static_cast<std::uint32_t>(slots);
+void* BucketMemoryPool::takeKept(std::int32_t size, ThreadCache* cache) noexcept {
+    if (size > classes_.largeLimit()) return nullptr;
+    const std::uint32_t index = classes_.classOf(size);
+    if (cache != nullptr && index < cache->classCount()) {
+        if (cache->newestOf(index) == nullptr) refill(*cache, index);
+        return cache->pop(index);
     }
-    void* bucket = nullptr;
-    void* entries = nullptr;
-    kel::oxaMalloc(bucket, sizeof(Bucket), 1);
-    kel::oxaMalloc(entries, sizeof(Entry), kFirstCapacity);
-    isGrowing_ = false;
-    buckets_[index] = new (bucket) Bucket{0, kFirstCapacity, static_cast<Entry*>(entries)};
-    return *buckets_[index];
+    FreeBlock* const block = newest_[index];
+    if (block != nullptr) newest_[index] = block->next;
+    return block;
 }
 
-void BucketMemoryPool::makeRoom(Bucket& bucket) {
-    const std::uint64_t needed = static_cast<std::uint64_t>(bucket.count) + 2;
-    if (needed <= bucket.capacity) return;
-    isGrowing_ = true;
-    void* entries = bucket.entries;
-    bucket.capacity = kel::oxaRealloc(entries, sizeof(Entry), bucket.capacity, needed, 2 * bucket.capacity);
-    bucket.entries = static_cast<Entry*>(entries);
-    isGrowing_ = false;
+bool BucketMemoryPool::keep(std::int32_t size, void* block, ThreadCache* cache) noexcept {
+    if (size > classes_.largeLimit()) return false;
+    const std::uint32_t index = classes_.classOf(size);
+    // A shorter one of another allocator has no room for the link.
+    if (classes_.sizeOf(index) < static_cast<std::int32_t>(sizeof(FreeBlock)) &&
+        headerOf(block)->allocator != &BucketMemoryAllocator::instance())
+        return false;
+    if (cache != nullptr && index < cache->classCount()) {
+        if (cache->isFull()) spill(*cache);
+        cache->push(index, block);
+    } else {
+        newest_[index] = ::new (block) FreeBlock{newest_[index]};
+    }
+    return true;
+}
+
+// --- Between the lists of the pool and those of a thread -------------------------------------------------
+
+// As many as some kilobytes hold: the thread will want more of them than the one that it came for.
+void BucketMemoryPool::refill(ThreadCache& cache, std::uint32_t index) noexcept {
+    constexpr std::int32_t kBatchBytes = 8192;
+    constexpr std::int32_t kMaxBatch = 32;
+    FreeBlock* const newest = newest_[index];
+    if (newest == nullptr) return;
+    const std::int32_t most = std::clamp(kBatchBytes / classes_.sizeOf(index), 1, kMaxBatch);
+    std::uint32_t count = 1;
+    FreeBlock* last = newest;
+    for (; static_cast<std::int32_t>(count) < most && last->next != nullptr; ++count) last = last->next;
+    newest_[index] = std::exchange(last->next, nullptr);
+    cache.newestOf(index) = newest;
+    cache.addBytes(index, count);
+}
+
+void BucketMemoryPool::spill(ThreadCache& cache) noexcept {
+    for (std::uint32_t index = 0; index < cache.classCount(); ++index) moveOlder(cache, index, 2);
+}
+
+void BucketMemoryPool::takeOver(ThreadCache& cache) noexcept {
+    for (std::uint32_t index = 0; index < cache.classCount(); ++index) moveOlder(cache, index, 0);
+    kel::detail::countTakes(cache.settle());
+}
+
+// All blocks of a list, or but for the newest of every `keepOneIn`, rounded down.
+void BucketMemoryPool::moveOlder(ThreadCache& cache, std::uint32_t index, std::uint32_t keepOneIn) noexcept {
+    FreeBlock** newestMoved = &cache.newestOf(index);
+    FreeBlock* oldest = nullptr;
+    std::uint32_t count = 0;
+    std::uint32_t kept = 0;
+    for (FreeBlock* block = *newestMoved; block != nullptr; block = block->next) {
+        oldest = block;
+        if (++count != keepOneIn * (kept + 1) || keepOneIn == 0) continue;
+        newestMoved = &(*newestMoved)->next;
+        ++kept;
+    }
+    if (oldest == nullptr) return;
+    oldest->next = newest_[index];
+    newest_[index] = std::exchange(*newestMoved, nullptr);
+    cache.dropBytes(index, count - kept);
+}
+
+// --- Between pools ---------------------------------------------------------------------------------------
+
+void BucketMemoryPool::closeCaches() noexcept {
+    ThreadCache::closeAll(*this);
+}
+
+void BucketMemoryPool::exchangeBlocks(BucketMemoryPool& other) noexcept {
+    std::swap(newest_, other.newest_);
 }
 
 void BucketMemoryPool::mergeInto(IBucketMemoryPool& other) {
-    const SectionGuard guard(libraryLock());
-    for (std::uint32_t i = 0; i < bucketCount_; ++i) {
-        Bucket* const bucket = buckets_[i];
-        if (bucket == nullptr) continue;
-        const std::int32_t count = std::exchange(bucket->count, 0);
-        for (std::int32_t e = 1; e <= count; ++e) {
-            Entry entry = bucket->entries[e];
-            if (!other.giveBack(entry.size, entry.block))
-                headerOf(entry.block)->allocator->freeBlock(entry.block);
+    {
+        const LibraryGuard guard(libraryLock);
+        closeCaches();
+    }
+    for (std::uint32_t index = 0; index < classes_.count(); ++index) {
+        for (FreeBlock* oldest = detachOldestFirst(index); oldest != nullptr;) {
+            FreeBlock* const given = std::exchange(oldest, oldest->next);
+            void* block = given;
+            if (!other.giveBack(classes_.sizeOf(index), block)) freeByHeader(given);
         }
     }
 }
 
-bool BucketMemoryPool::canExchangeBuckets(const BucketMemoryPool& other) const noexcept {
-    return library_ == other.library_ && granularity_ == other.granularity_ &&
-           smallLimit_ == other.smallLimit_ && largeLimit_ == other.largeLimit_ && !isGrowing_ &&
-           !other.isGrowing_;
-}
-
-void BucketMemoryPool::exchangeBuckets(BucketMemoryPool& other) noexcept {
-    std::swap(buckets_, other.buckets_);
-    std::swap(bucketCount_, other.bucketCount_);
+BucketMemoryPool::FreeBlock* BucketMemoryPool::detachOldestFirst(std::uint32_t index) noexcept {
+    const LibraryGuard guard(libraryLock);
+    FreeBlock* oldest = nullptr;
+    while (FreeBlock* const block = newest_[index]) {
+        newest_[index] = block->next;
+        block->next = std::exchange(oldest, block);
+    }
+    return oldest;
 }

@@ -1,8 +1,14 @@
 // The current pool: the host's if there is one, else one of our own, which asks for the host's after every
-// 601 takes. One entry of the library's lock covers selection, counter and bucket on our own pool. The host's
-// pool has its own lock and is called outside ours.
+// 601 takes. A pool that this copy of the library made serves each thread from that thread's cache
+// (bucketmemorypool.cpp); one of another make is called for every buffer and is never replaced.
+//
+// Takes on our own pool are counted in arrears. A thread is granted as many as are still missing to 601; it
+// enters those that it made when they are used up, and its cache's when that is closed. So a single thread
+// looks for the host's pool at exactly its 602nd take, and several never before 601 takes were made.
 #include "KelBasicTypes/buffers.h"
 
+#include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "KelBasicTypes/bucketmemoryallocator.h"
@@ -12,22 +18,29 @@
 #include "KelBasicTypes/detail/poolselection.h"
 #include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
-#include "singlethread.h"
+#include "KelBasicTypes/detail/threadcache.h"
 
 namespace kel {
 namespace {
 
+using detail::LibraryGuard;
 using detail::libraryLock;
-using platform::SectionGuard;
+using detail::ThreadCache;
 
 constexpr std::uint32_t kTakesBetweenLookups = 601;
 constexpr std::int32_t kShortestGrown = 1 << 20;
 
-// Guarded by the library's lock; holds one reference. Trivial, for strings live longer than any static.
+// Changed under the library's lock; `pool` holds one reference. Trivial, for strings live longer than any
+// static.
 struct CurrentPool {
     IBucketMemoryPool* pool;
-    BucketMemoryPool* own;  // the same pool while it is the library's own, else null
-    std::uint32_t takes;    // since the last lookup, on the own pool
+    bool isOwn;           // made here because the host offered none
+    std::uint32_t takes;  // on the own pool, since the last lookup
+
+    // The same pool, read without the lock: as one of this library, whose address alone counts then, or as
+    // one of another make, which stays current for good.
+    std::atomic<BucketMemoryPool*> local;
+    std::atomic<IBucketMemoryPool*> foreign;
 };
 constinit CurrentPool current{};
 
@@ -44,93 +57,123 @@ struct Retired {
     IBucketMemoryPool* pool = nullptr;
 };
 
-void replaceCurrent(IBucketMemoryPool& pool, Retired& retired) {
-    pool.addRef();
-    retired.pool = std::exchange(current.pool, &pool);
+// Under the lock. Nobody is in a pool of this library that is replaced here: its caches are closed.
+void replaceCurrent(IBucketMemoryPool* pool, bool isOwn, Retired& retired) {
+    if (BucketMemoryPool* const before = current.local.load(std::memory_order_relaxed)) before->closeCaches();
+    if (pool != nullptr) pool->addRef();
+    retired.pool = std::exchange(current.pool, pool);
+    current.isOwn = isOwn;
+    BucketMemoryPool* const local = BucketMemoryPool::ofThisLibrary(pool);
+    current.local.store(local, std::memory_order_relaxed);
+    current.foreign.store(local == nullptr ? pool : nullptr, std::memory_order_release);
 }
 
-// True when the host offers a pool, which then is the current one.
-bool adoptHostPool(Retired& retired) {
-    const IPtr<IBucketMemoryPool> offered = detail::findService<IBucketMemoryPool>();
-    if (!offered) return false;
-    BucketMemoryPool* const own = std::exchange(current.own, nullptr);
-    if (current.pool == offered.get()) return true;
+// The host's pool becomes the current one, if the current one is our own or none.
+void adopt(IBucketMemoryPool& offered) {
     // A pool of another kind knows nothing of our blocks; our pool then frees them when it goes.
-    const bool isOfOurKind = queryInterface<BucketMemoryPool>(offered.get()) != nullptr;
-    if (own != nullptr && isOfOurKind) own->mergeInto(*offered);
-    replaceCurrent(*offered, retired);
+    const bool isOfOurKind = queryInterface<BucketMemoryPool>(&offered) != nullptr;
+    Retired retired;
+    BucketMemoryPool* own = nullptr;
+    {
+        const LibraryGuard guard(libraryLock);
+        if (current.pool == &offered) current.isOwn = false;
+        if (current.pool != nullptr && !current.isOwn) return;  // also when another thread was faster
+        own = current.local.load(std::memory_order_relaxed);
+        replaceCurrent(&offered, false, retired);
+    }
+    if (own != nullptr && isOfOurKind) own->mergeInto(offered);
+}
+
+// Not under the lock: the host is asked.
+void lookForPool() {
+    if (const IPtr<IBucketMemoryPool> offered = detail::findService<IBucketMemoryPool>())
+        return adopt(*offered);
+    if (current.local.load(std::memory_order_relaxed) != nullptr) return;
+    const IPtr<BucketMemoryPool> own(new BucketMemoryPool);
+    Retired none;
+    const LibraryGuard guard(libraryLock);
+    if (current.pool == nullptr) replaceCurrent(own.get(), true, none);
+}
+
+// Under the lock: enters a take. False when the host's pool has to be looked for first.
+bool countTake(ThreadCache* cache) noexcept {
+    if (cache != nullptr) {
+        if (cache->useGranted()) return true;
+        current.takes += cache->settle();
+    }
+    if (current.takes >= kTakesBetweenLookups) {
+        current.takes = 0;
+        if (current.isOwn) return false;
+    }
+    if (cache == nullptr) {
+        ++current.takes;
+    } else {
+        cache->grant(kTakesBetweenLookups - current.takes);
+        (void)cache->useGranted();
+    }
     return true;
 }
 
-void selectPool(Retired& retired) {
-    if (current.own != nullptr && current.takes >= kTakesBetweenLookups) {
-        current.takes = 0;
-        (void)adoptHostPool(retired);  // none: our own goes on
-    }
-    if (current.pool != nullptr || adoptHostPool(retired)) return;
-    auto* const pool = new BucketMemoryPool;
-    replaceCurrent(*pool, retired);
-    current.own = pool;
+enum class Source { Local, Foreign, None };
+
+// The block if the pool keeps one, else null: then it has to come from where the result says.
+Source takeKept(std::int32_t size, std::uint32_t& actualSize, void*& block) {
+    ThreadCache* cache = ThreadCache::forPool(current.local.load(std::memory_order_relaxed));
+    const LibraryGuard guard(libraryLock);
+    BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed);
+    if (pool == nullptr) return current.pool == nullptr ? Source::None : Source::Foreign;
+    if (cache != nullptr && !cache->open(*pool)) cache = nullptr;
+    if (!countTake(cache)) return Source::None;
+    actualSize = static_cast<std::uint32_t>(pool->grantedSize(size));
+    block = pool->takeKept(size, cache);
+    return Source::Local;
 }
 
-// With one thread there is nobody to lock out, and what a bucket keeps is handed over without leaving this
-// library. Not when the process ends for lack of memory: that may have happened while a table of the pool was
-// between two places.
-bool isAlone() noexcept {
-    return platform::isSingleThreaded() && current.own != nullptr && !detail::isProcessEnding();
+bool isReporting() noexcept {
+    return detail::isProcessEnding() && detail::isReserveOpen();
 }
 
-void* takeAlone(std::int32_t size, std::uint32_t& actualSize) noexcept {
-    if (!isAlone() || current.takes >= kTakesBetweenLookups) return nullptr;
-    void* const block = current.own->takeKept(size, actualSize);
-    if (block != nullptr) ++current.takes;
-    return block;
-}
-
-bool giveBackAlone(std::int32_t capacity, void* block) noexcept {
-    return isAlone() && current.own->keep(capacity, block);
-}
-
-// Null: the block has to come from the host's pool, which is then in `host`.
-void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemoryPool*& host) {
-    Retired retired;
-    const SectionGuard guard(libraryLock());
-    selectPool(retired);
-    host = current.pool;
-    if (current.own == nullptr) return nullptr;
-    void* const block = current.own->allocateLocked(size, actualSize);
-    ++current.takes;
-    return block;
-}
-
-// The two ways that need more than a bucket stay out of line: the short ones are too short to pay for them.
-[[gnu::noinline]] void* takeWithLock(std::int32_t size, std::uint32_t& actualSize) {
-    if (detail::isProcessEnding() && detail::isReserveOpen()) {
+// What needs more than the thread's cache stays out of line: the rest is too short to pay for it.
+[[gnu::noinline]] void* takeSlowly(std::int32_t size, std::uint32_t& actualSize) {
+    void* block = nullptr;
+    if (isReporting()) {
         // No other thread's lock may hold the report up.
         actualSize = static_cast<std::uint32_t>(size);
         return BucketMemoryAllocator::instance().newBlock(actualSize);
     }
-    IBucketMemoryPool* host = nullptr;
-    void* const block = takeFromOwnPool(size, actualSize, host);
-    return block != nullptr ? block : host->allocate(size, actualSize);
+    for (;;) {
+        if (IBucketMemoryPool* const host = current.foreign.load(std::memory_order_acquire))
+            return host->allocate(size, actualSize);
+        const Source source = takeKept(size, actualSize, block);
+        if (source == Source::Local) break;
+        if (source == Source::None) lookForPool();
+    }
+    return block != nullptr ? block : BucketMemoryAllocator::instance().newBlock(actualSize);
 }
 
-[[gnu::noinline]] void giveBackWithLock(std::int32_t capacity, void* block) noexcept {
-    if (detail::isProcessEnding() && detail::isReserveOpen()) return;
+[[gnu::noinline]] void giveBackSlowly(std::int32_t capacity, void* block) noexcept {
+    if (isReporting()) return;
+    if (IBucketMemoryPool* const host = current.foreign.load(std::memory_order_acquire)) {
+        host->giveBack(capacity, block);
+        return;
+    }
+    ThreadCache* cache = ThreadCache::forPool(current.local.load(std::memory_order_relaxed));
     IBucketMemoryPool* host = nullptr;
-    void* unkept = nullptr;
+    bool isKept = false;
     {
-        const SectionGuard guard(libraryLock());
-        if (current.own != nullptr) {
-            current.own->giveBackLocked(capacity, block, unkept);
-        } else if (current.pool != nullptr) {
-            host = current.pool;
+        const LibraryGuard guard(libraryLock);
+        if (BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed)) {
+            if (cache != nullptr && !cache->open(*pool)) cache = nullptr;
+            isKept = pool->keep(capacity, block, cache);
         } else {
-            unkept = block;
+            host = current.pool;
         }
     }
-    if (host != nullptr) host->giveBack(capacity, block);
-    if (unkept != nullptr) detail::headerOf(unkept)->allocator->freeBlock(unkept);
+    if (host != nullptr) {
+        host->giveBack(capacity, block);
+    } else if (!isKept) {
+        detail::headerOf(block)->allocator->freeBlock(block);
+    }
 }
 
 }  // namespace
@@ -138,13 +181,15 @@ void* takeFromOwnPool(std::int32_t size, std::uint32_t& actualSize, IBucketMemor
 void* takeBuffer(std::size_t byteCount, std::int32_t& capacity) {
     const auto size = static_cast<std::int32_t>(byteCount);
     std::uint32_t actualSize = 0;
-    void* block = takeAlone(size, actualSize);
-    if (block == nullptr) block = takeWithLock(size, actualSize);
+    void* block = nullptr;
+    if (ThreadCache* const cache = ThreadCache::latest())
+        block = cache->takeGranted(current.local.load(std::memory_order_relaxed), size, actualSize);
+    if (block == nullptr) block = takeSlowly(size, actualSize);
     capacity = static_cast<std::int32_t>(actualSize);
     return block;
 }
 
-// No bucket keeps a block this long, so none misses it. Another allocator's block is its own to resize.
+// No pool keeps a block this long, so none misses it. Another allocator's block is its own to resize.
 void* tryGrowBuffer(std::size_t byteCount, std::int32_t& capacity, void* block) noexcept {
     if (capacity < kShortestGrown || detail::isReserveOpen()) return nullptr;
     detail::BlockHeader* const header = detail::headerOf(block);
@@ -156,27 +201,32 @@ void* tryGrowBuffer(std::size_t byteCount, std::int32_t& capacity, void* block) 
 }
 
 void giveBackBuffer(std::int32_t capacity, void* block) noexcept {
-    if (capacity == 0 || block == nullptr || giveBackAlone(capacity, block)) return;
-    giveBackWithLock(capacity, block);
+    if (capacity == 0 || block == nullptr) return;
+    ThreadCache* const cache = ThreadCache::latest();
+    const BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed);
+    if (cache == nullptr || !cache->keep(pool, capacity, block)) giveBackSlowly(capacity, block);
 }
 
 namespace detail {
 
 void succeedCurrentPool(BucketMemoryPool& pool) {
     Retired retired;
-    const SectionGuard guard(libraryLock());
-    auto* const before = queryInterface<BucketMemoryPool>(current.pool);
-    if (before == nullptr || !pool.canExchangeBuckets(*before)) return;
-    pool.exchangeBuckets(*before);
-    if (current.own != nullptr) current.own = &pool;
-    replaceCurrent(pool, retired);
+    const LibraryGuard guard(libraryLock);
+    BucketMemoryPool* const before = current.local.load(std::memory_order_relaxed);
+    if (before == nullptr || !pool.hasClassesOf(*before)) return;
+    replaceCurrent(&pool, current.isOwn, retired);
+    pool.exchangeBlocks(*before);
+}
+
+void countTakes(std::uint32_t takes) noexcept {
+    current.takes += takes;
 }
 
 void resetBufferPool() {
     Retired retired;
-    const SectionGuard guard(libraryLock());
-    retired.pool = current.pool;
-    current = {};
+    const LibraryGuard guard(libraryLock);
+    replaceCurrent(nullptr, false, retired);
+    current.takes = 0;
 }
 
 }  // namespace detail

@@ -1,10 +1,13 @@
-// The one lock of this library: the pool, its selection and its default allocator run under it.
+// The one lock of this library: it guards the lists of the pools and which pool is the current one. Nothing
+// is called under it that may wait for anything else, or come back for it.
 #pragma once
 
-#include "KelBasicTypes/platform/criticalsection.h"
+#include <mutex>
 
 namespace kel::detail {
 
-[[nodiscard]] platform::CriticalSection& libraryLock() noexcept;  // lives until the process ends
+inline constinit std::mutex libraryLock;
+
+using LibraryGuard = std::lock_guard<std::mutex>;
 
 }  // namespace kel::detail

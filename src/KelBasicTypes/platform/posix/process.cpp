@@ -1,5 +1,6 @@
 #include "KelBasicTypes/platform/process.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -37,8 +38,9 @@ std::u16string currentDirectory() {
 }
 
 std::uintptr_t currentThread() noexcept {
-    static thread_local const char mark = 0;
-    return reinterpret_cast<std::uintptr_t>(&mark);
+    // Not the address of a thread-local, which might have to be allocated first.
+    static_assert(sizeof(pthread_t) == sizeof(std::uintptr_t));
+    return (std::uintptr_t)pthread_self();  // NOLINT: a number on some systems, a pointer on others
 }
 
 void sleepFor(std::uint32_t milliseconds) noexcept {
