@@ -76,9 +76,7 @@ TEST(KelMutex, ANameLastsAsLongAsItsLastHolder) {
 
 TEST(KelMutex, HandlesOfOneNameExcludeEachOther) {
     const std::string name = uniqueName("excluding");
-    // Read and written apart, so that two at once lose a count. Atomic, for the thread sanitizer takes the
-    // mutex for another one at each address that it is mapped to.
-    std::atomic<long> unguarded{0};
+    std::atomic<long> unguarded{0};  // read and written apart, so that two at once lose a count
     std::vector<std::thread> threads;
     for (int t = 0; t < 3; ++t) {
         threads.emplace_back([&] {
@@ -93,4 +91,40 @@ TEST(KelMutex, HandlesOfOneNameExcludeEachOther) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(unguarded, 600);
+}
+
+// The system's list of the mutexes that a thread holds leads through their memory.
+TEST(KelMutex, ObjectsOfOneNameMayBeClosedInAnyOrderByTheThreadThatHoldsThem) {
+    const std::string name = uniqueName("twice");
+    KelMutex first;
+    KelMutex second;
+    KelMutex another;
+    ASSERT_TRUE(first.create(name.c_str()) && second.open(name.c_str()) && another.create());
+    EXPECT_TRUE(first.lock());
+    EXPECT_TRUE(second.lock());
+    EXPECT_TRUE(first.close());
+    EXPECT_TRUE(another.lock());
+    std::thread([&] { EXPECT_FALSE(second.tryLock()) << "still held by what was not closed"; }).join();
+    EXPECT_TRUE(second.unlock());
+    EXPECT_TRUE(another.unlock());
+    std::thread([&] {
+        EXPECT_TRUE(second.tryLock());
+        EXPECT_TRUE(second.unlock());
+    }).join();
+}
+
+TEST(KelMutex, ATimedLockWaitsAsLongAsItSays) {
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    std::atomic<bool> isHeld{false};
+    std::thread owner([&] {
+        mutex.lock();
+        isHeld = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        mutex.unlock();
+    });
+    while (!isHeld) std::this_thread::yield();
+    EXPECT_TRUE(mutex.timedLock(60)) << "gave up before its minute was over";
+    mutex.unlock();
+    owner.join();
 }

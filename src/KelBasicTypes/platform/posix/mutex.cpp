@@ -33,7 +33,7 @@ bool initializeShared(void* contents) noexcept {
 }  // namespace
 
 struct Mutex::State {
-    std::unique_ptr<SharedBlock> block;  // null: `own` is the mutex
+    SharedBlockHolder block;  // null: `own` is the mutex
     std::unique_ptr<pthread_mutex_t> own;
 
     [[nodiscard]] pthread_mutex_t* mutex() const noexcept {
@@ -53,7 +53,7 @@ std::unique_ptr<Mutex> Mutex::create() noexcept {
 
 namespace {
 
-std::unique_ptr<SharedBlock> attach(const char* name, SharedBlock::Access access) noexcept {
+SharedBlockHolder attach(const char* name, SharedBlock::Access access) noexcept {
     return SharedBlock::attach(name, access, sizeof(pthread_mutex_t), initializeShared);
 }
 
