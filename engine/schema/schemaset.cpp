@@ -67,12 +67,11 @@ std::string namespaceWords(const std::string& uri) {
     return uri.empty() ? std::string("no target namespace") : "the target namespace '" + uri + "'";
 }
 
-void checkRoot(const SchemaFile& file) {
+// `text` is the file's, as the inclusions have read it.
+void checkRoot(const SchemaFile& file, const std::string& text) {
     RootReader root;
-    reader::ReadOptions options;
-    options.dtd = reader::ReadOptions::Dtd::Internal;
     try {
-        const reader::ParseError error = reader::read(reader::Input::file(file.path), options, root);
+        const reader::ParseError error = reader::read(reader::Input::bytes(text), {}, root);
         if (error.failed()) refuse(file, error.position.line, error.reason);
     } catch (const RootReader::Found&) {
         // as it should be
@@ -155,10 +154,11 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     for (const SchemaFile& file : files) {
         const std::string uri = xml2::fileUri(file.path);
         inclusions.admit(uri);
-        readable = inclusions.textOf(uri) != nullptr && readable;
+        const std::string* text = inclusions.textOf(uri);
+        readable = text != nullptr && readable;
+        if (text != nullptr) checkRoot(file, *text);
     }
     if (readable) {
-        for (const SchemaFile& file : files) checkRoot(file);
         const ParserHandle parser(orThrow(xmlSchemaNewDocParserCtxt(driver_.get())));
         xmlSchemaSetParserStructuredErrors(parser.get(), xml2::listenStructured, &causes);
         schema_.reset(xmlSchemaParse(parser.get()));

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/com/status.h"
@@ -68,9 +70,15 @@ private:
     std::size_t blockSize_ = kFirstBlock;
 };
 
+// A prefix, and what it stands for where the copying has got to: no search, however many are declared.
+struct Prefix {
+    const xmlChar* text;  // null: the default namespace's
+    xmlNs* ns = nullptr;  // in force; null: none
+};
+
 struct Name {
-    const xmlChar* prefix = nullptr;  // null: none
-    const xmlChar* local = nullptr;   // null: not looked up yet
+    Prefix* prefix = nullptr;
+    const xmlChar* local = nullptr;  // null: not looked up yet
 };
 
 class Copier final {
@@ -82,7 +90,9 @@ public:
         doc_->URL = orThrow(xmlStrdup(chars(options.uri)));
         names_.resize(tree.names().size());
         xmlns_ = intern("xmlns");
-        xml_ = intern("xml");
+        none_ = prefixOf(nullptr);
+        xmlnsPrefix_ = prefixOf(xmlns_);
+        xmlPrefix_ = prefixOf(intern("xml"));
     }
 
     ~Copier() {
@@ -104,8 +114,8 @@ public:
 
 private:
     struct Declaration {
-        const xmlChar* prefix;
-        xmlNs* ns;  // null: the default namespace is taken back
+        Prefix* prefix;
+        xmlNs* before;  // what the prefix stood for outside
     };
     struct Open {
         xmlNode* node;
@@ -127,10 +137,14 @@ private:
         if (known.local == nullptr) {
             const std::string_view text = tree_.names().text(id);
             const std::uint32_t prefix = tree_.names().prefixLength(id);
-            if (prefix != 0) known.prefix = intern(text.substr(0, prefix));
+            known.prefix = prefix == 0 ? none_ : prefixOf(intern(text.substr(0, prefix)));
             known.local = intern(prefix == 0 ? text : text.substr(prefix + 1));
         }
         return known;
+    }
+
+    Prefix* prefixOf(const xmlChar* interned) {
+        return &prefixes_.try_emplace(interned, Prefix{interned}).first->second;
     }
 
     // From `node` on over what is left of the subtree of `root`, in document order.
@@ -250,85 +264,81 @@ private:
         bool declares = !inherited_.empty();
         if (declares) declareInherited(*node);
         for (std::uint32_t i = 0; i < count; ++i) declares = declare(*node, id, i) || declares;
-        node->ns = find(elementName.prefix, id, tree_.name(id));
+        const std::size_t declared = declarations_.size() - open_.back().declarations;
+        if (options_.declarationLimit != 0 && declared > options_.declarationLimit) tooManyDeclarations(id);
+        node->ns = find(*elementName.prefix, id, tree_.name(id));
         for (std::uint32_t i = 0; i < count; ++i) {
             if (!declares || !isDeclaration(name(tree_.attributeNameId(id, i)))) copyAttribute(*node, id, i);
         }
     }
 
     bool isDeclaration(const Name& attribute) const {
-        return attribute.prefix == xmlns_ || (attribute.prefix == nullptr && attribute.local == xmlns_);
+        return attribute.prefix == xmlnsPrefix_ || (attribute.prefix == none_ && attribute.local == xmlns_);
     }
 
     // True if the attribute is a declaration, which is then in force.
     bool declare(xmlNode& node, NodeId id, std::uint32_t index) {
         const Name& attribute = name(tree_.attributeNameId(id, index));
         if (!isDeclaration(attribute)) return false;
-        const xmlChar* prefix = attribute.prefix == nullptr ? nullptr : attribute.local;
-        if (prefix == xml_) return true;  // known without a declaration
-        addDeclaration(node, prefix, tree_.attribute(id, index).value);
+        Prefix* prefix = declaredBy(attribute);
+        if (prefix == xmlPrefix_) return true;  // known without a declaration
+        addDeclaration(node, *prefix, tree_.attribute(id, index).value);
         return true;
     }
 
-    void addDeclaration(xmlNode& node, const xmlChar* prefix, std::string_view uri) {
-        auto* ns = memory_.zeroed<xmlNs>();
-        ns->type = XML_LOCAL_NAMESPACE;
-        xmlNs** end = &node.nsDef;
-        while (*end != nullptr) end = &(*end)->next;
-        *end = ns;
-        ns->href = memory_.copyOf(uri);
-        if (prefix != nullptr) ns->prefix = memory_.copyOf(view(prefix));
-        declarations_.push_back({prefix, uri.empty() ? nullptr : ns});
+    Prefix* declaredBy(const Name& declaration) {
+        return declaration.prefix == none_ ? none_ : prefixOf(declaration.local);
     }
 
-    // What an element inside a document has in scope, the innermost declaration of each prefix.
+    // All declarations of a node follow each other.
+    void addDeclaration(xmlNode& node, Prefix& prefix, std::string_view uri) {
+        auto* ns = memory_.zeroed<xmlNs>();
+        ns->type = XML_LOCAL_NAMESPACE;
+        (node.nsDef == nullptr ? node.nsDef : lastDeclaration_->next) = ns;
+        lastDeclaration_ = ns;
+        ns->href = memory_.copyOf(uri);
+        if (prefix.text != nullptr) ns->prefix = memory_.copyOf(view(prefix.text));
+        declarations_.push_back({&prefix, prefix.ns});
+        prefix.ns = uri.empty() ? nullptr : ns;
+    }
+
+    // What an element inside a document has in scope, the innermost declaration of each prefix. Its own are
+    // not among them: those are added when it is copied.
     void inherit(NodeId element) {
-        for (NodeId at = tree_.parent(element); at != dom::kNoNode; at = tree_.parent(at)) {
+        std::unordered_set<const Prefix*> known{xmlPrefix_};
+        for (NodeId at = element; at != dom::kNoNode; at = tree_.parent(at)) {
             for (std::uint32_t i = 0; i < tree_.attributeCount(at); ++i) {
                 const Name& attribute = name(tree_.attributeNameId(at, i));
-                if (!isDeclaration(attribute) || attribute.local == xml_) continue;
-                const xmlChar* prefix = attribute.prefix == nullptr ? nullptr : attribute.local;
-                const bool known = std::any_of(inherited_.begin(), inherited_.end(),
-                                               [&](const Inherited& one) { return one.prefix == prefix; });
-                if (!known) inherited_.push_back({prefix, std::string(tree_.attribute(at, i).value)});
+                if (!isDeclaration(attribute)) continue;
+                Prefix* prefix = declaredBy(attribute);
+                if (known.insert(prefix).second && at != element)
+                    inherited_.push_back({prefix, std::string(tree_.attribute(at, i).value)});
             }
-        }
-        // an element's own declarations go before; they are added when it is copied
-        for (std::uint32_t i = 0; i < tree_.attributeCount(element); ++i) {
-            const Name& attribute = name(tree_.attributeNameId(element, i));
-            if (!isDeclaration(attribute)) continue;
-            const xmlChar* prefix = attribute.prefix == nullptr ? nullptr : attribute.local;
-            std::erase_if(inherited_, [&](const Inherited& one) { return one.prefix == prefix; });
         }
     }
 
     void declareInherited(xmlNode& node) {
         for (const Inherited& one : inherited_) {
-            if (!one.uri.empty()) addDeclaration(node, one.prefix, one.uri);
+            if (!one.uri.empty()) addDeclaration(node, *one.prefix, one.uri);
         }
         inherited_.clear();
     }
 
-    xmlNs* find(const xmlChar* prefix, NodeId element, std::string_view written) {
-        for (std::size_t i = declarations_.size(); i-- > 0;) {
-            if (declarations_[i].prefix != prefix) continue;
-            if (declarations_[i].ns == nullptr && prefix != nullptr) break;
-            return declarations_[i].ns;
+    xmlNs* find(const Prefix& prefix, NodeId element, std::string_view written) {
+        if (prefix.ns != nullptr || &prefix == none_) return prefix.ns;
+        if (&prefix == xmlPrefix_) {
+            return orThrow(xmlSearchNs(doc_.get(), reinterpret_cast<xmlNode*>(doc_.get()), prefix.text));
         }
-        if (prefix == nullptr) return nullptr;
-        if (prefix == xml_) {
-            return orThrow(xmlSearchNs(doc_.get(), reinterpret_cast<xmlNode*>(doc_.get()), xml_));
-        }
-        throw com::Failure(E_FAIL, at(element) + "The prefix of '" + std::string(written) +
-                                       "' is not declared; an attribute 'xmlns:" + std::string(view(prefix)) +
-                                       "' on the element or around it would declare it.");
+        throw com::Failure(E_FAIL,
+                           at(element) + "The prefix of '" + std::string(written) +
+                               "' is not declared; an attribute 'xmlns:" + std::string(view(prefix.text)) +
+                               "' on the element or around it would declare it.");
     }
 
     void copyAttribute(xmlNode& node, NodeId id, std::uint32_t index) {
         const Name attributeName = name(tree_.attributeNameId(id, index));
         const dom::AttributeView attribute = tree_.attribute(id, index);
-        xmlNs* ns =
-            attributeName.prefix == nullptr ? nullptr : find(attributeName.prefix, id, attribute.name);
+        xmlNs* ns = attributeName.prefix == none_ ? nullptr : find(*attributeName.prefix, id, attribute.name);
         auto* copy = memory_.zeroed<xmlAttr>();
         copy->type = XML_ATTRIBUTE_NODE;
         copy->name = attributeName.local;
@@ -344,18 +354,26 @@ private:
         lastAttribute_ = copy;
         auto* parent = reinterpret_cast<xmlNode*>(copy);
         setContent(addNode(XML_TEXT_NODE, xmlStringText, dom::kNoNode, parent), attribute.value);
-        if (attributeName.prefix == xml_ && view(attributeName.local) == "id") {
+        if (attributeName.prefix == xmlPrefix_ && view(attributeName.local) == "id") {
             // as the library's own parser does; a value that is no id, or not the first, is none
             (void)xmlAddID(nullptr, doc_.get(), copy->children->content, copy);
         }
     }
 
     void close() {
-        declarations_.resize(open_.back().declarations);
+        for (; declarations_.size() > open_.back().declarations; declarations_.pop_back()) {
+            declarations_.back().prefix->ns = declarations_.back().before;
+        }
         open_.pop_back();
     }
 
     std::string at(NodeId element) const { return placeText(options_.uri, tree_.position(element).line); }
+
+    [[noreturn]] void tooManyDeclarations(NodeId element) const {
+        throw com::Failure(E_FAIL, at(element) + "The element '" + std::string(tree_.name(element)) +
+                                       "' declares more than " + std::to_string(options_.declarationLimit) +
+                                       " namespaces, which is too many here.");
+    }
 
     [[noreturn]] void tooDeep(NodeId element) const {
         throw com::Failure(E_FAIL, at(element) + "The document is nested more than " +
@@ -364,7 +382,7 @@ private:
     }
 
     struct Inherited {
-        const xmlChar* prefix;
+        Prefix* prefix;
         std::string uri;
     };
 
@@ -374,8 +392,12 @@ private:
     Memory memory_;
     std::vector<Name> names_;  // by name id
     const xmlChar* xmlns_ = nullptr;
-    const xmlChar* xml_ = nullptr;
-    std::vector<Declaration> declarations_;
+    std::unordered_map<const xmlChar*, Prefix> prefixes_;  // by their text in the dictionary
+    Prefix* none_ = nullptr;
+    Prefix* xmlnsPrefix_ = nullptr;
+    Prefix* xmlPrefix_ = nullptr;
+    std::vector<Declaration> declarations_;  // in force, the innermost last
+    xmlNs* lastDeclaration_ = nullptr;
     std::vector<Open> open_;
     Extent extent_;
     std::vector<Inherited> inherited_;  // for the first element

@@ -25,6 +25,7 @@ struct HandOver {
     xmlDict* dict = nullptr;     // where names go, borrowed; null: a dictionary of the copy's own
     std::size_t depthLimit = 0;  // of elements, 0: none
     Use use = Use::Read;
+    std::size_t declarationLimit = 0;  // of namespaces on one element, 0: none
 };
 
 // How large a copy is.
@@ -58,7 +59,7 @@ private:
 
 // The subtree of `root`, which is the document or an element; an element brings along the namespaces in
 // scope. Character data next to each other becomes one text. Throws com::Failure with a description: for an
-// undeclared prefix, a tree deeper than the limit, a single text of 2 GB or more.
+// undeclared prefix, a limit that is exceeded, a single text of 2 GB or more.
 [[nodiscard]] HandedOver handOver(const dom::Tree& tree, dom::NodeId root, const HandOver& options);
 
 // The node that a node of a hand-over was copied from, or kNoNode. An attribute answers its element.

@@ -1,5 +1,6 @@
 #include "engine/xml2/inclusions.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -29,6 +30,8 @@ std::string obstacle(const std::string& uri) {
     const std::filesystem::file_status status = std::filesystem::status(path, failure);
     if (status.type() == std::filesystem::file_type::not_found) return "the file does not exist";
     if (std::filesystem::is_directory(status)) return "that is a directory";
+    // not opened: a pipe would wait for its writer
+    if (!std::filesystem::is_regular_file(status)) return "that is no regular file";
     if (!std::ifstream(path).good()) return "the file cannot be opened for reading";
     return {};
 }
@@ -48,6 +51,10 @@ std::string_view Inclusions::referenceAttribute(std::string_view namespaceUri,
     const bool names =
         namespaceUri == kXsd && (local == "import" || local == "include" || local == "redefine");
     return names ? "schemaLocation" : "";
+}
+
+bool Inclusions::isOfDialect(std::string_view namespaceUri) const noexcept {
+    return namespaceUri == (dialect_ == Dialect::StyleSheet ? kXslt : kXsd);
 }
 
 void Inclusions::addCause(std::string_view uri, std::uint32_t line, std::string_view text) {
@@ -108,17 +115,50 @@ const std::string* Inclusions::textOf(const std::string& uri) {
     }
     const auto provided = provided_.find(uri);
     if (provided != provided_.end()) return &(texts_[uri] = provided->second());
+    return read(uri);
+}
+
+const std::string* Inclusions::read(const std::string& uri) {
+    std::error_code unknown;
+    const std::uintmax_t size = std::filesystem::file_size(localPath(uri), unknown);
+    if (!unknown) filesInBytes_ += static_cast<std::size_t>(size);
     ServedText sink(*this, uri);
     reader::ReadOptions options;
     options.dtd = reader::ReadOptions::Dtd::Internal;
     options.refuseExternalEntities = true;  // without its text the style sheet or schema would be another one
-    const reader::ParseError error = reader::read(reader::Input::file(localPath(uri)), options, sink);
-    if (error.failed()) {
-        addCause(uri, error.position.line, error.reason);
+    try {
+        const reader::ParseError error = reader::read(reader::Input::file(localPath(uri)), options, sink);
+        if (error.failed()) {
+            addCause(uri, error.position.line, error.reason);
+            return nullptr;
+        }
+    } catch (const ServedText::TooLong& text) {
+        addCause(uri, text.line,
+                 "with its entities and attribute defaults, the file is far longer than it looks");
         return nullptr;
     }
     if (!sink.accepted()) return nullptr;
     return &(texts_[uri] = sink.takeText());
+}
+
+std::size_t Inclusions::textLeftInBytes() const noexcept {
+    const std::size_t limit = kTextInBytes + kTextPerFileByte * filesInBytes_;
+    return limit - std::min(limit, textInBytes_);
+}
+
+const std::string* Inclusions::handOut(const std::string& uri) {
+    const std::string* text = textOf(uri);
+    if (text == nullptr) return nullptr;
+    if (++documents_ > kMaxDocuments) {
+        addCause({}, 0, "more than " + std::to_string(kMaxDocuments) + " files are included or imported");
+        return nullptr;
+    }
+    if (text->size() > textLeftInBytes()) {
+        addCause({}, 0, "the included and imported files come to too much text, most of it the same again");
+        return nullptr;
+    }
+    textInBytes_ += text->size();
+    return text;
 }
 
 OpenFrom::OpenFrom(Inclusions& inclusions) noexcept : previous_(current) {
@@ -133,7 +173,7 @@ xmlParserInputBufferPtr OpenFrom::hook(const char* uri, xmlCharEncoding) noexcep
     if (current == nullptr || uri == nullptr) return nullptr;
     const libstate::KeepErrno keep;
     try {
-        const std::string* text = current->textOf(uri);
+        const std::string* text = current->handOut(uri);
         if (text == nullptr) return nullptr;
         return xmlParserInputBufferCreateMem(text->data(), static_cast<int>(text->size()),
                                              XML_CHAR_ENCODING_UTF8);

@@ -4,7 +4,9 @@
 //
 // Looking beforehand has a second reason: asked for a file that does not exist, libxml2 loads the system's
 // catalogue and keeps it for the whole process.
-// Threads: an object serves one call at a time.
+// Files may name each other in many ways, and a few may expand to very much. So it is limited how often they
+// are handed out in one call, and how much text that may be; see Inclusions::kMaxDocuments. Threads: an
+// object serves one call at a time.
 #pragma once
 
 #include <libxml/tree.h>
@@ -27,10 +29,19 @@ enum class Dialect : std::uint8_t { StyleSheet, Schema };
 
 class Inclusions final {
 public:
+    // For one call: documents handed out, each time counted, and bytes of text, entities and attribute
+    // defaults expanded. A byte of a file allows for kTextPerFileByte more.
+    static constexpr std::size_t kMaxDocuments = 2000;
+    static constexpr std::size_t kTextInBytes = std::size_t{16} << 20;
+    static constexpr std::size_t kTextPerFileByte = 8;
+
     explicit Inclusions(Dialect dialect) noexcept : dialect_(dialect) {}
 
-    // Where causes of refusals go for the time of a call; null: nowhere.
-    void setCauses(Causes* causes) noexcept { causes_ = causes; }
+    // A call begins: where causes of refusals go until it ends; null: nowhere.
+    void setCauses(Causes* causes) noexcept {
+        causes_ = causes;
+        documents_ = textInBytes_ = 0;
+    }
 
     // Admits what the top-level elements of `document` name. False: a cause was added, do not go on. An
     // import of a schema that is refused loses its location instead, for the location is only a hint.
@@ -45,6 +56,18 @@ public:
     [[nodiscard]] bool hasFiles() const noexcept { return admitted_.size() > provided_.size(); }
     // The text of an admitted document, read when first asked for; null: a cause was added.
     [[nodiscard]] const std::string* textOf(const std::string& uri);
+    // The same, counted.
+    [[nodiscard]] const std::string* handOut(const std::string& uri);
+    // How long the text of one more file may be.
+    [[nodiscard]] std::size_t textLeftInBytes() const noexcept;
+
+    // Changes the values of attributes in files that are handed out. `element` is the local name of one in
+    // the dialect's namespace, else empty.
+    using Rewriter =
+        std::function<std::string(std::string_view element, std::string_view name, std::string_view value)>;
+    void setRewriter(Rewriter rewriter) { rewriter_ = std::move(rewriter); }
+    [[nodiscard]] const Rewriter& rewriter() const noexcept { return rewriter_; }
+    [[nodiscard]] bool isOfDialect(std::string_view namespaceUri) const noexcept;
 
     // What to do with an element that may name a file.
     enum class Verdict : std::uint8_t { Keep, DropReference, Stop };
@@ -62,10 +85,15 @@ public:
                                                       std::string_view local) const noexcept;
 
 private:
+    [[nodiscard]] const std::string* read(const std::string& uri);
     void addCause(std::string_view uri, std::uint32_t line, std::string_view text);
 
     Dialect dialect_;
+    Rewriter rewriter_;
     Causes* causes_ = nullptr;
+    std::size_t documents_ = 0;
+    std::size_t textInBytes_ = 0;
+    std::size_t filesInBytes_ = 0;
     std::set<std::string, std::less<>> admitted_;
     std::map<std::string, std::function<std::string()>, std::less<>> provided_;
     std::map<std::string, std::string, std::less<>> texts_;

@@ -27,6 +27,7 @@ void ServedText::arrive() {
     }
     if (tagOpen_) out_ += '>';
     tagOpen_ = false;
+    if (out_.size() > maxInBytes_) throw TooLong{locator_->position().line};
 }
 
 void ServedText::write(std::string_view text) {
@@ -63,6 +64,16 @@ void ServedText::writeEscaped(std::string_view text, bool inAttribute) {
                 out_ += c;
         }
     }
+}
+
+void ServedText::writeValue(const reader::Attribute& attribute) {
+    const reader::Namespaces* namespaces = locator_->namespaces();
+    if (inclusions_.rewriter() == nullptr || namespaces == nullptr || attribute.name.starts_with("xml")) {
+        return writeEscaped(attribute.value, true);
+    }
+    const reader::ExpandedName element = namespaces->element();
+    const std::string_view local = inclusions_.isOfDialect(element.uri) ? element.local : std::string_view();
+    writeEscaped(inclusions_.rewriter()(local, attribute.name, attribute.value), true);
 }
 
 void ServedText::findBase(std::span<const reader::Attribute> attributes) {
@@ -103,7 +114,7 @@ void ServedText::startElement(std::string_view name, std::span<const reader::Att
         out_ += ' ';
         out_ += attributes[i].name;
         out_ += "=\"";
-        writeEscaped(attributes[i].value, true);
+        writeValue(attributes[i]);
         out_ += '"';
     }
     tagOpen_ = true;

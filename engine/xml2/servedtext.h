@@ -18,6 +18,11 @@ public:
     // Borrows `inclusions`, which judges every reference to a further file.
     ServedText(Inclusions& inclusions, std::string uri) : inclusions_(inclusions), uri_(std::move(uri)) {}
 
+    // Thrown by an event when the text has become longer than the inclusions allow.
+    struct TooLong {
+        std::uint32_t line;
+    };
+
     // False: a reference was refused and its cause added.
     [[nodiscard]] bool accepted() const noexcept { return accepted_; }
     [[nodiscard]] std::string takeText() noexcept { return std::move(out_); }
@@ -35,6 +40,7 @@ public:
 private:
     void arrive();
     void write(std::string_view text);
+    void writeValue(const reader::Attribute& attribute);
     void writeEscaped(std::string_view text, bool inAttribute);
     // The index of the attribute to leave out, or the number of attributes.
     std::size_t judgeReference(std::span<const reader::Attribute> attributes);
@@ -44,6 +50,7 @@ private:
     std::string uri_;
     const reader::Locator* locator_ = nullptr;
     std::string out_;
+    std::size_t maxInBytes_ = inclusions_.textLeftInBytes();
     std::uint32_t line_ = 1;  // of the end of out_
     std::uint32_t depth_ = 0;
     std::string rootBase_;

@@ -168,8 +168,8 @@ Meter::Charges Meter::equip(xsltStylesheet& style) {
     return charges;
 }
 
-Meter::Meter(xsltTransformContext& context, const WorkLimits& limits) noexcept
-    : context_(context), limits_(limits) {
+Meter::Meter(xsltTransformContext& context, const WorkLimits& limits, const Steps& steps) noexcept
+    : context_(context), limits_(limits), steps_(steps) {
     context.opLimit = limits.instructions;
     context.xpathCtxt->opLimit = limits.xpathSteps;
     xmlXPathRegisterVariableLookup(context.xpathCtxt, lookUp, this);

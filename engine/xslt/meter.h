@@ -11,6 +11,8 @@
 
 namespace engine::xslt {
 
+class Steps;
+
 class Meter final {
 public:
     // An entry for the literal part of a sequence of instructions, which libxslt carries out with the rest.
@@ -22,14 +24,15 @@ public:
     // Once for each compiled style sheet, which refers to the charges from then on. Throws std::bad_alloc.
     [[nodiscard]] static Charges equip(xsltStylesheet& style);
 
-    // Borrows the context, which must not be used after this object is gone.
-    Meter(xsltTransformContext& context, const WorkLimits& limits) noexcept;
+    // Borrows the context, which must not be used after this object is gone, and the style sheet's steps.
+    Meter(xsltTransformContext& context, const WorkLimits& limits, const Steps& steps) noexcept;
     Meter(const Meter&) = delete;
     Meter& operator=(const Meter&) = delete;
 
     // The meter of a running transformation.
     [[nodiscard]] static Meter& of(const xsltTransformContext& context) noexcept;
     void written(std::size_t bytes) noexcept;
+    [[nodiscard]] const Steps& steps() const noexcept { return steps_; }
 
 private:
     static xmlXPathObject* lookUp(void* meter, const xmlChar* name, const xmlChar* uri) noexcept;
@@ -37,6 +40,7 @@ private:
 
     xsltTransformContext& context_;
     WorkLimits limits_;
+    const Steps& steps_;
     std::size_t writtenInBytes_ = 0;
 };
 

@@ -11,13 +11,16 @@
 #include "engine/libstate/threadsettings.h"
 #include "engine/libstate/xslterrors.h"
 #include "engine/xml2/inclusions.h"
+#include "engine/xslt/steps.h"
 
 namespace engine::xslt {
 
 class Operation final {
 public:
-    explicit Operation(xml2::Inclusions& inclusions)
-        : inclusions_(inclusions),
+    // Reports expressions as they were before `steps` replaced them.
+    Operation(xml2::Inclusions& inclusions, const Steps& steps)
+        : steps_(steps),
+          inclusions_(inclusions),
           settings_({&causes_, xml2::listenStructured, xml2::listenPlaceless}, xml2::OpenFrom::hook),
           files_(inclusions),
           xsltErrors_({&causes_, hear}) {
@@ -37,7 +40,7 @@ public:
     [[noreturn]] void fail(std::string_view otherwise) {
         finish();
         if (causes_.empty()) causes_.add(otherwise);
-        throw com::Failure(E_FAIL, causes_.text());
+        throw com::Failure(E_FAIL, steps_.asWritten(causes_.text()));
     }
 
 private:
@@ -47,6 +50,7 @@ private:
 
     libstate::RefusedMemory memory_;
     xml2::Causes causes_;
+    const Steps& steps_;
     xml2::Inclusions& inclusions_;
     libstate::ThreadSettings settings_;
     xml2::OpenFrom files_;

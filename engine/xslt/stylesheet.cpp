@@ -122,14 +122,19 @@ xml2::DocHandle StyleSheet::handOverStyle() const {
     options.uri = uri_;
     options.use = xml2::HandOver::Use::Change;
     options.depthLimit = styleSheetDepthLimit();
+    options.declarationLimit = kDeclarationLimit;
     return xml2::handOver(source_.tree, source_.node, options).takeDoc();
 }
 
 void StyleSheet::compile() {
-    Operation operation(inclusions_);
+    Operation operation(inclusions_, steps_);
     uri_ = source_.url.empty() ? xml2::workingDirectoryUri() : xml2::fileUri(source_.url);
     xml2::DocHandle document = handOverStyle();
     if (!inclusions_.admitFrom(*document)) operation.fail({});
+    steps_.replaceIn(*document);
+    inclusions_.setRewriter([this](std::string_view element, std::string_view name, std::string_view value) {
+        return steps_.attribute(element, name, value);
+    });
     inclusions_.provide(uri_, [this] { return dump(*handOverStyle()); });
     style_.reset(xsltParseStylesheetDoc(document.get()));
     if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
@@ -144,10 +149,11 @@ void StyleSheet::compile() {
 }
 
 xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
-    Operation operation(inclusions_);
+    Operation operation(inclusions_, steps_);
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     options.depthLimit = kSourceDepthLimit;
+    options.declarationLimit = kDeclarationLimit;
     const xml2::DictHandle names(orThrow(xmlDictCreateSub(style_->dict)));
     options.dict = names.get();
     if (stripsSpace(*style_)) options.use = xml2::HandOver::Use::Change;
@@ -162,7 +168,7 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
 }
 
 xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits) {
-    Operation operation(inclusions_);
+    Operation operation(inclusions_, steps_);
     const SecurityHandle security = closedDoors();
     const ContextHandle context(orThrow(xsltNewTransformContext(style_.get(), &document)));
     Run state{*context, inclusions_, operation.causes()};
@@ -170,8 +176,9 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
     xsltSetTransformErrorFunc(context.get(), &state, listenToRun);
     if (xsltSetCtxtSecurityPrefs(security.get(), context.get()) != 0) throw std::bad_alloc();
     context->maxTemplateDepth = static_cast<int>(templateDepth);
-    const Meter meter(*context, limits);
+    const Meter meter(*context, limits, steps_);
     addFunctions(*context);
+    Steps::addFunctions(*context);
     xml2::DocHandle result(
         xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));
     if (result == nullptr || context->state != XSLT_STATE_OK) operation.fail("The transformation failed.");
@@ -181,7 +188,7 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
 
 std::u16string StyleSheet::save(xmlDoc& result) const {
     xml2::Inclusions none(xml2::Dialect::StyleSheet);
-    Operation operation(none);
+    Operation operation(none, steps_);
     const BufferHandle buffer(orThrow(xmlAllocOutputBuffer(nullptr)));
     if (xsltSaveResultTo(buffer.get(), &result, style_.get()) < 0) {
         operation.fail("The result of the transformation could not be written.");

@@ -10,6 +10,7 @@
 #include "engine/xml2/handles.h"
 #include "engine/xml2/inclusions.h"
 #include "engine/xslt/meter.h"
+#include "engine/xslt/steps.h"
 
 namespace engine::xslt {
 
@@ -39,6 +40,7 @@ private:
     const dom::NodeSource source_;
     std::string uri_;
     xml2::Inclusions inclusions_{xml2::Dialect::StyleSheet};
+    Steps steps_;             // the style sheet's expressions refer to them by number
     Meter::Charges charges_;  // the style sheet refers to them
     StyleHandle style_;
 };

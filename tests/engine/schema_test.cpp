@@ -1,5 +1,6 @@
 // Schema collections through the COM interfaces: what they refuse, what they find, and when.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <filesystem>
@@ -147,6 +148,9 @@ TEST_F(Validating, RefusesWhatIsNoSchemaForTheNamespace) {
                              "<xs:import namespace='urn:r' schemaLocation='http://x.test/r.xsd'/>"
                              "<xs:element name='a' xmlns:r='urn:r'><xs:complexType><xs:attribute ref='r:k'/>"
                              "</xs:complexType></xs:element>"));
+    ASSERT_EQ(::mkfifo(folder_.pathOf("pipe").c_str(), 0600), 0);
+    const std::string pipe =
+        folder_.write("pipe.xsd", schema("urn:p", "<xs:include schemaLocation='pipe'/>"));
     struct Case {
         const char* uri;
         std::string path;
@@ -160,6 +164,7 @@ TEST_F(Validating, RefusesWhatIsNoSchemaForTheNamespace) {
         Case{"urn:p", invalid, {invalid + ", line 2: ", "'name' is required", "\n" + invalid + ", line 3: "}},
         Case{"urn:p", dangling, {dangling + ", line 2: ", "nothing"}},
         Case{"urn:p", missing, {missing + ", line 2: ", "absent.xsd", "does not exist"}},
+        Case{"urn:p", pipe, {pipe + ", line 2: ", "regular file"}},
         Case{"urn:p", remote, {"http://x.test/r.xsd", "never the network", "'{urn:r}k'"}},
         Case{"urn:p", folder_.pathOf("absent.xsd"), {"absent.xsd"}},
         Case{"urn:p", "http://x.test/p.xsd", {"http://x.test/p.xsd", "never the network"}},

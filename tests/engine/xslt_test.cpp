@@ -6,10 +6,12 @@
 #include <libxslt/security.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <atomic>
 #include <filesystem>
+#include <regex>
 #include <thread>
 #include <vector>
 
@@ -29,6 +31,12 @@ using testing::Not;
 std::string sheet(std::string_view body, std::string_view attributes = "") {
     return "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform' " +
            std::string(attributes) + ">\n" + std::string(body) + "</xsl:stylesheet>";
+}
+
+std::string repeated(std::string_view piece, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += piece;
+    return text;
 }
 
 class Transforming : public DomTest {
@@ -169,6 +177,15 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
     folder.write("loop.xsl", sheet("<xsl:import href='style.xsl'/>"));
     folder.write("broken.xsl", "<a>\n<b></a>");
     folder.write("inner.xsl", sheet("\n\n<xsl:include href='absent.xsl'/>"));
+    ASSERT_EQ(::mkfifo(folder.pathOf("pipe").c_str(), 0600), 0);
+    // Each imports the next one twice: twelve files become 4,095.
+    for (int i = 0; i < 12; ++i) {
+        const std::string next = "<xsl:import href='double" + std::to_string(i + 1) + ".xsl'/>";
+        folder.write("double" + std::to_string(i) + ".xsl", sheet(i == 11 ? "" : next + next));
+    }
+    std::string swollen = "<!DOCTYPE x [<!ATTLIST d a CDATA '" + std::string(2000, 'a') + "'>]>";
+    swollen += sheet("<xsl:template name='t'>" + repeated("<d/>", 10'000) + "</xsl:template>");
+    folder.write("swollen.xsl", swollen);
     const std::string here = folder.pathOf("style.xsl") + ", line 2: ";
     constexpr const char* kExtension = "xmlns:xt='http://www.jclark.com/xt' extension-element-prefixes='xt'";
     const auto inTemplate = [](std::string_view body) {
@@ -180,6 +197,9 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
         Refusal{"missing template", inTemplate("<xsl:call-template name='none'/>"), {here, "none"}},
         Refusal{"missing import", "<xsl:import href='absent.xsl'/>", {here, "absent.xsl", "does not exist"}},
         Refusal{"import of a folder", "<xsl:import href='.'/>", {here, "directory"}},
+        Refusal{"import of a pipe, which nobody writes", "<xsl:import href='pipe'/>", {here, "regular file"}},
+        Refusal{"imports that double", "<xsl:import href='double0.xsl'/>", {"more than 2000 files"}},
+        Refusal{"attribute defaults by the megabyte", "<xsl:import href='swollen.xsl'/>", {"swollen.xsl"}},
         Refusal{"network import",
                 "<xsl:import href='http://x.test/a.xsl'/>",
                 {here, "http://x.test/a.xsl", "never the network"}},
@@ -212,6 +232,10 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
         EXPECT_THAT(result, Not(HasSubstr("note")));
     }
     EXPECT_FALSE(std::filesystem::exists(folder.pathOf("written")));
+    std::string declarations;
+    for (int i = 0; i < 1001; ++i) declarations += " xmlns:p" + std::to_string(i) + "='urn:p'";
+    EXPECT_THAT(runText(sheet(""), "<a><b" + declarations + "/></a>"),
+                HasSubstr("'b' declares more than 1000"));
     EXPECT_TRUE(run(*parsed("<a/>"), nullptr).starts_with("!"));
     EXPECT_THAT(runText("<not-a-style-sheet/>"), HasSubstr("!"));
 }
@@ -228,6 +252,72 @@ TEST_F(Transforming, FindsFilesBesideTheStyleSheetOrInTheWorkingDirectory) {
     EXPECT_EQ(runText(style), "deep");
     std::filesystem::current_path(before);
     EXPECT_THAT(runText(style), HasSubstr("part.xsl"));
+}
+
+// The steps and unions that are taken out of the library's hands must come to the nodes that it comes to.
+TEST_F(Transforming, FindsTheNodesThatTheLibraryFinds) {
+    constexpr std::array kExpressions{
+        "//b/preceding::*",
+        "//b/following::*[1]",
+        "//b/ancestor::*[position() = last()]",
+        "//c/..",
+        "//b//c",
+        "//c/ancestor-or-self::b",
+        "//b/preceding-sibling::*[2] | //c | //b[1]",
+        "(//c)[last()]/preceding::b[1]",
+        "//b[c/following::b]/descendant::c[position() &lt; 3]",
+        "//@i/..",
+        "//b/namespace::*/..",
+        "$all/.//c",
+        "$all[2]/following-sibling::node()[not(self::b)]",
+        "//b[count(preceding::c | following::c) = 3]",
+        "key('k', 'x')/../b | id('none') | $all",
+        "//processing-instruction('p')/following::text()/..",
+        "//b[@i = //c/../@i]//c[-1 + 2]",
+        "current()//b/parent::*",
+        "//b[. div 2 - 1 > -5 or a-b]/descendant-or-self::*",
+        "//*[name() = \"c\" and @i mod 2 = 1]/preceding::*[contains('it|s', '|')][1]",
+    };
+    const std::string source =
+        "<a i='1'><b i='2' k='x'>1<c i='3'/><?p q?><c i='4'>t<c i='5'/></c></b><b i='6'><b i='7'><c "
+        "i='8'/></b>"
+        "<!-- n --><a-b i='9'/>u</b><c i='10' k='x'/><b i='11'><c i='12'/><c i='13'/></b></a>";
+    for (const char* const expression : kExpressions) {
+        SCOPED_TRACE(expression);
+        const std::string style = sheet(
+            "<xsl:output method='text'/><xsl:key name='k' match='*' use='@k'/><xsl:variable name='all' "
+            "select='//b'/><xsl:template match='/'><xsl:for-each select=\"" +
+            std::string(expression) + "\"><xsl:value-of select='@i'/>,</xsl:for-each></xsl:template>");
+        const std::string text = std::regex_replace(style, std::regex("\"c\""), "&quot;c&quot;");
+        xmlDoc* const sheetDoc = xmlReadMemory(text.data(), static_cast<int>(text.size()), "s", nullptr, 0);
+        xsltStylesheet* const compiled = xsltParseStylesheetDoc(sheetDoc);
+        ASSERT_NE(compiled, nullptr);
+        xmlDoc* const document =
+            xmlReadMemory(source.data(), static_cast<int>(source.size()), "d", nullptr, 0);
+        xmlDoc* const result = xsltApplyStylesheet(compiled, document, nullptr);
+        xmlChar* expected = nullptr;
+        int length = 0;
+        EXPECT_EQ(xsltSaveResultToString(&expected, &length, result, compiled), 0);
+        const std::string theirs(reinterpret_cast<const char*>(expected), static_cast<std::size_t>(length));
+        EXPECT_EQ(runText(text, source), theirs);
+        xmlFree(expected);
+        for (xmlDoc* const one : {result, document}) xmlFreeDoc(one);
+        xsltFreeStylesheet(compiled);
+    }
+}
+
+// Removing duplicates is work as well: libxml2 alone took a minute for the first. Errors name what was
+// written.
+TEST_F(Transforming, TakesNoLongerForManyNodesThanTheirStepsSay) {
+    const std::string source = "<r>" + repeated("<a><b/></a>", 4'000) + "</r>";
+    const auto count = [](const std::string& expression) {
+        return sheet("<xsl:output method='text'/><xsl:template match='/'><xsl:value-of select='count(" +
+                     expression + ")'/></xsl:template>");
+    };
+    EXPECT_EQ(runText(count("//a/preceding::*"), source), "7998");
+    EXPECT_EQ(runText(count("//a | //b | //a/.."), source), "8001");
+    EXPECT_THAT(runText(count("//a/nofun()/.."), source), HasSubstr("//a/nofun()/.."));
+    EXPECT_THAT(runText(count("//a/..[nofun(//b/..)]"), source), HasSubstr("nofun"));
 }
 
 // An external entity of an included style sheet would carry any file into the result; left out silently, it

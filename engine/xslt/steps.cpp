@@ -1,0 +1,291 @@
+#include "engine/xslt/steps.h"
+
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
+
+#include <algorithm>
+#include <new>
+#include <unordered_set>
+
+#include "engine/xslt/meter.h"
+#include "engine/xslt/pathwriter.h"
+
+namespace engine::xslt {
+
+namespace {
+
+using xml2::chars;
+using xml2::view;
+
+constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
+constexpr unsigned long kNodesPerStep = 4;  // found again or kept by the hash for what a step costs
+
+struct FreeNodeSet {
+    void operator()(xmlNodeSet* nodes) const noexcept { xmlXPathFreeNodeSet(nodes); }
+};
+struct FreeObject {
+    void operator()(xmlXPathObject* object) const noexcept { xmlXPathFreeObject(object); }
+};
+using NodeSetHandle = std::unique_ptr<xmlNodeSet, FreeNodeSet>;
+using ObjectHandle = std::unique_ptr<xmlXPathObject, FreeObject>;
+
+// A set of nodes in the making, each once.
+class Union final {
+public:
+    explicit Union(xmlXPathContext& context) : context_(context) {}
+
+    void add(const xmlXPathObject& found) {
+        if (found.nodesetval == nullptr) return;
+        context_.opCount += static_cast<unsigned long>(found.nodesetval->nodeNr) / kNodesPerStep;
+        for (int i = 0; i < found.nodesetval->nodeNr; ++i) {
+            xmlNode* node = found.nodesetval->nodeTab[i];
+            // Namespace nodes are copies, told apart by what they say.
+            const bool isCopy = node->type == XML_NAMESPACE_DECL;
+            if (!isCopy && !seen_.insert(node).second) continue;
+            const int status = isCopy ? xmlXPathNodeSetAdd(nodes_.get(), node)
+                                      : xmlXPathNodeSetAddUnique(nodes_.get(), node);
+            if (status != 0) throw std::bad_alloc();
+        }
+    }
+
+    // In document order.
+    [[nodiscard]] xmlXPathObject* finish() {
+        xmlXPathNodeSetSort(nodes_.get());
+        return xml2::orThrow(xmlXPathWrapNodeSet(nodes_.release()));
+    }
+
+private:
+    xmlXPathContext& context_;
+    NodeSetHandle nodes_{xml2::orThrow(xmlXPathNodeSetCreate(nullptr))};
+    std::unordered_set<const xmlNode*> seen_;
+};
+
+// Runs a function's body; what it throws becomes an error of the expression.
+template <typename Body>
+void guarded(xmlXPathParserContextPtr parser, Body&& body) noexcept {
+    try {
+        body();
+    } catch (...) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+}
+
+// The argument on top, a set of nodes; null: the error has been reported.
+ObjectHandle takeNodes(xmlXPathParserContextPtr parser) {
+    if (parser->value == nullptr || parser->value->type != XPATH_NODESET) {
+        xmlXPathErr(parser, XPATH_INVALID_TYPE);
+        return nullptr;
+    }
+    return ObjectHandle(valuePop(parser));
+}
+
+// What an evaluation changes of its context.
+class KeepPlace final {
+public:
+    explicit KeepPlace(xmlXPathContext& context)
+        : context_(context),
+          node_(context.node),
+          doc_(context.doc),
+          size_(context.contextSize),
+          position_(context.proximityPosition) {}
+    KeepPlace(const KeepPlace&) = delete;
+    KeepPlace& operator=(const KeepPlace&) = delete;
+    ~KeepPlace() {
+        context_.node = node_;
+        context_.doc = doc_;
+        context_.contextSize = size_;
+        context_.proximityPosition = position_;
+    }
+
+private:
+    xmlXPathContext& context_;
+    xmlNode* node_;
+    xmlDoc* doc_;
+    int size_;
+    int position_;
+};
+
+// engine-step(nodes, number)
+void step(xmlXPathParserContextPtr parser, int count) {
+    if (count != 2) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    const double number = xmlXPathPopNumber(parser);
+    guarded(parser, [&] {
+        const ObjectHandle from = takeNodes(parser);
+        if (from == nullptr) return;
+        xmlXPathContext& context = *parser->context;
+        const xsltTransformContext* transformation = xsltXPathGetTransformContext(parser);
+        xmlXPathCompExpr* compiled =
+            transformation == nullptr ? nullptr : Meter::of(*transformation).steps().at(number);
+        if (compiled == nullptr) return xmlXPathErr(parser, XPATH_EXPR_ERROR);
+        Union found(context);
+        {
+            const KeepPlace keep(context);
+            const int size = from->nodesetval == nullptr ? 0 : from->nodesetval->nodeNr;
+            for (int i = 0; i < size; ++i) {
+                context.node = from->nodesetval->nodeTab[i];
+                const ObjectHandle nodes(xmlXPathCompiledEval(compiled, &context));
+                if (nodes == nullptr) {
+                    parser->error = XPATH_EXPR_ERROR;  // it has been reported
+                    return;
+                }
+                found.add(*nodes);
+            }
+        }
+        valuePush(parser, found.finish());
+    });
+}
+
+// engine-union(nodes, nodes, ...)
+void unite(xmlXPathParserContextPtr parser, int count) {
+    guarded(parser, [&] {
+        Union all(*parser->context);
+        for (int i = 0; i < count; ++i) {
+            const ObjectHandle nodes = takeNodes(parser);
+            if (nodes == nullptr) return;
+            all.add(*nodes);
+        }
+        valuePush(parser, all.finish());
+    });
+}
+
+}  // namespace
+
+void Steps::addFunctions(xsltTransformContext& context) {
+    if (xmlXPathRegisterFunc(context.xpathCtxt, chars("engine-step"), step) != 0 ||
+        xmlXPathRegisterFunc(context.xpathCtxt, chars("engine-union"), unite) != 0) {
+        throw std::bad_alloc();
+    }
+}
+
+xmlXPathCompExpr* Steps::at(double number) const noexcept {
+    return number >= 0 && number < static_cast<double>(steps_.size())
+               ? steps_[static_cast<std::size_t>(number)].get()
+               : nullptr;
+}
+
+std::size_t Steps::add(const std::string& step) {
+    Compiled compiled(xmlXPathCompile(chars(step)));
+    if (compiled == nullptr) throw PathWriter::GiveUp();
+    steps_.push_back(std::move(compiled));
+    return steps_.size() - 1;
+}
+
+std::string Steps::expression(std::string_view text) {
+    const std::size_t before = steps_.size();
+    const std::function<std::size_t(const std::string&)> adding = [this](const std::string& step) {
+        return add(step);
+    };
+    PathWriter writer(text, adding);
+    try {
+        std::string written = writer.write();
+        if (!writer.hasChanged()) return std::string(text);
+        replaced_.emplace_back(written, text);
+        return written;
+    } catch (const PathWriter::GiveUp&) {
+        steps_.resize(before);
+        return std::string(text);
+    }
+}
+
+std::string Steps::pattern(std::string_view text) {
+    std::string written;
+    std::size_t depth = 0;
+    std::size_t start = 0;  // of the predicate
+    char quote = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (depth == 0 && c != '[') {
+            written += c;
+            continue;
+        }
+        if (quote != 0) {
+            if (c == quote) quote = 0;
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '[') {
+            if (depth++ == 0) start = i + 1;
+        } else if (c == ']' && --depth == 0) {
+            written += '[' + expression(text.substr(start, i - start)) + ']';
+        }
+    }
+    return depth == 0 ? written : std::string(text);
+}
+
+std::string Steps::valueTemplate(std::string_view text) {
+    std::string written;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '{') {
+            written += text[i];
+            continue;
+        }
+        if (text.substr(i).starts_with("{{")) {
+            written += "{{";
+            ++i;
+            continue;
+        }
+        std::size_t end = i + 1;
+        for (char quote = 0; end < text.size() && (quote != 0 || text[end] != '}'); ++end) {
+            if (quote != 0) {
+                if (text[end] == quote) quote = 0;
+            } else if (text[end] == '"' || text[end] == '\'') {
+                quote = text[end];
+            }
+        }
+        if (end == text.size()) return std::string(text);
+        written += '{' + expression(text.substr(i + 1, end - i - 1)) + '}';
+        i = end;
+    }
+    return written;
+}
+
+std::string Steps::attribute(std::string_view element, std::string_view name, std::string_view value) {
+    if (element.empty())
+        return value.find('{') == std::string_view::npos ? std::string(value) : valueTemplate(value);
+    if (name == "select" || name == "test" || name == "use" || (name == "value" && element == "number")) {
+        return expression(value);
+    }
+    if (name == "match" || name == "count" || name == "from") return pattern(value);
+    return valueTemplate(value);
+}
+
+void Steps::replaceIn(xmlDoc& style) {
+    xmlNode* const root = xmlDocGetRootElement(&style);
+    for (xmlNode* node = root; node != nullptr;) {
+        const bool isXslt = node->ns != nullptr && view(node->ns->href) == kXslt;
+        for (xmlAttr* at = node->properties; at != nullptr; at = at->next) {
+            if (at->children == nullptr || at->children->content == nullptr || (isXslt && at->ns != nullptr))
+                continue;
+            const std::string_view before = view(at->children->content);
+            const std::string after =
+                attribute(isXslt ? view(node->name) : std::string_view(), view(at->name), before);
+            if (after == before) continue;
+            xmlChar* content = xml2::orThrow(xmlStrdup(chars(after)));
+            xmlFree(at->children->content);
+            at->children->content = content;
+        }
+        if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+            node = node->children;
+        } else {
+            while (node != root && node->next == nullptr) node = node->parent;
+            if (node == root) return;
+            node = node->next;
+        }
+        while (node != root && node->type != XML_ELEMENT_NODE) {
+            while (node != root && node->next == nullptr) node = node->parent;
+            if (node == root) return;
+            node = node->next;
+        }
+    }
+}
+
+std::string Steps::asWritten(std::string text) const {
+    for (const auto& [written, original] : replaced_) {
+        for (std::size_t at = text.find(written); at != std::string::npos;
+             at = text.find(written, at + original.size())) {
+            text.replace(at, written.size(), original);
+        }
+    }
+    return text;
+}
+
+}  // namespace engine::xslt
