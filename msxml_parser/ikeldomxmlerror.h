@@ -1,5 +1,6 @@
 // The record of the last failure of the DOM parser it belongs to, which fills and clears it.
-// Ownership: part of its parser and as long-lived; references taken on it count but do not keep it.
+// Ownership: part of its parser and as long-lived; references taken on it count but do not keep it. The count
+// starts at 1, the parser's own.
 // Threads: the parser's.
 #pragma once
 

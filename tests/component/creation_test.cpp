@@ -32,6 +32,8 @@ public:
 
     HRESULT STDMETHODCALLTYPE load(VARIANT, VARIANT_BOOL*) override { return E_ACCESSDENIED; }
     HRESULT STDMETHODCALLTYPE loadXML(BSTR, VARIANT_BOOL*) override { return E_ACCESSDENIED; }
+    HRESULT STDMETHODCALLTYPE putref_schemas(VARIANT) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE validate(IXMLDOMParseError**) override { return E_ACCESSDENIED; }
     HRESULT STDMETHODCALLTYPE get_validateOnParse(VARIANT_BOOL* on) override {
         *on = 1;
         return S_OK;
@@ -74,8 +76,13 @@ TEST_F(Creation, DoesNotCareWhatTheEngineSaysToWhiteSpace) {
     const DomParser parser = makeDom();
     ASSERT_TRUE(parser);
     EXPECT_EQ(errorOf(parser), "0 ");
-    // And a failure status of a load is no parse error: it leaves as it is.
+    // And a failure status of a load or a validation is no parse error: it leaves as it is.
+    const Folder folder;
+    const KelString schema =
+        wide(folder.write("a.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'/>"));
     EXPECT_EQ(statusOf([&] { parser->loadFromString(wide("<a/>")); }), E_ACCESSDENIED);
+    EXPECT_EQ(statusOf([&] { parser->loadFromFile(schema); }), E_ACCESSDENIED);
+    EXPECT_EQ(statusOf([&] { parser->validate(KelString(), schema); }), E_ACCESSDENIED);
     EXPECT_EQ(errorOf(parser), "0 ");
 }
 

@@ -2,6 +2,8 @@
 
 #include <functional>
 
+#include <gmock/gmock.h>
+
 #include "tests/component/fixture.h"
 
 namespace {
@@ -41,6 +43,25 @@ TEST(ElementNames, RenamingKeepsPlaceAndChildrenButNoAttributes) {
     EXPECT_EQ(statusOf([&] { Element(other->getParent())->getName(); }), E_POINTER);
     root->setName(wide("root"));
     EXPECT_EQ(utf8(rootOf(parser)->getName()), "root");
+}
+
+// What the writer does not show: comments, CDATA sections and processing instructions.
+std::string whole(const DomParser& parser) {
+    const DomParser copy = load(
+        "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
+        "<x:output omit-xml-declaration='yes'/><x:template match='/'><x:copy-of select='.'/></x:template>"
+        "</x:stylesheet>");
+    KelString out;
+    EXPECT_TRUE(parser->transformToString(copy.get(), out));
+    return utf8(out);
+}
+
+TEST(ElementNames, RenamingCopiesChildrenOfEveryKind) {
+    const DomParser parser = load("<a><b>t<!--c--><?p i?><![CDATA[<]]><d>e</d></b></a>");
+    childOf(rootOf(parser), "b")->setName(wide("new"));
+    EXPECT_THAT(whole(parser), ::testing::HasSubstr("<a><new>t<!--c--><?p i?>&lt;<d>e</d></new></a>"));
+    EXPECT_TRUE(parser->addProcessingInstruction(wide("target"), wide("data")));
+    EXPECT_THAT(whole(parser), ::testing::HasSubstr("</a><?target data?>"));
 }
 
 TEST(ElementNames, RenamingChangesNothingWhereItFails) {
@@ -160,6 +181,9 @@ TEST(ElementNeighbours, ChildrenByNameParentsAndClones) {
 
     const Element copy(childOf(root, "b")->clone());
     copy->setAttribute(wide("n"), wide("4"));
+    KelString deep;
+    Element(root->clone())->write(nullptr, deep, KelString(), KelString(), false);
+    EXPECT_EQ(utf8(deep), "<a>t\n<b n=\"1\" />\n<B n=\"2\" />\n<b n=\"3\" />\n</a>\n");
     EXPECT_EQ(utf8(childOf(root, "b")->getAttribute(wide("n"))), "1");
     root->addChild(copy.get());
     root->addChild(childOf(root, "B").get());  // has a parent: moves

@@ -115,8 +115,27 @@ TEST(Wrappers, HandOutSeparateParsersAndShareTheirCustomizer) {
                   1);
         EXPECT_TRUE(one->loadFromString(wide("<a/>")));
     }
-    CoUninitialize();  // the wrappers never do
-    EXPECT_EQ(CoInitialize(nullptr), S_FALSE);
+}
+
+// What COM says on a thread of its own after `work`: S_FALSE, it is initialised; S_OK, it was not.
+template <typename Work>
+HRESULT stateOfComAfter(Work work) {
+    HRESULT state = E_FAIL;
+    std::thread([&] {
+        work();
+        state = CoInitialize(nullptr);
+        CoUninitialize();
+    }).join();
+    return state;
+}
+
+TEST(Wrappers, InitialiseComOnTheirThreadAndLeaveItSo) {
+    EXPECT_EQ(stateOfComAfter([] {}), S_OK);
+    EXPECT_EQ(stateOfComAfter([] { const XmlDOM dom; }), S_FALSE);
+    EXPECT_EQ(stateOfComAfter([] { const XmlSAX sax; }), S_FALSE);
+    const DomParser first(createIKelDOMXml());
+    EXPECT_EQ(stateOfComAfter([] { const DomParser later(createIKelDOMXml()); }), S_OK)
+        << "once, not each time";
 }
 
 // Every object hands out itself and its interfaces by exact name, and describes them in the same order.
@@ -166,9 +185,11 @@ TEST(Names, OfEveryClass) {
 }
 
 // The error object is a part of its parser: references on it count, but their end is not its own.
-TEST(ErrorObject, SurvivesItsReferencesAndIsKeptAsSet) {
+TEST(ErrorObject, HoldsAReferenceOnItself) {
     const DomParser parser = makeDom();
     IKelDOMXmlError* const error = parser->getError();
+    EXPECT_EQ(error->refCount(), 1);
+    EXPECT_EQ(makeSax()->getError()->refCount(), 1);
     for (int i = 0; i < 3; ++i) {
         const IPtr<IKelDOMXmlError> held(parser->getError());
         EXPECT_EQ(held.get(), error);

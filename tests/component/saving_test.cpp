@@ -1,5 +1,9 @@
+#include <cstddef>
 #include <cstdio>
+#include <filesystem>
+#include <iterator>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "KelBasicTypes/binfile.h"
@@ -41,6 +45,12 @@ TEST(Saving, WritesOneElementALine) {
     }
 }
 
+TEST(Saving, LooksForTextInTheFirstTextNodeAlone) {
+    const DomParser parser = load("<a>x<b/>y</a>");
+    rootOf(parser)->setText(KelString());
+    EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
+}
+
 TEST(Saving, KeepsABlankLeaf) {
     if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
     EXPECT_EQ(saved(load("<a> </a>")), "<a> </a>\n");
@@ -69,7 +79,7 @@ TEST(Saving, AppendsToTheString) {
 
 TEST(Saving, WritesAFileAndReadsTheSameBack) {
     const Folder folder;
-    const DomParser parser = load("<a b='1'><c>t</c>" + std::string(2000, 'x') + "<d/></a>");
+    const DomParser parser = load("<a b='1'><c>t %s %n %%</c>" + std::string(2000, 'x') + "<d/></a>");
     (void)folder.write("out.xml", std::string(100000, '?'));
     const KelString path = wide(folder.path("out.xml"));
     EXPECT_TRUE(parser->saveToFile(path));
@@ -125,6 +135,13 @@ TEST(Saving, ToAStreamIsNotOffered) {
     EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");
 }
 
+// How many files this process has open; negative where the system does not show it.
+std::ptrdiff_t openFiles() {
+    std::error_code unknown;
+    const std::filesystem::directory_iterator files("/proc/self/fd", unknown);
+    return unknown ? -1 : std::distance(begin(files), end(files));
+}
+
 // The file is truncated and stays open, the root element's handle stays alive: both by contract.
 TEST(Saving, OfNoRootElementRaises) {
     const Folder folder;
@@ -133,8 +150,10 @@ TEST(Saving, OfNoRootElementRaises) {
     EXPECT_EQ(statusOf([&] { parser->saveToString(out); }), E_POINTER);
     EXPECT_EQ(utf8(out), "kept");
     (void)folder.write("out.xml", "earlier");
+    const std::ptrdiff_t open = openFiles();
     EXPECT_EQ(statusOf([&] { parser->saveToFile(wide(folder.path("out.xml"))); }), E_POINTER);
     EXPECT_EQ(folder.read("out.xml"), "");
+    EXPECT_EQ(openFiles(), open < 0 ? open : open + 1);
     EXPECT_EQ(errorOf(parser), "0 ");
 }
 
@@ -195,16 +214,18 @@ TEST(Writer, HandsPiecesOfMoreThan512UnitsToTheFileAtElementEnds) {
     PieceRecorder support;
     OneServiceHost host("IKelStrSupport", &support);
     {
-        const std::string line(300, 'x');
-        const Element root = rootOf(
-            load("<a><b>" + line + "</b><c>" + line + "\xC3\xA9</c><d/><e><f>" + line + "</f></e></a>"));
+        // 512 units gathered stay, 513 go.
+        const std::string first = "<a>\n<b>" + std::string(499, 'x') + "\xC3\xA9</b>\n";
+        const std::string second = "<d>" + std::string(505, 'y') + "</d>\n";
+        const Element root = rootOf(load(first + "<c/>" + second + "<e><f/></e></a>"));
         const File file;
         KelString out;
         EXPECT_TRUE(root->write(file.file, out, KelString(), KelString(), false));
-        ASSERT_EQ(support.pieces.size(), 2u);
-        EXPECT_EQ(support.pieces[0], "<a>\n<b>" + line + "</b>\n<c>" + line + "\xC3\xA9</c>\n");
-        EXPECT_EQ(support.pieces[1], "<d />\n<e>\n<f>" + line + "</f>\n</e>\n</a>\n");
-        EXPECT_EQ(file.content(), support.pieces[0] + support.pieces[1]);
+        ASSERT_EQ(support.pieces.size(), 3u);
+        EXPECT_EQ(support.pieces[0], first + "<c />\n");
+        EXPECT_EQ(support.pieces[1], second);
+        EXPECT_EQ(support.pieces[2], "<e>\n<f />\n</e>\n</a>\n");
+        EXPECT_EQ(file.content(), support.pieces[0] + support.pieces[1] + support.pieces[2]);
     }
 }
 

@@ -163,6 +163,7 @@ TEST(Validating, KeepsTheSchemaForLaterLoads) {
     EXPECT_FALSE(parser->validate(wide("urn:a"), wide(folder.path("missing.xsd"))));
     EXPECT_THROW(parser->validate(wide("urn:a"), wide(folder.write("no.xsd", "<a/>"))), _com_error);
     EXPECT_FALSE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
+    EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>2</a>"))) << "the first schema is gone";
     parser->setValidateOnParse(false);
     EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
 }

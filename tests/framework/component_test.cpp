@@ -227,4 +227,14 @@ TEST_F(ComponentTest, BreakFlagIsOffForExactlyZero) {
     }
 }
 
+// The flag is read while the program is loaded, so another one is: the death test's, which starts anew.
+TEST(BreakFlag, IsReadFromTheEnvironmentAtLoad) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    kel::test::setVariable("KEL_BREAK_ENABLED", "0");
+    EXPECT_EXIT(std::_Exit(kel::isBreakEnabled() ? 1 : 0), testing::ExitedWithCode(0), "");
+    kel::test::setVariable("KEL_BREAK_ENABLED", "00");
+    EXPECT_EXIT(std::_Exit(kel::isBreakEnabled() ? 0 : 1), testing::ExitedWithCode(0), "");
+    kel::test::unsetVariable("KEL_BREAK_ENABLED");
+}
+
 }  // namespace

@@ -121,6 +121,10 @@ TEST(ClassDescription, StaysEmptyForHiddenClassesAndParts_OfTheHost) {
     kel::describeClass(shelf, withStopName);
     EXPECT_TRUE(withStopName.isComplete());
     EXPECT_EQ(withStopName.entries().count(), 0U);
+    for (const char* const name : {"IKelComponent", "IKelComponentManager", "IKelComponentLoader",
+                                   "IKelComponentContainer", "OxaComponentManager"}) {
+        EXPECT_TRUE(withStopName.stopNames().contains(name)) << name;
+    }
 }
 
 TEST(ClassDescription, FillsAnIdentityOnceInsteadOfListing) {

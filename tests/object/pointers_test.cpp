@@ -70,6 +70,7 @@ TEST(SPtr, FillsItselfFromTheContainerThenTheHostAndElseIsNull) {
     {
         const SPtr<IKelShelf> service;
         EXPECT_EQ(service.get(), inHost.get()) << "no container is asked while none is named";
+        EXPECT_EQ(host.containerOption, -1) << "nor for one without a name";
         EXPECT_EQ(inHost->refCount(), 2);
     }
     EXPECT_EQ(inHost->refCount(), 1);
