@@ -1,34 +1,10 @@
 // Any schema and any document: both are taken or refused with a description, with the same answer each time.
-#include <unistd.h>
-
-#include <cstdio>
-#include <memory>
-
 #include "fuzz/documents.h"
+#include "fuzz/inputfile.h"
 
 namespace {
 
 using namespace fuzz;
-
-// The schema's file, which goes with the process.
-class SchemaFile final {
-public:
-    void write(std::string_view content) {
-        if (!file_) fail("no temporary file");
-        std::rewind(file_.get());
-        if (std::fwrite(content.data(), 1, content.size(), file_.get()) != content.size() ||
-            std::fflush(file_.get()) != 0 ||
-            ftruncate(fileno(file_.get()), static_cast<off_t>(content.size())) != 0)
-            fail("cannot write the schema");
-    }
-    [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(fileno(file_.get())); }
-
-private:
-    struct Closer {
-        void operator()(std::FILE* file) const { (void)std::fclose(file); }
-    };
-    std::unique_ptr<std::FILE, Closer> file_{std::tmpfile()};
-};
 
 std::string validate(IXMLDOMDocument2& document) {
     Ref<IXMLDOMParseError> error;
@@ -44,7 +20,7 @@ std::string validate(IXMLDOMDocument2& document) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static SchemaFile file;
+    static InputFile file;
     const NothingLost nothingLost;
     const Pair input = split(data, size);
     file.write(input.first);

@@ -130,7 +130,15 @@ std::string reasonOf(IXMLDOMDocument2& document) {
     return std::to_string(line) + ":" + std::to_string(column) + ": " + reason.utf8();
 }
 
-bool load(IXMLDOMDocument2& document, const std::string& path) {
+bool loadText(IXMLDOMDocument2& document, const std::u16string& text) {
+    const BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    const HRESULT status = document.loadXML(copy, &loaded);
+    SysFreeString(copy);
+    return SUCCEEDED(status) && loaded == VARIANT_TRUE;
+}
+
+bool loadFile(IXMLDOMDocument2& document, const std::string& path) {
     const std::u16string address = engine::text::toUtf16(path);
     VARIANT source;
     VariantInit(&source);
@@ -142,21 +150,30 @@ bool load(IXMLDOMDocument2& document, const std::string& path) {
     return SUCCEEDED(status) && loaded == VARIANT_TRUE;
 }
 
-}  // namespace
-
-Outcome tryDocument(const std::string& path) {
+template <class Load, class Source>
+Outcome tryLoading(Load load, const Source& source) {
     Outcome outcome;
     Ref<IXMLDOMDocument2> document;
     demand(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument2,
                             reinterpret_cast<void**>(document.receive())));
     demand(document->put_async(VARIANT_FALSE));
     demand(document->put_preserveWhiteSpace(VARIANT_TRUE));
-    outcome.accepted = load(*document, path);
+    outcome.accepted = load(*document, source);
     if (outcome.accepted)
         outcome.canonical = TreeReport().write(*document);
     else
         outcome.reason = reasonOf(*document);
     return outcome;
+}
+
+}  // namespace
+
+Outcome tryDocument(const std::string& path) {
+    return tryLoading(loadFile, path);
+}
+
+Outcome tryDocumentText(const std::u16string& text) {
+    return tryLoading(loadText, text);
 }
 
 }  // namespace conformance

@@ -52,9 +52,9 @@ void Recorder::processingInstruction(std::string_view target, std::string_view d
     asHandler_.processingInstruction(target, data);
 }
 
-Outcome readInto(Recorder& events, const std::string& path, Parser parser) {
+Outcome readInto(Recorder& events, const reader::Input& input, Parser parser) {
     Outcome outcome;
-    const reader::ParseError error = reader::read(reader::Input::file(path), optionsFor(parser), events);
+    const reader::ParseError error = reader::read(input, optionsFor(parser), events);
     outcome.accepted = !error.failed();
     if (error.failed()) outcome.reason = describe(error);
     outcome.canonical = events.whole().text();
@@ -63,12 +63,17 @@ Outcome readInto(Recorder& events, const std::string& path, Parser parser) {
 
 Outcome tryDirect(const std::string& path) {
     Recorder events;
-    return readInto(events, path, Parser::Direct);
+    return readInto(events, reader::Input::file(path), Parser::Direct);
+}
+
+Outcome tryDirectText(const std::u16string& text) {
+    Recorder events;
+    return readInto(events, reader::Input::text(text), Parser::Direct);
 }
 
 Outcome tryLibxml2(const std::string& path) {
     Recorder events;
-    return readInto(events, path, Parser::Libxml2);
+    return readInto(events, reader::Input::file(path), Parser::Libxml2);
 }
 
 std::string disagreement(const std::string& path) {

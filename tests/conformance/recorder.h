@@ -34,7 +34,7 @@ private:
 };
 
 // Internal entities are expanded, external ones are left out.
-[[nodiscard]] Outcome readInto(Recorder& events, const std::string& path,
+[[nodiscard]] Outcome readInto(Recorder& events, const engine::reader::Input& input,
                                engine::reader::ReadOptions::Parser parser);
 
 }  // namespace conformance

@@ -98,7 +98,8 @@ Outcome tryStream(const std::string& path) {
     const std::u16string address = engine::text::toUtf16(path);
     outcome.accepted = SUCCEEDED(parser->parseURL(address.c_str()));
     Recorder events;
-    const Outcome read = readInto(events, path, engine::reader::ReadOptions::Parser::Automatic);
+    const Outcome read =
+        readInto(events, engine::reader::Input::file(path), engine::reader::ReadOptions::Parser::Automatic);
     outcome.reason = read.reason;
     outcome.canonical = read.canonical;
     outcome.contradiction = contradiction(outcome, handler, read.accepted, events);

@@ -22,9 +22,11 @@ struct Outcome {
 
 // Loads into a document with all white space kept; its result decides.
 [[nodiscard]] Outcome tryDocument(const std::string& path);
+[[nodiscard]] Outcome tryDocumentText(const std::u16string& text);
 
 // One parser alone. The direct parser rejects every document with a DOCTYPE.
 [[nodiscard]] Outcome tryDirect(const std::string& path);
+[[nodiscard]] Outcome tryDirectText(const std::u16string& text);
 [[nodiscard]] Outcome tryLibxml2(const std::string& path);
 // What the two parsers do differently on a document without a DOCTYPE; empty: nothing.
 [[nodiscard]] std::string disagreement(const std::string& path);

@@ -34,7 +34,7 @@ constexpr std::size_t kShorter = 4;
 
 // Below these, costs are those of starting, and count as this much.
 constexpr double kLeastSeconds = 0.01;
-constexpr double kLeastPeakInBytes = 2e6;
+constexpr double kLeastPeakInBytes = 8e6;
 constexpr double kLeastDeliveredInBytes = 1e5;
 
 struct Options {
