@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <functional>
 
 #include "KelBasicTypes/detail/findunit.h"
 #include "KelBasicTypes/kelstring.h"
@@ -35,6 +37,29 @@ Placeholders scan(std::u16string_view text) {
     return found;
 }
 
+// Most pieces are a few words: a call would take longer than the copying. Each step copies its first and last
+// units, which may be the same ones.
+template <std::size_t kUnits>
+bool copyBothEnds(char16_t* out, const char16_t* from, std::size_t units) noexcept {
+    if (units < kUnits) return false;
+    char16_t first[kUnits];
+    char16_t last[kUnits];
+    std::memcpy(first, from, sizeof first);
+    std::memcpy(last, from + units - kUnits, sizeof last);
+    std::memcpy(out, first, sizeof first);
+    std::memcpy(out + units - kUnits, last, sizeof last);
+    return true;
+}
+
+inline void copyPiece(char16_t* out, const char16_t* from, std::size_t units) noexcept {
+    if (units > 32) {
+        std::memcpy(out, from, units * sizeof(char16_t));
+    } else if (!copyBothEnds<16>(out, from, units) && !copyBothEnds<8>(out, from, units) &&
+               !copyBothEnds<4>(out, from, units) && !copyBothEnds<2>(out, from, units) && units == 1) {
+        *out = *from;
+    }
+}
+
 // What the completed text is made of.
 class Pieces final {
 public:
@@ -45,9 +70,17 @@ public:
     [[nodiscard]] std::size_t units() const noexcept { return units_; }
     void copyTo(char16_t* out) const noexcept {
         for (std::size_t i = 0; i < count_; ++i) {
-            std::char_traits<char16_t>::copy(out, pieces_[i].text, pieces_[i].units);
+            copyPiece(out, pieces_[i].text, pieces_[i].units);
             out += pieces_[i].units;
         }
+    }
+    // Whether a piece lies in the text that the source of the others was.
+    [[nodiscard]] bool overlaps(std::u16string_view text) const noexcept {
+        const std::less<> before;
+        return std::any_of(pieces_, pieces_ + count_, [&](const Piece& piece) {
+            return !before(piece.text + piece.units, text.data()) &&
+                   !before(text.data() + text.size(), piece.text);
+        });
     }
 
 private:
@@ -80,9 +113,15 @@ Range placeOf(std::u16string_view text, std::int32_t number) {
 }  // namespace
 
 void substitute(KelString& text, std::span<const KelString* const> arguments) {
-    const std::u16string_view source = text.view();
-    const Placeholders found = scan(source);
+    const Placeholders found = scan(text.view());
     if (found.count == 0) return;
+    // A template of usual length is set aside: the completed text then has room where the template was, and a
+    // string that is used for one message after the other needs no further buffer.
+    constexpr std::size_t kUsualUnits = 256;
+    char16_t aside[kUsualUnits];
+    const bool isUsual = text.length() <= kUsualUnits;
+    if (isUsual) copyPiece(aside, text.c_str(), text.length());
+    const std::u16string_view source(isUsual ? aside : text.c_str(), text.length());
     Pieces pieces;
     std::size_t copied = 0;
     for (std::size_t i = 0; i < found.count; ++i) {
@@ -93,8 +132,10 @@ void substitute(KelString& text, std::span<const KelString* const> arguments) {
         if (index < arguments.size() && arguments[index] != nullptr) pieces.add(arguments[index]->view());
     }
     pieces.add(source.substr(copied));
+    const auto write = [&pieces](char16_t* out) { pieces.copyTo(out); };
+    if (isUsual && !pieces.overlaps(text.view())) return text.overwrite(pieces.units(), write);
     KelString result;
-    result.overwrite(pieces.units(), [&pieces](char16_t* out) { pieces.copyTo(out); });
+    result.overwrite(pieces.units(), write);
     text = std::move(result);
 }
 
