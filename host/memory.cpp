@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "KelBasicTypes/platform/memorystatus.h"
+#include "KelBasicTypes/platform/process.h"
 
 namespace kelhost {
 
@@ -33,17 +34,30 @@ bool MemoryManager::restoreReserve() {
 }
 
 bool MemoryManager::giveMemoryBack() {
-    // A reclaimer that allocates after all comes back here on the same thread, and must not find itself
-    // waiting.
-    if (isGivingBack_.exchange(true)) return false;
-    bool isFreed = false;
-    {
-        const std::lock_guard guard(lock_);
-        for (const Reclaimer& reclaimer : reclaimers_) isFreed = isFreed || reclaimer() > 0;
-        if (!isFreed) isFreed = std::exchange(reserve_, nullptr) != nullptr;
-    }
-    isGivingBack_ = false;
+    // A reclaimer that allocates after all comes back here on the same thread: there is nothing for it.
+    const std::uintptr_t self = kel::platform::currentThread();
+    if (givingThread_ == self) return false;
+    const std::uint64_t before = freed_;
+    const std::lock_guard guard(givingLock_);
+    if (freed_ != before) return true;  // while this thread waited
+    givingThread_ = self;
+    const bool isFreed = reclaim();
+    givingThread_ = 0;
+    if (isFreed) ++freed_;
     return isFreed;
+}
+
+bool MemoryManager::reclaim() {
+    for (std::size_t i = 0; Reclaimer* const reclaimer = reclaimerAt(i); ++i) {
+        if ((*reclaimer)() > 0) return true;
+    }
+    const std::lock_guard guard(lock_);
+    return std::exchange(reserve_, nullptr) != nullptr;
+}
+
+MemoryManager::Reclaimer* MemoryManager::reclaimerAt(std::size_t index) {
+    const std::lock_guard guard(lock_);
+    return index < reclaimers_.size() ? &reclaimers_[index] : nullptr;
 }
 
 std::uint32_t MemoryManager::coreLimit() {

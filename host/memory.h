@@ -4,10 +4,10 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "KelBasicTypes/ikelmmanager.h"
 #include "KelBasicTypes/imemchecker.h"
@@ -16,7 +16,8 @@
 namespace kelhost {
 
 // Gives memory back when an allocation fails: first what the application's reclaimers let go of, last its own
-// reserve. Threads: any. A call that comes in while another is giving back answers false.
+// reserve. Threads: any. One gives back at a time; a thread that waited meanwhile is told to try again if
+// that one freed anything. A call from inside a reclaimer answers false.
 class MemoryManager final : public kel::Implements<MemoryManager, KelMM::IKelMManager> {
 public:
     static constexpr const char* kClassName = "MemoryManager";
@@ -42,11 +43,16 @@ public:
     std::uint32_t swapInUse() override { return 0; }
 
 private:
+    [[nodiscard]] bool reclaim();
+    [[nodiscard]] Reclaimer* reclaimerAt(std::size_t index);  // null behind the last one
+
     std::size_t reserveInBytes_;
-    std::mutex lock_;
+    std::mutex lock_;                       // of the next two; never held while a reclaimer runs
     std::unique_ptr<std::byte[]> reserve_;  // null after it was given back
-    std::vector<Reclaimer> reclaimers_;
-    std::atomic<bool> isGivingBack_ = false;
+    std::deque<Reclaimer> reclaimers_;      // which stay at their addresses
+    std::mutex givingLock_;
+    std::atomic<std::uintptr_t> givingThread_ = 0;  // the one that has it
+    std::atomic<std::uint64_t> freed_ = 0;          // how often something was freed
 };
 
 // Memory of the machine, or of the control group that this process runs in. Threads: any.

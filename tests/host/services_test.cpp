@@ -1,8 +1,12 @@
 // The host's standard services, each on its own.
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -206,6 +210,27 @@ TEST(Memory, IsGivenBackByTheApplicationFirst) {
 
     const IPtr<kelhost::MemoryManager> bare(new kelhost::MemoryManager(0));
     EXPECT_FALSE(bare->giveMemoryBack());
+}
+
+// A thread that asks while another gives back gets what that one freed; it does not go away with nothing.
+TEST(Memory, IsWaitedForWhileAnotherThreadGivesItBack) {
+    const IPtr<kelhost::MemoryManager> manager(new kelhost::MemoryManager(24 * 1024));
+    std::atomic<bool> isGiving{false};
+    std::atomic<bool> isAsking{false};
+    std::size_t cache = 100;
+    manager->addReclaimer([&] {
+        isGiving = true;
+        while (!isAsking) std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the other one is now asking
+        return std::exchange(cache, 0);
+    });
+    std::thread giving([&] { EXPECT_TRUE(manager->giveMemoryBack()); });
+    while (!isGiving) std::this_thread::yield();
+    isAsking = true;
+    EXPECT_TRUE(manager->giveMemoryBack());
+    giving.join();
+    EXPECT_TRUE(manager->giveMemoryBack()) << "the reserve was not needed before";
+    EXPECT_FALSE(manager->giveMemoryBack());
 }
 
 TEST(Memory, FiguresOfTheMachineAreConsistent) {
