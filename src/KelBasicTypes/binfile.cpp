@@ -53,9 +53,10 @@ void BinInputFile::close() {
 }
 
 // "c": flushed is committed to the disk. Runtimes that do not know it leave that to flush().
-BinOutputFile::BinOutputFile(const KelString& path) : file_(openFile(path.view(), "w+bc")) {}
+BinOutputFile::BinOutputFile(const KelString& path)
+    : file_(openFile(path.view(), "w+bc")), isCommitted_(true) {}
 
-BinOutputFile::BinOutputFile(std::FILE* file) : file_(file) {}
+BinOutputFile::BinOutputFile(std::FILE* file) : file_(file), isCommitted_(false) {}
 
 BinOutputFile::~BinOutputFile() {
     BinOutputFile::close();
@@ -63,13 +64,16 @@ BinOutputFile::~BinOutputFile() {
 
 bool BinOutputFile::flush() {
     if (file_ == nullptr || !flushBuffer()) return false;
-    return std::fflush(file_.get()) == 0 && commitFile(*file_) && good();
+    const bool isWhole = !std::exchange(hasLost_, false);
+    return std::fflush(file_.get()) == 0 && (!isCommitted_ || commitFile(*file_)) && isWhole;
 }
 
 std::size_t BinOutputFile::writeRaw(const void* buffer, std::size_t byteCount) {
     if (file_ == nullptr) return 0;
     turnTo(Direction::Write);
-    return std::fwrite(buffer, 1, byteCount, file_.get());
+    const std::size_t taken = std::fwrite(buffer, 1, byteCount, file_.get());
+    if (taken < byteCount) hasLost_ = true;
+    return taken;
 }
 
 std::size_t BinOutputFile::readRaw(void* buffer, std::size_t byteCount) {

@@ -37,7 +37,9 @@ public:
     explicit BinOutputFile(std::FILE* file);        // takes ownership; null for none
     ~BinOutputFile() override;
 
-    // The file's contents are then on the disk, not just with the operating system: this is slow.
+    // What waits is then written; of a file opened by its name the contents are on the disk, too, not just
+    // with the operating system, which is slow. False when that fails, or something since the last flush was
+    // not written whole; other errors of the past do not count.
     bool flush() override;
     std::size_t writeRaw(const void* buffer, std::size_t byteCount) override;
     std::size_t readRaw(void* buffer, std::size_t byteCount) override;
@@ -51,5 +53,7 @@ private:
     void turnTo(Direction direction) noexcept;
 
     kel::platform::FileHandle file_;
+    bool isCommitted_;      // by each flush; a wrapped file is its opener's affair
+    bool hasLost_ = false;  // bytes, since the last flush
     Direction direction_ = Direction::None;
 };
