@@ -38,6 +38,8 @@ void describeClass(IKelUnknown& object, KelClassDescription& description);
 template <class Class, class... Interfaces>
 class Implements : public virtual Interfaces... {
 public:
+    using NamedClass = Class;  // what the lookup hands out under Class::kClassName
+
     void queryInterface(const char* name, void** out, bool /*flag*/) override {
         if (name == nullptr) {
             static constexpr std::array<const char*, sizeof...(Interfaces)> kNames{

@@ -3,6 +3,8 @@
 // has. An interface declares no destructor: its own table then starts with its first operation.
 #pragma once
 
+#include <type_traits>
+
 #include "framework/object/kelshared.h"
 
 class IKelUnknown : public KelShared {
@@ -27,6 +29,11 @@ template <class T>
     void* part = nullptr;
     if (object == nullptr) return nullptr;
     if constexpr (requires { T::kClassName; }) {
+        if constexpr (requires { typename T::NamedClass; }) {
+            static_assert(
+                std::is_same_v<T, typename T::NamedClass>,
+                "T has inherited its name: the lookup would hand out the class that it derives from");
+        }
         object->queryInterface(T::kClassName, &part, false);
     } else {
         object->queryInterface(T::interfaceName(), &part, false);

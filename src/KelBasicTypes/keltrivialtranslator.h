@@ -1,5 +1,7 @@
 // The translator of a component whose host offers none: the key is the text.
-// Derive from it to translate: lookUp alone decides the text, the rest completes it.
+// Derive from it to translate: lookUp alone decides the text, the rest completes it. A class that derives is
+// looked up as the translator that it is, under this name; one that wants a name of its own derives from
+// kel::Implements as well and says who answers.
 #pragma once
 
 #include "KelBasicTypes/ikeltranslator.h"

@@ -25,15 +25,17 @@ void askServiceOnce(TranslatorSlot& theSlot) {
     theSlot.isServiceAsked = true;
     const SPtr<IKelTranslatorService> service;
     if (!service) return;
-    theSlot.current = service->translatorFor(componentIdentity().classId);
-    theSlot.isFromService = static_cast<bool>(theSlot.current);
+    const IPtr<IKelTranslator> ours(service->translatorFor(componentIdentity().classId));
+    if (!ours) return;
+    theSlot.current = ours;
+    theSlot.isFromService = true;
 }
 
 }  // namespace
 
 IKelTranslator& currentTranslator() {
     TranslatorSlot& theSlot = slot();
-    if (!theSlot.current) askServiceOnce(theSlot);
+    askServiceOnce(theSlot);  // also when a translator was set before: the service's goes first
     if (!theSlot.current) theSlot.current = SPtr<IKelTranslator>();
     if (!theSlot.current) theSlot.current = new KelTrivialTranslator;
     return *theSlot.current;

@@ -10,8 +10,9 @@
 
 namespace kel {
 
-// Settled on first use and then kept: what the host's translator service has for this component, else the
-// host's translator, else a KelTrivialTranslator. Borrowed until setCurrentTranslator.
+// Settled on first use and then kept: what the host's translator service has for this component, else the one
+// that was set before, else the host's translator, else a KelTrivialTranslator. Borrowed until
+// setCurrentTranslator.
 [[nodiscard]] IKelTranslator& currentTranslator();
 
 // Takes a reference of its own. A translator from the host's translator service is never replaced. Null: the

@@ -119,6 +119,23 @@ TEST(Translator, FromTheServiceIsAskedForOnceAndNeverReplaced) {
     EXPECT_EQ(service->refCount(), 1) << "asked, not kept";
 }
 
+TEST(Translator, SetBeforeTheFirstMessageGivesWayToTheServicesAlone) {
+    const IPtr<MarkingTranslator> early(new MarkingTranslator(u"E:"));
+    const IPtr<MarkingTranslator> direct(new MarkingTranslator(u"D:"));
+    const IPtr<MarkingTranslator> ofService(new MarkingTranslator(u"S:"));
+    const IPtr<FakeTranslatorService> service(new FakeTranslatorService);
+    for (IKelTranslator* const answer :
+         {static_cast<IKelTranslator*>(nullptr), static_cast<IKelTranslator*>(ofService.get())}) {
+        service->answer = answer;
+        FreshHost host;
+        host->offer<IKelTranslatorService>(*service);
+        host->offer<IKelTranslator>(*direct);
+        kel::setCurrentTranslator(early.get());
+        EXPECT_EQ(message("key"), answer == nullptr ? u"E:key" : u"S:key");
+    }
+    EXPECT_EQ(early->refCount(), 1);
+}
+
 TEST(Translator, ReplacesAndReleasesAnyOther) {
     const IPtr<MarkingTranslator> direct(new MarkingTranslator(u"D:"));
     const IPtr<MarkingTranslator> own(new MarkingTranslator(u"O:"));
