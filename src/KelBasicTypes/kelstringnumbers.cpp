@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/oxarealloc.h"
@@ -29,9 +30,19 @@ private:
     void* large_ = nullptr;
 };
 
+constexpr std::size_t kBufferSize = 40;
+
+// What stays of a floating-point number's text. Intentional: a text exactly as long as the buffer, or as
+// twice that and so on, loses its last character. See behaviour.md, "A number of exactly 40 characters".
+std::size_t keptOf(std::size_t length) noexcept {
+    std::size_t buffer = kBufferSize;
+    while (buffer < length) buffer *= 2;
+    return buffer == length ? length - 1 : length;
+}
+
 template <class Number>
 void render(KelString& out, const char* format, Number value) {
-    char text[40];
+    char text[kBufferSize];
     const int length = std::snprintf(text, sizeof text, format, value);
     const auto size = static_cast<std::size_t>(std::max(length, 0));  // a refused format renders nothing
     if (size < sizeof text) {
@@ -40,7 +51,7 @@ void render(KelString& out, const char* format, Number value) {
     }
     Bytes<sizeof text> longer(size + 1);
     std::snprintf(longer.data(), size + 1, format, value);
-    out.assignNarrow(std::string_view(longer.data(), size));
+    out.assignNarrow(std::string_view(longer.data(), std::is_floating_point_v<Number> ? keptOf(size) : size));
 }
 
 template <class Number>

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <stdexcept>
 
 #include "KelBasicTypes/detail/resetbasictypes.h"
@@ -160,7 +161,7 @@ TEST(KelString, WritesNumbers) {
         {KelString(42L), u"42"},
         {KelString(42, kWidth5), u"   42"},
         {KelString(42L, kWidth5), u"   42"},
-        {KelString(-42LL, kWidth5), u"  -42"},
+        {KelString(-1234567890123LL, KelNumberFormat{false, false, "16"}), u"  -1234567890123"},
         {KelString(7, kPlain), u"7"},
         {KelString(12.5), u"12.500000"},
         {KelString(1e10), u"10000000000.000000"},
@@ -171,9 +172,17 @@ TEST(KelString, WritesNumbers) {
         {KelString(0.0001, kGeneral), u"0.0001"},
         {KelString(1.5, kLongFlags), u"+00000000000000000000000000000000000000000000001.5"},
         {KelString(1e39, kPlain), u"999999999999999939709166371603178586112.000000"},
-        {KelString(2.5, KelNumberFormat{false, false, "40.1"}), u"                                     2.5"},
+        {KelString(1, KelNumberFormat{false, false, "-40"}), u"1                                       "},
     };
     for (const auto& c : kCases) EXPECT_EQ(c.text, c.expected);
+
+    // The buffer of a floating-point number doubles until the text fits, and its last byte is always the end.
+    for (const int width : {39, 40, 41, 79, 80, 81, 160, 320}) {
+        const KelString text(2.5,
+                             KelNumberFormat{false, false, ("-" + std::to_string(width) + ".1").c_str()});
+        const bool isCut = width % 40 == 0 && std::has_single_bit(static_cast<unsigned>(width) / 40);
+        EXPECT_EQ(text.length(), static_cast<std::size_t>(width - (isCut ? 1 : 0)));
+    }
 }
 
 TEST(KelString, ComparesByUnsignedUnitsAndPrefixFirst) {
