@@ -33,7 +33,8 @@ std::string fileUri(std::string_view path) {
     if (!plain.starts_with('/')) {
         std::error_code failure;
         const std::string directory = std::filesystem::current_path(failure).string();
-        plain = (failure ? std::string() : directory) + '/' + plain;
+        if (failure) return plain;  // the system still knows the directory, or says that it is gone
+        plain = directory + '/' + plain;
     }
     return std::string(kScheme) + escaped(plain);
 }

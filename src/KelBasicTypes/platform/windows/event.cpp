@@ -42,8 +42,11 @@ bool Event::waitFor(std::uint32_t timeoutMs) noexcept {
 }
 
 bool Event::setAndLock(Mutex& mutex) noexcept {
-    const DWORD result =
-        SignalObjectAndWait(state_->handle.get(), Mutex::Native::handleOf(mutex), INFINITE, FALSE);
+    DWORD result = SignalObjectAndWait(state_->handle.get(), Mutex::Native::handleOf(mutex), INFINITE, FALSE);
+    if (result == WAIT_FAILED) {
+        set();  // the broadcaster waits for it, whatever becomes of the mutex
+        result = WaitForSingleObject(Mutex::Native::handleOf(mutex), INFINITE);
+    }
     return Mutex::Native::finishLock(mutex, result) != LockResult::Failed;
 }
 
