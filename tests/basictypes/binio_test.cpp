@@ -272,7 +272,10 @@ TEST(BinOutput, FlushesWhenFullOrWhenARunHasTooLittleRoom) {
 
 TEST(BinOutput, LendsItsBuffer) {
     MemoryOutput out;
-    EXPECT_TRUE(writeRecords(out, std::string(900, 'a').data(), 900, 1));
+    EXPECT_TRUE(writeRecords(out, std::string(768, 'a').data(), 768, 1));
+    EXPECT_EQ(out.directBuffer(5000).size(), 256U) << "as much as a run of elements needs";
+    EXPECT_TRUE(out.bytes_.empty());
+    EXPECT_TRUE(writeRecords(out, std::string(132, 'a').data(), 132, 1));
     const auto room = out.directBuffer(5000);
     EXPECT_EQ(out.bytes_.size(), 900U);
     ASSERT_EQ(room.size(), 1024U);
@@ -291,6 +294,11 @@ TEST(BinIO, WordsOfMagicAndVersion) {
     constexpr BinIO_Version version(3, 7);
     static_assert(version.word() == 775 && version.majorNumber() == 3 && version.minorNumber() == 7);
     static_assert(BinIO_Version(-5, 3).word() == -5 && BinIO_Version(-5, 3).majorNumber() == -1);
+    static_assert(BinIO_Version(0).majorNumber() == 0 && BinIO_Version(0, 9).word() == 9);
+    static_assert(BinIO_Version(-70000).majorNumber() == -1);
+    static_assert(BinIO_Version(-1).isCompatibleWith(BinIO_Version(-256)));
+    static_assert(!BinIO_Version(-1).isCompatibleWith(BinIO_Version(-257)));
+    static_assert(!BinIO_Version(-1).isCompatibleWith(BinIO_Version(0)));
     std::ostringstream text;
     text << version << ", " << BinIO_Version(-1);
     EXPECT_EQ(text.str(), "3 7, -1 255");

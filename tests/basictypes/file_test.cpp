@@ -5,6 +5,7 @@
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
+#include "KelBasicTypes/platform/rawfile.h"
 #include "printing.h"
 #include "tempdirectory.h"
 
@@ -97,6 +98,20 @@ TEST(Utf8, KeepsEveryTextApartAndReplacesWhatIsNone) {
                   std::u16string(std::string_view(bytes).size(), u'\xFFFD') + u"z");
     }
     EXPECT_EQ(kel::fromUtf8("a\xE2\x82"), u"a\xFFFD\xFFFD");
+}
+
+// A file that is there already may be somebody's, or a link to it.
+TEST_F(FileTest, ATemporaryFileIsNeverOneThatExists) {
+    std::ofstream(folder_.file("taken")) << "kept";
+    const platform::RawFile taken(pathOf(u"taken"), platform::RawFile::Creation::NewTemporary);
+    EXPECT_FALSE(taken.isOpen());
+    EXPECT_EQ(kel::test::contentsOf(folder_.file("taken")), "kept");
+    {
+        platform::RawFile fresh(pathOf(u"fresh"), platform::RawFile::Creation::NewTemporary);
+        char byte = 0;
+        EXPECT_TRUE(fresh.isOpen() && fresh.write("x", 1) && fresh.seekToStart() && fresh.read(&byte, 1));
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_.file("fresh")));
 }
 
 }  // namespace

@@ -40,6 +40,7 @@ TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
     KelCondition condition;
     int waiting = 0;
     int round = 0;
+    int wakeUps = 0;
     std::atomic<int> woken{0};  // counted when a waiter has the mutex again
     std::vector<std::thread> threads;
     for (int t = 0; t < kWaiters; ++t) {
@@ -47,7 +48,10 @@ TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
             for (int mine = 1; mine <= kRounds; ++mine) {
                 const Locked locked(mutex);
                 ++waiting;
-                while (round < mine) condition.wait(mutex);
+                while (round < mine) {
+                    condition.wait(mutex);
+                    ++wakeUps;
+                }
                 ++woken;
             }
         });
@@ -61,6 +65,7 @@ TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
                     waiting = 0;
                     round = mine;
                     condition.broadcast();
+                    condition.signal();  // for nobody: one that still counted as waiting would cost a wake-up
                     done = true;
                 }
             }
@@ -70,6 +75,46 @@ TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
     }
     joinAll(threads);
     EXPECT_EQ(woken, kWaiters * kRounds);
+    EXPECT_EQ(wakeUps, kWaiters * kRounds);
+}
+
+// A waiter that is signalled alone after a broadcast must not take itself for the last of that broadcast: the
+// next one would then return at once.
+TEST(KelCondition, ASignalAfterABroadcastEndsNoLaterBroadcast) {
+    constexpr int kRounds = 50;
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition condition;
+    std::atomic<int> wakeUps{0};
+    const auto startWaiters = [&](int count) {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < count; ++t) {
+            std::atomic<bool> holds{false};
+            threads.emplace_back([&] {
+                const Locked locked(mutex);
+                holds = true;
+                condition.wait(mutex);
+                ++wakeUps;
+            });
+            while (!holds) std::this_thread::yield();
+            const Locked queued(mutex);
+        }
+        return threads;
+    };
+    for (int round = 0; round < kRounds; ++round) {
+        std::vector<std::thread> several = startWaiters(6);
+        {
+            const Locked locked(mutex);
+            condition.broadcast();
+            condition.signal();  // for nobody
+        }
+        joinAll(several);
+        std::vector<std::thread> alone = startWaiters(1);
+        for (int i = 0; i < 20; ++i) std::this_thread::yield();
+        EXPECT_EQ(wakeUps, 7 * round + 6) << "woken by what the broadcast left behind";
+        condition.signal();
+        joinAll(alone);
+    }
 }
 
 TEST(KelCondition, SignalledQueueLosesNothing) {

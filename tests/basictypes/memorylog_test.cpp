@@ -1,11 +1,15 @@
 // The snapshot file and the configured limit.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "KelBasicTypes/memlimitlistener.h"
 #include "KelBasicTypes/outofmemory.h"
+#include "KelBasicTypes/platform/memorystatus.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
 #include "tempdirectory.h"
@@ -75,7 +79,10 @@ TEST(MemoryLog, IsLeftOutWhenItCannotBeOpened) {
 
 TEST(MemLimitListener, FollowsTheSetting) {
     const IPtr<MemLimitListener> alone(new MemLimitListener);
-    EXPECT_GT(alone->limitInBytes(), 0) << "what the machine has";
+    kel::platform::MemoryStatus machine;
+    ASSERT_TRUE(kel::platform::readMemoryStatus(machine));
+    EXPECT_EQ(alone->limitInBytes(),
+              static_cast<std::int64_t>(std::max(machine.totalPhysical, machine.totalVirtual)));
 
     FreshHost host;
     const IPtr<FakeSettings> settings(new FakeSettings);
@@ -92,7 +99,16 @@ TEST(MemLimitListener, FollowsTheSetting) {
     EXPECT_EQ(listener->limitInBytes(), -2);
     EXPECT_NE(listener->dataChanged("Memory/Memlimit", 99), 0);
     EXPECT_EQ(listener->limitInBytes(), -2);
-    EXPECT_EQ(listener->dataChanged("Memory/MemLimit", 1e300), 0);
-    EXPECT_EQ(listener->limitInBytes(), 9223372036854775807);
+    constexpr std::int64_t kMost = 9223372036854775807;
+    const std::pair<double, std::int64_t> kExtremes[] = {{1e300, kMost},
+                                                         {9223372036854775808.0, kMost},
+                                                         {9223372036854774784.0, 9223372036854774784},
+                                                         {-9223372036854775808.0, -kMost - 1},
+                                                         {-1e300, -kMost - 1},
+                                                         {std::nan(""), 0}};
+    for (const auto& [value, limit] : kExtremes) {
+        EXPECT_EQ(listener->dataChanged("Memory/MemLimit", value), 0);
+        EXPECT_EQ(listener->limitInBytes(), limit) << value;
+    }
     settings->receiver.reset();
 }

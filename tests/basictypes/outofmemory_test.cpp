@@ -10,6 +10,7 @@
 
 #include <array>
 #include <atomic>
+#include <barrier>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -280,13 +281,17 @@ TEST(OutOfMemory, EndsWhateverTheHostsServicesThrow) {
 TEST(OutOfMemory, ReportsOnceWhenThreadsRunOutTogether) {
     Scene scene;
     const int status = scene.run([] {
-        const RefusingHeap heap(
-            [](const RefusingHeap::Request& request) { return request.sizeInBytes > 1'000'000; });
+        std::array<std::thread, 4> threads;
+        std::barrier together(static_cast<std::ptrdiff_t>(threads.size()));
+        const RefusingHeap heap([&](const RefusingHeap::Request& request) {
+            const bool isRefused = request.sizeInBytes > 1'000'000;
+            if (isRefused) together.arrive_and_wait();
+            return isRefused;
+        });
         const auto runOut = [] {
             void* block = nullptr;
             kel::oxaMalloc(block, 2'000'000, 1);
         };
-        std::array<std::thread, 4> threads;
         for (std::thread& thread : threads) thread = std::thread(runOut);
         for (std::thread& thread : threads) thread.join();
     });

@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <barrier>
 #include <chrono>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "KelBasicTypes/platform/criticalsection.h"
@@ -31,9 +33,11 @@ TEST(CriticalSectionContract, ExcludesOthersAndLetsItsOwnerInAgain) {
         CriticalSection section(spins);
         EXPECT_EQ(section.spinCount(), spins < 0 ? CriticalSection::kNoSpinCount : spins);
         long unguarded = 0;
+        std::barrier together(4);  // threads that run one after the other would exclude nobody
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&] {
+                together.arrive_and_wait();
                 for (int i = 0; i < 20000; ++i) {
                     const SectionGuard outer(section);
                     const SectionGuard inner(section);
@@ -108,8 +112,34 @@ TEST(SemaphoreContract, LetsThroughExactlyAsManyAsReleased) {
     EXPECT_FALSE(semaphore->tryWait());
 }
 
+TEST(SemaphoreContract, WakesThreadsInTheOrderInWhichTheyCame) {
+    constexpr int kThreads = 5;
+    const auto semaphore = Semaphore::create(0, kNoMaximum);
+    const auto mutex = Mutex::create();
+    std::atomic<int> lastThrough{-1};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        std::atomic<bool> holds{false};
+        threads.emplace_back([&, t] {
+            EXPECT_EQ(mutex->lock(), LockResult::Acquired);
+            holds = true;
+            EXPECT_TRUE(semaphore->unlockAndWait(*mutex));
+            lastThrough = t;
+        });
+        while (!holds) std::this_thread::yield();
+        EXPECT_EQ(mutex->lock(), LockResult::Acquired);  // possible only after it queued
+        mutex->unlock();
+    }
+    for (int t = 0; t < kThreads; ++t) {
+        EXPECT_TRUE(semaphore->release(1));
+        while (lastThrough < 0) std::this_thread::yield();
+        EXPECT_EQ(lastThrough.exchange(-1), t);
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
 TEST(SemaphoreContract, UnlockAndWaitKeepsThePlaceOfTheOneWhoHeldTheMutex) {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 1000; ++round) {
         const auto semaphore = Semaphore::create(0, kNoMaximum);
         const auto mutex = Mutex::create();
         std::atomic<bool> holds{false};
@@ -121,7 +151,10 @@ TEST(SemaphoreContract, UnlockAndWaitKeepsThePlaceOfTheOneWhoHeldTheMutex) {
             firstThrough = true;
         });
         while (!holds) std::this_thread::yield();
-        EXPECT_EQ(mutex->lock(), LockResult::Acquired);  // possible only after the first one queued
+        // Possible only after the first one queued. Not asleep meanwhile: it must be there at that very
+        // moment.
+        while (mutex->tryLock() != LockResult::Acquired) {
+        }
         EXPECT_TRUE(semaphore->release(1));
         EXPECT_FALSE(semaphore->tryWait()) << "the release was not given to the thread that queued before";
         mutex->unlock();
@@ -177,24 +210,28 @@ TEST(EventContract, WakesOneOrAllOfThoseWhoWait) {
     }
 }
 
+// The time may be over at the very moment of the set; a wait of no time makes that the rule.
 TEST(EventContract, TimedWaitsMissNoSet) {
-    const auto event = Event::create(EventReset::Auto, false);
-    const auto done = Event::create(EventReset::Auto, false);
-    constexpr int kSets = 300;
-    int received = 0;
-    std::thread receiver([&] {
-        while (received < kSets) {
-            if (!event->waitFor(1)) continue;
-            ++received;
-            done->set();
+    for (const auto& [timeoutMs, sets] : {std::pair<std::uint32_t, int>{0, 20000}, {1, 300}}) {
+        SCOPED_TRACE(timeoutMs);
+        const auto event = Event::create(EventReset::Auto, false);
+        const auto done = Event::create(EventReset::Auto, false);
+        std::thread receiver([&, timeout = timeoutMs, count = sets] {
+            for (int received = 0; received < count;) {
+                if (!event->waitFor(timeout)) continue;
+                ++received;
+                done->set();
+            }
+        });
+        bool isReceived = true;
+        for (int i = 0; i < sets && isReceived; ++i) {
+            event->set();
+            isReceived = done->waitFor(20'000);
         }
-    });
-    for (int i = 0; i < kSets; ++i) {
-        event->set();
-        done->wait();
+        EXPECT_TRUE(isReceived) << "a set was lost";
+        while (!isReceived && !done->waitFor(10)) event->set();  // or the receiver would never end
+        receiver.join();
     }
-    receiver.join();
-    EXPECT_EQ(received, kSets);
 }
 
 TEST(MutexContract, OwnerLocksAgainOthersDoNot) {
