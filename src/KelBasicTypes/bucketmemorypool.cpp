@@ -38,6 +38,13 @@ using kel::detail::ThreadCache;
 
 namespace kel::detail {
 
+// In place, so that it needs no memory, and for strings that are older than any static.
+std::mutex& libraryLock() noexcept {
+    alignas(std::mutex) static std::byte storage[sizeof(std::mutex)];
+    static std::mutex& lock = *new (storage) std::mutex;
+    return lock;
+}
+
 SizeClasses::SizeClasses(std::int32_t granularity, std::int32_t smallLimit, std::int32_t largeLimit) noexcept
     : granularity_(std::max(granularity, 1)),
       smallLimit_(std::max(smallLimit, 1)),
@@ -77,7 +84,7 @@ BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallL
     newest_ = static_cast<FreeBlock**>(lists);
     std::fill_n(newest_, classes_.count(), nullptr);
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         nextOfLibrary_ = std::exchange(firstOfLibrary, this);
     }
     kel::detail::succeedCurrentPool(*this);
@@ -85,7 +92,7 @@ BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallL
 
 BucketMemoryPool::~BucketMemoryPool() {
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         closeCaches();
         BucketMemoryPool** link = &firstOfLibrary;
         while (*link != this) link = &(*link)->nextOfLibrary_;
@@ -127,7 +134,7 @@ void* BucketMemoryPool::allocate(std::int32_t size, std::uint32_t& actualSize) {
     actualSize = static_cast<std::uint32_t>(grantedSize(wanted));
     cache = ThreadCache::forPool(this);
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         if (cache != nullptr && !cache->open(*this)) cache = nullptr;
         if (void* const block = takeKept(wanted, cache)) return block;
     }
@@ -142,7 +149,7 @@ bool BucketMemoryPool::giveBack(std::int32_t size, void*& block) {
     cache = ThreadCache::forPool(this);
     bool isKept = false;
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         if (cache != nullptr && !cache->open(*this)) cache = nullptr;
         isKept = keep(size, given, cache);
     }
@@ -238,7 +245,7 @@ void BucketMemoryPool::exchangeBlocks(BucketMemoryPool& other) noexcept {
 
 void BucketMemoryPool::mergeInto(IBucketMemoryPool& other) {
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         closeCaches();
     }
     for (std::uint32_t index = 0; index < classes_.count(); ++index) {
@@ -251,7 +258,7 @@ void BucketMemoryPool::mergeInto(IBucketMemoryPool& other) {
 }
 
 BucketMemoryPool::FreeBlock* BucketMemoryPool::detachOldestFirst(std::uint32_t index) noexcept {
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     FreeBlock* oldest = nullptr;
     while (FreeBlock* const block = newest_[index]) {
         newest_[index] = block->next;

@@ -75,7 +75,7 @@ void adopt(IBucketMemoryPool& offered) {
     Retired retired;
     BucketMemoryPool* own = nullptr;
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         if (current.pool == &offered) current.isOwn = false;
         if (current.pool != nullptr && !current.isOwn) return;  // also when another thread was faster
         own = current.local.load(std::memory_order_relaxed);
@@ -91,7 +91,7 @@ void lookForPool() {
     if (current.local.load(std::memory_order_relaxed) != nullptr) return;
     const IPtr<BucketMemoryPool> own(new BucketMemoryPool);
     Retired none;
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     if (current.pool == nullptr) replaceCurrent(own.get(), true, none);
 }
 
@@ -119,7 +119,7 @@ enum class Source { Local, Foreign, None };
 // The block if the pool keeps one, else null: then it has to come from where the result says.
 Source takeKept(std::int32_t size, std::uint32_t& actualSize, void*& block) {
     ThreadCache* cache = ThreadCache::forPool(current.local.load(std::memory_order_relaxed));
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed);
     if (pool == nullptr) return current.pool == nullptr ? Source::None : Source::Foreign;
     if (cache != nullptr && !cache->open(*pool)) cache = nullptr;
@@ -161,7 +161,7 @@ bool isReporting() noexcept {
     IBucketMemoryPool* host = nullptr;
     bool isKept = false;
     {
-        const LibraryGuard guard(libraryLock);
+        const LibraryGuard guard(libraryLock());
         if (BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed)) {
             if (cache != nullptr && !cache->open(*pool)) cache = nullptr;
             isKept = pool->keep(capacity, block, cache);
@@ -211,7 +211,7 @@ namespace detail {
 
 void succeedCurrentPool(BucketMemoryPool& pool) {
     Retired retired;
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     BucketMemoryPool* const before = current.local.load(std::memory_order_relaxed);
     if (before == nullptr || !pool.hasClassesOf(*before)) return;
     replaceCurrent(&pool, current.isOwn, retired);
@@ -224,7 +224,7 @@ void countTakes(std::uint32_t takes) noexcept {
 
 void resetBufferPool() {
     Retired retired;
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     replaceCurrent(nullptr, false, retired);
     current.takes = 0;
 }

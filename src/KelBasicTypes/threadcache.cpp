@@ -58,7 +58,7 @@ ThreadCache* ThreadCache::make() noexcept {
         heapRelease(storage);
         return nullptr;
     }
-    const LibraryGuard guard(libraryLock);
+    const LibraryGuard guard(libraryLock());
     cache->nextOfLibrary_ = std::exchange(firstOfLibrary, cache);
     return cache;
 }
@@ -67,7 +67,7 @@ void ThreadCache::endThread(void* latest) noexcept {
     for (auto* cache = static_cast<ThreadCache*>(latest); cache != nullptr;) {
         ThreadCache* const next = cache->nextOfThread_;
         {
-            const LibraryGuard guard(libraryLock);
+            const LibraryGuard guard(libraryLock());
             // While it is open its pool lives: pools close their caches before they die.
             if (BucketMemoryPool* const pool = cache->pool_.load(std::memory_order_relaxed))
                 pool->takeOver(*cache);
@@ -135,7 +135,7 @@ void ThreadCache::closeAll(BucketMemoryPool& pool) noexcept {
 // The fork happens under the lock and while no thread is amid its cache, so the child finds everything whole.
 
 void ThreadCache::beforeFork() noexcept {
-    libraryLock.lock();
+    libraryLock().lock();
     close(nullptr);
 }
 
@@ -144,7 +144,7 @@ void ThreadCache::afterForkInParent() noexcept {
         if (BucketMemoryPool* const its = std::exchange(cache->closedFor_, nullptr))
             cache->pool_.store(its, std::memory_order_release);
     }
-    libraryLock.unlock();
+    libraryLock().unlock();
 }
 
 // The other threads are not there any more: what they kept is the pools'.
@@ -160,7 +160,7 @@ void ThreadCache::afterForkInChild() noexcept {
         *link = cache->nextOfLibrary_;
         heapRelease(cache);
     }
-    libraryLock.unlock();
+    libraryLock().unlock();
 }
 
 }  // namespace kel::detail

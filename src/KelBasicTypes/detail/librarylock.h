@@ -6,7 +6,7 @@
 
 namespace kel::detail {
 
-inline constinit std::mutex libraryLock;
+[[nodiscard]] std::mutex& libraryLock() noexcept;  // lives until the process ends
 
 using LibraryGuard = std::lock_guard<std::mutex>;
 
