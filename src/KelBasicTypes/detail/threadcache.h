@@ -21,7 +21,9 @@ public:
     static constexpr std::uint32_t kBytesBesideBlock = 16;  // header, and what the heap adds
 
     // The cache that this thread used last; null if it has none.
-    [[nodiscard]] static ThreadCache* latest() noexcept { return static_cast<ThreadCache*>(platform::threadPointer()); }
+    [[nodiscard]] static ThreadCache* latest() noexcept {
+        return static_cast<ThreadCache*>(platform::threadPointer());
+    }
 
     // The calling thread's cache for this pool, or one to be opened for it, which is then the latest. Null
     // when there is no memory for one, and at the end of a thread. Not under the lock: the heap is asked.
