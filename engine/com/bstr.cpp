@@ -6,32 +6,67 @@
 
 #include "engine/com/blocks.h"
 #include "engine/com/com.h"
+#include "engine/com/status.h"
+#include "engine/text/utf.h"
+
+namespace engine::com {
 
 namespace {
 
+// The block's class is kept, for a string may turn out shorter than the block was taken for.
 struct Header {
-    std::uint32_t reserved;
+    std::uint32_t sizeClass;
     std::uint32_t lengthInBytes;  // directly before the text, where the platform has it
 };
 static_assert(sizeof(Header) == 8);
 
-std::size_t sizeInBytes(std::size_t lengthInBytes) {
-    return sizeof(Header) + lengthInBytes + sizeof(OLECHAR);
+constexpr std::size_t kLongest = (std::numeric_limits<std::uint32_t>::max() - 64) / sizeof(OLECHAR);
+
+Header* headerOf(const OLECHAR* text) noexcept {
+    return reinterpret_cast<Header*>(const_cast<OLECHAR*>(text)) - 1;
+}
+
+// Room for `length` units and the zero after them, which the caller writes; null when memory runs out.
+BSTR takeString(std::size_t length) noexcept {
+    if (length > kLongest) return nullptr;
+    const std::size_t lengthInBytes = length * sizeof(OLECHAR);
+    const std::size_t sizeInBytes = sizeof(Header) + lengthInBytes + sizeof(OLECHAR);
+    const std::size_t sizeClass = detail::classOf(sizeInBytes);
+    void* block =
+        sizeClass == detail::kNoClass ? detail::newBlock(sizeInBytes) : detail::takeOfClass(sizeClass);
+    if (block == nullptr) return nullptr;
+    const Header header{static_cast<std::uint32_t>(sizeClass), static_cast<std::uint32_t>(lengthInBytes)};
+    return reinterpret_cast<OLECHAR*>(new (block) Header(header) + 1);
 }
 
 }  // namespace
 
+BSTR makeBstr(std::string_view utf8) {
+    // No text has more units than bytes. What a short one leaves unused is not worth counting first.
+    constexpr std::size_t kShort = 1000;
+    BSTR result = takeString(utf8.size() <= kShort ? utf8.size() : text::utf16Length(utf8));
+    if (result == nullptr) throw std::bad_alloc();
+    const std::size_t length = text::convertToUtf16(utf8, result);
+    headerOf(result)->lengthInBytes = static_cast<std::uint32_t>(length * sizeof(OLECHAR));
+    result[length] = 0;
+    return result;
+}
+
+BSTR makeBstr(std::u16string_view text) {
+    BSTR result =
+        text.size() > kLongest ? nullptr : SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (result == nullptr) throw std::bad_alloc();
+    return result;
+}
+
+}  // namespace engine::com
+
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) noexcept {
-    constexpr UINT kLongest = (std::numeric_limits<std::uint32_t>::max() - 64) / sizeof(OLECHAR);
-    if (length > kLongest) return nullptr;
-    const std::uint32_t lengthInBytes = length * std::uint32_t{sizeof(OLECHAR)};
-    void* block = engine::com::takeBlock(sizeInBytes(lengthInBytes));
-    if (block == nullptr) return nullptr;
-    auto* header = new (block) Header{0, lengthInBytes};
-    auto* units = reinterpret_cast<OLECHAR*>(header + 1);
-    if (text != nullptr && length != 0) std::memcpy(units, text, lengthInBytes);
-    units[length] = 0;
-    return units;
+    BSTR result = engine::com::takeString(length);
+    if (result == nullptr) return nullptr;
+    if (text != nullptr && length != 0) std::memcpy(result, text, length * sizeof(OLECHAR));
+    result[length] = 0;
+    return result;
 }
 
 BSTR SysAllocString(const OLECHAR* text) noexcept {
@@ -43,11 +78,16 @@ BSTR SysAllocString(const OLECHAR* text) noexcept {
 
 void SysFreeString(BSTR text) noexcept {
     if (text == nullptr) return;
-    Header* header = reinterpret_cast<Header*>(text) - 1;
-    engine::com::giveBlock(header, sizeInBytes(header->lengthInBytes));
+    engine::com::Header* header = engine::com::headerOf(text);
+    const std::size_t sizeClass = header->sizeClass;
+    if (sizeClass == engine::com::detail::kNoClass) {
+        engine::com::detail::dropBlock(header, sizeClass);
+    } else {
+        engine::com::detail::giveOfClass(header, sizeClass);
+    }
 }
 
 UINT SysStringLen(const OLECHAR* text) noexcept {
     if (text == nullptr) return 0;
-    return (reinterpret_cast<const Header*>(text) - 1)->lengthInBytes / UINT{sizeof(OLECHAR)};
+    return engine::com::headerOf(text)->lengthInBytes / UINT{sizeof(OLECHAR)};
 }

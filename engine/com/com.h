@@ -5,6 +5,8 @@
 // and what they keep (the COM count, the error information, cached strings) is kept per thread.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
 
 #include "engine/com/comerror.h"
@@ -47,7 +49,11 @@ struct GUID {
     std::uint16_t Data3;
     std::uint8_t Data4[8];
 
-    friend constexpr bool operator==(const GUID&, const GUID&) noexcept = default;
+    // By halves: objects are asked for their interfaces all the time.
+    friend constexpr bool operator==(const GUID& a, const GUID& b) noexcept {
+        using Halves = std::array<std::uint64_t, 2>;
+        return std::bit_cast<Halves>(a) == std::bit_cast<Halves>(b);
+    }
 };
 using IID = GUID;
 using CLSID = GUID;

@@ -1,9 +1,8 @@
 // Error information of each thread, and the ways a failure is told.
-#include <atomic>
 #include <exception>
-#include <limits>
 
 #include "engine/com/com.h"
+#include "engine/com/object.h"
 #include "engine/com/ref.h"
 #include "engine/com/status.h"
 #include "engine/text/utf.h"
@@ -12,32 +11,13 @@ namespace engine::com {
 
 namespace {
 
-// One description; counts from 1, atomically, for an exception's handler may sit on another thread.
-class ErrorInfo final : public IErrorInfo, public ICreateErrorInfo {
+// One description.
+class ErrorInfo final : public Object<ErrorInfo, IErrorInfo, ICreateErrorInfo> {
 public:
     ErrorInfo() = default;
     ErrorInfo(const ErrorInfo&) = delete;
     ErrorInfo& operator=(const ErrorInfo&) = delete;
-
-    HRESULT QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) return E_POINTER;
-        *object = nullptr;
-        if (iid == IID_ICreateErrorInfo) {
-            *object = static_cast<ICreateErrorInfo*>(this);
-        } else if (iid == IID_IErrorInfo || iid == IID_IUnknown) {
-            *object = static_cast<IErrorInfo*>(this);
-        } else {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG AddRef() override { return ++count_; }
-    ULONG Release() override {
-        const ULONG left = --count_;
-        if (left == 0) delete this;
-        return left;
-    }
+    ~ErrorInfo() { SysFreeString(description_); }
 
     HRESULT GetDescription(BSTR* description) override {
         if (description == nullptr) return E_POINTER;
@@ -58,9 +38,6 @@ public:
     }
 
 private:
-    ~ErrorInfo() { SysFreeString(description_); }
-
-    std::atomic<ULONG> count_{1};
     BSTR description_ = nullptr;
 };
 
@@ -100,6 +77,12 @@ HRESULT fail(HRESULT status, std::string_view utf8Description) noexcept {
     return failWith(status, text);
 }
 
+HRESULT nullPointer(std::string_view operation) noexcept {
+    return guarded([&]() -> HRESULT {
+        throw Failure(E_POINTER, std::string(operation) + " was given no place for its result.");
+    });
+}
+
 HRESULT detail::translateException() noexcept {
     try {
         throw;
@@ -112,29 +95,6 @@ HRESULT detail::translateException() noexcept {
     } catch (...) {
         return fail(E_FAIL, "The operation failed for a reason that it did not tell.");
     }
-}
-
-BSTR makeBstr(std::string_view utf8) {
-    constexpr std::size_t kShort = 128;
-    if (utf8.size() <= kShort) {  // most are: converted once, without counting first
-        char16_t units[kShort];
-        return makeBstr(std::u16string_view(units, text::convertToUtf16(utf8, units)));
-    }
-    const std::size_t length = text::utf16Length(utf8);
-    BSTR result = length > std::numeric_limits<UINT>::max()
-                      ? nullptr
-                      : SysAllocStringLen(nullptr, static_cast<UINT>(length));
-    if (result == nullptr) throw std::bad_alloc();
-    text::convertToUtf16(utf8, result);
-    return result;
-}
-
-BSTR makeBstr(std::u16string_view text) {
-    BSTR result = text.size() > std::numeric_limits<UINT>::max()
-                      ? nullptr
-                      : SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    if (result == nullptr) throw std::bad_alloc();
-    return result;
 }
 
 }  // namespace engine::com

@@ -45,6 +45,25 @@ HRESULT guarded(Body&& body) noexcept {
     }
 }
 
+// For an operation that was given no place for its result.
+HRESULT nullPointer(std::string_view operation) noexcept;
+
+// The frame of an operation with one out-parameter: clears it, and hands over what `make` returns, an owned
+// string or object. S_FALSE if that is null.
+template <typename T, typename Make>
+HRESULT give(T** out, std::string_view operation, Make&& make) noexcept {
+    if (out == nullptr) return nullPointer(operation);
+    *out = nullptr;
+    return guarded([&] {
+        if constexpr (requires { make().detach(); }) {
+            *out = make().detach();
+        } else {
+            *out = make();
+        }
+        return *out == nullptr ? S_FALSE : S_OK;
+    });
+}
+
 // A new string holding `utf8` as UTF-16, never null for a text. Throws std::bad_alloc.
 [[nodiscard]] BSTR makeBstr(std::string_view utf8);
 [[nodiscard]] BSTR makeBstr(std::u16string_view text);

@@ -15,8 +15,6 @@ using com::textOf;
 
 namespace {
 
-constexpr IID kDocumentId{0x3C8E61D4, 0x7A0F, 0x4B1D, {0xA2, 0x6E, 0x90, 0x5B, 0xC1, 0x47, 0x2F, 0xE8}};
-
 constinit Transformer* theTransformer = nullptr;
 
 // What the call on this thread that has just failed had to say.
@@ -47,48 +45,19 @@ Transformer* transformer() noexcept {
 }
 
 Document::Document(std::uint32_t mostTextInBytes)
-    : NodeImplementation(nullptr, kDocumentNode), mostTextInBytes_(mostTextInBytes) {
-    tree = new LiveTree(*this, mostTextInBytes);
+    : Object(nullptr, kDocumentNode), mostTextInBytes_(mostTextInBytes), content_(newTree()) {
+    standIn(*content_);
 }
 
-Document::~Document() {
-    tree->retire();
-}
+Document::~Document() = default;
 
 HRESULT Document::create(REFIID iid, void** object) noexcept {
     return guarded([&] { return com::make<Document>()->QueryInterface(iid, object); });
 }
 
-Document* Document::of(IUnknown* object) noexcept {
-    void* document = nullptr;
-    if (object == nullptr || FAILED(object->QueryInterface(kDocumentId, &document))) return nullptr;
-    object->Release();  // the caller's own reference keeps it
-    return static_cast<Document*>(document);
-}
-
-HRESULT Document::QueryInterface(REFIID iid, void** object) {
-    if (iid == kDocumentId && object != nullptr) {
-        *object = this;
-        AddRef();
-        return S_OK;
-    }
-    return answer(iid == IID_IXMLDOMDocument ? IID_IXMLDOMDocument2 : iid, IID_IXMLDOMDocument2, object);
-}
-
-ULONG Document::Release() {
-    const ULONG left = --count;
-    if (left == 0) delete this;
-    return left;
-}
-
-void Document::install(LiveTree* content) noexcept {
-    LiveTree* old = tree;
-    tree = content;
-    old->retire();
-}
-
-void Document::clear() {
-    install(newTree().release());
+void Document::install(OwnedTree content) noexcept {
+    standIn(*content);
+    content_.swap(content);
 }
 
 Document::OwnedTree Document::newTree() {
@@ -100,68 +69,56 @@ void Document::replaceContent(const std::function<void(reader::EventSink&)>& fil
     TreeBuilder builder(content->tree(), WhiteSpace::KeepAll);
     fill(builder);
     lastError_ = {};
-    install(content.release());
+    install(std::move(content));
 }
 
 // The node's object as the interface that its kind has.
 template <typename Made>
-HRESULT Document::give(NodeId node, Made** result) {
-    com::Ref<IXMLDOMNode> object = tree->object(node);
-    if (!object) return S_FALSE;
-    *result = static_cast<Made*>(object.detach());
-    return S_OK;
+com::Ref<Made> Document::made(NodeId node) {
+    return com::Ref<Made>::adopt(static_cast<Made*>(nodeObject(liveTree(), node).detach()));
 }
 
 HRESULT Document::get_documentElement(IXMLDOMElement** element) {
-    if (element == nullptr) return nodeops::nullPointer("get_documentElement");
-    *element = nullptr;
-    return guarded([&] { return give(tree->tree().documentElement(), element); });
+    return com::give(element, "get_documentElement",
+                     [&] { return made<IXMLDOMElement>(tree().documentElement()); });
 }
 
 HRESULT Document::createElement(BSTR name, IXMLDOMElement** element) {
-    if (element == nullptr) return nodeops::nullPointer("createElement");
-    *element = nullptr;
-    return guarded([&] {
+    return com::give(element, "createElement", [&] {
         checkName(name, "an element");
-        tree->makeRoom();
+        liveTree().makeRoom();
         const Utf8Text tag(textOf(name));
-        return give(tree->tree().createElement(tag.view()), element);
+        return made<IXMLDOMElement>(tree().createElement(tag.view()));
     });
 }
 
 HRESULT Document::createTextNode(BSTR text, IXMLDOMText** node) {
-    if (node == nullptr) return nodeops::nullPointer("createTextNode");
-    *node = nullptr;
-    return guarded([&] {
-        tree->makeRoom();
+    return com::give(node, "createTextNode", [&] {
+        liveTree().makeRoom();
         const Utf8Text content(textOf(text));
-        return give(tree->tree().createText(NodeKind::Text, content.view()), node);
+        return made<IXMLDOMText>(tree().createText(NodeKind::Text, content.view()));
     });
 }
 
 // The target "xml" is allowed: that is how callers ask for an XML declaration.
 HRESULT Document::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) {
-    if (node == nullptr) return nodeops::nullPointer("createProcessingInstruction");
-    *node = nullptr;
-    return guarded([&] {
+    return com::give(node, "createProcessingInstruction", [&] {
         checkName(target, "a processing instruction");
         const Utf8Text content(textOf(data));
-        if (content.view().find("?>") != std::string_view::npos) {
-            throw Failure(E_INVALIDARG,
-                          "The data of a processing instruction cannot contain '?>', which ends it.");
-        }
-        tree->makeRoom();
+        checkInstructionData(content.view());
+        liveTree().makeRoom();
         const Utf8Text name(textOf(target));
-        return give(tree->tree().createProcessingInstruction(name.view(), content.view()), node);
+        return made<IXMLDOMProcessingInstruction>(
+            tree().createProcessingInstruction(name.view(), content.view()));
     });
 }
 
 HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
-    if (loaded == nullptr) return nodeops::nullPointer("load");
+    if (loaded == nullptr) return com::nullPointer("load");
     *loaded = VARIANT_FALSE;
     return guarded([&] {
         if (source.vt != VT_BSTR) {
-            clear();
+            install(newTree());
             lastError_ = {E_INVALIDARG,
                           {},
                           "A document is loaded from a path or a file URL, given as a string.",
@@ -175,7 +132,7 @@ HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
 }
 
 HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
-    if (loaded == nullptr) return nodeops::nullPointer("loadXML");
+    if (loaded == nullptr) return com::nullPointer("loadXML");
     *loaded = VARIANT_FALSE;
     return loadFrom(reader::Input::text(textOf(text)), {}, loaded);
 }
@@ -190,11 +147,11 @@ HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_
         content->setUrl(std::move(url));
         lastError_ = build(input, *content);
         if (lastError_.failed()) return S_FALSE;
-        install(content.release());
+        install(std::move(content));
         *loaded = VARIANT_TRUE;
         return S_OK;
     });
-    if (status != S_OK && empty) install(empty.release());
+    if (status != S_OK && empty) install(std::move(empty));
     if (FAILED(status)) {
         lastError_ = {};
         lastError_.code = status;
@@ -216,22 +173,17 @@ reader::ParseError Document::build(const reader::Input& input, LiveTree& target)
         return {failure.status(), builder.position(), failure.description(), {}, 0};
     }
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
-    const HRESULT status = schemas_->validateTree({target.tree(), kDocumentNode, target.url()}, &error);
+    const HRESULT status = schemas_->validateTree(target.source(kDocumentNode), &error);
     if (FAILED(status)) error = {status, {}, takeDescription(), {}, 0};
     return error;
 }
 
 HRESULT Document::get_parseError(IXMLDOMParseError** error) {
-    if (error == nullptr) return nodeops::nullPointer("get_parseError");
-    *error = nullptr;
-    return guarded([&] {
-        *error = com::make<ParseErrorObject>(lastError_).detach();
-        return S_OK;
-    });
+    return com::give(error, "get_parseError", [&] { return com::make<ParseErrorObject>(lastError_); });
 }
 
 HRESULT Document::get_validateOnParse(VARIANT_BOOL* validate) {
-    if (validate == nullptr) return nodeops::nullPointer("get_validateOnParse");
+    if (validate == nullptr) return com::nullPointer("get_validateOnParse");
     *validate = validatesOnParse_ ? VARIANT_TRUE : VARIANT_FALSE;
     return S_OK;
 }
@@ -263,12 +215,12 @@ HRESULT Document::putref_schemas(VARIANT schemas) {
 }
 
 HRESULT Document::validate(IXMLDOMParseError** error) {
-    if (error == nullptr) return nodeops::nullPointer("validate");
+    if (error == nullptr) return com::nullPointer("validate");
     *error = nullptr;
     return guarded([&] {
         if (!schemas_) throw Failure(E_FAIL, "The document has no schemas to be validated against.");
         reader::ParseError result;
-        const HRESULT status = schemas_->validateTree({tree->tree(), kDocumentNode, tree->url()}, &result);
+        const HRESULT status = schemas_->validateTree(liveTree().source(kDocumentNode), &result);
         if (FAILED(status)) return status;
         *error = com::make<ParseErrorObject>(result).detach();
         return result.failed() ? S_FALSE : S_OK;

@@ -13,22 +13,21 @@
 
 namespace engine::dom {
 
-class Document final : public NodeImplementation<IXMLDOMDocument2>, public com::Pooled {
+class Document final : public com::Object<Document, NodeObject<IXMLDOMDocument2>, IContentTarget> {
 public:
     // An empty document; throws std::bad_alloc. The limit is for tests; see Table.
     explicit Document(std::uint32_t mostTextInBytes = Table<char>::kMost);
+    ~Document();
 
     // As the class table wants it.
     [[nodiscard]] static HRESULT create(REFIID iid, void** object) noexcept;
-    // The document that an object is, borrowed from it; null for null and for other objects.
-    [[nodiscard]] static Document* of(IUnknown* object) noexcept;
 
-    // Takes the events that `fill` sends as the document's new content. What `fill` throws passes through,
-    // and the document then keeps what it had.
-    void replaceContent(const std::function<void(reader::EventSink&)>& fill);
+    [[nodiscard]] void* part(REFIID iid) noexcept {
+        void* found = Object::part(iid);
+        return found != nullptr ? found : bindingPart(iid);
+    }
 
-    HRESULT QueryInterface(REFIID iid, void** object) override;
-    ULONG Release() override;
+    void replaceContent(const std::function<void(reader::EventSink&)>& fill) override;
 
     HRESULT get_documentElement(IXMLDOMElement** element) override;
     HRESULT createElement(BSTR name, IXMLDOMElement** element) override;
@@ -51,17 +50,16 @@ private:
     };
     using OwnedTree = std::unique_ptr<LiveTree, Retire>;
 
-    ~Document();
-
     template <typename Made>
-    HRESULT give(NodeId node, Made** result);
+    [[nodiscard]] com::Ref<Made> made(NodeId node);
     HRESULT loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept;
     reader::ParseError build(const reader::Input& input, LiveTree& target);
     [[nodiscard]] OwnedTree newTree();
     void clear();
-    void install(LiveTree* content) noexcept;
+    void install(OwnedTree content) noexcept;
 
     std::uint32_t mostTextInBytes_;
+    OwnedTree content_;
     reader::ParseError lastError_;
     WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;
     bool validatesOnParse_ = true;

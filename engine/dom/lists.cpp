@@ -1,31 +1,20 @@
 #include "engine/dom/lists.h"
 
 #include "engine/com/status.h"
-#include "engine/dom/nodeops.h"
+#include "engine/dom/nodeobject.h"
 #include "engine/dom/utf8text.h"
 
 namespace engine::dom {
 
 using com::fail;
 using com::guarded;
+using com::nullPointer;
 
 namespace {
 
-// The answers of an object with one interface of its own below `Base`.
-template <typename Base, typename Object>
-HRESULT answer(Object* self, REFIID iid, REFIID own, void** object) noexcept {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    const bool known = iid == own || iid == IID_IDispatch || iid == IID_IUnknown;
-    if (!known) return E_NOINTERFACE;
-    *object = static_cast<Base*>(self);
-    self->AddRef();
-    return S_OK;
-}
-
 template <typename T>
 HRESULT nothing(T** result, std::string_view operation) noexcept {
-    if (result == nullptr) return nodeops::nullPointer(operation);
+    if (result == nullptr) return nullPointer(operation);
     *result = nullptr;
     return S_FALSE;
 }
@@ -38,18 +27,8 @@ HRESULT refuse(T** result, HRESULT status, std::string_view description) noexcep
 
 }  // namespace
 
-HRESULT ChildList::QueryInterface(REFIID iid, void** object) {
-    return answer<IXMLDOMNodeList>(this, iid, IID_IXMLDOMNodeList, object);
-}
-
-ULONG ChildList::Release() {
-    const ULONG left = --count_;
-    if (left == 0) delete this;
-    return left;
-}
-
 void ChildList::checkCursor() noexcept {
-    const Tree& tree = parent_.tree->tree();
+    const Tree& tree = parent_.tree();
     if (serial_ == tree.serial() && revision_ == tree.orderRevision()) return;
     serial_ = tree.serial();
     revision_ = tree.orderRevision();
@@ -60,9 +39,9 @@ void ChildList::checkCursor() noexcept {
 
 NodeId ChildList::seek(std::uint32_t index) noexcept {
     checkCursor();
-    const Tree& tree = parent_.tree->tree();
+    const Tree& tree = parent_.tree();
     if (index < cursorIndex_ || cursor_ == kNoNode) {
-        cursor_ = tree.firstChild(parent_.node);
+        cursor_ = tree.firstChild(parent_.node());
         cursorIndex_ = 0;
     }
     NodeId at = cursor_;
@@ -76,20 +55,17 @@ NodeId ChildList::seek(std::uint32_t index) noexcept {
 }
 
 HRESULT ChildList::get_item(LONG index, IXMLDOMNode** node) {
-    if (node == nullptr) return nodeops::nullPointer("get_item");
-    *node = nullptr;
-    if (index < 0) return S_FALSE;
-    return guarded([&] {
-        *node = parent_.tree->object(seek(static_cast<std::uint32_t>(index))).detach();
-        return *node == nullptr ? S_FALSE : S_OK;
+    return com::give(node, "get_item", [&] {
+        const NodeId found = index < 0 ? kNoNode : seek(static_cast<std::uint32_t>(index));
+        return nodeObject(parent_.liveTree(), found);
     });
 }
 
 HRESULT ChildList::get_length(LONG* length) {
-    if (length == nullptr) return nodeops::nullPointer("get_length");
+    if (length == nullptr) return nullPointer("get_length");
     checkCursor();
-    const Tree& tree = parent_.tree->tree();
-    NodeId at = lastCounted_ == kNoNode ? tree.firstChild(parent_.node) : tree.nextSibling(lastCounted_);
+    const Tree& tree = parent_.tree();
+    NodeId at = lastCounted_ == kNoNode ? tree.firstChild(parent_.node()) : tree.nextSibling(lastCounted_);
     for (; at != kNoNode; at = tree.nextSibling(at)) {
         lastCounted_ = at;
         ++counted_;
@@ -99,54 +75,52 @@ HRESULT ChildList::get_length(LONG* length) {
 }
 
 HRESULT AttributeMap::QueryInterface(REFIID iid, void** object) {
-    return answer<IXMLDOMNamedNodeMap>(this, iid, IID_IXMLDOMNamedNodeMap, object);
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (!com::isInterface<IXMLDOMNamedNodeMap>(iid)) return E_NOINTERFACE;
+    *object = static_cast<IXMLDOMNamedNodeMap*>(this);
+    AddRef();
+    return S_OK;
+}
+
+ULONG AttributeMap::AddRef() {
+    return element_.AddRef();
 }
 
 ULONG AttributeMap::Release() {
-    const ULONG left = --count_;
-    if (left == 0) delete this;
-    return left;
+    return element_.Release();
 }
 
 HRESULT AttributeMap::get_item(LONG index, IXMLDOMNode** node) {
-    if (node == nullptr) return nodeops::nullPointer("get_item");
-    *node = nullptr;
-    const auto wanted = static_cast<std::uint32_t>(index);
-    if (index < 0 || wanted >= element_.tree->tree().attributeCount(element_.node)) return S_FALSE;
-    return guarded([&] {
-        *node = com::make<AttributeObject>(element_, wanted).detach();
-        return S_OK;
+    return com::give(node, "get_item", [&] {
+        const auto wanted = static_cast<std::uint32_t>(index);
+        if (index < 0 || wanted >= element_.tree().attributeCount(element_.node()))
+            return com::Ref<AttributeObject>();
+        return com::make<AttributeObject>(element_, wanted);
     });
 }
 
 HRESULT AttributeMap::get_length(LONG* length) {
-    if (length == nullptr) return nodeops::nullPointer("get_length");
-    *length = static_cast<LONG>(element_.tree->tree().attributeCount(element_.node));
+    if (length == nullptr) return nullPointer("get_length");
+    *length = static_cast<LONG>(element_.tree().attributeCount(element_.node()));
     return S_OK;
 }
 
-HRESULT AttributeObject::QueryInterface(REFIID iid, void** object) {
-    const bool node = iid == IID_IXMLDOMNode;
-    return answer<IXMLDOMAttribute>(this, node ? IID_IXMLDOMAttribute : iid, IID_IXMLDOMAttribute, object);
-}
+AttributeObject::AttributeObject(ElementObject& element, std::uint32_t index) noexcept
+    : element_(com::Ref<ElementObject>::share(&element)), index_(index) {}
 
-ULONG AttributeObject::Release() {
-    const ULONG left = --count_;
-    if (left == 0) delete this;
-    return left;
+AttributeObject::~AttributeObject() = default;
+
+AttributeView AttributeObject::view() const noexcept {
+    return element_->tree().attribute(element_->node(), index_);
 }
 
 HRESULT AttributeObject::get_nodeName(BSTR* name) {
-    if (name == nullptr) return nodeops::nullPointer("get_nodeName");
-    *name = nullptr;
-    return guarded([&] {
-        *name = com::makeBstr(view().name);
-        return S_OK;
-    });
+    return com::give(name, "get_nodeName", [&] { return com::makeBstr(view().name); });
 }
 
 HRESULT AttributeObject::get_nodeValue(VARIANT* value) {
-    if (value == nullptr) return nodeops::nullPointer("get_nodeValue");
+    if (value == nullptr) return nullPointer("get_nodeValue");
     VariantInit(value);
     return guarded([&] {
         value->bstrVal = com::makeBstr(view().value);
@@ -156,31 +130,26 @@ HRESULT AttributeObject::get_nodeValue(VARIANT* value) {
 }
 
 HRESULT AttributeObject::get_nodeType(DOMNodeType* type) {
-    if (type == nullptr) return nodeops::nullPointer("get_nodeType");
+    if (type == nullptr) return nullPointer("get_nodeType");
     *type = NODE_ATTRIBUTE;
     return S_OK;
 }
 
 HRESULT AttributeObject::get_text(BSTR* text) {
-    if (text == nullptr) return nodeops::nullPointer("get_text");
-    *text = nullptr;
-    return guarded([&] {
-        *text = com::makeBstr(view().value);
-        return S_OK;
-    });
+    return com::give(text, "get_text", [&] { return com::makeBstr(view().value); });
 }
 
 HRESULT AttributeObject::put_text(BSTR text) {
     return guarded([&] {
-        element_.tree->makeRoom();
+        element_->liveTree().makeRoom();
         const Utf8Text value(com::textOf(text));
-        element_.tree->tree().setAttributeValue(element_.node, index_, value.view());
+        element_->tree().setAttributeValue(element_->node(), index_, value.view());
         return S_OK;
     });
 }
 
 HRESULT AttributeObject::get_ownerDocument(IXMLDOMDocument** document) {
-    return owner_->get_ownerDocument(document);
+    return element_->get_ownerDocument(document);
 }
 
 HRESULT AttributeObject::get_parentNode(IXMLDOMNode** parent) {

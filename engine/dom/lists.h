@@ -1,36 +1,32 @@
 // The lists that a node hands out: its children, and its attributes with the objects that stand for them. All
-// hold a reference to the node's object, so they follow it to another tree.
+// keep the node's object alive and follow it to another tree.
 #pragma once
 
-#include "engine/com/blocks.h"
+#include "engine/com/object.h"
 #include "engine/com/ref.h"
 #include "engine/dom/livetree.h"
 
 namespace engine::dom {
 
+class ElementObject;
+
 // Children by index. Remembers where it was, so that going through them in order costs constant time for
 // each, even while other children are appended, here or elsewhere.
-class ChildList final : public IXMLDOMNodeList, public com::Pooled {
+class ChildList final : public com::Object<ChildList, IXMLDOMNodeList> {
 public:
-    explicit ChildList(const Anchor& parent) noexcept
-        : owner_(com::Ref<IXMLDOMNode>::share(parent.object)), parent_(parent) {}
-    ChildList(const ChildList&) = delete;
-    ChildList& operator=(const ChildList&) = delete;
+    // `parent` is the binding of `owner`.
+    ChildList(IXMLDOMNode& owner, const Binding& parent) noexcept
+        : owner_(com::Ref<IXMLDOMNode>::share(&owner)), parent_(parent) {}
 
-    HRESULT QueryInterface(REFIID iid, void** object) override;
-    ULONG AddRef() override { return ++count_; }
-    ULONG Release() override;
     HRESULT get_item(LONG index, IXMLDOMNode** node) override;
     HRESULT get_length(LONG* length) override;
 
 private:
-    ~ChildList() = default;
     [[nodiscard]] NodeId seek(std::uint32_t index) noexcept;
     void checkCursor() noexcept;
 
     com::Ref<IXMLDOMNode> owner_;
-    const Anchor& parent_;  // of owner_
-    ULONG count_ = 1;
+    const Binding& parent_;  // of owner_
     // The child at a known index, and the last one counted. They hold until a child of the tree changes its
     // index.
     std::uint64_t serial_ = 0;
@@ -41,38 +37,30 @@ private:
     LONG counted_ = 0;
 };
 
-class AttributeMap final : public IXMLDOMNamedNodeMap, public com::Pooled {
+// The attributes of an element, by index. A part of the element's object, with its count, but an identity of
+// its own: most elements are asked for their attributes, and so nothing has to be made for that.
+class AttributeMap final : public IXMLDOMNamedNodeMap {
 public:
-    explicit AttributeMap(const Anchor& element) noexcept
-        : owner_(com::Ref<IXMLDOMNode>::share(element.object)), element_(element) {}
+    explicit AttributeMap(ElementObject& element) noexcept : element_(element) {}
     AttributeMap(const AttributeMap&) = delete;
     AttributeMap& operator=(const AttributeMap&) = delete;
 
     HRESULT QueryInterface(REFIID iid, void** object) override;
-    ULONG AddRef() override { return ++count_; }
+    ULONG AddRef() override;
     ULONG Release() override;
     HRESULT get_item(LONG index, IXMLDOMNode** node) override;
     HRESULT get_length(LONG* length) override;
 
 private:
-    ~AttributeMap() = default;
-
-    com::Ref<IXMLDOMNode> owner_;
-    const Anchor& element_;  // of owner_
-    ULONG count_ = 1;
+    ElementObject& element_;
 };
 
 // An attribute of an element, by its index; attributes never change places and are never taken away.
-class AttributeObject final : public IXMLDOMAttribute, public com::Pooled {
+class AttributeObject final : public com::Object<AttributeObject, IXMLDOMAttribute> {
 public:
-    AttributeObject(const Anchor& element, std::uint32_t index) noexcept
-        : owner_(com::Ref<IXMLDOMNode>::share(element.object)), element_(element), index_(index) {}
-    AttributeObject(const AttributeObject&) = delete;
-    AttributeObject& operator=(const AttributeObject&) = delete;
+    AttributeObject(ElementObject& element, std::uint32_t index) noexcept;
+    ~AttributeObject();
 
-    HRESULT QueryInterface(REFIID iid, void** object) override;
-    ULONG AddRef() override { return ++count_; }
-    ULONG Release() override;
     HRESULT get_nodeName(BSTR* name) override;
     HRESULT get_nodeValue(VARIANT* value) override;
     HRESULT get_nodeType(DOMNodeType* type) override;
@@ -91,15 +79,10 @@ public:
     HRESULT transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) override;
 
 private:
-    ~AttributeObject() = default;
-    [[nodiscard]] AttributeView view() const noexcept {
-        return element_.tree->tree().attribute(element_.node, index_);
-    }
+    [[nodiscard]] AttributeView view() const noexcept;
 
-    com::Ref<IXMLDOMNode> owner_;
-    const Anchor& element_;  // of owner_
-    ULONG count_ = 1;
-    std::uint32_t index_;
+    const com::Ref<ElementObject> element_;
+    const std::uint32_t index_;
 };
 
 }  // namespace engine::dom

@@ -1,18 +1,15 @@
 #include "engine/dom/livetree.h"
 
-#include <new>
 #include <utility>
 #include <vector>
 
-#include "engine/dom/nodeobject.h"
-
 namespace engine::dom {
 
-Anchor* anchorOf(IUnknown* object) noexcept {
-    void* anchor = nullptr;
-    if (object == nullptr || FAILED(object->QueryInterface(kAnchorId, &anchor))) return nullptr;
+Binding* Binding::of(IUnknown* object) noexcept {
+    void* binding = nullptr;
+    if (object == nullptr || FAILED(object->QueryInterface(kBindingId, &binding))) return nullptr;
     object->Release();  // the caller's own reference keeps it
-    return static_cast<Anchor*>(anchor);
+    return static_cast<Binding*>(binding);
 }
 
 void LiveTree::retire() noexcept {
@@ -20,63 +17,50 @@ void LiveTree::retire() noexcept {
     if (objects_ == 0) delete this;
 }
 
-com::Ref<IXMLDOMNode> LiveTree::object(NodeId node) {
-    if (node == kNoNode) return {};
-    if (const std::uint32_t slot = tree_.handle(node); slot != 0) {
-        return com::Ref<IXMLDOMNode>::share(slots_[slot].anchor->object);
-    }
-    switch (tree_.kind(node)) {
-        case NodeKind::Document:
-            return isCurrent_ ? com::Ref<IXMLDOMNode>::share(document_) : com::Ref<IXMLDOMNode>();
-        case NodeKind::Element:
-            return com::Ref<IXMLDOMNode>::adopt(new ElementObject(*this, node));
-        case NodeKind::Text:
-            return com::Ref<IXMLDOMNode>::adopt(new TextObject(*this, node));
-        case NodeKind::ProcessingInstruction:
-            return com::Ref<IXMLDOMNode>::adopt(new ProcessingInstructionObject(*this, node));
-        default:
-            return com::Ref<IXMLDOMNode>::adopt(new PlainNodeObject(*this, node));
+// Objects that are kept count 0, so that the first reference to one is its last.
+LiveTree::~LiveTree() {
+    for (Idle* idle : {&idleElements_, &idleTexts_}) {
+        while (idle->count != 0) {
+            IXMLDOMNode* object = slots_[idle->slots[--idle->count]].object;
+            object->AddRef();
+            object->Release();
+        }
     }
 }
 
-void LiveTree::place(Anchor& anchor) {
-    std::uint32_t slot = firstFree_;
-    if (slot == 0) {
-        if (slots_.size() == 0) slots_.append({});
-        slot = slots_.size();
-        slots_.append({});
-    } else {
-        firstFree_ = slots_[slot].nextFree;
-    }
-    slots_[slot] = {&anchor, 0};
-    tree_.setHandle(anchor.node, slot);
-    anchor.tree = this;
+// Adds a free slot; only when there is none.
+void LiveTree::growSlots() {
+    slots_.reserve(slots_.size() == 0 ? 2 : 1);
+    if (slots_.size() == 0) slots_.append({});
+    firstFree_ = slots_.size();
+    slots_.append({});
 }
 
-void LiveTree::clear(std::uint32_t slot) noexcept {
-    slots_[slot] = {nullptr, firstFree_};
+void LiveTree::place(const Slot& object) noexcept {
+    const std::uint32_t at = firstFree_;
+    firstFree_ = slots_[at].nextFree;
+    slots_[at] = object;
+    object.binding->tree_ = this;
+    object.binding->slot_ = at;
+}
+
+void LiveTree::enter(IXMLDOMNode& object, Binding& binding, NodeId node) {
+    if (firstFree_ == 0) growSlots();
+    place({&object, &binding});
+    bind(binding, node);
+}
+
+void LiveTree::vacate(std::uint32_t slot) noexcept {
+    slots_[slot] = {nullptr, nullptr, firstFree_};
     firstFree_ = slot;
 }
 
-void LiveTree::bind(Anchor& anchor) {
-    place(anchor);
-    addObjects(1);
+void LiveTree::leave(Binding& binding) noexcept {
+    vacate(binding.slot_);
+    if (binding.node_ != kNoNode) dropObjects(1);
 }
 
-void LiveTree::unbind(const Anchor& anchor) noexcept {
-    clear(tree_.handle(anchor.node));
-    tree_.setHandle(anchor.node, 0);
-    dropObjects(1);
-}
-
-void LiveTree::addObjects(std::uint32_t count) noexcept {
-    if (objects_ == 0) document_->AddRef();
-    objects_ += count;
-}
-
-void LiveTree::dropObjects(std::uint32_t count) noexcept {
-    objects_ -= count;
-    if (objects_ != 0) return;
+void LiveTree::dropDocument() noexcept {
     IXMLDOMDocument2* document = document_;
     if (!isCurrent_) delete this;
     document->Release();  // last, for it may destroy a current tree, this one
@@ -85,34 +69,32 @@ void LiveTree::dropObjects(std::uint32_t count) noexcept {
 NodeId LiveTree::adopt(LiveTree& source, NodeId node) {
     std::uint32_t objects = 0;
     for (NodeId at = node; at != kNoNode; at = source.tree_.nextInSubtree(at, node)) {
-        if (source.tree_.handle(at) != 0) ++objects;
+        if (source.findSlot(at) != nullptr) ++objects;
     }
-    slots_.reserve(objects + 1);
+    slots_.reserve(objects + 1);  // nothing can fail once the copy is made
     const NodeId copy = tree_.copyFrom(source.tree_, node);
     NodeId made = copy;
     for (NodeId at = node; at != kNoNode; at = source.tree_.nextInSubtree(at, node)) {
-        if (const std::uint32_t slot = source.tree_.handle(at); slot != 0) {
-            Anchor& anchor = *source.slots_[slot].anchor;
-            source.clear(slot);
-            anchor.node = made;
-            place(anchor);
+        if (const Slot* live = source.findSlot(at)) {
+            const Slot object = *live;
+            source.vacate(object.binding->slot_);
+            if (firstFree_ == 0) growSlots();
+            place(object);
+            bind(*object.binding, made);
         }
         made = tree_.nextInSubtree(made, copy);
     }
     source.tree_.unlink(node);
     source.tree_.free(node);
-    if (objects != 0) {
-        addObjects(objects);
-        source.dropObjects(objects);  // the source may be gone from here on
-    }
+    if (objects != 0) source.dropObjects(objects);  // the source may be gone from here on
     return copy;
 }
 
-void LiveTree::makeRoom() {
-    if (!tree_.wantsReclaim()) return;
+void LiveTree::reclaim() {
     std::vector<NodeId> roots;
     for (std::uint32_t slot = 1; slot < slots_.size(); ++slot) {
-        if (slots_[slot].anchor != nullptr) roots.push_back(slots_[slot].anchor->node);
+        const Binding* binding = slots_[slot].binding;
+        if (binding != nullptr && binding->node_ != kNoNode) roots.push_back(binding->node_);
     }
     tree_.reclaim(roots);
 }

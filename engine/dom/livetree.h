@@ -1,15 +1,19 @@
-// A tree together with the COM objects that stand for its nodes. An object is made when somebody asks for its
-// node and goes when its last reference does; meanwhile asking again gives the same one. While a tree has
-// such objects it keeps its document alive, and itself, even when the document has loaded another tree since.
-// Threads: everything belongs to the document's thread.
+// A tree together with the COM objects that stand for its nodes. An object is made when it is first asked for
+// and goes with its last reference; meanwhile asking again gives the same one. While a tree has such objects
+// it keeps its document alive, and itself, even when the document has loaded another tree since.
+//
+// Reading a tree makes and drops an object for nearly every node. So some objects stay when they are dropped,
+// bound to no node, and the next node gets one of them; and the node's record, which says where its object
+// is, is left as it was: it counts only while the object there is bound to that node. Threads: everything
+// belongs to the document's thread.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 
 #include "engine/com/blocks.h"
 #include "engine/com/msxml.h"
-#include "engine/com/ref.h"
 #include "engine/dom/services.h"
 #include "engine/dom/tree.h"
 
@@ -17,18 +21,37 @@ namespace engine::dom {
 
 class LiveTree;
 
-// What every node object holds: which node it stands for. Nodes that move to another tree take their objects
-// along.
-struct Anchor {
-    IXMLDOMNode* object;  // the whole it is part of
-    LiveTree* tree;
-    NodeId node;
-    ULONG count;
-};
+// Which node of which tree a node object stands for; part of the object. A node that moves to another tree
+// takes its object along.
+class Binding {
+public:
+    Binding(const Binding&) = delete;
+    Binding& operator=(const Binding&) = delete;
 
-// The anchor of one of this engine's node objects, borrowed from it; null for null and for foreign objects.
-[[nodiscard]] Anchor* anchorOf(IUnknown* object) noexcept;
-inline constexpr IID kAnchorId{0x5E0C9D0B, 0x51D7, 0x4C0F, {0x9B, 0x0A, 0x3D, 0x7E, 0x52, 0x6C, 0x18, 0xA4}};
+    // Of one of this engine's node objects, borrowed from it; null for null and for other objects.
+    [[nodiscard]] static Binding* of(IUnknown* object) noexcept;
+
+    [[nodiscard]] LiveTree& liveTree() const noexcept { return *tree_; }
+    [[nodiscard]] Tree& tree() const noexcept;
+    [[nodiscard]] NodeId node() const noexcept { return node_; }  // kNoNode while it waits for a node
+    [[nodiscard]] NodeKind kind() const noexcept { return tree().kind(node_); }
+    [[nodiscard]] bool isSameTree(const Binding& other) const noexcept { return tree_ == other.tree_; }
+
+protected:
+    Binding(LiveTree* tree, NodeId node) noexcept : tree_(tree), node_(node) {}
+    ~Binding() = default;
+
+    // For the document, whose tree changes. Borrowed: its owner is the document.
+    void standIn(LiveTree& tree) noexcept { tree_ = &tree; }
+
+private:
+    friend class LiveTree;
+
+    LiveTree* tree_;  // it lives as long as its objects do
+    NodeId node_;
+    std::uint32_t slot_ = 0;  // in the tree's table; 0: the document's object, which has none
+};
+inline constexpr IID kBindingId{0x5E0C9D0B, 0x51D7, 0x4C0F, {0x9B, 0x0A, 0x3D, 0x7E, 0x52, 0x6C, 0x18, 0xA4}};
 
 class LiveTree final : public com::Pooled {
 public:
@@ -42,48 +65,108 @@ public:
     void retire() noexcept;
 
     [[nodiscard]] Tree& tree() noexcept { return tree_; }
-    [[nodiscard]] const Tree& tree() const noexcept { return tree_; }
     [[nodiscard]] IXMLDOMDocument2& document() const noexcept { return *document_; }
+    [[nodiscard]] bool isRetired() const noexcept { return !isCurrent_; }
     // Where it was loaded from: a path, or empty. UTF-8.
     [[nodiscard]] const std::string& url() const noexcept { return url_; }
     void setUrl(std::string url) noexcept { url_ = std::move(url); }
+    // A node as a service takes it.
+    [[nodiscard]] NodeSource source(NodeId node) noexcept { return {tree_, node, url_, &keptStyle_}; }
 
-    // What the transformer has made of it as a style sheet.
-    [[nodiscard]] std::unique_ptr<Kept>& keptStyle() noexcept { return keptStyle_; }
+    // The live object of a node, borrowed; null if there is none. The document's object is not among them.
+    [[nodiscard]] IXMLDOMNode* find(NodeId node) const noexcept {
+        const Slot* const slot = findSlot(node);
+        return slot == nullptr ? nullptr : slot->object;
+    }
+    // A dropped object that waited for another node like this one; it is the node's now. Null if none did.
+    [[nodiscard]] IXMLDOMNode* revive(NodeId node) noexcept {
+        Idle* const idle = idleFor(node);
+        if (idle == nullptr || idle->count == 0) return nullptr;
+        const Slot& slot = slots_[idle->slots[--idle->count]];
+        bind(*slot.binding, node);
+        return slot.object;
+    }
 
-    // The object of a node; empty for kNoNode, and for the document node of a tree that the document has
-    // replaced.
-    [[nodiscard]] com::Ref<IXMLDOMNode> object(NodeId node);
-    // For node objects only: from their construction, and to their destruction.
-    void bind(Anchor& anchor);
-    void unbind(const Anchor& anchor) noexcept;
+    // For node objects only. A new object enters and is bound to its node. A dropped one is kept, if there is
+    // room for it, or else leaves. The tree and its document may be gone after the last two, and all objects
+    // kept with them.
+    void enter(IXMLDOMNode& object, Binding& binding, NodeId node);
+    [[nodiscard]] bool keep(Binding& binding) noexcept {
+        Idle* const idle = idleFor(binding.node_);
+        if (idle == nullptr || idle->count == idle->slots.size()) return false;
+        idle->slots[idle->count++] = binding.slot_;
+        binding.node_ = kNoNode;
+        dropObjects(1);
+        return true;
+    }
+    void leave(Binding& binding) noexcept;
 
     // Moves a subtree of another tree here, unlinked; its objects now stand for the copies. All or nothing.
     NodeId adopt(LiveTree& source, NodeId node);
-    // Takes back nodes that nobody can reach any more, now and then. Call before an edit that makes nodes or
+    // Takes back nodes that cannot be reached any more, now and then. Call before an edit that makes nodes or
     // texts, while every node in hand has its object.
-    void makeRoom();
+    void makeRoom() {
+        if (tree_.wantsReclaim()) reclaim();
+    }
 
 private:
     struct Slot {
-        Anchor* anchor;
-        std::uint32_t nextFree;
+        IXMLDOMNode* object = nullptr;
+        Binding* binding = nullptr;  // null: free
+        std::uint32_t nextFree = 0;
     };
 
-    ~LiveTree() = default;
-    void addObjects(std::uint32_t count) noexcept;
-    void dropObjects(std::uint32_t count) noexcept;  // may destroy the tree and its document
-    void place(Anchor& anchor);
-    void clear(std::uint32_t slot) noexcept;
+    // Dropped objects of one kind, bound to no node: few enough to stay in the processor's cache.
+    struct Idle {
+        std::array<std::uint32_t, 16> slots{};
+        std::uint32_t count = 0;
+    };
+
+    ~LiveTree();
+    [[nodiscard]] Idle* idleFor(NodeId node) noexcept {
+        const NodeKind kind = tree_.kind(node);
+        return kind == NodeKind::Element ? &idleElements_ : kind == NodeKind::Text ? &idleTexts_ : nullptr;
+    }
+    [[nodiscard]] const Slot* findSlot(NodeId node) const noexcept {
+        const std::uint32_t handle = tree_.handle(node);
+        if (handle == 0) return nullptr;
+        const Slot& slot = slots_[handle];
+        return slot.binding != nullptr && slot.binding->node_ == node ? &slot : nullptr;
+    }
+    void bind(Binding& binding, NodeId node) noexcept {
+        binding.node_ = node;
+        tree_.setHandle(node, binding.slot_);
+        addObjects(1);
+    }
+    void addObjects(std::uint32_t count) noexcept {
+        if (objects_ == 0) document_->AddRef();
+        objects_ += count;
+    }
+    void dropObjects(std::uint32_t count) noexcept {
+        objects_ -= count;
+        if (objects_ == 0) dropDocument();
+    }
+    void dropDocument() noexcept;  // may destroy the tree and its document
+    void growSlots();
+    void vacate(std::uint32_t slot) noexcept;
+    void place(const Slot& object) noexcept;  // in a free slot, which there must be
+    void reclaim();
 
     IXMLDOMDocument2* document_;  // counted while there are objects
     Tree tree_;
     std::string url_;
     Table<Slot> slots_;  // the first is never used: 0 means none
     std::uint32_t firstFree_ = 0;
-    std::uint32_t objects_ = 0;
-    std::unique_ptr<Kept> keptStyle_;  // refers to the tree and the address
+    std::uint32_t objects_ = 0;  // that are bound to a node
+    Idle idleElements_;
+    Idle idleTexts_;
+    std::unique_ptr<Kept>
+        keptStyle_;  // what the transformer has made of it; refers to the tree and the address
     bool isCurrent_ = true;
 };
+
+inline Tree& Binding::tree() const noexcept {
+    return tree_->tree();
+}
 
 }  // namespace engine::dom

@@ -1,113 +1,110 @@
-// The COM objects for nodes: a virtual table, a count and an anchor. They count from 1.
+// The COM objects for nodes. What all nodes can do stands once, in NodeObject, over the interface that the
+// kind of node has; a class for each kind adds what is its own. They count from 1.
+// Threads: the document's thread.
 #pragma once
 
-#include "engine/com/blocks.h"
+#include <string_view>
+#include <type_traits>
+
+#include "engine/com/object.h"
+#include "engine/com/ref.h"
+#include "engine/dom/lists.h"
 #include "engine/dom/livetree.h"
-#include "engine/dom/nodeops.h"
 
 namespace engine::dom {
 
-// The node operations over an anchor; the rest is the deriving class's.
-template <typename Interface>
-class NodeImplementation : public Interface, protected Anchor {
-public:
-    ULONG AddRef() final { return ++count; }
+// The object of a node, made if there is none; empty for kNoNode, and for the document node of a tree that
+// the document has replaced.
+[[nodiscard]] com::Ref<IXMLDOMNode> nodeObject(LiveTree& tree, NodeId node);
 
-    HRESULT get_nodeName(BSTR* name) final { return nodeops::getName(*this, name); }
-    HRESULT get_nodeValue(VARIANT* value) final { return nodeops::getValue(*this, value); }
-    HRESULT get_nodeType(DOMNodeType* type) final { return nodeops::getType(*this, type); }
-    HRESULT get_parentNode(IXMLDOMNode** parent) final { return nodeops::getParent(*this, parent); }
-    HRESULT get_childNodes(IXMLDOMNodeList** children) final { return nodeops::getChildren(*this, children); }
-    HRESULT get_firstChild(IXMLDOMNode** child) final { return nodeops::getFirstChild(*this, child); }
-    HRESULT get_nextSibling(IXMLDOMNode** sibling) final { return nodeops::getNextSibling(*this, sibling); }
-    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) final {
-        return nodeops::getAttributes(*this, attributes);
-    }
-    HRESULT replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild, IXMLDOMNode** replaced) final {
-        return nodeops::replaceChild(*this, newChild, oldChild, replaced);
-    }
-    HRESULT appendChild(IXMLDOMNode* newChild, IXMLDOMNode** added) final {
-        return nodeops::appendChild(*this, newChild, added);
-    }
-    HRESULT get_ownerDocument(IXMLDOMDocument** document) final { return nodeops::getOwner(*this, document); }
-    HRESULT cloneNode(VARIANT_BOOL deep, IXMLDOMNode** copy) final {
-        return nodeops::clone(*this, deep, copy);
-    }
-    HRESULT get_text(BSTR* text) final { return nodeops::getText(*this, text); }
-    HRESULT put_text(BSTR text) final { return nodeops::putText(*this, text); }
-    HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) final {
-        return nodeops::transformToText(*this, styleSheet, text);
-    }
-    HRESULT transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) final {
-        return nodeops::transformToObject(*this, styleSheet, output);
-    }
+// What the data of a processing instruction must not hold. Throws com::Failure.
+void checkInstructionData(std::string_view data);
+
+// Each operation keeps the rules of COM: out-parameters cleared first, no exception, error information with
+// every failure.
+template <typename Interface>
+class NodeObject : public Interface, public Binding {
+public:
+    HRESULT get_nodeName(BSTR* name) final;
+    HRESULT get_nodeValue(VARIANT* value) final;
+    HRESULT get_nodeType(DOMNodeType* type) final;
+    HRESULT get_parentNode(IXMLDOMNode** parent) final;
+    HRESULT get_childNodes(IXMLDOMNodeList** children) final;
+    HRESULT get_firstChild(IXMLDOMNode** child) final;
+    HRESULT get_nextSibling(IXMLDOMNode** sibling) final;
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;  // of elements: theirs
+    HRESULT replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild, IXMLDOMNode** replaced) final;
+    HRESULT appendChild(IXMLDOMNode* newChild, IXMLDOMNode** added) final;
+    HRESULT get_ownerDocument(IXMLDOMDocument** document) final;
+    HRESULT cloneNode(VARIANT_BOOL deep, IXMLDOMNode** copy) final;
+    HRESULT get_text(BSTR* text) final;
+    HRESULT put_text(BSTR text) final;
+    HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) final;
+    HRESULT transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) final;
 
 protected:
-    NodeImplementation(LiveTree* liveTree, NodeId id) noexcept : Anchor{this, liveTree, id, 1} {}
-    NodeImplementation(const NodeImplementation&) = delete;
-    NodeImplementation& operator=(const NodeImplementation&) = delete;
-    ~NodeImplementation() = default;
+    static constexpr bool kIsDocument = std::is_same_v<Interface, IXMLDOMDocument2>;
 
-    HRESULT answer(REFIID iid, REFIID own, void** object) noexcept {
-        if (object == nullptr) return E_POINTER;
-        *object = nullptr;
-        if (iid == own || iid == IID_IXMLDOMNode || iid == IID_IDispatch || iid == IID_IUnknown) {
-            *object = static_cast<Interface*>(this);
-        } else if (iid == kAnchorId) {
-            *object = static_cast<Anchor*>(this);
-        } else {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
+    // Only the document's object may come without a tree, until it stands in one.
+    NodeObject(LiveTree* tree, NodeId node);
+    ~NodeObject();
+
+    [[nodiscard]] void* bindingPart(REFIID iid) noexcept {
+        return iid == kBindingId ? static_cast<Binding*>(this) : nullptr;
     }
 };
 
 // A node below the document node.
-template <typename Interface, const IID& kId, typename Derived>
-class BoundNode : public NodeImplementation<Interface>, public com::Pooled {
+template <typename Derived, typename Interface>
+class BoundNode : public com::Object<Derived, NodeObject<Interface>> {
 public:
-    HRESULT QueryInterface(REFIID iid, void** object) final { return this->answer(iid, kId, object); }
-    ULONG Release() final {
-        const ULONG left = --this->count;
-        if (left == 0) delete static_cast<Derived*>(this);
-        return left;
+    [[nodiscard]] void* part(REFIID iid) noexcept {
+        void* found = com::Object<Derived, NodeObject<Interface>>::part(iid);
+        return found != nullptr ? found : this->bindingPart(iid);
+    }
+
+    // Waits for another node, if the tree keeps it. One that waits ends with the tree.
+    void end() noexcept {
+        if (this->node() == kNoNode || !this->liveTree().keep(*this)) delete static_cast<Derived*>(this);
     }
 
 protected:
-    BoundNode(LiveTree& tree, NodeId node) : NodeImplementation<Interface>(&tree, node) { tree.bind(*this); }
-    ~BoundNode() { this->tree->unbind(*this); }
+    BoundNode(LiveTree& tree, NodeId node) : com::Object<Derived, NodeObject<Interface>>(&tree, node) {}
+    ~BoundNode() = default;
 };
 
-class TextObject final : public BoundNode<IXMLDOMText, IID_IXMLDOMText, TextObject> {
+class TextObject final : public BoundNode<TextObject, IXMLDOMText> {
 public:
     TextObject(LiveTree& tree, NodeId node) : BoundNode(tree, node) {}
 };
 
 class ProcessingInstructionObject final
-    : public BoundNode<IXMLDOMProcessingInstruction, IID_IXMLDOMProcessingInstruction,
-                       ProcessingInstructionObject> {
+    : public BoundNode<ProcessingInstructionObject, IXMLDOMProcessingInstruction> {
 public:
     ProcessingInstructionObject(LiveTree& tree, NodeId node) : BoundNode(tree, node) {}
 };
 
-// Comments and CDATA sections: nobody asks for more of them than what a node has.
-class PlainNodeObject final : public BoundNode<IXMLDOMNode, IID_IXMLDOMNode, PlainNodeObject> {
+// Comments and CDATA sections: nothing is asked of them but what every node has.
+class PlainNodeObject final : public BoundNode<PlainNodeObject, IXMLDOMNode> {
 public:
     PlainNodeObject(LiveTree& tree, NodeId node) : BoundNode(tree, node) {}
 };
 
-class ElementObject final : public BoundNode<IXMLDOMElement, IID_IXMLDOMElement, ElementObject> {
+class ElementObject final : public BoundNode<ElementObject, IXMLDOMElement> {
 public:
     ElementObject(LiveTree& tree, NodeId node) : BoundNode(tree, node) {}
 
-    HRESULT get_tagName(BSTR* name) override { return nodeops::getName(*this, name); }
-    HRESULT getAttribute(BSTR name, VARIANT* value) override {
-        return nodeops::getAttribute(*this, name, value);
-    }
-    HRESULT setAttribute(BSTR name, VARIANT value) override {
-        return nodeops::setAttribute(*this, name, value);
-    }
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;
+    HRESULT get_tagName(BSTR* name) override { return get_nodeName(name); }
+    HRESULT getAttribute(BSTR name, VARIANT* value) override;
+    HRESULT setAttribute(BSTR name, VARIANT value) override;
+
+private:
+    AttributeMap attributes_{*this};
 };
 
 }  // namespace engine::dom
+
+template <typename Interface>
+struct engine::com::InterfaceInfo<engine::dom::NodeObject<Interface>>
+    : engine::com::InterfaceInfo<Interface> {};

@@ -4,24 +4,18 @@
 #include <limits>
 
 #include "engine/com/status.h"
-#include "engine/dom/nodeops.h"
 
 namespace engine::dom {
 
 namespace {
 
 HRESULT giveText(const std::string& text, BSTR* result, const char* operation) noexcept {
-    if (result == nullptr) return nodeops::nullPointer(operation);
-    *result = nullptr;
-    return com::guarded([&] {
-        *result = com::makeBstr(std::string_view(text));
-        return S_OK;
-    });
+    return com::give(result, operation, [&] { return com::makeBstr(std::string_view(text)); });
 }
 
 // What is too large for the interface is as large as it can be there.
 HRESULT giveNumber(std::uint64_t number, LONG* result, const char* operation) noexcept {
-    if (result == nullptr) return nodeops::nullPointer(operation);
+    if (result == nullptr) return com::nullPointer(operation);
     constexpr std::uint64_t kLargest = std::numeric_limits<LONG>::max();
     *result = static_cast<LONG>(std::min(number, kLargest));
     return S_OK;
@@ -29,23 +23,8 @@ HRESULT giveNumber(std::uint64_t number, LONG* result, const char* operation) no
 
 }  // namespace
 
-HRESULT ParseErrorObject::QueryInterface(REFIID iid, void** object) {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (iid != IID_IXMLDOMParseError && iid != IID_IDispatch && iid != IID_IUnknown) return E_NOINTERFACE;
-    *object = static_cast<IXMLDOMParseError*>(this);
-    AddRef();
-    return S_OK;
-}
-
-ULONG ParseErrorObject::Release() {
-    const ULONG left = --count_;
-    if (left == 0) delete this;
-    return left;
-}
-
 HRESULT ParseErrorObject::get_errorCode(LONG* code) {
-    if (code == nullptr) return nodeops::nullPointer("get_errorCode");
+    if (code == nullptr) return com::nullPointer("get_errorCode");
     *code = error_.code;
     return error_.failed() ? S_OK : S_FALSE;
 }

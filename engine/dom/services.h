@@ -3,11 +3,12 @@
 // Threads: registration happens before threads start; a service serves any number of threads at once.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "engine/com/com.h"
+#include "engine/com/object.h"
 #include "engine/dom/tree.h"
 #include "engine/reader/events.h"
 
@@ -56,4 +57,20 @@ struct ISchemaValidator : IUnknown {
 inline constexpr IID IID_ISchemaValidator{
     0xA1F3C6D2, 0x0B5E, 0x4E0B, {0x8C, 0x57, 0x2D, 0x91, 0x64, 0xE8, 0x3F, 0x70}};
 
+// What a document answers to when it is to take the result of a transformation.
+struct IContentTarget : IUnknown {
+    // Takes the events that `fill` sends as the document's new content. What `fill` throws passes through,
+    // and the document then keeps what it had.
+    virtual void replaceContent(const std::function<void(reader::EventSink&)>& fill) = 0;
+};
+inline constexpr IID IID_IContentTarget{
+    0x3C8E61D4, 0x7A0F, 0x4B1D, {0xA2, 0x6E, 0x90, 0x5B, 0xC1, 0x47, 0x2F, 0xE8}};
+
 }  // namespace engine::dom
+
+// clang-format off
+template <> struct engine::com::InterfaceInfo<engine::dom::ISchemaValidator>
+    : engine::com::detail::InterfaceFacts<engine::dom::ISchemaValidator, engine::dom::IID_ISchemaValidator, IUnknown> {};
+template <> struct engine::com::InterfaceInfo<engine::dom::IContentTarget>
+    : engine::com::detail::InterfaceFacts<engine::dom::IContentTarget, engine::dom::IID_IContentTarget, IUnknown> {};
+// clang-format on

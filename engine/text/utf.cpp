@@ -1,9 +1,11 @@
-// Both directions go the same way: sixteen characters at once while they are ASCII, one character by hand
-// where they are not. The loops of fixed length are what the compiler turns into vector instructions.
+// Both directions go the same way: blocks of characters at once while they are ASCII, one character by hand
+// where they are not.
 #include "engine/text/utf.h"
 
 #include <cstdint>
 #include <cstring>
+
+#include "engine/text/block.h"
 
 namespace engine::text {
 
@@ -16,12 +18,6 @@ bool isAsciiBlock(const char* bytes) noexcept {
     std::uint64_t words[2];
     std::memcpy(words, bytes, kBlock);
     return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
-}
-
-bool isAsciiHalf(const char* bytes) noexcept {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, kBlock / 2);
-    return (word & 0x8080808080808080u) == 0;
 }
 
 bool isAsciiBlock(const char16_t* units) noexcept {
@@ -100,6 +96,57 @@ char16_t* encode(char32_t c, char16_t* out) noexcept {
     return out;
 }
 
+template <typename Word>
+Word loadWord(const void* from) noexcept {
+    Word word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+// Texts of fewer than sixteen units are the most frequent ones. If `from` is one and ASCII, converts it, in
+// two pieces that may overlap, and returns true; else writes nothing.
+bool widenShort(std::string_view from, char16_t* out) noexcept {
+    const std::size_t size = from.size();
+    if (size >= kBlock) return false;
+    if (size >= Units::kCount) {
+        const std::size_t second = size - Units::kCount;
+        const Units low = Units::widened(from.data());
+        const Units high = Units::widened(from.data() + second);
+        if (!(low | high).isAscii()) return false;
+        low.store(out);
+        high.store(out + second);
+        return true;
+    }
+    std::uint32_t bits = 0;
+    if (size >= 4) {
+        bits = loadWord<std::uint32_t>(from.data()) | loadWord<std::uint32_t>(from.data() + size - 4);
+    } else {
+        for (const char byte : from) bits |= static_cast<unsigned char>(byte);
+    }
+    if ((bits & 0x80808080u) != 0) return false;
+    for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<unsigned char>(from[i]);
+    return true;
+}
+
+// The other way, for fewer than eight units; UTF-8 is never shorter than UTF-16, so that there is room.
+// False: what was written is to be overwritten.
+bool narrowShort(std::u16string_view from, char* out) noexcept {
+    const std::size_t size = from.size();
+    if (size >= Units::kCount) return false;
+    if (size >= Units::kCount / 2) {
+        const std::size_t second = size - Units::kCount / 2;
+        const Units units = Units::load(from.data(), from.data() + second);
+        units.storeNarrowed(out, out + second);
+        return units.isAscii();
+    }
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        out[i] = static_cast<char>(from[i]);
+        bits |= from[i];
+    }
+    return bits < 0x80;
+}
+
 }  // namespace
 
 std::size_t utf16Length(std::string_view utf8) noexcept {
@@ -143,21 +190,21 @@ std::size_t utf8Length(std::u16string_view utf16) noexcept {
 }
 
 std::size_t convertToUtf16(std::string_view utf8, char16_t* out) noexcept {
+    if (widenShort(utf8, out)) return utf8.size();
     const char* at = utf8.data();
     const char* const end = at + utf8.size();
     char16_t* const start = out;
     while (at != end) {
-        while (static_cast<std::size_t>(end - at) >= kBlock && isAsciiBlock(at)) {
-            for (std::size_t i = 0; i < kBlock; ++i) out[i] = static_cast<unsigned char>(at[i]);
-            at += kBlock;
-            out += kBlock;
+        for (; static_cast<std::size_t>(end - at) >= kBlock; at += kBlock, out += kBlock) {
+            const Units low = Units::widened(at);
+            const Units high = Units::widened(at + Units::kCount);
+            if (!(low | high).isAscii()) break;
+            low.store(out);
+            high.store(out + Units::kCount);
         }
-        if (static_cast<std::size_t>(end - at) >= kBlock / 2 && isAsciiHalf(at)) {  // short texts are many
-            for (std::size_t i = 0; i < kBlock / 2; ++i) out[i] = static_cast<unsigned char>(at[i]);
-            at += kBlock / 2;
-            out += kBlock / 2;
-        }
-        const char* const stop = static_cast<std::size_t>(end - at) >= kBlock ? at + kBlock : end;
+        const std::string_view rest(at, static_cast<std::size_t>(end - at));
+        if (widenShort(rest, out)) return static_cast<std::size_t>(out - start) + rest.size();
+        const char* const stop = rest.size() >= kBlock ? at + kBlock : end;
         while (at < stop) {
             if (static_cast<unsigned char>(*at) < 0x80) {
                 *out++ = static_cast<unsigned char>(*at++);
@@ -174,12 +221,15 @@ std::size_t convertToUtf8(std::u16string_view utf16, char* out) noexcept {
     const char16_t* const end = at + utf16.size();
     char* const start = out;
     while (at != end) {
-        while (static_cast<std::size_t>(end - at) >= kBlock && isAsciiBlock(at)) {
-            for (std::size_t i = 0; i < kBlock; ++i) out[i] = static_cast<char>(at[i]);
-            at += kBlock;
-            out += kBlock;
+        for (; static_cast<std::size_t>(end - at) >= Units::kCount;
+             at += Units::kCount, out += Units::kCount) {
+            const Units units = Units::load(at);
+            if (!units.isAscii()) break;
+            units.storeNarrowed(out);
         }
-        const char16_t* const stop = static_cast<std::size_t>(end - at) >= kBlock ? at + kBlock : end;
+        const std::u16string_view rest(at, static_cast<std::size_t>(end - at));
+        if (narrowShort(rest, out)) return static_cast<std::size_t>(out - start) + rest.size();
+        const char16_t* const stop = rest.size() >= kBlock ? at + kBlock : end;
         while (at < stop) out = encode(decode(at, end), out);
     }
     return static_cast<std::size_t>(out - start);

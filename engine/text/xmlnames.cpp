@@ -26,15 +26,18 @@ bool isIn(const std::array<Range, N>& ranges, char32_t c) noexcept {
     return std::any_of(ranges.begin(), ranges.end(), [c](Range r) { return c >= r.first && c <= r.last; });
 }
 
-bool isStart(char32_t c) noexcept {
-    if (c < 0x80) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-    return isIn(kStart, c);
-}
-
-bool isFurther(char32_t c) noexcept {
-    if (c < 0x80) return isStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-    return isStart(c) || isIn(kFurther, c);
-}
+// What an ASCII character may be in a name.
+constexpr unsigned char kStartMark = 1;
+constexpr unsigned char kFurtherMark = 2;
+constexpr auto kAscii = [] {
+    std::array<unsigned char, 0x80> marks{};
+    for (std::size_t c = 0; c < marks.size(); ++c) {
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+        const bool further = (c >= '0' && c <= '9') || c == '-' || c == '.';
+        marks[c] = letter ? kStartMark | kFurtherMark : further ? kFurtherMark : 0;
+    }
+    return marks;
+}();
 
 char32_t next(std::u16string_view text, std::size_t& at) noexcept {
     const char32_t first = text[at++];
@@ -42,22 +45,34 @@ char32_t next(std::u16string_view text, std::size_t& at) noexcept {
     return pair ? 0x10000 + ((first & 0x3FF) << 10) + (text[at++] & 0x3FFu) : first;
 }
 
+bool isName(std::u16string_view text, std::size_t colonsAllowed) noexcept {
+    bool starts = true;  // a part of the name, which the next character has to begin
+    for (std::size_t at = 0; at < text.size();) {
+        if (const char16_t unit = text[at]; unit < 0x80 && (kAscii[unit] & kFurtherMark) != 0) {
+            if (starts && (kAscii[unit] & kStartMark) == 0) return false;
+            ++at;
+        } else if (unit == u':') {
+            if (starts || colonsAllowed-- == 0) return false;
+            starts = true;
+            ++at;
+            continue;
+        } else {
+            const char32_t c = next(text, at);
+            if (!isIn(kStart, c) && (starts || !isIn(kFurther, c))) return false;
+        }
+        starts = false;
+    }
+    return !starts;
+}
+
 }  // namespace
 
 bool isNcName(std::u16string_view text) noexcept {
-    if (text.empty()) return false;
-    std::size_t at = 0;
-    if (!isStart(next(text, at))) return false;
-    while (at < text.size()) {
-        if (!isFurther(next(text, at))) return false;
-    }
-    return true;
+    return isName(text, 0);
 }
 
 bool isQualifiedName(std::u16string_view text) noexcept {
-    const std::size_t colon = text.find(u':');
-    if (colon == text.npos) return isNcName(text);
-    return isNcName(text.substr(0, colon)) && isNcName(text.substr(colon + 1));
+    return isName(text, 1);
 }
 
 }  // namespace engine::text

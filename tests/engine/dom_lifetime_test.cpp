@@ -9,11 +9,10 @@
 namespace {
 
 using namespace domtest;
-using engine::dom::anchorOf;
 
 class DomLifetime : public DomTest {
 protected:
-    static const engine::dom::Tree& treeOf(IUnknown& node) { return anchorOf(&node)->tree->tree(); }
+    static const engine::dom::Tree& treeOf(IUnknown& node) { return engine::dom::Binding::of(&node)->tree(); }
 };
 
 TEST_F(DomLifetime, AnyObjectKeepsItsDocumentAlive) {
@@ -85,6 +84,32 @@ TEST_F(DomLifetime, ANodeHasOneObjectAndOneIdentity) {
         EXPECT_EQ(answer, row.document == S_OK ? document.get() : nullptr);
         if (answer != nullptr) document->Release();
     }
+}
+
+// Dropped objects serve other nodes; what a node's record says of an earlier object must not lead there.
+TEST_F(DomLifetime, DroppedObjectsServeOtherNodesAndOnlyThose) {
+    std::u16string xml = u"<a>";
+    for (int i = 0; i < 60; ++i) xml += (i % 3 == 0) ? u"<b/>t" : u"<c/><!--x-->";
+    const DocumentRef document = loaded(xml + u"</a>");
+    const Element a = root(*document);
+    const std::string expected = outline(*a);
+    std::vector<Node> held;  // more than are kept, of every kind
+    for (Node child = first(*a); child; child = next(*child)) held.push_back(child);
+    for (std::size_t i = 0; i < held.size(); i += 2) held[i] = {};
+    EXPECT_EQ(outline(*a), expected);
+    Node at = first(*a);
+    for (std::size_t i = 0; i < held.size(); ++i, at = next(*at)) {
+        if (held[i]) {
+            EXPECT_EQ(held[i].get(), at.get()) << i;
+        } else {
+            held[i] = at;
+        }
+    }
+    for (std::size_t i = 0; i + 1 < held.size(); ++i) EXPECT_NE(held[i].get(), held[i + 1].get()) << i;
+    EXPECT_EQ(outline(*a), expected);
+    // The tree, its document gone, lives as long as its last object, and takes those it keeps along.
+    ASSERT_TRUE(load(*document, u"<other/>"));
+    held.erase(held.begin() + 1, held.end());
 }
 
 TEST_F(DomLifetime, EditsWithoutEndDoNotGrowTheTree) {

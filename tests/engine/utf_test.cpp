@@ -5,6 +5,8 @@
 #include <array>
 #include <string>
 
+#include "engine/text/block.h"
+
 namespace {
 
 using engine::text::toUtf16;
@@ -41,6 +43,32 @@ TEST(Utf, ConvertsBothWaysWithoutLossAtEveryOffset) {
             }
         }
     }
+}
+
+// Only one of the two is in use on a processor.
+TEST(Utf, PortableAndVectorUnitsAgree) {
+    using engine::text::PortableUnits;
+    using engine::text::Units;
+    const std::u16string text = u"az\x7F!09~A";
+    for (std::size_t at = 0; at <= text.size(); ++at) {
+        for (const char16_t unit : {u'\u0000', u'\u0080', u'\u00FF', u'\u0100', u'\u7F41', u'\uFFFF'}) {
+            SCOPED_TRACE(std::to_string(at) + " " + std::to_string(unit));
+            std::u16string units = text;
+            if (at < units.size()) units[at] = unit;
+            EXPECT_EQ(Units::load(units.data()).isAscii(), PortableUnits::load(units.data()).isAscii());
+            const std::string bytes(units.begin(), units.end());
+            std::u16string widened(8, u' ');
+            std::u16string expected(8, u' ');
+            Units::widened(bytes.data()).store(widened.data());
+            PortableUnits::widened(bytes.data()).store(expected.data());
+            EXPECT_EQ(widened, expected);
+        }
+    }
+    std::string narrow(8, ' ');
+    Units::load(text.data() + 4, text.data()).storeNarrowed(narrow.data(), narrow.data() + 4);
+    std::string expected(8, ' ');
+    PortableUnits::load(text.data() + 4, text.data()).storeNarrowed(expected.data(), expected.data() + 4);
+    EXPECT_EQ(narrow, expected);
 }
 
 TEST(Utf, BytesThatBelongToNoSequenceBecomeReplacementCharacters) {
