@@ -18,10 +18,6 @@ BSTR makeString(std::u16string_view text) {
 
 BStr::BStr(std::u16string_view text) : text_(makeString(text)) {}
 
-std::u16string_view BStr::view() const& noexcept {
-    return toUnits(text_, SysStringLen(text_));
-}
-
 Variant::Variant(std::u16string_view text) : Variant() {
     value_.bstrVal = makeString(text);
     value_.vt = VT_BSTR;
@@ -31,11 +27,6 @@ Variant::Variant(IDispatch* object) noexcept : Variant() {
     if (object != nullptr) object->AddRef();
     value_.pdispVal = object;
     value_.vt = VT_DISPATCH;
-}
-
-std::u16string_view Variant::text() const& noexcept {
-    if (value_.vt != VT_BSTR) return {};
-    return toUnits(value_.bstrVal, SysStringLen(value_.bstrVal));
 }
 
 }  // namespace msxml

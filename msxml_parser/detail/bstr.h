@@ -9,6 +9,16 @@
 
 namespace msxml {
 
+// The one place that knows the platform's wide unit: it is 16 bits everywhere, under different names.
+[[nodiscard]] inline std::u16string_view toUnits(const OLECHAR* text, std::size_t length) noexcept {
+    static_assert(sizeof(OLECHAR) == sizeof(char16_t));
+    if (text == nullptr) return {};
+    return {reinterpret_cast<const char16_t*>(text), length};
+}
+[[nodiscard]] inline const OLECHAR* toOleChars(const char16_t* text) noexcept {
+    return reinterpret_cast<const OLECHAR*>(text);
+}
+
 // An owned engine string. Null and empty are one to its readers.
 class BStr final {
 public:
@@ -28,7 +38,7 @@ public:
         SysFreeString(std::exchange(text_, nullptr));
         return &text_;
     }
-    [[nodiscard]] std::u16string_view view() const& noexcept;
+    [[nodiscard]] std::u16string_view view() const& noexcept { return toUnits(text_, SysStringLen(text_)); }
     std::u16string_view view() && = delete;
 
 private:
@@ -44,31 +54,29 @@ public:
         IDispatch* object) noexcept;  // VT_DISPATCH with a count of its own; null is held as null
     Variant(const Variant&) = delete;
     Variant& operator=(const Variant&) = delete;
-    ~Variant() { (void)VariantClear(&value_); }  // nothing could be done about a failure
+    ~Variant() { clear(); }
 
     // For calls that take a variant by value: borrowed, still owned here.
     [[nodiscard]] const VARIANT& get() const noexcept { return value_; }
     // For out-parameters: clears what is held and takes over what is written.
     [[nodiscard]] VARIANT* receive() noexcept {
-        (void)VariantClear(&value_);
+        clear();
         return &value_;
     }
     // The text of a VT_BSTR; every other type is empty.
-    [[nodiscard]] std::u16string_view text() const& noexcept;
+    [[nodiscard]] std::u16string_view text() const& noexcept {
+        if (value_.vt != VT_BSTR) return {};
+        return toUnits(value_.bstrVal, SysStringLen(value_.bstrVal));
+    }
     std::u16string_view text() && = delete;
 
 private:
+    void clear() noexcept {
+        if (value_.vt == VT_EMPTY) return;
+        (void)VariantClear(&value_);  // nothing could be done about a failure
+    }
+
     VARIANT value_;
 };
-
-// The one place that knows the platform's wide unit: it is 16 bits everywhere, under different names.
-[[nodiscard]] inline std::u16string_view toUnits(const OLECHAR* text, std::size_t length) noexcept {
-    static_assert(sizeof(OLECHAR) == sizeof(char16_t));
-    if (text == nullptr) return {};
-    return {reinterpret_cast<const char16_t*>(text), length};
-}
-[[nodiscard]] inline const OLECHAR* toOleChars(const char16_t* text) noexcept {
-    return reinterpret_cast<const OLECHAR*>(text);
-}
 
 }  // namespace msxml

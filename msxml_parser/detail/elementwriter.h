@@ -10,6 +10,7 @@
 #include "KelBasicTypes/kelstring.h"
 #include "msxml_parser/detail/escapexml.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/textbuffer.h"
 
 namespace msxml {
 
@@ -26,33 +27,36 @@ public:
     ElementWriter(const WriterOptions& options, KelString& out);
 
     // Runs once. On failure raises _com_error; `out` then holds what was written and not flushed to the file.
-    void write(const Node& root);
+    void write(const Element& root);
 
 private:
     // An element whose start tag is written and whose children are being written.
     struct OpenElement {
-        Node nextChild;            // the next child element; empty behind the last
+        Element nextChild;         // the next child element; empty behind the last
         std::size_t nameStart;     // of its escaped name in names_
         std::size_t indentLength;  // of its own line in indent_
     };
 
-    void writeTree(const Node& root);
-    void openElement(const Node& element);
+    void writeTree(const Element& root);
+    void openElement(const Element& element);
     void closeElement();
-    void appendAttributes(const Node& element);
+    void appendAttributes(const Element& element);
+    void appendEscaped(std::u16string_view text);
     void appendEndTag(std::size_t nameStart);
     void endLine(std::size_t depth);
     void writeToFile();
+    void writeNarrow();
     void handOver();
 
     [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }
 
     const WriterOptions options_;
     KelString& out_;
-    std::u16string buffer_;  // the text not yet in the file or in `out`
-    KelString chunk_;
+    TextBuffer buffer_;      // the text not yet in the file or in `out`
+    std::string narrow_;     // its 8-bit form
+    KelString chunk_;        // itself on its way to `out`
     std::u16string indent_;  // of the deepest open line; each line uses a beginning of it
-    std::u16string names_;   // escaped names of the open elements, one after the other
+    TextBuffer names_;       // escaped names of the open elements, one after the other
     std::vector<OpenElement> open_;
     XmlEscaper escaper_;
 };

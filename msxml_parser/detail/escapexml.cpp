@@ -21,7 +21,6 @@
 // linear.
 #include "msxml_parser/detail/escapexml.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -31,11 +30,6 @@ namespace {
 
 constexpr std::u16string_view kCharacters = u"&<>\"";
 constexpr std::array<std::u16string_view, 4> kEntities{u"&amp;", u"&lt;", u"&gt;", u"&quot;"};
-
-bool isSpecial(char16_t unit) {
-    // The first comparison dismisses letters, which most units are.
-    return unit <= u'>' && (unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"');
-}
 
 // The index of the first difference from `entity`, from index 1 on; the entity's length if there is none.
 std::size_t compareBehindFirst(std::u16string_view text, std::u16string_view entity) {
@@ -72,27 +66,22 @@ std::size_t runPass(std::size_t row, std::u16string_view text, std::u16string& o
 
 }  // namespace
 
-void XmlEscaper::escapeTail(std::u16string& buffer, std::size_t start) {
-    if (std::none_of(buffer.begin() + static_cast<std::ptrdiff_t>(start), buffer.end(), isSpecial)) return;
-    std::size_t row = 0;
-    while (row < kEntities.size()) {
-        const std::u16string_view text = std::u16string_view(buffer).substr(start);
-        scratch_.clear();
-        row = runPass(row, text, scratch_) + 1;
-        if (scratch_.size() == text.size()) continue;
-        if (start == 0) {
-            buffer.swap(scratch_);
-        } else {
-            buffer.replace(start, buffer.npos, scratch_);
-        }
+std::u16string_view XmlEscaper::escapeSpecial(std::u16string_view text) {
+    for (std::size_t row = 0; row < kEntities.size(); ++row) {
+        to_.clear();
+        row = runPass(row, text, to_);
+        if (to_.size() == text.size()) continue;  // each replacement makes the text longer
+        from_.swap(to_);
+        text = from_;
     }
+    return text;
 }
 
 }  // namespace msxml
 
 bool escapeXml(KelString& text) {
-    std::u16string buffer(text.view());
-    msxml::XmlEscaper().escapeTail(buffer, 0);
-    if (buffer.size() != text.length()) text.assign(std::u16string_view(buffer));
+    msxml::XmlEscaper escaper;
+    const std::u16string_view escaped = escaper.escape(text.view());
+    if (escaped.size() != text.length()) text.assign(escaped);
     return true;
 }

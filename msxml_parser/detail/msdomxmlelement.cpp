@@ -178,21 +178,15 @@ KelString MSDOMXmlElement::getAttributeNameCopy(int index) {
 template <typename String>
 String& MSDOMXmlElement::readText(String& out) const {
     return msxml::atBorder([&]() -> String& {
-        BStr only;  // nearly every element has one text node at most: no joining then
+        BStr text;  // nearly every element has one text node at most: no joining then
         std::u16string joined;
-        std::size_t count = 0;
         for (Node child = firstChildOf(element_); child; child = nextSiblingOf(child)) {
             if (typeOf(child) != NODE_TEXT) continue;
-            BStr text;
-            check(child->get_text(text.receive()), child);
-            if (++count == 1) {
-                only = std::move(text);
-                continue;
-            }
-            if (count == 2) joined = only.view();
             joined += text.view();
+            check(child->get_text(text.receive()), child);
         }
-        assign(out, count > 1 ? std::u16string_view(joined) : only.view());
+        if (!joined.empty()) joined += text.view();
+        assign(out, joined.empty() ? text.view() : std::u16string_view(joined));
         return out;
     });
 }
@@ -228,11 +222,11 @@ void MSDOMXmlElement::setText(const KelString& text) {
 IKelDOMXmlElement* MSDOMXmlElement::getChild(const KelString& name) {
     // The cursor's walk without the cursor.
     const std::u16string_view wanted = name.view();
-    for (Node child = skipToElement(firstChildOf(element_)); child;
+    for (Element child = skipToElement(firstChildOf(element_)); child;
          child = skipToElement(nextSiblingOf(child))) {
         BStr current;
         check(child->get_nodeName(current.receive()), child);
-        if (current.view() == wanted) return create(child.as<IXMLDOMElement>());
+        if (current.view() == wanted) return create(std::move(child));
     }
     return nullptr;
 }

@@ -4,9 +4,10 @@
 
 #include "framework/object/implements.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/pooled.h"
 #include "msxml_parser/ikeldomxmlelement.h"
 
-class MSDOMXmlElement : public kel::Implements<MSDOMXmlElement, IKelDOMXmlElement> {
+class MSDOMXmlElement : public kel::Implements<MSDOMXmlElement, IKelDOMXmlElement>, public msxml::Pooled {
 public:
     static constexpr const char* kClassName = "MSDOMXmlElement";
     static constexpr const char* interfaceName() noexcept { return kClassName; }

@@ -14,7 +14,7 @@ MSDOMXmlElementItr* MSDOMXmlElementItr::create(msxml::Node parent) {
 }
 
 void MSDOMXmlElementItr::first() {
-    current_ = parent_ ? msxml::skipToElement(msxml::firstChildOf(parent_)) : msxml::Node();
+    current_ = parent_ ? msxml::skipToElement(msxml::firstChildOf(parent_)) : msxml::Element();
 }
 
 void MSDOMXmlElementItr::next() {
@@ -23,15 +23,15 @@ void MSDOMXmlElementItr::next() {
 
 IKelDOMXmlElement* MSDOMXmlElementItr::getElementAs(bool shared) {
     if (shared) return getSharedElement();
-    return current_ ? MSDOMXmlElement::create(current_.as<IXMLDOMElement>()) : nullptr;
+    return current_ ? MSDOMXmlElement::create(current_) : nullptr;
 }
 
 IKelDOMXmlElement* MSDOMXmlElementItr::getSharedElement() {
     if (!current_) return nullptr;
     if (shared_) {
-        shared_->standOn(current_.as<IXMLDOMElement>());
+        shared_->standOn(current_);
     } else {
-        shared_ = MSDOMXmlElement::create(current_.as<IXMLDOMElement>());
+        shared_ = MSDOMXmlElement::create(current_);
     }
     return shared_.get();
 }

@@ -6,9 +6,11 @@
 #include "framework/object/iptr.h"
 #include "msxml_parser/detail/msdomxmlelement.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/pooled.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
 
-class MSDOMXmlElementItr final : public kel::Implements<MSDOMXmlElementItr, IKelDOMXmlElementItr> {
+class MSDOMXmlElementItr final : public kel::Implements<MSDOMXmlElementItr, IKelDOMXmlElementItr>,
+                                 public msxml::Pooled {
 public:
     static constexpr const char* kClassName = "MSDOMXmlElementItr";
 
@@ -26,6 +28,6 @@ private:
     explicit MSDOMXmlElementItr(msxml::Node parent) noexcept;
 
     const msxml::Node parent_;
-    msxml::Node current_;  // an element; empty at the end
+    msxml::Element current_;  // empty at the end
     IPtr<MSDOMXmlElement> shared_;
 };

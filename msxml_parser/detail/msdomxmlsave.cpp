@@ -1,4 +1,5 @@
 // The DOM parser: writing.
+#include <cstdio>
 #include <exception>
 #include <memory>
 
@@ -13,6 +14,7 @@ using msxml::fail;
 namespace {
 
 constexpr const char16_t* kIndentUnit = u"\t";
+constexpr std::size_t kFileBufferInBytes = std::size_t{1} << 16;
 
 // Made by getRootElement for one call and shared with nobody: deleted outright, not released by count.
 using RootElement = std::unique_ptr<IKelDOMXmlElement>;
@@ -52,6 +54,8 @@ bool MSDOMXml::saveToFile(const KelString& path) try {
             normalised);
         return false;
     }
+    // The writer flushes every few lines; the system is called when there is something worth its while.
+    (void)std::setvbuf(file.get(), nullptr, _IOFBF, kFileBufferInBytes);
     RootElement root;
     try {
         root.reset(getRootElement());

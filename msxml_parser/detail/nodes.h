@@ -15,7 +15,8 @@ template <typename T>
     return child;
 }
 
-[[nodiscard]] inline Node nextSiblingOf(const Node& node) {
+template <typename T>
+[[nodiscard]] Node nextSiblingOf(const ComPtr<T>& node) {
     Node sibling;
     check(node->get_nextSibling(sibling.receive()), node);
     return sibling;
@@ -27,10 +28,12 @@ template <typename T>
     return type;
 }
 
-// `node` itself or the first sibling behind it that is an element; empty if there is none.
-[[nodiscard]] inline Node skipToElement(Node node) {
-    while (node && typeOf(node) != NODE_ELEMENT) node = nextSiblingOf(node);
-    return node;
+// `node` itself or the first sibling after it that is an element; empty if there is none.
+[[nodiscard]] inline Element skipToElement(Node node) {
+    for (; node; node = nextSiblingOf(node)) {
+        if (typeOf(node) == NODE_ELEMENT) return node.as<IXMLDOMElement>();
+    }
+    return {};
 }
 
 }  // namespace msxml

@@ -1,6 +1,7 @@
 // Between the engine's texts and the framework's strings.
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 
 #include "KelBasicTypes/kelcstring.h"
@@ -10,9 +11,10 @@
 
 namespace msxml {
 
-// Replaces the string's content, in its own buffer if that is large enough.
+// Replaces the string's content, in its own buffer if that is large enough. The engine's texts hold no NUL,
+// so that none has to be looked for.
 inline void assign(KelString& out, std::u16string_view text) {
-    out.assign(text);
+    out.overwrite(text.size(), [&](char16_t* to) { std::copy(text.begin(), text.end(), to); });
 }
 inline void assign(KelCString& out, std::u16string_view text) {
     out.assignLowBytes(text);

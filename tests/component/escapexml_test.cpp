@@ -86,10 +86,9 @@ struct Sweep {
 constexpr Sweep kSweeps[] = {
     {"&<>\"ampltgquos;x", 4}, {"&amp;<", 7}, {"<lt;>x", 6}, {">gt;\"x", 6}, {"\"quot;>", 7}};
 
-// Every text over the alphabet up to the length, behind a prefix that must stay as it is.
+// Every text over the alphabet up to the length.
 TEST(EscapeXml, AgreesWithTheProcedureOnEveryShortText) {
     msxml::XmlEscaper escaper;
-    std::u16string buffer;
     for (const auto& [alphabet, maxLength] : kSweeps) {
         std::size_t count = 1;
         for (std::size_t length = 1; length <= maxLength; ++length) {
@@ -99,10 +98,20 @@ TEST(EscapeXml, AgreesWithTheProcedureOnEveryShortText) {
                 for (std::size_t rest = number, i = 0; i < length; ++i, rest /= alphabet.size()) {
                     text += alphabet[rest % alphabet.size()];
                 }
-                buffer = u"<&";
-                buffer += widen(text);
-                escaper.escapeTail(buffer, 2);
-                ASSERT_EQ(buffer, u"<&" + widen(oracle(text))) << text;
+                ASSERT_EQ(escaper.escape(widen(text)), widen(oracle(text))) << text;
+            }
+        }
+    }
+}
+
+// Units are looked at in blocks: one that needs escaping must be found at every place of them.
+TEST(EscapeXml, FindsACharacterAtEveryPlace) {
+    for (std::size_t length = 1; length < 40; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            for (const char special : {'&', '<', '>', '"', '\''}) {
+                std::string text(length, 'b');
+                text[at] = special;
+                ASSERT_EQ(escaped(text), oracle(text));
             }
         }
     }

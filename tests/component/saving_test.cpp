@@ -89,6 +89,23 @@ TEST(Saving, WritesAFileAndReadsTheSameBack) {
     EXPECT_EQ(folder.read("out.xml"), saved(parser));
 }
 
+// Pieces of text are copied and narrowed in blocks.
+TEST(Saving, WritesTextsOfEveryLength) {
+    const Folder folder;
+    const KelString path = wide(folder.path("out.xml"));
+    for (std::size_t length = 1; length < 140; ++length) {
+        const std::string text(length, 'x');
+        const std::string line = "<" + text + " a=\"" + text + "\">" + text;
+        const DomParser parser = load(line + "\xC3\xA9</" + text + ">");
+        ASSERT_EQ(saved(parser), line + "\xC3\xA9</" + text + ">\n");
+        ASSERT_TRUE(parser->saveToFile(path));
+        ASSERT_EQ(folder.read("out.xml"), line + "</" + text + ">\n");
+    }
+    const std::string huge(200'000, 'y');
+    EXPECT_EQ(saved(load("<a b='" + huge + "'>" + huge + "<c/></a>")),
+              "<a b=\"" + huge + "\">" + huge + "\n\t<c />\n</a>\n");
+}
+
 TEST(Saving, DropsWhatIsNotAsciiWithoutStringSupport) {
     const Folder folder;
     const DomParser parser = load("<a>\xC3\xA9t\xC3\xA9</a>");
