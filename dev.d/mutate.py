@@ -11,12 +11,14 @@ import re
 import shutil
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 WORK = ROOT / "build-mutate"
 COPY = WORK / "source"
-SECONDS = 120  # for the tests of a layer; a change that makes them hang is noticed
+SECONDS = 600  # for one test program without any change
+PATIENCE = 4  # times as long as without any change: a change that makes the tests hang is noticed
 
 # The test programs that hold a layer, by the start of its files' path.
 LAYERS = [
@@ -99,18 +101,20 @@ def prepare(targets):
         done = build(targets)
     if done.returncode != 0:
         sys.exit(done.stdout + "\nmutate: the sources do not build as they are")
-    failed = failing(targets)
+    start = time.monotonic()
+    failed = failing(targets, SECONDS)
     if failed:
-        sys.exit(f"mutate: {failed} fails without any change")
+        sys.exit(f"mutate: {failed} fails without any change, or takes longer than {SECONDS} seconds")
+    return PATIENCE * (time.monotonic() - start) + 10
 
 
-def failing(targets):
+def failing(targets, seconds):
     """The first test program that fails; None if all pass."""
     for target in targets:
         program = next((p for p in (WORK / "build" / "tests").rglob(target) if p.is_file()), None)
         try:
             if program is None or quietly([str(program), "--gtest_brief=1", "--gtest_fail_fast"], cwd=program.parent,
-                                          timeout=SECONDS).returncode != 0:
+                                          timeout=seconds).returncode != 0:
                 return target
         except subprocess.TimeoutExpired:
             return target
@@ -119,7 +123,7 @@ def failing(targets):
 
 def sweep(file, lines, every):
     targets = targets_of(file)
-    prepare(targets)
+    seconds = prepare(targets)
     target = COPY / file
     original = target.read_text()
     rows = original.split("\n")
@@ -130,7 +134,7 @@ def sweep(file, lines, every):
     try:
         for number, what, changed in found:
             target.write_text("\n".join(rows[:number - 1] + [changed] + rows[number:]))
-            if build(targets).returncode == 0 and failing(targets) is None:
+            if build(targets).returncode == 0 and failing(targets, seconds) is None:
                 survivors.append((number, what))
                 print(f"{file}:{number}: {what}: {rows[number - 1].strip()}", flush=True)
     finally:
