@@ -13,6 +13,8 @@ endfunction()
 kel_public_headers(framework/object DIRECTORY ${PROJECT_SOURCE_DIR}/framework/object)
 kel_public_headers(framework/component DIRECTORY ${PROJECT_SOURCE_DIR}/framework/component)
 kel_public_headers(KelBasicTypes DIRECTORY ${PROJECT_SOURCE_DIR}/src/KelBasicTypes)
+# The word in front of every buffer, which a pool of a host's own has to honour.
+kel_public_headers(KelBasicTypes/detail FILES blockheader.h DIRECTORY ${PROJECT_SOURCE_DIR}/src/KelBasicTypes/detail)
 kel_public_headers(msxml_parser DIRECTORY ${PROJECT_SOURCE_DIR}/msxml_parser)
 kel_public_headers(msxml_parser FILES systemcomerror.h
     DIRECTORY ${PROJECT_SOURCE_DIR}/msxml_parser/platform/${KEL_PLATFORM}/msxml_parser)

@@ -2,7 +2,7 @@
 # ./dev fuzz: feeds each fuzz target for a while, from the seeds in the tree. What it finds stays in build-fuzz/.
 
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev)
-fuzz_targets=(reader load transform validate)
+fuzz_targets=(datamodelread datamodelwrite reader load transform validate)
 fuzz_input_limit=4000  # bytes
 
 verb_fuzz() {

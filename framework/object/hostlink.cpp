@@ -27,9 +27,13 @@ ComponentIdentity& identityStorage() {
 }  // namespace
 
 std::int32_t lookupService(const std::string& serviceName, void** out) {
+    return lookupServiceIn(containerNameStorage(), serviceName, out);
+}
+
+std::int32_t lookupServiceIn(const std::string& containerName, const std::string& serviceName, void** out) {
     if (hostCore == nullptr) return 0;
-    if (!containerName().empty()) {
-        IKelComponentContainer* const container = hostCore->container(containerName(), 0);
+    if (!containerName.empty()) {
+        IKelComponentContainer* const container = hostCore->container(containerName, 0);
         if (container != nullptr && container->lookupService(serviceName, out) == 1) return 1;
     }
     return hostCore->lookupService(serviceName, out);

@@ -20,6 +20,10 @@ extern IKelComponentManager* hostCore;
 // returns 0 and leaves *out alone. Adds no reference.
 [[nodiscard]] std::int32_t lookupService(const std::string& serviceName, void** out);
 
+// The same with a container that the caller names; empty: none.
+[[nodiscard]] std::int32_t lookupServiceIn(const std::string& containerName, const std::string& serviceName,
+                                           void** out);
+
 // The container that is asked first; empty at load, which means none.
 [[nodiscard]] const std::string& containerName();
 void setContainerName(const std::string& name);

@@ -3,10 +3,10 @@
 #include <utility>
 
 #include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/platform/file.h"
 #include "KelBasicTypes/platform/fileposition.h"
 
 using kel::platform::commitFile;
-using kel::platform::FileHandle;
 using kel::platform::openFile;
 using kel::platform::Origin;
 using kel::platform::seekFile;
@@ -20,11 +20,9 @@ Origin originOf(bool fromStart) noexcept {
 
 }  // namespace
 
-BinInputFile::BinInputFile(const KelString& path) : BinInputFile(openFile(path.view(), "rb")) {}
+BinInputFile::BinInputFile(const KelString& path) : BinInputFile(openFile(path.view(), "rb").release()) {}
 
-BinInputFile::BinInputFile(std::FILE* file) : BinInputFile(FileHandle(file)) {}
-
-BinInputFile::BinInputFile(FileHandle file) : file_(std::move(file)) {
+BinInputFile::BinInputFile(std::FILE* file) : file_(file) {
     if (file_ == nullptr || !seekFile(*file_, 0, Origin::End)) return;
     const std::int64_t end = tellFile(*file_);
     if (seekFile(*file_, 0, Origin::Start) && end > 0) setLength(end);
@@ -54,7 +52,7 @@ void BinInputFile::close() {
 
 // "c": flushed is committed to the disk. Runtimes that do not know it leave that to flush().
 BinOutputFile::BinOutputFile(const KelString& path)
-    : file_(openFile(path.view(), "w+bc")), isCommitted_(true) {}
+    : file_(openFile(path.view(), "w+bc").release()), isCommitted_(true) {}
 
 BinOutputFile::BinOutputFile(std::FILE* file) : file_(file), isCommitted_(false) {}
 

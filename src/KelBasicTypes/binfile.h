@@ -5,11 +5,21 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 #include "KelBasicTypes/binio.h"
-#include "KelBasicTypes/platform/file.h"
 
 class KelString;
+
+namespace kel {
+
+// Owns a standard file handle.
+struct FileStreamCloser {
+    void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
+};
+using FileStream = std::unique_ptr<std::FILE, FileStreamCloser>;
+
+}  // namespace kel
 
 class BinInputFile final : public BinInput {
 public:
@@ -24,9 +34,7 @@ public:
     void close() override;
 
 private:
-    explicit BinInputFile(kel::platform::FileHandle file);
-
-    kel::platform::FileHandle file_;
+    kel::FileStream file_;  // null: none
 };
 
 // The bytes that wait in the buffer are written before the file is read, positioned, closed or destroyed. A
@@ -52,7 +60,7 @@ private:
     enum class Direction { None, Read, Write };
     void turnTo(Direction direction) noexcept;
 
-    kel::platform::FileHandle file_;
+    kel::FileStream file_;  // null: none
     bool isCommitted_;      // by each flush; a wrapped file is its opener's affair
     bool hasLost_ = false;  // bytes, since the last flush
     Direction direction_ = Direction::None;

@@ -44,5 +44,8 @@ bool BinOutput::flushBuffer() {
     const std::size_t count = pending_;
     if (BinIO_Scrambler* const scrambler = kel::scrambler()) scrambler->scramble(buffer_, tell(), count);
     pending_ = 0;
-    return writeRaw(buffer_, count) > 0;
+    const std::size_t taken = writeRaw(buffer_, count);
+    firstCounter_ += taken;
+    ++secondCounter_;
+    return taken > 0;
 }

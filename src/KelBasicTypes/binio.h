@@ -36,7 +36,8 @@ public:
 
     [[nodiscard]] std::int64_t length() const noexcept { return length_; }  // of the medium, in bytes
 
-    // For the stream's users; nothing here reads it.
+    // Whether readers may seek in the medium and rely on its length; on at first. Switched off for a medium
+    // that is only read forward (a pipe, a socket): KelFileRead then skips by reading.
     [[nodiscard]] bool option() const noexcept { return option_; }
     void setOption(bool on) noexcept { option_ = on; }
 
@@ -69,8 +70,9 @@ public:
     virtual ~BinOutput() = default;
     // 1. Brings everything to the medium.
     virtual bool flush() { return false; }
-    // 2. For other media; nothing here asks.
-    [[nodiscard]] virtual bool reserved2() { return false; }
+    // 2. Whether the medium is memory of this process: what is written there is gone with the process, and
+    // flushing costs nothing.
+    [[nodiscard]] virtual bool isInMemory() { return false; }
     // 3. and 4. Return the bytes taken and delivered.
     virtual std::size_t writeRaw(const void* buffer, std::size_t byteCount) = 0;
     virtual std::size_t readRaw(void* buffer, std::size_t byteCount) = 0;
@@ -81,9 +83,13 @@ public:
     [[nodiscard]] virtual bool good() const = 0;
     virtual void close() = 0;
 
-    // For the stream's users; nothing here reads the option or counts.
+    // Whether writers may seek in the medium; on at first. Switched off for a medium that only takes bytes
+    // one after the other (a pipe, a socket): KelFileWrite, which writes lengths back, then refuses to start.
     [[nodiscard]] bool option() const noexcept { return option_; }
     void setOption(bool on) noexcept { option_ = on; }
+
+    // What left the buffer so far: the bytes that the medium took, and in how many transfers. Many transfers
+    // of few bytes say that a writer seeks or flushes more than it needs to.
     [[nodiscard]] std::uint64_t firstCounter() const noexcept { return firstCounter_; }
     [[nodiscard]] std::uint64_t secondCounter() const noexcept { return secondCounter_; }
 
@@ -122,7 +128,8 @@ public:
 
 namespace kel {
 
-// One for the whole process, borrowed; null, which it is at first, for none. Not to be changed while streams
+// One for the whole process, borrowed; null, which it is at first, for none. It hides the bytes from a casual
+// look and protects them from nobody: this is no encryption. Not to be changed while streams
 // are in use: their bytes would be half scrambled.
 void setScrambler(BinIO_Scrambler* scrambler) noexcept;
 [[nodiscard]] BinIO_Scrambler* scrambler() noexcept;

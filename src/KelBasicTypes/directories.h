@@ -1,6 +1,7 @@
 // Paths of files: absolute ones, shorter ones, temporary ones. Both separators, backslash and slash, are
 // recognised; those that are added here are backslashes. No operation fails: a missing service or setting
-// only changes where a file goes. Threads: any; a string belongs to one thread.
+// only changes where a file goes. What folders hold is directorylisting.h's business. Threads: any; a string
+// belongs to one thread.
 #pragma once
 
 #include <string>

@@ -2,6 +2,10 @@
 // after that finds it counted, and its place in the queue is taken before anybody can lock the mutex. A
 // broadcast opens the semaphore for all that are counted and sleeps until the last of them says so. The
 // broadcaster holds the mutex meanwhile, hence no new waiter can mix with those that it released.
+//
+// A waiter whose time is over has left the queue but is still counted: a broadcast may have opened the
+// semaphore for it, too. So it looks there once more before it stops counting, and is then woken like any
+// other.
 #include "KelBasicTypes/kelcondition.h"
 
 #include <limits>
@@ -9,17 +13,20 @@
 
 #include "KelBasicTypes/detail/spincount.h"
 #include "KelBasicTypes/kelmutex.h"
+#include "KelBasicTypes/platform/criticalsection.h"
 #include "KelBasicTypes/platform/event.h"
 #include "KelBasicTypes/platform/mutex.h"
 #include "KelBasicTypes/platform/semaphore.h"
 
+using kel::platform::CriticalSection;
 using kel::platform::Event;
 using kel::platform::EventReset;
 using kel::platform::SectionGuard;
 using kel::platform::Semaphore;
+using kel::platform::WaitResult;
 
 KelCondition::KelCondition()
-    : waitersLock_(kel::processSpinCount()),
+    : waitersLock_(std::make_unique<CriticalSection>(kel::processSpinCount())),
       waitQueue_(Semaphore::create(0, std::numeric_limits<std::int32_t>::max())),
       waitersDone_(Event::create(EventReset::Auto, false)) {
     if (!waitQueue_ || !waitersDone_) throw std::bad_alloc();
@@ -27,19 +34,42 @@ KelCondition::KelCondition()
 
 KelCondition::~KelCondition() = default;
 
+std::int32_t KelCondition::spinCount() const noexcept {
+    return waitersLock_->spinCount();
+}
+
 void KelCondition::wait(KelMutex& held) {
-    {
-        const SectionGuard guard(waitersLock_);
-        ++waiters_;
-    }
+    enter();
     if (held.isNull() || !waitQueue_->unlockAndWait(*held.mutex_)) {
         held.unlock();
         waitQueue_->wait();
     }
+    (void)leave(held, true);
+}
 
+bool KelCondition::waitFor(KelMutex& held, double seconds) {
+    const std::uint32_t timeoutMs = KelMutex::timeoutMs(seconds);
+    enter();
+    WaitResult result =
+        held.isNull() ? WaitResult::NotHeld : waitQueue_->unlockAndWaitFor(*held.mutex_, timeoutMs);
+    if (result == WaitResult::NotHeld) {
+        held.unlock();
+        result = waitQueue_->waitFor(timeoutMs) ? WaitResult::Woken : WaitResult::TimedOut;
+    }
+    return leave(held, result == WaitResult::Woken);
+}
+
+void KelCondition::enter() {
+    const SectionGuard guard(*waitersLock_);
+    ++waiters_;
+}
+
+// Takes the mutex again. Returns whether this thread was woken after all.
+bool KelCondition::leave(KelMutex& held, bool isWoken) {
     bool isLastOfBroadcast = false;
     {
-        const SectionGuard guard(waitersLock_);
+        const SectionGuard guard(*waitersLock_);
+        isWoken = isWoken || waitQueue_->tryWait();
         --waiters_;
         isLastOfBroadcast = wasBroadcast_ && waiters_ == 0;
     }
@@ -50,12 +80,13 @@ void KelCondition::wait(KelMutex& held) {
     } else {
         (void)waitersDone_->setAndLock(*held.mutex_);
     }
+    return isWoken;
 }
 
 void KelCondition::signal() {
     bool hasWaiters = false;
     {
-        const SectionGuard guard(waitersLock_);
+        const SectionGuard guard(*waitersLock_);
         hasWaiters = waiters_ > 0;
     }
     if (hasWaiters) waitQueue_->release(1);
@@ -63,12 +94,12 @@ void KelCondition::signal() {
 
 void KelCondition::broadcast() {
     {
-        const SectionGuard guard(waitersLock_);
+        const SectionGuard guard(*waitersLock_);
         if (waiters_ <= 0) return;
         wasBroadcast_ = true;
         waitQueue_->release(waiters_);
     }
     waitersDone_->wait();
-    const SectionGuard guard(waitersLock_);
+    const SectionGuard guard(*waitersLock_);
     wasBroadcast_ = false;
 }

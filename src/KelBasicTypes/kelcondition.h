@@ -13,11 +13,10 @@
 #include <cstdint>
 #include <memory>
 
-#include "KelBasicTypes/platform/criticalsection.h"
-
 class KelMutex;
 
 namespace kel::platform {
+class CriticalSection;
 class Event;
 class Semaphore;
 }  // namespace kel::platform
@@ -30,15 +29,25 @@ public:
     ~KelCondition();
 
     void wait(KelMutex& held);  // the caller holds the mutex, again on return
-    void signal();              // wakes one waiter, if any
-    void broadcast();           // wakes all; the caller holds the waiters' mutex
+
+    // The same for a limited time on the monotonic clock, which setting the time of day does not move. Cut to
+    // whole milliseconds, at least one, at most about 49 days. False: the time is over. That leaves open
+    // whether the condition holds by now, so look at it again either way. The time to get the mutex back is
+    // not limited: the caller holds it on return.
+    [[nodiscard]] bool waitFor(KelMutex& held, double seconds);
+
+    void signal();     // wakes one waiter, if any
+    void broadcast();  // wakes all; the caller holds the waiters' mutex
 
     // How often a contended enter of its own short lock looks again before it sleeps; -1: not at all.
-    [[nodiscard]] std::int32_t spinCount() const noexcept { return waitersLock_.spinCount(); }
+    [[nodiscard]] std::int32_t spinCount() const noexcept;
 
 private:
+    void enter();
+    bool leave(KelMutex& held, bool isWoken);
+
     std::int32_t waiters_ = 0;
-    mutable kel::platform::CriticalSection
+    std::unique_ptr<kel::platform::CriticalSection>
         waitersLock_;  // guards waiters_ and wasBroadcast_; never held over a wait
     std::unique_ptr<kel::platform::Semaphore> waitQueue_;
     std::unique_ptr<kel::platform::Event> waitersDone_;  // set by the last waiter that a broadcast released

@@ -74,6 +74,7 @@ public:
         assign(text);
         return *this;
     }
+    KelString& operator=(const std::u16string& text) { return *this = std::u16string_view(text); }
     KelString& operator=(const char16_t* text) {
         assign(text);
         return *this;

@@ -28,9 +28,16 @@ MemLimitListener::MemLimitListener() : limit_(kUnknownLimit) {
         limit_ = static_cast<std::int64_t>(std::max(status.totalPhysical, status.totalVirtual));
     }
     const SPtr<IDataStore> settings;
-    if (!settings) return;
-    settings->addReceiver(this, kSetting);
-    limit_ = truncated(settings->readDouble(kSetting, 0));
+    if (settings) listenTo(*settings);
+}
+
+MemLimitListener::MemLimitListener(IDataStore& settings) : limit_(0) {
+    listenTo(settings);
+}
+
+void MemLimitListener::listenTo(IDataStore& settings) {
+    settings.addReceiver(this, kSetting);
+    limit_ = truncated(settings.readDouble(kSetting, 0));
 }
 
 std::int32_t MemLimitListener::dataChanged(const char* key, double value) {

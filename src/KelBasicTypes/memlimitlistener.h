@@ -9,6 +9,8 @@
 #include "KelBasicTypes/ikeldatareceiver.h"
 #include "framework/object/implements.h"
 
+class IDataStore;
+
 class MemLimitListener final : public kel::Implements<MemLimitListener, IKelDataReceiver> {
 public:
     static constexpr const char* kClassName = "MemLimitListener";
@@ -19,6 +21,9 @@ public:
     // the heap.
     MemLimitListener();
 
+    // The same with a store of the caller's choice, of which the listener keeps no reference.
+    explicit MemLimitListener(IDataStore& settings);
+
     // Returns 0 for its own setting, else the order of the two names, and changes nothing.
     std::int32_t dataChanged(const char* key, double value) override;
 
@@ -26,5 +31,7 @@ public:
     [[nodiscard]] std::int64_t limitInBytes() const noexcept { return limit_; }
 
 private:
+    void listenTo(IDataStore& settings);
+
     std::atomic<std::int64_t> limit_;
 };

@@ -3,11 +3,11 @@
 
 #include "KelBasicTypes/detail/memorylog.h"
 #include "KelBasicTypes/detail/quietlookup.h"
+#include "KelBasicTypes/detail/systemfigures.h"
 #include "KelBasicTypes/idatastore.h"
 #include "KelBasicTypes/imemchecker.h"
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/outofmemory.h"
-#include "KelBasicTypes/platform/memorystatus.h"
 #include "KelBasicTypes/platform/rawfile.h"
 
 namespace kel::detail {
@@ -38,23 +38,14 @@ private:
     std::size_t size_ = 0;
 };
 
-MemoryFigures figuresOfSystem() noexcept {
-    platform::MemoryStatus status;
-    if (!platform::readMemoryStatus(status)) return {};
-    const auto difference = [](std::uint64_t a, std::uint64_t b) { return a > b ? a - b : 0; };
-    const std::uint64_t swapTotal =
-        std::min(difference(status.totalVirtual, status.totalPhysical), status.totalPageFile);
-    const std::uint64_t swapFree = std::min(
-        {swapTotal, difference(status.availableVirtual, status.availablePhysical), status.availablePageFile});
-    return {status.availablePhysical / kKilobyte, status.totalPhysical / kKilobyte, swapFree / kKilobyte,
-            swapTotal / kKilobyte};
-}
-
 MemoryFigures figures() {
-    const IPtr<IMemChecker> checker = findService<IMemChecker>();
-    if (!checker || !checker->isAvailable()) return figuresOfSystem();
     MemoryFigures result;
-    checker->figures(result, kKilobyte);
+    const IPtr<IMemChecker> checker = findService<IMemChecker>();
+    if (checker && checker->isAvailable()) {
+        checker->figures(result, kKilobyte);
+    } else {
+        (void)systemFigures(result, kKilobyte);  // zeros where the system does not tell
+    }
     return result;
 }
 

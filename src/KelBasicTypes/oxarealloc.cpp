@@ -4,10 +4,12 @@
 #include <cinttypes>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "KelBasicTypes/assertion.h"
 #include "KelBasicTypes/detail/heap.h"
+#include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/detail/spill.h"
 #include "KelBasicTypes/outofmemory.h"
 
@@ -19,6 +21,17 @@ constexpr int kFirstStep = 7;             // of the narrowing attempts, counted 
 constexpr int kFirstStepWithManager = 5;  // from here on the memory manager is asked as well
 
 constinit std::atomic<bool> isTraced{false};
+
+bool isTraceWanted() noexcept {
+    const char* const value = std::getenv("KEL_TRACE_ALLOCATIONS");
+    return value != nullptr && *value != '\0' && std::strcmp(value, "0") != 0;
+}
+
+// Off until this file's statics are made: what is allocated before is not traced.
+[[maybe_unused]] const bool isEnvironmentRead = []() noexcept {
+    isTraced = isTraceWanted();
+    return true;
+}();
 
 // What is too large to be counted is too large to be had: no heap grants it.
 std::size_t byteSize(std::uint64_t elementSize, std::uint64_t count) noexcept {
@@ -123,4 +136,11 @@ void setAllocationTrace(bool on) noexcept {
     isTraced = on;
 }
 
+namespace detail {
+
+void rereadTraceVariable() {
+    isTraced = isTraceWanted();
+}
+
+}  // namespace detail
 }  // namespace kel

@@ -28,7 +28,8 @@ std::uint64_t oxaRealloc(void*& block, std::uint64_t elementSize, std::uint64_t 
 
 void oxaFree(void* block) noexcept;  // null does nothing
 
-// While it is on, every guarded allocation writes one line to standard output. Off at first.
+// While it is on, every guarded allocation writes one line to standard output. At first as the environment
+// variable KEL_TRACE_ALLOCATIONS says when the library is loaded: on unless it is unset, empty or "0".
 void setAllocationTrace(bool on) noexcept;
 
 }  // namespace kel

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <thread>
@@ -196,6 +197,66 @@ TEST(KelCondition, MayBeDestroyedAsSoonAsItsBroadcastReturned) {
         mutex.unlock();
         joinAll(threads);
     }
+}
+
+TEST(KelCondition, TimedWaitEndsByItselfAndHoldsTheMutexAgain) {
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition condition;
+    const Locked locked(mutex);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(condition.waitFor(mutex, 0.02));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+    std::thread([&] { EXPECT_FALSE(mutex.tryLock()) << "the waiter has it"; }).join();
+    condition.signal();
+    condition.broadcast();  // would never return if the wait were still counted
+    EXPECT_FALSE(condition.waitFor(mutex, 0));
+}
+
+// Time-outs race with signals and broadcasts: no broadcast may wait for a thread that has given up, and no
+// wake-up meant for one thread may end with another that no longer waits.
+TEST(KelCondition, TimeOutsAmongWakeUpsLoseNothing) {
+    constexpr int kRounds = 400;
+    KelMutex mutex;
+    ASSERT_TRUE(mutex.create());
+    KelCondition condition;
+    int round = 0;
+    std::atomic<int> done{0};
+    std::atomic<int> timeOuts{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 6; ++t) {
+        const bool isPatient = t % 2 == 0;
+        threads.emplace_back([&, isPatient] {
+            for (int mine = 1; mine <= kRounds; ++mine) {
+                const Locked locked(mutex);
+                while (round < mine) {
+                    if (isPatient) {
+                        condition.wait(mutex);
+                    } else if (!condition.waitFor(mutex, 0.001)) {
+                        ++timeOuts;
+                    }
+                }
+                ++done;
+            }
+        });
+    }
+    for (int mine = 1; mine <= kRounds; ++mine) {
+        {
+            const Locked locked(mutex);
+            round = mine;
+            if (mine % 2 == 0) condition.broadcast();
+        }
+        if (mine % 2 != 0) {
+            while (done < 6 * mine) condition.signal();
+        }
+        while (done < 6 * mine) std::this_thread::yield();
+        if (mine % 40 == 0 && mine < kRounds) {
+            const int before = timeOuts;
+            while (timeOuts == before) std::this_thread::yield();  // the impatient do give up
+        }
+    }
+    joinAll(threads);
+    EXPECT_GT(timeOuts, 0);
 }
 
 TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "KelBasicTypes/assertion.h"
+#include "KelBasicTypes/detail/resetbasictypes.h"
 #include "environment.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
@@ -189,4 +190,23 @@ TEST(OxaRealloc, TracesEveryRequest) {
               "oxaRealloc: 4 : 10 : 20 : 80\n"
               "oxaRealloc: 4 : 20 : 30 : 120\n"
               "oxaMalloc: 2 : 3 : 6\n");
+}
+
+TEST(OxaRealloc, IsTracedWhenTheEnvironmentSaysSo) {
+    const struct {
+        const char* value;
+        bool isTraced;
+    } kCases[] = {{"1", true}, {"yes", true}, {"0", false}, {"", false}, {nullptr, false}};
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.value == nullptr ? "unset" : c.value);
+        kel::test::unsetVariable("KEL_TRACE_ALLOCATIONS");
+        if (c.value != nullptr) kel::test::setVariable("KEL_TRACE_ALLOCATIONS", c.value);
+        kel::detail::rereadTraceVariable();
+        testing::internal::CaptureStdout();
+        void* block = nullptr;
+        oxaMalloc(block, 4, 10);
+        oxaFree(block);
+        std::fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.isTraced ? "oxaMalloc: 4 : 10 : 40\n" : "");
+    }
 }

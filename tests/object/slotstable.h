@@ -5,11 +5,13 @@
 
 #include "KelBasicTypes/binio.h"
 #include "KelBasicTypes/ibucketmemorypool.h"
-#include "KelBasicTypes/idatastore.h"
+#include "KelBasicTypes/idatastorev2.h"
 #include "KelBasicTypes/igfxrenderer.h"
 #include "KelBasicTypes/ikelasserthandlercb.h"
+#include "KelBasicTypes/ikeldatamodelreader.h"
+#include "KelBasicTypes/ikeldatamodelwriter.h"
 #include "KelBasicTypes/ikeldatareceiver.h"
-#include "KelBasicTypes/ikeldirservice.h"
+#include "KelBasicTypes/ikeldirservicev2.h"
 #include "KelBasicTypes/ikelerrorservice.h"
 #include "KelBasicTypes/ikelmmanager.h"
 #include "KelBasicTypes/ikelstrsupport.h"
@@ -22,6 +24,7 @@
 #include "framework/object/ikelcompinternal.h"
 #include "framework/object/ikelcomponent.h"
 #include "framework/object/ikelcomponentmanager.h"
+#include "framework/object/ikelselftest.h"
 #include "framework/object/kelunknown.h"
 #include "msxml_parser/ikeldomxml.h"
 #include "msxml_parser/ikeldomxmlelement.h"
@@ -45,6 +48,7 @@
     KEL_SLOT(IKelComponent, createObject, 2)                \
     KEL_SLOT(IKelComponent, version, 3)                     \
     KEL_SLOT(IKelTestReceiver, receive, 0)                  \
+    KEL_SLOT(IKelSelfTest, run, 0)                          \
     KEL_SLOT(IKelCompInternal, classId, 2)                  \
     KEL_SLOT(IKelCompInternal, name, 3)                     \
     KEL_SLOT(IKelCompInternal, classCount, 5)               \
@@ -144,6 +148,7 @@
     KEL_SLOT(BinInput, good, 4)                             \
     KEL_SLOT(BinInput, close, 5)                            \
     KEL_SLOT(BinOutput, flush, 1)                           \
+    KEL_SLOT(BinOutput, isInMemory, 2)                      \
     KEL_SLOT(BinOutput, writeRaw, 3)                        \
     KEL_SLOT(BinOutput, readRaw, 4)                         \
     KEL_SLOT(BinOutput, tell, 5)                            \
@@ -158,11 +163,39 @@
     KEL_SLOT(IDataStore, readDouble, 12)                    \
     KEL_SLOT(IDataStore, readText, 13)                      \
     KEL_SLOT(IDataStore, addReceiver, 35)                   \
+    KEL_SLOT(IDataStoreV2, removeReceiver, 0)               \
     KEL_SLOT(IGfxRenderer, beforeReport, 7)                 \
     KEL_SLOT(IGfxRenderer, afterMessageBox, 8)              \
     KEL_SLOT(IKelAssertHandlerCB, assertionFailed, 0)       \
     KEL_SLOT(IKelDataReceiver, dataChanged, 0)              \
     KEL_SLOT(IKelDirService, directory, 0)                  \
+    KEL_SLOT(IKelDirServiceV2, list, 0)                     \
+    KEL_SLOT(IKelDirServiceV2, create, 1)                   \
+    KEL_SLOT(IKelDirServiceV2, change, 2)                   \
+    KEL_SLOT(IKelDataModelWriter, beginBlock, 0)            \
+    KEL_SLOT(IKelDataModelWriter, endBlock, 1)              \
+    KEL_SLOT(IKelDataModelWriter, writeBool, 2)             \
+    KEL_SLOT(IKelDataModelWriter, writeIntegers, 3)         \
+    KEL_SLOT(IKelDataModelWriter, writeReals, 4)            \
+    KEL_SLOT(IKelDataModelWriter, writeText, 5)             \
+    KEL_SLOT(IKelDataModelWriter, writeBytes, 6)            \
+    KEL_SLOT(IKelDataModelWriter, writeClassId, 7)          \
+    KEL_SLOT(IKelDataModelWriter, finish, 8)                \
+    KEL_SLOT(IKelDataModelWriter, failureMessage, 9)        \
+    KEL_SLOT(IKelDataModelReader, next, 0)                  \
+    KEL_SLOT(IKelDataModelReader, enterBlock, 1)            \
+    KEL_SLOT(IKelDataModelReader, leaveBlock, 2)            \
+    KEL_SLOT(IKelDataModelReader, readBool, 3)              \
+    KEL_SLOT(IKelDataModelReader, readInteger, 4)           \
+    KEL_SLOT(IKelDataModelReader, readIntegers, 5)          \
+    KEL_SLOT(IKelDataModelReader, readReal, 6)              \
+    KEL_SLOT(IKelDataModelReader, readReals, 7)             \
+    KEL_SLOT(IKelDataModelReader, readText, 8)              \
+    KEL_SLOT(IKelDataModelReader, readBytes, 9)             \
+    KEL_SLOT(IKelDataModelReader, readClassId, 10)          \
+    KEL_SLOT(IKelDataModelReader, hasFailed, 11)            \
+    KEL_SLOT(IKelDataModelReader, failureMessage, 12)       \
+    KEL_SLOT(IKelDataModelReader, failurePosition, 13)      \
     KEL_SLOT(IKelErrorService, report, 2)                   \
     KEL_SLOT(KelMM::IKelMManager, giveMemoryBack, 3)        \
     KEL_SLOT(KelMM::IKelMManager, coreLimit, 10)            \

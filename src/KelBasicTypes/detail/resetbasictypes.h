@@ -8,6 +8,7 @@ void resetStringSupport();
 void resetTranslator();
 void resetDirectories();
 void resetMemoryManager();
-void resetBufferPool();  // releases the current pool with all that it keeps
+void rereadTraceVariable();  // KEL_TRACE_ALLOCATIONS
+void resetBufferPool();      // releases the current pool with all that it keeps
 
 }  // namespace kel::detail

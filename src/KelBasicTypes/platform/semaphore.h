@@ -9,6 +9,12 @@ namespace kel::platform {
 
 class Mutex;
 
+enum class WaitResult {
+    Woken,
+    TimedOut,  // and no longer among the waiters
+    NotHeld,   // nothing was waited for
+};
+
 class Semaphore final {
 public:
     // Null when the system has no room for one. 0 <= initial <= maximum.
@@ -23,11 +29,16 @@ public:
     bool release(std::int32_t count) noexcept;
     void wait() noexcept;
     [[nodiscard]] bool tryWait() noexcept;
+    [[nodiscard]] bool waitFor(std::uint32_t timeoutMs) noexcept;  // false when the time is over
 
     // One step: this thread has its place among the waiters before the mutex is free for anybody else, so
     // nobody who locks the mutex afterwards can be let through first. False when the calling thread does not
     // hold the mutex: then nothing was waited for and no place kept.
     [[nodiscard]] bool unlockAndWait(Mutex& held) noexcept;
+
+    // The same for a limited time on a clock that nobody sets back. The mutex is free afterwards unless it
+    // was not held.
+    [[nodiscard]] WaitResult unlockAndWaitFor(Mutex& held, std::uint32_t timeoutMs) noexcept;
 
 private:
     struct State;

@@ -28,6 +28,23 @@ struct Semaphore::State {
         return waiters.remove(waiter);
     }
 
+    // For a wait that is not to be. True: what this thread took, or was given while it queued, must go to the
+    // next one.
+    bool abandon(Waiter& waiter, bool isTaken) noexcept {
+        if (isTaken) return true;
+        if (leaveQueue(waiter)) return false;
+        waiter.sleep();
+        return true;
+    }
+
+    // False: not woken within the time, and no longer queued.
+    bool sleepFor(Waiter& waiter, std::uint32_t timeoutMs) noexcept {
+        if (waiter.sleepFor(timeoutMs)) return true;
+        if (leaveQueue(waiter)) return false;
+        waiter.sleep();  // released between the time-out and here: the wake-up still needs the waiter
+        return true;
+    }
+
     std::mutex lock;
     std::int32_t count;  // above 0 only while nobody waits
     const std::int32_t maximum;
@@ -69,19 +86,30 @@ bool Semaphore::tryWait() noexcept {
     return true;
 }
 
+bool Semaphore::waitFor(std::uint32_t timeoutMs) noexcept {
+    Waiter waiter;
+    return state_->takeOrQueue(waiter) || state_->sleepFor(waiter, timeoutMs);
+}
+
 bool Semaphore::unlockAndWait(Mutex& held) noexcept {
     Waiter waiter;
-    const bool taken = state_->takeOrQueue(waiter);
+    const bool isTaken = state_->takeOrQueue(waiter);
     if (!held.unlock()) {
-        if (!taken) {
-            if (state_->leaveQueue(waiter)) return false;
-            waiter.sleep();
-        }
-        release(1);  // what this thread took, or was given while it queued, goes to the next one
+        if (state_->abandon(waiter, isTaken)) release(1);
         return false;
     }
-    if (!taken) waiter.sleep();
+    if (!isTaken) waiter.sleep();
     return true;
+}
+
+WaitResult Semaphore::unlockAndWaitFor(Mutex& held, std::uint32_t timeoutMs) noexcept {
+    Waiter waiter;
+    const bool isTaken = state_->takeOrQueue(waiter);
+    if (!held.unlock()) {
+        if (state_->abandon(waiter, isTaken)) release(1);
+        return WaitResult::NotHeld;
+    }
+    return isTaken || state_->sleepFor(waiter, timeoutMs) ? WaitResult::Woken : WaitResult::TimedOut;
 }
 
 }  // namespace kel::platform

@@ -35,6 +35,10 @@ bool Semaphore::tryWait() noexcept {
     return WaitForSingleObject(state_->handle.get(), 0) == WAIT_OBJECT_0;
 }
 
+bool Semaphore::waitFor(std::uint32_t timeoutMs) noexcept {
+    return WaitForSingleObject(state_->handle.get(), timeoutMs) == WAIT_OBJECT_0;
+}
+
 bool Semaphore::unlockAndWait(Mutex& held) noexcept {
     Mutex::Native::startUnlock(held);
     const DWORD result =
@@ -42,6 +46,16 @@ bool Semaphore::unlockAndWait(Mutex& held) noexcept {
     if (result == WAIT_OBJECT_0) return true;
     Mutex::Native::undoUnlock(held);
     return false;
+}
+
+WaitResult Semaphore::unlockAndWaitFor(Mutex& held, std::uint32_t timeoutMs) noexcept {
+    Mutex::Native::startUnlock(held);
+    const DWORD result =
+        SignalObjectAndWait(Mutex::Native::handleOf(held), state_->handle.get(), timeoutMs, FALSE);
+    if (result == WAIT_OBJECT_0) return WaitResult::Woken;
+    if (result == WAIT_TIMEOUT) return WaitResult::TimedOut;
+    Mutex::Native::undoUnlock(held);
+    return WaitResult::NotHeld;
 }
 
 }  // namespace kel::platform

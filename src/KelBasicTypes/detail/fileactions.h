@@ -1,0 +1,15 @@
+// Files by framework path, as a whole. Threads: any.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kel::detail {
+
+// `from` takes the place of `to`, in one step where both are on one file system. Returns what the system says
+// when it refuses, which changes nothing; empty when done.
+[[nodiscard]] std::string replaceFile(std::u16string_view from, std::u16string_view to);
+
+void removeFile(std::u16string_view path) noexcept;  // one that is not there, or cannot be removed, stays
+
+}  // namespace kel::detail

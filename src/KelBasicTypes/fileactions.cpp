@@ -1,0 +1,25 @@
+#include "KelBasicTypes/detail/fileactions.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "KelBasicTypes/platform/nativepath.h"
+
+namespace kel::detail {
+
+std::string replaceFile(std::u16string_view from, std::u16string_view to) {
+    std::error_code failure;
+    std::filesystem::rename(platform::nativePath(from), platform::nativePath(to), failure);
+    return failure ? failure.message() : std::string();
+}
+
+void removeFile(std::u16string_view path) noexcept {
+    try {
+        std::error_code ignored;  // see the declaration
+        std::filesystem::remove(platform::nativePath(path), ignored);
+    } catch (const std::bad_alloc&) {
+        // No memory for the name: the file stays.
+    }
+}
+
+}  // namespace kel::detail

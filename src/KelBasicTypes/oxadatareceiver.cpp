@@ -1,0 +1,64 @@
+// The store counts its receivers and calls them from any thread, so it knows a link of its own kind, which
+// outlives the OxaDataReceiver where it has to, and is emptied when that ends.
+#include "KelBasicTypes/oxadatareceiver.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "KelBasicTypes/idatastorev2.h"
+#include "KelBasicTypes/ikeldatareceiver.h"
+#include "KelBasicTypes/platform/criticalsection.h"
+#include "framework/object/implements.h"
+#include "framework/object/sptr.h"
+
+using kel::platform::CriticalSection;
+using kel::platform::SectionGuard;
+
+class OxaDataReceiver::Link final : public kel::Implements<Link, IKelDataReceiver> {
+public:
+    static constexpr const char* kClassName = "OxaDataReceiver";
+
+    std::int32_t dataChanged(const char* key, double value) override {
+        const SectionGuard guard(lock_);  // until the function is done: see ~OxaDataReceiver
+        const auto found = functions_.find(key);
+        if (found == functions_.end()) return 1;
+        const std::shared_ptr<const Function> kept = found->second;  // it may destroy its receiver
+        if (*kept) (*kept)(value);
+        return 0;
+    }
+
+    // True: the key is new.
+    bool put(const std::string& key, Function function) {
+        auto kept = std::make_shared<const Function>(std::move(function));
+        const SectionGuard guard(lock_);
+        return functions_.insert_or_assign(key, std::move(kept)).second;
+    }
+
+    void clear() noexcept {
+        std::map<std::string, std::shared_ptr<const Function>, std::less<>>
+            ended;  // destroyed without the lock
+        const SectionGuard guard(lock_);
+        functions_.swap(ended);
+    }
+
+private:
+    CriticalSection lock_;
+    std::map<std::string, std::shared_ptr<const Function>, std::less<>> functions_;
+};
+
+OxaDataReceiver::OxaDataReceiver() : settings_(SPtr<IDataStore>()), link_(new Link) {}
+
+OxaDataReceiver::OxaDataReceiver(IDataStore& settings) : settings_(&settings), link_(new Link) {}
+
+OxaDataReceiver::~OxaDataReceiver() {
+    if (auto* const store = kel::queryInterface<IDataStoreV2>(settings_.get()))
+        store->removeReceiver(link_.get());
+    link_->clear();
+}
+
+bool OxaDataReceiver::receive(const std::string& key, Function function) {
+    if (!settings_) return false;
+    if (link_->put(key, std::move(function))) settings_->addReceiver(link_.get(), key.c_str());
+    return true;
+}
