@@ -21,7 +21,7 @@ extern IKelComponentCustomizer* customizerHook;  // started and stopped with the
 [[nodiscard]] bool isBreakEnabled() noexcept;
 void setBreakEnabled(bool on) noexcept;
 
-// The classes that the self-test names; made on first use.
+// The classes that the self-test names, which have the interface IKelSelfTest; made on first use.
 [[nodiscard]] OneBasedList<KelClassId>& testClassList();
 
 }  // namespace kel

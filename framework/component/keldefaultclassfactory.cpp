@@ -1,5 +1,6 @@
 #include "framework/component/keldefaultclassfactory.h"
 
+#include "framework/component/componentstate.h"
 #include "framework/component/kelitemfactory.h"
 
 KelDefaultClassFactory& KelDefaultClassFactory::instance() {
@@ -13,8 +14,14 @@ void KelDefaultClassFactory::registerFactory(const KelClassId& id, KelItemFactor
     classes_.insertOrReplace(id, factory);
 }
 
+void KelDefaultClassFactory::registerTestFactory(const KelClassId& id, KelItemFactory* factory) {
+    if (factory == nullptr) return;
+    if (testClasses_.find(id) == nullptr) kel::testClassList().append(id);
+    testClasses_.insertOrReplace(id, factory);
+}
+
 std::int32_t KelDefaultClassFactory::create(const KelClassId& id, IKelUnknown** out) {
-    const ClassMap::Entry* const entry = classes_.find(id);
+    const ClassMap::Entry* const entry = find(id);
     if (entry == nullptr) return 0;
     int created = 0;
     *out = entry->value->create(&created);
@@ -34,8 +41,13 @@ bool KelDefaultClassFactory::nextClass(KelClassId* id) {
 }
 
 const char* KelDefaultClassFactory::classNameOf(const KelClassId& id) const {
-    const ClassMap::Entry* const entry = classes_.find(id);
+    const ClassMap::Entry* const entry = find(id);
     return entry == nullptr ? nullptr : entry->value->name();
+}
+
+const KelDefaultClassFactory::ClassMap::Entry* KelDefaultClassFactory::find(const KelClassId& id) const {
+    const ClassMap::Entry* const entry = classes_.find(id);
+    return entry != nullptr ? entry : testClasses_.find(id);
 }
 
 bool KelDefaultClassFactory::moveTo(const ClassMap::Entry* entry, KelClassId* id) {

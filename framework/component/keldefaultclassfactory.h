@@ -17,6 +17,10 @@ public:
     // nothing.
     void registerFactory(const KelClassId& id, KelItemFactory* factory);
 
+    // The same for a class of the self-test: it is made and named like any other, but neither counted nor
+    // enumerated. kel::testClassList lists it.
+    void registerTestFactory(const KelClassId& id, KelItemFactory* factory);
+
     std::int32_t create(const KelClassId& id, IKelUnknown** out) override;
     [[nodiscard]] std::int32_t classCount() const override;
     bool firstClass(KelClassId* id) override;
@@ -30,8 +34,10 @@ private:
     using ClassMap = kel::ChainedTable<KelClassId, KelItemFactory*, FirstPart>;
 
     KelDefaultClassFactory() = default;
+    [[nodiscard]] const ClassMap::Entry* find(const KelClassId& id) const;
     bool moveTo(const ClassMap::Entry* entry, KelClassId* id);
 
     ClassMap classes_{99};
+    ClassMap testClasses_{2};
     const ClassMap::Entry* cursor_ = nullptr;
 };

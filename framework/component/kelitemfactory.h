@@ -12,6 +12,12 @@ public:
     // Registers with KelDefaultClassFactory under the identifier, in place of an item factory that was there.
     // The texts are static; the description may be null.
     KelItemFactory(const KelClassId* id, const char* name, const char* description);
+
+    // The same for a class that is offered to users, or for one of the self-test, which has the interface
+    // IKelSelfTest: see KelDefaultClassFactory::registerTestFactory.
+    enum class Listing { Offered, SelfTest };
+    KelItemFactory(const KelClassId* id, const char* name, const char* description, Listing listing);
+
     KelItemFactory(const KelItemFactory&) = delete;  // the class map points at us
     KelItemFactory& operator=(const KelItemFactory&) = delete;
 

@@ -1,44 +1,14 @@
 #include "framework/component/kelstaticbasecomponent.h"
 
-#include "KelBasicTypes/ikelerrorservice.h"
-#include "KelBasicTypes/kelstring.h"
 #include "framework/component/componentstate.h"
+#include "framework/component/detail/selftestrun.h"
 #include "framework/component/ikelclassfactory.h"
 #include "framework/component/ikelcomponentcustomizer.h"
 #include "framework/object/hostlink.h"
-#include "framework/object/ikelcomponentmanager.h"
-#include "framework/object/sptr.h"
 
 namespace {
 
 constinit bool isSelfTestRunning = false;
-
-class SelfTestRun final {
-public:
-    SelfTestRun() { isSelfTestRunning = true; }
-    SelfTestRun(const SelfTestRun&) = delete;
-    SelfTestRun& operator=(const SelfTestRun&) = delete;
-    ~SelfTestRun() { isSelfTestRunning = false; }  // also when a service throws
-};
-
-void report(const KelString& message) {
-    const SPtr<IKelErrorService> errors;
-    if (errors) errors->report(message, IKelErrorService::kLevelError, "");
-}
-
-void reportTestStatus() {
-    report(u"Unable to get test service");
-    if (kel::hostCore == nullptr) return;
-    const std::int32_t status = kel::hostCore->testStatus();
-    // Kept: the status is a character, not a number. See behaviour.md, "Self-test status".
-    const char16_t character = static_cast<char16_t>(status & 0xFF);
-    report(std::u16string_view(&character, 1));
-}
-
-void nameTestClasses(IKelTestReceiver& receiver) {
-    const auto& list = kel::testClassList();
-    for (std::size_t number = 1; number <= list.count(); ++number) receiver.receive(*list.at(number));
-}
 
 }  // namespace
 
@@ -83,13 +53,7 @@ const char* KelStaticBaseComponent::classNameOf(const KelClassId& id) const {
 }
 
 void KelStaticBaseComponent::selfTest(IKelTestReceiver* receiver) {
-    if (isSelfTestRunning) return;
-    const SelfTestRun run;
-    if (receiver == nullptr) {
-        reportTestStatus();
-    } else {
-        nameTestClasses(*receiver);
-    }
+    kel::detail::runSelfTest(isSelfTestRunning, kel::testClassList(), receiver);
 }
 
 void KelStaticBaseComponent::setContainerName(const std::string& name) {

@@ -1,6 +1,7 @@
 // What the component sets up while the library is loaded, in this order and in this one file, for across
 // files the order would be the linker's. None of it is ever destroyed: nobody knows who calls last while a
 // process ends.
+#include "KelBasicTypes/selftests.h"
 #include "framework/component/componentstate.h"
 #include "framework/component/keldefaultclassfactory.h"
 #include "framework/component/kelitemfactory.h"
@@ -10,6 +11,7 @@
 #include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/mssaxxml.h"
 #include "msxml_parser/detail/outlive.h"
+#include "msxml_parser/detail/selftest.h"
 
 namespace {
 
@@ -20,6 +22,22 @@ constexpr KelClassId kSaxParserId{
 constexpr KelClassId kComponentId{
     0x88BC5A8E, 0xCC38, 0x4C51, {0xB3, 0xF1, 0x90, 0x80, 0x05, 0x66, 0xE0, 0xDF}};
 
+// Of the self-test.
+constexpr KelClassId kComponentTestId{
+    0x2E9C41D3, 0x8A67, 0x4F0B, {0xB5, 0x12, 0x7D, 0xC0, 0x39, 0xE4, 0x86, 0xAF}};
+constexpr KelClassId kPoolTestId{
+    0x7B03F5A8, 0x14DE, 0x49C2, {0x96, 0xEB, 0x50, 0x2A, 0xC8, 0x71, 0x3D, 0x04}};
+constexpr KelClassId kStreamTestId{
+    0xD1568E0C, 0x5BF9, 0x4A73, {0x8C, 0x20, 0xF6, 0x9B, 0x14, 0x0D, 0xE7, 0x58}};
+
+// Registered by being made, as all item factories are; see below.
+template <class T>
+void registerSelfTest(const KelClassId& id) {
+    static auto& factory =
+        *new KelTClassItemFactory<T>(&id, T::kClassName, nullptr, KelItemFactory::Listing::SelfTest);
+    (void)factory;
+}
+
 bool setUpComponent() {
     msxml::keepUntilProcessEnd(new MSXMLParserComponentCustomizer);
     // An item factory registers itself and creates the class factory if it is the first.
@@ -29,6 +47,9 @@ bool setUpComponent() {
         *new KelTClassItemFactory<MSSAXXml>(&kSaxParserId, MSSAXXml::kClassName, nullptr);
     (void)domParsers;
     (void)saxParsers;
+    registerSelfTest<MSXMLSelfTest>(kComponentTestId);
+    registerSelfTest<kel::PoolSelfTest>(kPoolTestId);
+    registerSelfTest<kel::StreamSelfTest>(kStreamTestId);
     kel::setContainerName("");
     kel::setComponentIdentity({"msxml_parser", "6.3.0.0", kComponentId});
     kel::defaultClassFactory = &KelDefaultClassFactory::instance();

@@ -13,6 +13,7 @@
 #include "framework/component/ikelcomponentfactory.h"
 #include "framework/object/ikelcompinternal.h"
 #include "framework/object/ikelcomponent.h"
+#include "framework/object/ikelselftest.h"
 #include "framework/object/implements.h"
 #include "framework/object/kelweakref.h"
 #include "msxml_parser/detail/engineclasses.h"
@@ -91,6 +92,33 @@ TEST(Entry, CreatesParsersByClassIdentifier) {
     const SaxParser sax(kel::queryInterface<IKelSAXXmlV2>(made));
     EXPECT_TRUE(sax);
     EXPECT_EQ(component->createObject(kComponentId, &made), 0);
+}
+
+class SelfTestRunner final : public kel::Implements<SelfTestRunner, IKelTestReceiver> {
+public:
+    static constexpr const char* kClassName = "SelfTestRunner";
+    explicit SelfTestRunner(IKelComponent& component) : component_(component) {}
+    void receive(const KelClassId& id) override {
+        IKelUnknown* made = nullptr;
+        ASSERT_EQ(component_.createObject(id, &made), 1);
+        const IPtr<IKelSelfTest> test(kel::queryInterface<IKelSelfTest>(made));
+        ASSERT_TRUE(test);
+        std::string reason;
+        EXPECT_TRUE(test->run(reason)) << reason;
+        EXPECT_EQ(reason, "");
+        names.push_back(kel::queryInterface<IKelCompInternal>(&component_)->classNameOf(id));
+    }
+    std::vector<std::string> names;
+
+private:
+    IKelComponent& component_;
+};
+
+TEST(Entry, SelfTestsRunAndPass) {
+    const IPtr<IKelComponent> component = enter();
+    const IPtr<SelfTestRunner> runner(new SelfTestRunner(*component));
+    kel::queryInterface<IKelCompInternal>(component.get())->selfTest(runner.get());
+    EXPECT_EQ(runner->names, (std::vector<std::string>{"MSXMLSelfTest", "PoolSelfTest", "StreamSelfTest"}));
 }
 
 TEST(Wrappers, HandOutSeparateParsersAndShareTheirCustomizer) {

@@ -20,6 +20,10 @@ template <>
 constexpr std::ptrdiff_t kShift<KelShared> = 1;
 template <>
 constexpr std::ptrdiff_t kShift<IKelDOMXmlV2> = 13;  // the first version's eleven and its destructors
+template <>
+constexpr std::ptrdiff_t kShift<IDataStoreV2> = 38;  // likewise
+template <>
+constexpr std::ptrdiff_t kShift<IKelDirServiceV2> = 3;
 
 TEST(Slots, OfEveryInterfaceAreWhereTheOthersExpectThem) {
     if constexpr (!kCanReadSlots) GTEST_SKIP() << "in this ABI `./dev lint` holds them";

@@ -211,6 +211,22 @@ TEST_F(ComponentTest, SelfTestNamesItsTestClassesInOrder) {
     EXPECT_EQ(receiver.classes, (std::vector<std::uint32_t>{0x20, 0x10}));
 }
 
+TEST_F(ComponentTest, TestClassesAreMadeAndNamedButNotEnumerated) {
+    static constexpr KelClassId kTestId{0x40, 1, 2, {3}};
+    for (const char* const name : {"an earlier one", "ShelfTest"}) {
+        new KelTClassItemFactory<Shelf>(&kTestId, name, nullptr, KelItemFactory::Listing::SelfTest);
+    }
+    ASSERT_EQ(kel::testClassList().count(), 1U) << "registered twice, listed once";
+    EXPECT_EQ(internal_->classCount(), 3);
+    KelClassId id;
+    for (bool more = internal_->firstClass(&id); more; more = internal_->nextClass(&id))
+        EXPECT_NE(id, kTestId);
+    EXPECT_STREQ(internal_->classNameOf(kTestId), "ShelfTest");
+    IKelUnknown* object = nullptr;
+    ASSERT_EQ(component_->createObject(kTestId, &object), 1);
+    const IPtr<IKelUnknown> held(object);
+}
+
 TEST_F(ComponentTest, BreakFlagIsOffForExactlyZero) {
     const struct {
         const char* value;
