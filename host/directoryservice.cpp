@@ -14,6 +14,20 @@ std::string DirectoryService::directory(const std::string& name) {
     return platform::knownFolder(name);
 }
 
+bool DirectoryService::list(const KelString& folder, const kel::ListingOptions& options,
+                            kel::DirectoryListing& result) {
+    result = kel::listDirectory(folder, options);
+    return result.isRead;
+}
+
+bool DirectoryService::create(const KelString& folder) {
+    return kel::createDirectory(folder);
+}
+
+bool DirectoryService::change(const KelString& folder) {
+    return kel::changeDirectory(folder);
+}
+
 void DirectoryService::set(const std::string& name, const std::string& directory) {
     const std::unique_lock guard(lock_);
     chosen_[name] = directory;

@@ -7,10 +7,12 @@
 #include <system_error>
 #include <utility>
 
+#include "KelBasicTypes/platform/processmemory.h"
 #include "framework/object/hostlink.h"
 #include "host/detail/componentmanager.h"
 #include "host/detail/standardservices.h"
 #include "host/errorservice.h"
+#include "host/memorylimit.h"
 #include "host/platform/componentthreads.h"
 #include "host/platform/sharedlibrary.h"
 #include "host/text.h"
@@ -35,13 +37,28 @@ ComponentManager* makeImmortalManager(const HostOptions& options) {
     return managers.emplace_back(std::move(manager)).get();
 }
 
-// Damaged catalogues cost nothing but the translation, and somebody should know.
-void warn(ComponentManager& manager, const std::vector<std::string>& problems) {
+void warn(ComponentManager& manager, const std::string& problem) {
     void* service = nullptr;
     manager.lookupService(IKelErrorService::interfaceName(), &service);
     if (service == nullptr) return;
-    for (const std::string& problem : problems)
-        static_cast<IKelErrorService*>(service)->report(fromUtf8(problem), ErrorService::kLevelWarning, "");
+    static_cast<IKelErrorService*>(service)->report(fromUtf8(problem), ErrorService::kLevelWarning, "");
+}
+
+// Damaged catalogues cost nothing but the translation, and somebody should know.
+void warn(ComponentManager& manager, const std::vector<std::string>& problems) {
+    for (const std::string& problem : problems) warn(manager, problem);
+}
+
+// Never destroyed, as the manager that it reports through.
+MemoryLimit& makeMemoryLimit(ComponentManager& manager) {
+    const auto report = [&manager](std::uint64_t inUse, std::int64_t limit) {
+        constexpr unsigned kMegabyte = 1 << 20;
+        warn(manager, "the process has " + std::to_string(inUse / kMegabyte) +
+                          " MB of memory in use, more than Memory/MemLimit allows (" +
+                          std::to_string(static_cast<std::uint64_t>(limit) / kMegabyte) + " MB)");
+    };
+    return *new MemoryLimit(*manager.standard().settings, *manager.standard().memory,
+                            kel::platform::processMemoryInUse, report);
 }
 
 IKelComponent& enter(EntryPointFunction entryPoint, const std::string& library) {
@@ -93,6 +110,8 @@ Host::Host(const HostOptions& options) : manager_(makeImmortalManager(options)) 
     platform::admitThreads();
     if (kel::hostCore == nullptr) kel::hostCore = manager_;
     addStandardServices(manager_->services(), manager_->standard(), options);
+    manager_->setMemoryLimit(makeMemoryLimit(*manager_));
+    manager_->memoryLimit().watch();
 }
 
 Component Host::load(const fs::path& library) {
@@ -179,6 +198,10 @@ DirectoryService& Host::directories() const noexcept {
 
 MemoryManager& Host::memory() const noexcept {
     return *manager_->standard().memory;
+}
+
+bool Host::checkMemoryLimit() {
+    return manager_->memoryLimit().check();
 }
 
 std::vector<std::string> Host::serviceNames() const {

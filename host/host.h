@@ -111,6 +111,10 @@ public:
     [[nodiscard]] DirectoryService& directories() const noexcept;
     [[nodiscard]] MemoryManager& memory() const noexcept;
 
+    // Compares the memory in use with the setting Memory/MemLimit now; while there is such a setting, the
+    // host does so every second. False: it is more; see host/memorylimit.h for what is then done.
+    bool checkMemoryLimit();
+
     // What the self-test of a component reports, by its low byte.
     void setTestStatus(std::int32_t status);
 

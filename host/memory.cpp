@@ -1,19 +1,22 @@
 #include "host/memory.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <utility>
 
-#include "KelBasicTypes/platform/memorystatus.h"
+#include "KelBasicTypes/detail/systemfigures.h"
 #include "KelBasicTypes/platform/process.h"
 
 namespace kelhost {
 
 namespace {
 
-std::uint32_t inUnits(std::size_t bytes) {
-    constexpr std::size_t kUnit = KelMM::IKelMManager::kUnitInBytes;
-    return static_cast<std::uint32_t>((bytes + kUnit - 1) / kUnit);
+std::uint32_t inUnits(std::uint64_t bytes) {
+    constexpr std::uint64_t kUnit = KelMM::IKelMManager::kUnitInBytes;
+    const std::uint64_t units = bytes / kUnit + (bytes % kUnit != 0 ? 1 : 0);
+    return static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(units, std::numeric_limits<std::uint32_t>::max()));
 }
 
 }  // namespace
@@ -60,35 +63,65 @@ MemoryManager::Reclaimer* MemoryManager::reclaimerAt(std::size_t index) {
     return index < reclaimers_.size() ? &reclaimers_[index] : nullptr;
 }
 
+std::size_t MemoryManager::reclaimAll() {
+    const std::uintptr_t self = kel::platform::currentThread();
+    if (givingThread_ == self) return 0;
+    const std::lock_guard guard(givingLock_);
+    givingThread_ = self;
+    std::size_t freed = 0;
+    for (std::size_t i = 0; Reclaimer* const reclaimer = reclaimerAt(i); ++i) freed += (*reclaimer)();
+    givingThread_ = 0;
+    if (freed > 0) ++freed_;
+    return freed;
+}
+
+std::uint64_t MemoryManager::reserveInUse() const {
+    const std::lock_guard guard(lock_);
+    return reserve_ ? reserveInBytes_ : 0;
+}
+
+void MemoryManager::addPool(std::string name, PoolFigures figures) {
+    const std::lock_guard guard(poolsLock_);
+    pools_.push_back({std::move(name), std::move(figures)});
+}
+
+std::vector<MemoryManager::PoolUsage> MemoryManager::usageByPool() const {
+    std::vector<PoolUsage> usage{{"reserve", reserveInUse(), reserveInBytes_}};
+    const std::lock_guard guard(poolsLock_);
+    for (const Pool& pool : pools_) {
+        PoolUsage& entry = usage.emplace_back(PoolUsage{pool.name});
+        pool.figures(entry.inUse, entry.limit);
+    }
+    return usage;
+}
+
+MemoryManager::Sums MemoryManager::sums() const {
+    Sums sums{reserveInUse(), reserveInBytes_};
+    const std::lock_guard guard(poolsLock_);
+    for (const Pool& pool : pools_) {
+        Sums one{0, 0};
+        pool.figures(one.inUse, one.limit);
+        sums.inUse += one.inUse;
+        sums.limit += one.limit;
+    }
+    return sums;
+}
+
 std::uint32_t MemoryManager::coreLimit() {
-    return inUnits(reserveInBytes_);
+    return inUnits(sums().limit);
 }
 
 std::uint32_t MemoryManager::coreInUse() {
-    const std::lock_guard guard(lock_);
-    return reserve_ ? inUnits(reserveInBytes_) : 0;
+    return inUnits(sums().inUse);
 }
 
 bool MemoryChecker::isAvailable() {
-    kel::platform::MemoryStatus status;
-    return kel::platform::readMemoryStatus(status);
+    MemoryFigures figures;
+    return kel::detail::systemFigures(figures, 1);
 }
 
 void MemoryChecker::figures(MemoryFigures& result, std::uint32_t divisor) {
-    result = {};
-    kel::platform::MemoryStatus status;
-    if (!kel::platform::readMemoryStatus(status)) return;
-    const std::uint64_t unit = std::max<std::uint32_t>(divisor, 1);
-    const auto beyondPhysical = [](std::uint64_t whole, std::uint64_t physical) {
-        return whole > physical ? whole - physical : 0;
-    };
-    const std::uint64_t swapTotal =
-        std::min(beyondPhysical(status.totalVirtual, status.totalPhysical), status.totalPageFile);
-    const std::uint64_t swapFree =
-        std::min({swapTotal, beyondPhysical(status.availableVirtual, status.availablePhysical),
-                  status.availablePageFile});
-    result = {status.availablePhysical / unit, status.totalPhysical / unit, swapFree / unit,
-              swapTotal / unit};
+    (void)kel::detail::systemFigures(result, divisor);  // zeros where the system does not tell
 }
 
 }  // namespace kelhost

@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include "KelBasicTypes/ikelmmanager.h"
 #include "KelBasicTypes/imemchecker.h"
@@ -25,7 +27,7 @@ public:
 
     // Frees something that the application can do without, such as a cache, and says how many bytes; 0: there
     // is nothing. It must not allocate. It runs on the thread that has run out of memory, inside whatever
-    // that thread does.
+    // that thread does, or on the one that watches the memory limit (host/memorylimit.h).
     using Reclaimer = std::function<std::size_t()>;
 
     // Takes the reserve at once, if there is memory for it.
@@ -36,23 +38,51 @@ public:
 
     bool giveMemoryBack() override;
 
-    // The reserve: its size, and what of it is there. There is no swap file.
+    // Asks every reclaimer once and leaves the reserve alone. Returns what they freed, in bytes.
+    std::size_t reclaimAll();
+
+    // A pool, cache or arena of the application that shall count: what it has taken and may take at most, 0
+    // for no limit, in bytes. The function is called from any thread, when memory may have run out: it must
+    // not allocate and not throw. The name is for people.
+    struct PoolUsage {
+        std::string name;
+        std::uint64_t inUse = 0;
+        std::uint64_t limit = 0;
+    };
+    using PoolFigures = std::function<void(std::uint64_t& inUse, std::uint64_t& limit)>;
+    void addPool(std::string name, PoolFigures figures);  // kept for good
+    // The reserve, "reserve", and then the pools in the order of adding.
+    [[nodiscard]] std::vector<PoolUsage> usageByPool() const;
+
+    // The sums over the reserve and all pools, each in whole units. There is no swap file.
     std::uint32_t coreLimit() override;
     std::uint32_t coreInUse() override;
     std::uint32_t swapLimit() override { return 0; }
     std::uint32_t swapInUse() override { return 0; }
 
 private:
+    struct Pool {
+        std::string name;
+        PoolFigures figures;
+    };
+    struct Sums {
+        std::uint64_t inUse;
+        std::uint64_t limit;
+    };
     [[nodiscard]] bool reclaim();
     [[nodiscard]] Reclaimer* reclaimerAt(std::size_t index);  // null behind the last one
+    [[nodiscard]] std::uint64_t reserveInUse() const;
+    [[nodiscard]] Sums sums() const;
 
     std::size_t reserveInBytes_;
-    std::mutex lock_;                       // of the next two; never held while a reclaimer runs
+    mutable std::mutex lock_;               // of the next two; never held while a reclaimer runs
     std::unique_ptr<std::byte[]> reserve_;  // null after it was given back
     std::deque<Reclaimer> reclaimers_;      // which stay at their addresses
     std::mutex givingLock_;
     std::atomic<std::uintptr_t> givingThread_ = 0;  // the one that has it
     std::atomic<std::uint64_t> freed_ = 0;          // how often something was freed
+    mutable std::mutex poolsLock_;
+    std::vector<Pool> pools_;
 };
 
 // Memory of the machine, or of the control group that this process runs in. Threads: any.

@@ -120,6 +120,10 @@ void Settings::addReceiver(IKelDataReceiver* receiver, const char* key) {
     receivers_.emplace_back(key, receiver);
 }
 
+void Settings::removeReceiver(IKelDataReceiver* receiver) {
+    if (receiver != nullptr) removeReceiver(*receiver);
+}
+
 void Settings::removeReceiver(IKelDataReceiver& receiver) {
     // Destroyed after the lock is free: the last release may come back here.
     std::vector<std::pair<std::string, IPtr<IKelDataReceiver>>> removed;

@@ -23,7 +23,7 @@
 #include <utility>
 #include <vector>
 
-#include "KelBasicTypes/idatastore.h"
+#include "KelBasicTypes/idatastorev2.h"
 #include "KelBasicTypes/ikeldatareceiver.h"
 #include "framework/object/implements.h"
 #include "framework/object/iptr.h"
@@ -45,7 +45,7 @@ private:
     std::size_t column_;
 };
 
-class Settings final : public kel::Implements<Settings, IDataStore> {
+class Settings final : public kel::Implements<Settings, IDataStore, IDataStoreV2> {
 public:
     static constexpr const char* kClassName = "Settings";
 
@@ -71,6 +71,7 @@ public:
     // until the receiver is removed.
     void addReceiver(IKelDataReceiver* receiver, const char* key) override;
     void removeReceiver(IKelDataReceiver& receiver);  // for all keys
+    void removeReceiver(IKelDataReceiver* receiver) override;
 
 private:
     using Values = std::map<std::string, std::string, std::less<>>;

@@ -21,6 +21,8 @@
 
 namespace kelhost {
 
+class MemoryLimit;
+
 class ComponentContainer final : public kel::Implements<ComponentContainer, IKelComponentContainer> {
 public:
     static constexpr const char* kClassName = "ComponentContainer";
@@ -47,6 +49,10 @@ public:
 
     std::int32_t testStatus() override { return testStatus_; }
     void setTestStatus(std::int32_t status) noexcept { testStatus_ = status; }
+
+    // Set once, before anything else is done with this host; never destroyed.
+    void setMemoryLimit(MemoryLimit& limit) noexcept { memoryLimit_ = &limit; }
+    [[nodiscard]] MemoryLimit& memoryLimit() noexcept { return *memoryLimit_; }
 
     // Atomic. A count that reaches zero is left at -42, the mark of a dead object, as it is without a host.
     void incrementCount(std::int32_t* count) override;
@@ -75,6 +81,7 @@ private:
     std::shared_mutex containersLock_;
     std::map<std::string, IPtr<ComponentContainer>, std::less<>> containers_;  // none is ever removed
     std::atomic<std::int32_t> testStatus_ = 0;
+    MemoryLimit* memoryLimit_ = nullptr;
 };
 
 }  // namespace kelhost
