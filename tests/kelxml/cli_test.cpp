@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "KelBasicTypes/kelfilewrite.h"
+#include "KelBasicTypes/utf8.h"
 #include "enginetraits.h"
 #include "lineends.h"
 #include "runner.h"
@@ -362,6 +364,32 @@ TEST_F(KelxmlTest, InfoTellsWhoTheComponentIs) {
     EXPECT_THAT(result.output, HasSubstr("{A915F25B-7386-4143-BB88-D11CC2E69FC7}  MSDOMXml"));
     EXPECT_THAT(result.output, HasSubstr("{DFB612BD-5865-4067-97C1-3FE4A7F49A86}  MSSAXXml"));
     EXPECT_THAT(result.output, HasSubstr("IKelStrSupport"));
+}
+
+TEST_F(KelxmlTest, DumpsDataModelFilesUpToTheirDamage) {
+    const std::string path = folder_.pathOf("shelf.kel");
+    {
+        KelFileWrite writer(KelString(kel::fromUtf8(path)));
+        const std::int64_t years[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+        writer.beginBlock(kel::dataTag("shlf"), BinIO_Version(3, 7));
+        writer.writeText(kel::dataTag("titl"), u"Em\u0007ma");
+        writer.writeIntegers(kel::dataTag("year"), years, 9);
+        writer.endBlock();
+        writer.writeBool(7, true);
+        ASSERT_TRUE(writer.finish());
+    }
+    const std::string records =
+        "        16  shlf block 3.7\n"
+        "        32    titl text \"Em?ma\"\n"
+        "        54    year integers 1 2 3 4 5 6 7 8 ... (9)\n";
+    const RunResult whole = kelxml({"dump", path});
+    EXPECT_EQ(whole.output, records + "       138  0x00000007 bool true\n") << whole.errors;
+    std::string content = readFile(path);
+    content[150] = 9;  // the truth value
+    const RunResult damaged = kelxml({"dump", "-"}, {.input = content});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_EQ(damaged.output, records);
+    EXPECT_THAT(damaged.errors, HasSubstr("byte 150: expected 0 or 1 in '0x00000007', found 9"));
 }
 
 TEST_F(KelxmlTest, SavesARealDocumentWithoutLoss) {

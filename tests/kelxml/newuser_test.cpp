@@ -137,15 +137,17 @@ TEST_F(KelxmlTest, AnInterruptionLeavesNoTemporaryFile) {
 TEST_F(KelxmlTest, TheSelfTestPassesAndSaysSo) {
     const RunResult result = kelxml({"selftest"});
     EXPECT_EQ(result.status, 0) << result.output << result.errors;
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 8);
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 10);
     EXPECT_THAT(result.output, HasSubstr("ok  explain what is refused, and where\n"));
 
-    // Without a place for temporary files three of the steps cannot work, and the others still do.
+    EXPECT_THAT(result.output, HasSubstr("ok  run the component's own test: StreamSelfTest\n"));
+
+    // Without a place for temporary files four of the steps cannot work, and the others still do.
     const RunResult nowhere = kelxml({"selftest"}, {.environment = {"TMPDIR=" + folder_.pathOf("missing")}});
     EXPECT_EQ(nowhere.status, 1);
     EXPECT_THAT(nowhere.output, HasSubstr("FAILED  read events: "));
     EXPECT_THAT(nowhere.output, HasSubstr("ok  transform with a style sheet\n"));
-    EXPECT_THAT(nowhere.errors, HasSubstr("3 of 8 steps failed"));
+    EXPECT_THAT(nowhere.errors, HasSubstr("4 of 10 steps failed"));
 }
 
 }  // namespace

@@ -75,6 +75,7 @@ CommandLine::CommandLine() : app_(tr("read, write, check and transform XML"), "k
     addTransform();
     addValidate();
     addEvents();
+    addDump();
     addInfo();
     addSelfTest();
     addCompletion();
@@ -191,6 +192,18 @@ void CommandLine::addEvents() {
                 [this](Session& session) { events(session, reporting_); });
     addArguments(command, reporting_.files);
     command.add_flag("-j,--json", reporting_.json, tr("one JSON object a line, for programs"));
+}
+
+void CommandLine::addDump() {
+    CLI::App& command =
+        addPlainVerb("dump", tr("show the records of data-model files"),
+                     {tr("Shows one record a line: the byte where it starts, its tag, its kind and its "
+                         "value, indented by its "
+                         "level. A damaged file is shown up to the damage."),
+                      {{"kelxml dump shelf.kel", tr("what a program has stored, and at which byte")}}},
+                     [this] { dump(dumping_); });
+    command.add_option("FILE", dumping_.files, tr("the data-model files; '-' reads standard input"))
+        ->required();
 }
 
 void CommandLine::addInfo() {

@@ -41,6 +41,7 @@ private:
     void addEvents();
     void addTransform();
     void addValidate();
+    void addDump();
     void addInfo();
     void addSelfTest();
     void addCompletion();
@@ -62,6 +63,7 @@ private:
     TransformOptions transforming_;
     ValidateOptions validating_;
     EventsOptions reporting_;
+    DumpOptions dumping_;
     std::string shell_;
     std::string topic_;
 };

@@ -51,6 +51,11 @@ struct EventsOptions {
 };
 void events(Session& session, const EventsOptions& options);
 
+struct DumpOptions {
+    std::vector<std::string> files;
+};
+void dump(const DumpOptions& options);  // of data-model files; needs no component
+
 void info(Session& session);
 
 // Throws Failure if a step fails, after the last one.
