@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "KelBasicTypes/ikeldatareceiver.h"
+#include "KelBasicTypes/oxadatareceiver.h"
 #include "framework/object/implements.h"
 #include "host/directoryservice.h"
 #include "host/errorservice.h"
@@ -47,6 +48,12 @@ int main(int argc, char** argv) try {
     host.settings().set("Shelf/Width", "80");
     std::printf("%s\n", host.settings().readBool("Shelf/Sorted", false) ? "sorted" : "unsorted");
     // [end settings]
+
+    // [begin changes]
+    OxaDataReceiver changes(host.settings());
+    changes.receive("Shelf/Height", [](double height) { std::printf("%g high\n", height); });
+    host.settings().set("Shelf/Height", "200");
+    // [end changes]
 
     // [begin others]
     host.directories().set("temp",

@@ -89,6 +89,7 @@ expect "" as_user sh -c "cd /trial/run && ../build/dynamic $library"
 expect "Emma, 1815" as_user sh -c 'cd /trial/run && ../examples/direct'
 expect "read <shelf>" as_user /trial/examples/embed "$library" /trial/run/shelf.xml
 expect "Shelf/Width is 80 now" as_user /trial/examples/services "$library" $examples/data/app.settings
+expect "6 words" as_user /trial/examples/wordcount/words "$library" /trial/examples/wordcount/libwordcount.so $examples/data/orders.xml
 expect "" as_user sh -c "cd /trial/run && g++ -std=c++20 $examples/direct.cpp \$(pkg-config --cflags --libs msxml_parser) -o by_pkg_config"
 expect "Emma, 1815" as_user sh -c 'cd /trial/run && ./by_pkg_config'
 expect "" as_user sh -c "cd /trial/run && g++ -std=c++20 $examples/embed.cpp \$(pkg-config --cflags --libs msxml_parser-host) -o host"

@@ -9,9 +9,10 @@ file(COPY ${EXAMPLES}/data/ DESTINATION ${WORK}/run)
 # Where a user's own language would change what is printed.
 set(ENV{LC_ALL} C)
 
-# run_example(<name> <exit status> <arguments>...)
-function(run_example name expected_status)
-    execute_process(COMMAND ${WORK}/examples/${name} ${ARGN} WORKING_DIRECTORY ${WORK}/run
+# run_example(<name> <exit status> <arguments>...); the name may have a folder in front
+function(run_example program expected_status)
+    cmake_path(GET program FILENAME name)
+    execute_process(COMMAND ${WORK}/examples/${program} ${ARGN} WORKING_DIRECTORY ${WORK}/run
         RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
     file(READ ${EXAMPLES}/expected/${name}.txt expected)
     if(NOT status STREQUAL expected_status OR NOT output STREQUAL expected)
@@ -20,6 +21,7 @@ function(run_example name expected_status)
 endfunction()
 
 run_example(direct 0)
+run_example(shelf 0)
 run_example(subtree 0 orders.xml)
 run_example(transform 0 orders.xsl orders.xml)
 run_example(validate 1 orders.xsd orders.xml bad-orders.xml broken.xml)
@@ -27,6 +29,7 @@ run_example(embed 0 ${library} orders.xml)
 run_example(reporting 1 ${library} broken.xml)
 run_example(references 0 ${library} orders.xml references.xml)
 run_example(services 0 ${library} app.settings)
+run_example(wordcount/words 0 ${library} ${WORK}/examples/wordcount/libwordcount.so orders.xml)
 
 file(READ ${WORK}/run/references.xml saved)
 string(FIND "${saved}" "&#20304;&#34276; &#33457;&#23376; &#128512;</buyer>" at)
