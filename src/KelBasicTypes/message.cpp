@@ -1,5 +1,8 @@
 #include "KelBasicTypes/message.h"
 
+#include <atomic>
+#include <mutex>
+
 #include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/keltrivialtranslator.h"
 #include "framework/object/sptr.h"
@@ -8,10 +11,19 @@ namespace kel {
 
 namespace {
 
+// Several threads may make their first message at once. The lock is recursive, as a host's service may make
+// messages itself while it is asked: they get what there is so far.
 struct TranslatorSlot {
+    std::recursive_mutex mutex;
+    std::atomic<bool> isSettled{false};  // the service was asked, and there is a translator
     IPtr<IKelTranslator> current;
     bool isServiceAsked = false;
     bool isFromService = false;
+
+    void reset() {
+        isSettled = isServiceAsked = isFromService = false;
+        current = nullptr;
+    }
 };
 
 // Never destroyed: messages may be made while the process ends.
@@ -35,14 +47,22 @@ void askServiceOnce(TranslatorSlot& theSlot) {
 
 IKelTranslator& currentTranslator() {
     TranslatorSlot& theSlot = slot();
+    if (theSlot.isSettled.load(std::memory_order_acquire)) return *theSlot.current;
+    const std::lock_guard<std::recursive_mutex> lock(theSlot.mutex);
+    const bool isOutermost = !theSlot.isServiceAsked;
     askServiceOnce(theSlot);  // also when a translator was set before: the service's goes first
     if (!theSlot.current) theSlot.current = SPtr<IKelTranslator>();
     if (!theSlot.current) theSlot.current = new KelTrivialTranslator;
+    if (isOutermost) theSlot.isSettled.store(true, std::memory_order_release);
     return *theSlot.current;
 }
 
 void setCurrentTranslator(IKelTranslator* translator) {
-    if (!slot().isFromService) slot().current = translator;
+    TranslatorSlot& theSlot = slot();
+    const std::lock_guard<std::recursive_mutex> lock(theSlot.mutex);
+    if (theSlot.isFromService) return;
+    theSlot.current = translator;
+    if (translator == nullptr) theSlot.isSettled.store(false, std::memory_order_release);
 }
 
 KelString& translate(KelString& result, const char* key) {
@@ -85,7 +105,7 @@ KelString& translateCounted(KelString& result, const char* key, std::int32_t cou
 namespace detail {
 
 void resetTranslator() {
-    slot() = {};
+    slot().reset();
 }
 
 }  // namespace detail
