@@ -35,8 +35,9 @@ private:
             std::memcpy(to + at, from + at, kUnits * sizeof(char16_t));
         std::memcpy(to + last, from + last, kUnits * sizeof(char16_t));
     }
-    // Most pieces are shorter than a call would take.
-    static void copy(const char16_t* from, std::size_t size, char16_t* to) noexcept {
+    // Most pieces are short. Not inline: g++ 12 would follow a literal into the branch for long ones, and
+    // warn.
+    [[gnu::noinline]] static void copy(const char16_t* from, std::size_t size, char16_t* to) noexcept {
         if (size > 64) {
             std::memcpy(to, from, size * sizeof(char16_t));
         } else if (size >= 8) {
