@@ -165,13 +165,7 @@ HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_
 
 // Reads into an empty tree and, if that is wanted, validates what came.
 reader::ParseError Document::build(const reader::Input& input, LiveTree& target) {
-    TreeBuilder builder(target.tree(), whiteSpace_);
-    reader::ParseError error;
-    try {
-        error = reader::read(input, {}, builder);
-    } catch (const Failure& failure) {  // the tree is full
-        return {failure.status(), builder.position(), failure.description(), {}, 0};
-    }
+    reader::ParseError error = dom::load(target.tree(), input, whiteSpace_);
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
     const HRESULT status = schemas_->validateTree(target.source(kDocumentNode), &error);
     if (FAILED(status)) error = {status, {}, takeDescription(), {}, 0};

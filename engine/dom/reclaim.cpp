@@ -3,8 +3,9 @@
 // Nodes cut out of the document live as long as somebody holds a COM object for a node of their subtree. When
 // as many nodes were made as there were, the document and those subtrees are marked, and the unmarked rest
 // goes to the free list. Replaced texts and moved attribute runs are only counted; when half of the stores
-// may be waste, the live ones are copied together. Both cost time linear in the tree (texts: a sort on top)
-// and come seldom enough to be constant on average for each edit.
+// may be waste, the live ones are copied together. The source stays as it is: positions refer to it. Both
+// cost time linear in the tree (texts: a sort on top) and come seldom enough to be constant on average for
+// each edit.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -63,8 +64,12 @@ namespace {
 // text stays shared.
 class SpanMap final {
 public:
+    // The store's first byte has the offset `start`; spans before it are none of ours and stay where they
+    // are.
+    explicit SpanMap(std::uint32_t start) noexcept : start_(start) {}
+
     void add(std::uint32_t offset, std::uint32_t length) {
-        if (length != 0) pieces_.push_back({offset, offset + length, 0});
+        if (length != 0 && offset >= start_) pieces_.push_back({offset, offset + length, 0});
     }
     void moveTo(Table<char>& target, const Table<char>& source) {
         std::sort(pieces_.begin(), pieces_.end(),
@@ -79,13 +84,14 @@ public:
         }
         pieces_.resize(kept);
         for (Piece& piece : pieces_) {
-            piece.moved = target.size();
+            piece.moved = start_ + target.size();
             const std::uint32_t length = piece.end - piece.begin;
-            std::memcpy(target.extend(length), source.data() + piece.begin, length);
+            std::memcpy(target.extend(length), source.data() + (piece.begin - start_), length);
         }
     }
     [[nodiscard]] std::uint32_t moved(std::uint32_t offset, std::uint32_t length) const noexcept {
         if (length == 0) return 0;
+        if (offset < start_) return offset;
         const auto after =
             std::upper_bound(pieces_.begin(), pieces_.end(), offset,
                              [](std::uint32_t at, const Piece& piece) { return at < piece.begin; });
@@ -99,6 +105,7 @@ private:
         std::uint32_t end;
         std::uint32_t moved;
     };
+    std::uint32_t start_;
     std::vector<Piece> pieces_;
 };
 
@@ -106,7 +113,7 @@ private:
 
 // Builds both stores beside the old ones; from the first change to a node on, nothing can fail.
 void Tree::compact() {
-    SpanMap spans;
+    SpanMap spans(sourceSize());
     std::uint32_t attributeTotal = 0;
     for (NodeId node = kDocumentNode; node < nodes_.size(); ++node) {
         const Node& record = nodes_[node];

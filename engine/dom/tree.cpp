@@ -20,7 +20,8 @@ namespace {
 constinit std::atomic<std::uint64_t> lastSerial{0};
 }
 
-Tree::Tree(std::uint32_t mostTextInBytes) : text_(mostTextInBytes), serial_(++lastSerial) {
+Tree::Tree(std::uint32_t mostTextInBytes)
+    : mostText_(mostTextInBytes), text_(mostTextInBytes), serial_(++lastSerial) {
     nodes_.append({});
     (void)allocate(NodeKind::Document, 0, 0, 0);
 }
@@ -68,21 +69,31 @@ std::optional<std::uint32_t> Tree::findAttribute(NodeId element, std::string_vie
 }
 
 reader::Position Tree::position(NodeId element) const noexcept {
-    const Placed* end = placed_.data() + placed_.size();
-    const Placed* at = std::lower_bound(placed_.data(), end, element,
-                                        [](const Placed& placed, NodeId node) { return placed.node < node; });
-    return at == end || at->node != element ? reader::Position{} : at->position;
+    const std::uint32_t offset = sourceOffset(element);
+    if (offset == kNoOffset) return {};
+    reader::TextMark mark;
+    reader::advance(mark, source_.text.data(), offset);
+    return mark.position;
+}
+
+void Tree::adoptSource(reader::SourceText source) {
+    assert(nodes_.size() == kDocumentNode + 1);
+    if (source.text.size() > mostText_) reader::detail::tableIsFull();
+    source_ = std::move(source);
+    text_ = Table<char>(mostText_ - sourceSize());
 }
 
 Tree::Span Tree::store(std::string_view text) {
     if (text.empty()) return {0, 0};
-    if (text.size() > text_.most()) detail::tableIsFull();
     const auto length = static_cast<std::uint32_t>(text.size());
-    const bool inside = text.data() >= text_.data() && text.data() < text_.data() + text_.size();
-    if (inside) return {static_cast<std::uint32_t>(text.data() - text_.data()), length};
+    if (isWithin(text.data(), source_.text))
+        return {static_cast<std::uint32_t>(text.data() - source_.text.data()), length};
+    if (isWithin(text.data(), {text_.data(), text_.size()}))
+        return {sourceSize() + static_cast<std::uint32_t>(text.data() - text_.data()), length};
+    if (text.size() > text_.most()) reader::detail::tableIsFull();
     const std::uint32_t offset = text_.size();
     std::memcpy(text_.extend(length), text.data(), length);
-    return {offset, length};
+    return {sourceSize() + offset, length};
 }
 
 NodeId Tree::allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count) {
@@ -105,14 +116,13 @@ void Tree::release(NodeId node) noexcept {
     Node& record = nodes_[node];
     if (kind(node) == NodeKind::Element) {
         for (std::uint32_t i = 0; i < record.count; ++i) {
-            wastedBytes_ += attributes_[record.first + i].length + sizeof(Attribute);
+            const Attribute& attribute = attributes_[record.first + i];
+            waste(attribute.offset, attribute.length);
         }
-        Placed* end = placed_.data() + placed_.size();
-        Placed* at = std::lower_bound(placed_.data(), end, node,
-                                      [](const Placed& placed, NodeId id) { return placed.node < id; });
-        if (at != end && at->node == node) at->position = {};
+        wastedBytes_ += std::uint64_t{record.count} * sizeof(Attribute);
+        if (node < offsets_.size()) offsets_[node] = kNoOffset;
     } else {
-        wastedBytes_ += record.count;
+        waste(record.first, record.count);
     }
     record = {kNoNode, kNoNode, firstFree_, kNoNode, 0, 0, 0, 0};
     firstFree_ = node;
@@ -202,7 +212,7 @@ void Tree::setContent(NodeId node, std::string_view text) {
     Node& record = nodes_[node];
     const Span span = store(text);
     ++otherRevision_;
-    wastedBytes_ += record.count;
+    waste(record.first, record.count);
     record.first = span.offset;
     record.count = span.length;
 }
@@ -211,7 +221,7 @@ void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_vi
     const Span span = store(value);
     Attribute& record = attributes_[nodes_[element].first + index];
     ++otherRevision_;
-    wastedBytes_ += record.length;
+    waste(record.offset, record.length);
     record.offset = span.offset;
     record.length = span.length;
 }
@@ -317,7 +327,7 @@ void Tree::trim() noexcept {
         nodes_.trim();
         attributes_.trim();
         text_.trim();
-        placed_.trim();
+        offsets_.trim();
         names_.trim();
     } catch (const std::bad_alloc&) {  // a table then keeps what it has, which is as good
     }
@@ -326,7 +336,8 @@ void Tree::trim() noexcept {
 std::size_t Tree::sizeInBytes() const noexcept {
     return std::size_t{nodes_.capacity()} * sizeof(Node) +
            std::size_t{attributes_.capacity()} * sizeof(Attribute) + text_.capacity() +
-           std::size_t{placed_.capacity()} * sizeof(Placed) + names_.sizeInBytes();
+           std::size_t{offsets_.capacity()} * sizeof(std::uint32_t) + source_.text.size() +
+           names_.sizeInBytes();
 }
 
 }  // namespace engine::dom

@@ -1,6 +1,8 @@
 // The tree of one document, plain and compact: nodes are records of 32 bytes in one table, linked by their
-// indices; attributes are records in another, one run an element; texts lie in one store of bytes. Text is
-// UTF-8, in which a lone surrogate is kept as three bytes (see engine/text/utf.h).
+// indices; attributes are records in another, one run an element. Texts are spans of the document's own
+// source, which the tree keeps as it was read, or of a store for what came later or does not stand in the
+// source as it must be. Text is UTF-8, in which a lone surrogate is kept as three bytes (see
+// engine/text/utf.h).
 //
 // Ids stay valid until their node is reclaimed. Views of text live until the next operation that is not
 // const. No operation recurses. What throws, throws std::bad_alloc, or com::Failure when a table is full, and
@@ -14,11 +16,18 @@
 #include <string>
 #include <string_view>
 
-#include "engine/dom/names.h"
-#include "engine/dom/table.h"
 #include "engine/reader/events.h"
+#include "engine/reader/names.h"
+#include "engine/reader/position.h"
+#include "engine/reader/sourcetext.h"
+#include "engine/reader/table.h"
 
 namespace engine::dom {
+
+using reader::AllocationFailure;
+using reader::NameId;
+using reader::Names;
+using reader::Table;
 
 using NodeId = std::uint32_t;
 inline constexpr NodeId kNoNode = 0;
@@ -83,8 +92,20 @@ public:
     // Linear in the number of the element's attributes.
     [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element,
                                                              std::string_view name) const noexcept;
-    // Where an element's start tag stood; 0 and 0 for what was not loaded.
+    // Where an element's start tag stands in the source, in bytes; kNoOffset for what was not loaded.
+    static constexpr std::uint32_t kNoOffset = 0xFFFFFFFF;
+    [[nodiscard]] std::uint32_t sourceOffset(NodeId element) const noexcept {
+        return element < offsets_.size() ? offsets_[element] : kNoOffset;
+    }
+    // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: whoever
+    // wants many positions asks an index.
     [[nodiscard]] reader::Position position(NodeId element) const noexcept;
+    // Line and column of a loaded element, from a reader::PositionIndex over the tree's source.
+    [[nodiscard]] std::string_view source() const noexcept { return source_.text; }
+    [[nodiscard]] reader::Position position(NodeId element, reader::PositionIndex& index) const {
+        const std::uint32_t offset = sourceOffset(element);
+        return offset == kNoOffset ? reader::Position{} : index.at(offset);
+    }
 
     // Calls `use` with each piece of the text in the subtree of `node`, in document order. Linear.
     template <typename Use>
@@ -93,6 +114,11 @@ public:
             if (kind(at) == NodeKind::Text || kind(at) == NodeKind::CData) use(content(at));
         }
     }
+
+    // Takes the text that the document is about to be read from; the tree must be empty. Throws com::Failure
+    // if it is longer than the tree's limit.
+    void adoptSource(reader::SourceText source);
+    [[nodiscard]] std::uint32_t mostTextInBytes() const noexcept { return mostText_; }
 
     // Making nodes, which belong nowhere at first. Names are taken as they are.
     [[nodiscard]] NodeId createElement(std::string_view name);
@@ -157,10 +183,6 @@ private:
         std::uint32_t offset;
         std::uint32_t length;
     };
-    struct Placed {
-        NodeId node = kNoNode;
-        reader::Position position;
-    };
     struct Span {
         std::uint32_t offset;
         std::uint32_t length;
@@ -171,10 +193,22 @@ private:
     static constexpr std::uint32_t kNameShift = 5;
     static constexpr NameId kSpare = 0xFFFFFFFF;
 
+    // Offsets go on from the source to the store.
+    [[nodiscard]] std::uint32_t sourceSize() const noexcept {
+        return static_cast<std::uint32_t>(source_.text.size());
+    }
     [[nodiscard]] std::string_view textAt(std::uint32_t offset, std::uint32_t length) const noexcept {
-        return {text_.data() + offset, length};
+        const std::uint32_t sourceEnd = sourceSize();
+        return {offset < sourceEnd ? source_.text.data() + offset : text_.data() + (offset - sourceEnd),
+                length};
+    }
+    [[nodiscard]] static bool isWithin(const char* at, std::string_view text) noexcept {
+        return static_cast<std::uintptr_t>(at - text.data()) < text.size();
     }
     Span store(std::string_view text);
+    void waste(std::uint32_t offset, std::uint32_t length) noexcept {
+        if (offset >= sourceSize()) wastedBytes_ += length;  // the source stays as it is
+    }
     NodeId allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count);
     void release(NodeId node) noexcept;
     NodeId copyNode(const Tree& source, NodeId node);
@@ -186,8 +220,10 @@ private:
 
     Table<Node> nodes_;
     Table<Attribute> attributes_;
-    Table<char> text_;
-    Table<Placed> placed_;  // by id, for elements that were loaded
+    std::uint32_t mostText_;  // in source and store together
+    reader::SourceText source_;
+    Table<char> text_;              // the store
+    Table<std::uint32_t> offsets_;  // in the source, by id; for nodes that were loaded
     Names names_;
     NodeId firstFree_ = kNoNode;
     std::uint32_t freeCount_ = 0;

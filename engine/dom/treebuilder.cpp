@@ -1,21 +1,22 @@
 #include "engine/dom/treebuilder.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
+
+#include "engine/com/status.h"
+#include "engine/reader/detail/parse.h"
 
 namespace engine::dom {
 
 namespace {
 
-bool isWhite(char c) noexcept {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
+constexpr std::size_t kBytesPerNode = 24;  // of a source, at least; tables grow if there are more
+constexpr std::size_t kBytesPerAttribute = 32;
 
 bool isAllWhite(std::string_view text) noexcept {
-    for (const char c : text) {
-        if (!isWhite(c)) return false;
-    }
-    return true;
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; });
 }
 
 }  // namespace
@@ -23,64 +24,84 @@ bool isAllWhite(std::string_view text) noexcept {
 void TreeBuilder::startDocument(const reader::Locator& locator) {
     assert(tree_.firstChild(kDocumentNode) == kNoNode);
     locator_ = &locator;
+    const std::string_view source = tree_.source_.text;
+    isPlaced_ = source.data() != nullptr;
+    const auto expected = static_cast<std::uint32_t>(source.size() / kBytesPerNode);
+    tree_.nodes_.reserve(expected + 8);
+    if (isPlaced_) tree_.offsets_.reserve(expected + 8);
+    tree_.attributes_.reserve(static_cast<std::uint32_t>(source.size() / kBytesPerAttribute));
     const bool keepAll = whiteSpace_ == WhiteSpace::KeepAll;
+    open_.reserve(16);
     open_.push_back({kDocumentNode, kNoNode, 0, false, keepAll, keepAll});
 }
 
 void TreeBuilder::endDocument() {
     closeText();
+    closeChildren(open_.front());
     tree_.trim();
     tree_.madeSinceReclaim_ = 0;
     tree_.nodesAtReclaim_ = tree_.nodeCount();
     locator_ = nullptr;
 }
 
-void TreeBuilder::addChild(NodeId node) {
-    Open& parent = open_.back();
-    tree_.insertAfter(parent.node, parent.lastChild, node);
-    parent.lastChild = node;
+reader::Position TreeBuilder::position() const noexcept {
+    const std::uint32_t placed = tree_.offsets_.size();
+    return placed == 0 ? reader::Position{} : tree_.position(placed - 1);
+}
+
+bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,
+                                      bool inherited) const noexcept {
+    if (whiteSpace_ == WhiteSpace::KeepAll) return true;
+    for (const reader::IdAttribute& attribute : attributes) {
+        if ((tree_.names_.flags(attribute.name) & Names::kPrefixed) == 0) continue;
+        if (tree_.names_.text(attribute.name) != "xml:space") continue;
+        if (attribute.value == "preserve") inherited = true;
+        if (attribute.value == "default") inherited = false;
+    }
+    return inherited;
 }
 
 void TreeBuilder::startElement(std::string_view name, std::span<const reader::Attribute> attributes) {
-    closeText();
-    position_ = locator_->position();
-    const NodeId element = tree_.createElement(name);
-    addChild(element);
-    tree_.placed_.append({element, position_});
-    Open& parent = open_.back();
-    parent.hasElements = true;
-    bool preserves = parent.preserves;
-    if (!attributes.empty()) {
-        addAttributes(element, attributes);
-        for (const reader::Attribute& attribute : attributes) {
-            if (whiteSpace_ == WhiteSpace::KeepAll || attribute.name != "xml:space") continue;
-            if (attribute.value == "preserve") preserves = true;
-            if (attribute.value == "default") preserves = false;
-        }
-    }
-    open_.push_back({element, kNoNode, waiting_.size(), false, preserves, preserves});
+    attributes_.clear();
+    for (const reader::Attribute& attribute : attributes)
+        attributes_.push_back({tree_.names_.intern(attribute.name), attribute.value});
+    startElement(tree_.names_.intern(name), name, attributes_);
 }
 
-void TreeBuilder::addAttributes(NodeId element, std::span<const reader::Attribute> attributes) {
-    if (attributes.size() > tree_.attributes_.most()) detail::tableIsFull();
-    const auto count = static_cast<std::uint32_t>(attributes.size());
+std::uint32_t TreeBuilder::addAttributes(std::span<const reader::IdAttribute> attributes) {
+    if (attributes.size() > tree_.attributes_.most()) reader::detail::tableIsFull();
     const std::uint32_t first = tree_.attributes_.size();
-    tree_.attributes_.extend(count);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const NameId name = tree_.names_.intern(attributes[i].name);
-        const Tree::Span value = tree_.store(attributes[i].value);
-        tree_.attributes_[first + i] = {name, value.offset, value.length};
+    Tree::Attribute* to = tree_.attributes_.extend(static_cast<std::uint32_t>(attributes.size()));
+    const std::string_view source = tree_.source_.text;
+    for (const reader::IdAttribute& attribute : attributes) {
+        const char* const value = attribute.value.data();
+        const Tree::Span span = Tree::isWithin(value, source)
+                                    ? Tree::Span{static_cast<std::uint32_t>(value - source.data()),
+                                                 static_cast<std::uint32_t>(attribute.value.size())}
+                                    : tree_.store(attribute.value);
+        *to++ = {attribute.name, span.offset, span.length};
     }
-    tree_.nodes_[element].first = first;
-    tree_.nodes_[element].count = count;
+    return first;
 }
 
-void TreeBuilder::endElement(std::string_view) {
-    closeText();
-    const Open& closed = open_.back();
-    if (!closed.hasElements) keepWaiting();
-    waiting_.resize(closed.waiting);
-    open_.pop_back();
+void TreeBuilder::characters(std::string_view text) {
+    if (!Tree::isWithin(text.data(), tree_.source_.text)) return appendText(text);
+    const auto offset = static_cast<std::uint32_t>(text.data() - tree_.source_.text.data());
+    const auto length = static_cast<std::uint32_t>(text.size());
+    if (text_.length == 0) {
+        text_ = {offset, length};
+    } else if (text_.offset + text_.length == offset) {
+        text_.length += length;
+    } else {
+        appendText(text);
+    }
+}
+
+// The texts that wait in an element that ends: layout, if it has elements and no other text.
+void TreeBuilder::endWaiting() {
+    const std::uint32_t waiting = open_.back().waiting;
+    if (!open_.back().hasElements) keepWaiting();
+    waiting_.resize(waiting);
 }
 
 // The open element's waiting texts were no layout after all.
@@ -88,59 +109,46 @@ void TreeBuilder::keepWaiting() {
     Open& parent = open_.back();
     for (std::size_t i = parent.waiting; i < waiting_.size(); ++i) {
         const Waiting& text = waiting_[i];
-        const NodeId node = tree_.allocate(NodeKind::Text, 0, text.span.offset, text.span.length);
-        tree_.insertAfter(parent.node, text.previous, node);
-        if (text.previous == parent.lastChild) parent.lastChild = node;
+        if (text.previous == parent.lastChild) {
+            (void)add(NodeKind::Text, 0, text.span.offset, text.span.length);
+            continue;
+        }
+        Table<Tree::Node>& nodes = tree_.nodes_;
+        const NodeId node = nodes.size();
+        const NodeId next =
+            text.previous == kNoNode ? nodes[parent.node].firstChild : nodes[text.previous].next;
+        nodes.append({parent.node, kNoNode, next, text.previous == kNoNode ? node : text.previous,
+                      static_cast<std::uint32_t>(NodeKind::Text), text.span.offset, text.span.length, 0});
+        nodes[next].previous = node;
+        (text.previous == kNoNode ? nodes[parent.node].firstChild : nodes[text.previous].next) = node;
     }
     waiting_.resize(parent.waiting);
     parent.keepsWhiteSpace = true;
 }
 
-void TreeBuilder::characters(std::string_view text) {
+// A piece that does not follow the one before it in the source, or does not stand there at all.
+void TreeBuilder::appendText(std::string_view text) {
     if (text.empty()) return;
-    if (text.size() > tree_.text_.most()) detail::tableIsFull();
+    const std::uint32_t storeStart = tree_.sourceSize();
+    if (text.size() > tree_.text_.most()) reader::detail::tableIsFull();
+    if (text_.length == 0) {
+        text_.offset = storeStart + tree_.text_.size();
+    } else if (text_.offset < storeStart) {
+        const std::string_view before = tree_.textAt(text_.offset, text_.length);
+        text_.offset = storeStart + tree_.text_.size();
+        std::memcpy(tree_.text_.extend(text_.length), before.data(), before.size());
+    }
     const auto length = static_cast<std::uint32_t>(text.size());
-    if (text_.length == 0) text_.offset = tree_.text_.size();
     std::memcpy(tree_.text_.extend(length), text.data(), length);
     text_.length += length;
-    textIsWhite_ = textIsWhite_ && isAllWhite(text);
 }
 
 // Makes a node of the text collected, or lets it wait.
-void TreeBuilder::closeText() {
-    if (text_.length == 0) return;
-    Tree::Span span = text_;
-    const bool white = textIsWhite_;
+void TreeBuilder::flushText() {
+    const Tree::Span span = text_;
     text_ = {0, 0};
-    textIsWhite_ = true;
-    if (open_.size() < 2) {  // between the document's own children there is only layout
-        tree_.text_.truncate(span.offset);
-        return;
-    }
-    if (white) {
-        span = shareWhiteSpace(span);
-        if (!open_.back().keepsWhiteSpace) {
-            waiting_.push_back({open_.back().lastChild, span});
-            return;
-        }
-    } else if (!open_.back().keepsWhiteSpace) {
-        keepWaiting();
-    }
-    addChild(tree_.allocate(NodeKind::Text, 0, span.offset, span.length));
-}
-
-// Indentation repeats itself: the same few runs of blanks stand in the store once.
-Tree::Span TreeBuilder::shareWhiteSpace(Tree::Span span) {
-    const std::string_view text = tree_.textAt(span.offset, span.length);
-    std::size_t hash = text.size();
-    for (const char c : {text.front(), text.back()}) hash = hash * 31 + static_cast<unsigned char>(c);
-    Tree::Span& seen = whiteSpaceSeen_[hash % whiteSpaceSeen_.size()];
-    if (seen.length == span.length && tree_.textAt(seen.offset, seen.length) == text) {
-        tree_.text_.truncate(span.offset);
-    } else {
-        seen = span;
-    }
-    return seen;
+    if (open_.size() < 2) return;  // between the document's own children there is only layout
+    addText(span, isAllWhite(tree_.textAt(span.offset, span.length)));
 }
 
 void TreeBuilder::startCData() {
@@ -151,20 +159,37 @@ void TreeBuilder::startCData() {
 // layout.
 void TreeBuilder::endCData() {
     const Tree::Span span = text_;
-    if (!textIsWhite_ && !open_.back().keepsWhiteSpace) keepWaiting();
     text_ = {0, 0};
-    textIsWhite_ = true;
-    addChild(tree_.allocate(NodeKind::CData, 0, span.offset, span.length));
+    if (!open_.back().keepsWhiteSpace && !isAllWhite(tree_.textAt(span.offset, span.length))) keepWaiting();
+    (void)add(NodeKind::CData, 0, span.offset, span.length);
 }
 
 void TreeBuilder::comment(std::string_view text) {
     closeText();
-    addChild(tree_.createText(NodeKind::Comment, text));
+    const Tree::Span span = tree_.store(text);
+    (void)add(NodeKind::Comment, 0, span.offset, span.length);
 }
 
 void TreeBuilder::processingInstruction(std::string_view target, std::string_view data) {
     closeText();
-    addChild(tree_.createProcessingInstruction(target, data));
+    const NameId name = tree_.names_.intern(target);
+    const Tree::Span span = tree_.store(data);
+    (void)add(NodeKind::ProcessingInstruction, name, span.offset, span.length);
+}
+
+reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace) {
+    reader::ReadOptions options;
+    options.lengthLimitInBytes = tree.mostTextInBytes();
+    reader::detail::TextSource source(input, options, reader::detail::TextSource::Extent::Whole);
+    TreeBuilder builder(tree, whiteSpace);
+    try {
+        if (const reader::detail::Fault fault = source.open()) return source.describe(fault);
+        if (source.fault().code == reader::ErrorCode::TooLong) reader::detail::tableIsFull();
+        tree.adoptSource(source.takeText());
+        return reader::detail::parse(source, options, builder);
+    } catch (const com::Failure& failure) {
+        return {failure.status(), builder.position(), failure.description(), {}, 0};
+    }
 }
 
 }  // namespace engine::dom

@@ -1,4 +1,7 @@
-// Fills an empty tree with the events of a reader.
+// Fills an empty tree with the events of a parser.
+//
+// Texts that stand in the tree's source as they must be are spans of it; pieces that do not follow each other
+// there are put together in the tree's store.
 //
 // Layout white space is decided where an element ends: if it has child elements and all its text is white
 // space, that text was layout and is not kept, unless xml:space="preserve" is in force. Until then such texts
@@ -6,11 +9,11 @@
 // elements. Threads: as the tree.
 #pragma once
 
-#include <array>
 #include <string_view>
 #include <vector>
 
 #include "engine/dom/tree.h"
+#include "engine/reader/reader.h"
 
 namespace engine::dom {
 
@@ -24,22 +27,53 @@ public:
 
     void startDocument(const reader::Locator& locator) override;
     void endDocument() override;
+    [[nodiscard]] Names* names() override { return &tree_.names_; }
     void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
-    void endElement(std::string_view name) override;
+    // The same with ids among names().
+    void startElement(NameId id, std::string_view name, std::span<const reader::IdAttribute> attributes) {
+        closeText();
+        const std::uint32_t first = attributes.empty() ? 0 : addAttributes(attributes);
+        Open& parent = open_.back();
+        parent.hasElements = true;
+        const NodeId element =
+            add(NodeKind::Element, id, first, static_cast<std::uint32_t>(attributes.size()));
+        if (isPlaced_) place(element, name);
+        const bool preserves =
+            attributes.empty() ? parent.preserves : preservesWhiteSpace(attributes, parent.preserves);
+        open_.push_back(
+            {element, kNoNode, static_cast<std::uint32_t>(waiting_.size()), false, preserves, preserves});
+    }
+    void endElement(std::string_view) override {
+        closeText();
+        const Open& closed = open_.back();
+        if (waiting_.size() != closed.waiting) endWaiting();
+        if (closed.lastChild != kNoNode) closeChildren(closed);
+        open_.pop_back();
+    }
+    // A text up to the markup after it, or the last piece of one.
+    void text(std::string_view text, bool isWhite) {
+        if (text_.length != 0 || !Tree::isWithin(text.data(), tree_.source_.text)) {
+            characters(text);
+            return flushText();
+        }
+        addText({static_cast<std::uint32_t>(text.data() - tree_.source_.text.data()),
+                 static_cast<std::uint32_t>(text.size())},
+                isWhite);
+    }
     void characters(std::string_view text) override;
     void startCData() override;
     void endCData() override;
     void comment(std::string_view text) override;
     void processingInstruction(std::string_view target, std::string_view data) override;
 
-    // Where the newest element stood: as near as can be told when the tree itself gives up.
-    [[nodiscard]] reader::Position position() const noexcept { return position_; }
+    // Where the newest element stands: as near as can be said when the tree itself gives up.
+    [[nodiscard]] reader::Position position() const noexcept;
 
 private:
     struct Open {
         NodeId node;
         NodeId lastChild;
-        std::size_t waiting;  // where its waiting texts start
+        std::uint32_t waiting;  // where its waiting texts start
         bool hasElements;
         bool keepsWhiteSpace;  // xml:space, the tree's mode, or other text seen before
         bool preserves;        // the same without the other text: what its children inherit
@@ -49,22 +83,70 @@ private:
         Tree::Span span;
     };
 
-    void addChild(NodeId node);
-    void closeText();
+    // A new node, the last child of the element that is open. Its previous sibling's link is complete when
+    // the element ends; see closeChildren.
+    NodeId add(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count) {
+        Open& parent = open_.back();
+        const NodeId node = tree_.nodes_.size();
+        const NodeId before = parent.lastChild;
+        *tree_.nodes_.extend(1) = {parent.node,
+                                   kNoNode,
+                                   kNoNode,
+                                   before == kNoNode ? node : before,
+                                   static_cast<std::uint32_t>(kind) | (name << Tree::kNameShift),
+                                   first,
+                                   count,
+                                   0};
+        (before == kNoNode ? tree_.nodes_[parent.node].firstChild : tree_.nodes_[before].next) = node;
+        parent.lastChild = node;
+        return node;
+    }
+    void closeChildren(const Open& open) noexcept {
+        tree_.nodes_[tree_.nodes_[open.node].firstChild].previous = open.lastChild;
+    }
+    void place(NodeId element, std::string_view name) {
+        while (tree_.offsets_.size() < element) *tree_.offsets_.extend(1) = Tree::kNoOffset;
+        *tree_.offsets_.extend(1) =
+            Tree::isWithin(name.data(), tree_.source_.text)
+                ? static_cast<std::uint32_t>(name.data() - tree_.source_.text.data()) - 1
+                : static_cast<std::uint32_t>(locator_->offset());
+    }
+    void addText(Tree::Span span, bool isWhite) {
+        Open& parent = open_.back();
+        if (!parent.keepsWhiteSpace) {
+            if (isWhite) return waiting_.push_back({parent.lastChild, span});
+            if (waiting_.size() == parent.waiting) {
+                parent.keepsWhiteSpace = true;
+            } else {
+                keepWaiting();
+            }
+        }
+        (void)add(NodeKind::Text, 0, span.offset, span.length);
+    }
+    void closeText() {
+        if (text_.length != 0) flushText();
+    }
+    void flushText();
+    void appendText(std::string_view text);
+    void endWaiting();
     void keepWaiting();
-    void addAttributes(NodeId element, std::span<const reader::Attribute> attributes);
-    Tree::Span shareWhiteSpace(Tree::Span span);
+    std::uint32_t addAttributes(std::span<const reader::IdAttribute> attributes);
+    [[nodiscard]] bool preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,
+                                           bool inherited) const noexcept;
 
     Tree& tree_;
     WhiteSpace whiteSpace_;
+    bool isPlaced_ = false;  // the tree has the source
     const reader::Locator* locator_ = nullptr;
-    reader::Position position_;
     std::vector<Open> open_;  // the document first
     std::vector<Waiting> waiting_;
-    // The text being collected, always at the end of the tree's store.
-    Tree::Span text_{0, 0};
-    bool textIsWhite_ = true;
-    std::array<Tree::Span, 256> whiteSpaceSeen_{};
+    std::vector<reader::IdAttribute> attributes_;  // scratch
+    Tree::Span text_{0, 0};  // being collected: in the source, or at the end of the store
 };
+
+// Reads a document into an empty tree, which keeps its source. A tree that becomes too large is an error like
+// any other, with the status that the tree's operations give. Throws std::bad_alloc; the tree is good for
+// nothing then, nor after an error.
+[[nodiscard]] reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace);
 
 }  // namespace engine::dom

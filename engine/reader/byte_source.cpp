@@ -1,6 +1,8 @@
 #include "engine/reader/detail/byte_source.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -24,9 +26,6 @@ std::string describe(int error) {
         case EMFILE:
         case ENFILE:
             return "too many files are open";
-        case ENOSPC:
-        case EDQUOT:
-            return "there is no room to keep what comes through a pipe";
         case EIO:
             return "the device reports an error";
         default:
@@ -36,93 +35,53 @@ std::string describe(int error) {
 
 }  // namespace
 
+ByteSource::~ByteSource() {
+    if (file_ >= 0) ::close(file_);
+}
+
 Fault ByteSource::systemFault(ErrorCode code, int error) const {
     return {code, kNoOffset, "The file '" + input_.path() + "' cannot be read: " + describe(error) + "."};
 }
 
 Fault ByteSource::open() {
-    position_ = 0;
-    fault_ = {};
     if (input_.kind() == Input::Kind::Refused) {
         return {ErrorCode::AddressRefused, kNoOffset,
-                "The address '" + input_.path() + "' is refused: only files can be read."};
+                "The address '" + input_.path() + "' is rejected: only files can be read."};
     }
     if (input_.kind() != Input::Kind::File) return {};
-    if (file_ != nullptr) return startOver();
     if (input_.path().find('\0') != std::string::npos) return systemFault(ErrorCode::CannotOpen, ENOENT);
-    errno = 0;
-    file_.reset(
-        std::fopen(input_.path().c_str(), "rbe"));  // e: not inherited by programs that the host starts
-    if (file_ == nullptr) return systemFault(ErrorCode::CannotOpen, errno);
-    std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // our reads are large; a second buffer would only copy
-    return std::fseek(file_.get(), 0, SEEK_CUR) == 0 ? Fault{} : openKept();
+    do file_ = ::open(input_.path().c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    while (file_ < 0 && errno == EINTR);
+    return file_ < 0 ? systemFault(ErrorCode::CannotOpen, errno) : Fault{};
 }
 
-Fault ByteSource::startOver() {
-    if (kept_ != nullptr || std::fseek(file_.get(), 0, SEEK_SET) == 0) return {};
-    return systemFault(ErrorCode::CannotRead, errno);
-}
-
-Fault ByteSource::openKept() {
-    kept_.reset(std::tmpfile());
-    if (kept_ == nullptr) return systemFault(ErrorCode::CannotRead, errno);
-    std::setvbuf(kept_.get(), nullptr, _IONBF, 0);
-    (void)fcntl(fileno(kept_.get()), F_SETFD, FD_CLOEXEC);  // failing, it would only be inherited
-    keptBytes_ = 0;
-    return {};
+std::uint64_t ByteSource::expectedBytes() const noexcept {
+    if (file_ < 0) return input_.bytes().size();
+    struct stat status {};
+    return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode)
+               ? static_cast<std::uint64_t>(status.st_size)
+               : 0;
 }
 
 std::size_t ByteSource::read(char* to, std::size_t count) {
-    if (file_ == nullptr) return readBorrowed(to, count);
-    if (kept_ == nullptr) return readFile(to, count);
-    const std::size_t again = readKept(to, count);
-    if (again == count || fault_) return again;
-    const std::size_t fresh = readFile(to + again, count - again);
-    keep(to + again, fresh);
-    return again + fresh;
-}
-
-std::size_t ByteSource::readBorrowed(char* to, std::size_t count) noexcept {
-    const std::u16string_view text = input_.text();
-    const std::string_view all =
-        input_.kind() == Input::Kind::Text
-            ? std::string_view(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t))
-            : input_.bytes();
-    const std::size_t given = std::min(count, all.size() - position_);
-    if (given != 0) std::memcpy(to, all.data() + position_, given);
-    position_ += given;
-    return given;
-}
-
-std::size_t ByteSource::readFile(char* to, std::size_t count) {
-    errno = 0;
-    const std::size_t given = std::fread(to, 1, count, file_.get());
-    if (given < count && std::ferror(file_.get()) != 0 && !fault_) {
-        fault_ = systemFault(ErrorCode::CannotRead, errno);
+    if (file_ < 0) {
+        const std::size_t given = std::min(count, input_.bytes().size() - position_);
+        if (given != 0) std::memcpy(to, input_.bytes().data() + position_, given);
+        position_ += given;
+        return given;
+    }
+    std::size_t given = 0;
+    while (given != count && !fault_) {
+        const ssize_t now = ::read(file_, to + given, count - given);
+        if (now > 0) {
+            given += static_cast<std::size_t>(now);
+        } else if (now == 0) {
+            break;
+        } else if (errno != EINTR) {
+            fault_ = systemFault(ErrorCode::CannotRead, errno);
+        }
     }
     return given;
-}
-
-std::size_t ByteSource::readKept(char* to, std::size_t count) {
-    const std::size_t wanted = std::min(count, keptBytes_ - position_);
-    if (wanted == 0) return 0;
-    errno = 0;
-    const bool isAt = fseeko(kept_.get(), static_cast<off_t>(position_), SEEK_SET) == 0;
-    const std::size_t given = isAt ? std::fread(to, 1, wanted, kept_.get()) : 0;
-    if (given < wanted) fault_ = systemFault(ErrorCode::CannotRead, errno);
-    position_ += given;
-    return given;
-}
-
-void ByteSource::keep(const char* from, std::size_t count) {
-    if (count == 0) return;
-    errno = 0;
-    const bool isAt = fseeko(kept_.get(), static_cast<off_t>(keptBytes_), SEEK_SET) == 0;
-    if ((!isAt || std::fwrite(from, 1, count, kept_.get()) < count) && !fault_) {
-        fault_ = systemFault(ErrorCode::CannotRead, errno);
-    }
-    keptBytes_ += count;
-    position_ += count;
 }
 
 }  // namespace engine::reader::detail

@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::string_view kStart = "<?xml";
 constexpr std::size_t kLongest = 4096;
-constexpr std::string_view kParts = "version, encoding and standalone belong there, in this order.";
 
 bool isEncodingName(std::string_view text) {
     if (text.empty() || (classOf(text[0]) & kNameStart) == 0 || text[0] == ':' || text[0] == '_')
@@ -70,7 +69,7 @@ private:
             return {};
         }
         if (!spaced)
-            return refuse(at_, "A blank is missing before " + quoted(name) + " in the XML declaration."),
+            return refuse(at_, "Whitespace is missing before " + quoted(name) + " in the XML declaration."),
                    text_;
         partStart_ = at_;
         at_ += name.size();
@@ -100,8 +99,9 @@ private:
         const std::string rest(text_.substr(at_));
         const auto length = static_cast<std::size_t>(nameEnd(rest.c_str()) - rest.c_str());
         if (length == 0) return refuse(at_, "The XML declaration must end with '?>'.");
-        return refuse(at_, quoted(rest.substr(0, length)) +
-                               " is out of place in the XML declaration: " + std::string(kParts));
+        return refuse(
+            at_, "Unexpected " + quoted(rest.substr(0, length)) +
+                     " in the XML declaration; expected version, encoding and standalone, in this order.");
     }
 
     bool refuse(std::size_t at, std::string reason) {

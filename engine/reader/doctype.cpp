@@ -21,16 +21,15 @@ std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
     return a > EntitySizes::kUnbounded - b ? EntitySizes::kUnbounded : a + b;
 }
 
-// The name of the next general entity that `rest` refers to; `rest` then begins behind it.
+// The name of the next general entity that `rest` refers to; `rest` then begins after it.
 std::optional<std::string_view> nextReference(std::string_view& rest) {
     for (;;) {
         const std::size_t start = rest.find('&');
         if (start == std::string_view::npos) return std::nullopt;
         rest.remove_prefix(start + 1);
-        const std::size_t end = rest.find(';');
-        if (end == std::string_view::npos) return std::nullopt;
-        const std::string_view name = rest.substr(0, std::min(end, rest.find_first_of(" \t\n<>&%'\"#")));
-        if (name.empty() || name.size() != end) continue;
+        const std::size_t end = rest.find_first_of("; \t\n<>&%'\"#");
+        if (end == std::string_view::npos || end == 0 || rest[end] != ';') continue;
+        const std::string_view name = rest.substr(0, end);
         rest.remove_prefix(end + 1);
         return name;
     }
@@ -40,25 +39,100 @@ std::optional<std::string_view> nextReference(std::string_view& rest) {
 
 void AttributeDeclarations::declare(std::string_view element, std::string_view attribute, bool isTokenized,
                                     std::optional<std::string> defaultValue) {
-    auto& declarations = elements_[std::string(element)];
-    const bool isKnown = std::any_of(declarations.begin(), declarations.end(),
-                                     [&](const Declaration& d) { return d.name == attribute; });
-    if (!isKnown) declarations.push_back({std::string(attribute), isTokenized, std::move(defaultValue)});
+    Element& declared = elements_[std::string(element)];
+    const auto [known, isNew] = declared.byName.emplace(attribute, declared.attributes.size());
+    if (isNew) declared.attributes.push_back({known->first, isTokenized, std::move(defaultValue), 0});
 }
 
-void AttributeDeclarations::apply(std::string_view element, std::vector<Attribute>& attributes) {
-    const auto declared = elements_.find(element);
-    if (declared == elements_.end()) return;
+std::uint64_t AttributeDeclarations::costOf(std::string_view element,
+                                            std::span<const reader::Attribute> attributes) {
+    const auto found = elements_.find(element);
+    if (found == elements_.end()) return 0;
+    std::uint64_t cost = 0;
+    ++uses_;
+    for (const reader::Attribute& present : attributes) {
+        const auto known = found->second.byName.find(present.name);
+        if (known != found->second.byName.end()) found->second.attributes[known->second].lastUse = uses_;
+    }
+    for (const Declaration& declaration : found->second.attributes) {
+        if (declaration.defaultValue && declaration.lastUse != uses_)
+            cost += kCostOfAttribute + declaration.name.size() + declaration.defaultValue->size();
+    }
+    return cost;
+}
+
+void AttributeDeclarations::apply(std::string_view element, std::vector<reader::Attribute>& attributes) {
+    const auto found = elements_.find(element);
+    if (found == elements_.end()) return;
     normalised_.clear();
     normalised_.reserve(attributes.size());  // views of short strings would not survive a move
-    for (const Declaration& declaration : declared->second) {
-        const auto present = std::find_if(attributes.begin(), attributes.end(),
-                                          [&](const Attribute& a) { return a.name == declaration.name; });
-        if (present == attributes.end()) {
-            if (declaration.defaultValue) attributes.push_back({declaration.name, *declaration.defaultValue});
-        } else if (declaration.isTokenized && normalised_.size() < normalised_.capacity()) {
-            present->value = normalised_.emplace_back(tokenized(present->value));
+    for (reader::Attribute& present : attributes) {
+        const auto known = found->second.byName.find(present.name);
+        if (known != found->second.byName.end() && found->second.attributes[known->second].isTokenized)
+            present.value = normalised_.emplace_back(tokenized(present.value));
+    }
+    for (const Declaration& declaration : found->second.attributes) {
+        if (declaration.defaultValue && declaration.lastUse != uses_)
+            attributes.push_back({declaration.name, *declaration.defaultValue});
+    }
+}
+
+bool TagWidth::add(std::string_view text) noexcept {
+    for (const char c : text) {
+        switch (state_) {
+            case State::Text:
+                if (c == '<') state_ = State::Start;
+                break;
+            case State::Start:
+                state_ = c == '!'   ? State::Bang
+                         : c == '?' ? State::Instruction
+                         : c == '/' ? State::Text
+                                    : State::Tag;
+                run_ = 0;
+                count_ = 0;
+                break;
+            case State::Bang:
+                state_ = c == '-' ? State::Dash : c == '[' ? State::CData : State::Declaration;
+                break;
+            case State::Dash:
+                state_ = State::Comment;
+                break;
+            case State::Comment:
+                addUntil(c, '-', 2);
+                break;
+            case State::CData:
+                addUntil(c, ']', 2);
+                break;
+            case State::Instruction:
+                addUntil(c, '?', 1);
+                break;
+            case State::Tag:
+            case State::Declaration:
+                addInTag(c);
+                break;
+            case State::Quote:
+                if (c == quote_) state_ = around_;
+                break;
         }
+    }
+    return count_ <= kMax;
+}
+
+// Inside something that ends with `times` of `mark` and '>'.
+void TagWidth::addUntil(char c, char mark, unsigned times) noexcept {
+    if (c == '>' && run_ >= times) state_ = State::Text;
+    run_ = c == mark ? run_ + 1 : 0;
+}
+
+void TagWidth::addInTag(char c) noexcept {
+    if (c == '"' || c == '\'') {
+        around_ = state_;
+        state_ = State::Quote;
+        quote_ = c;
+    } else if (c == '>' || (c == '[' && state_ == State::Declaration)) {
+        state_ = State::Text;
+    } else if (c == '=' && state_ == State::Tag) {
+        ++count_;
     }
 }
 

@@ -8,17 +8,23 @@
 #include <new>
 
 #include "engine/libstate/initialise.h"
-#include "engine/reader/detail/declaration.h"
-#include "engine/reader/detail/namespace_layer.h"
+#include "engine/reader/detail/chars.h"
 
 namespace engine::reader::detail {
 namespace {
 
 // Text without events (blanks outside the root, a huge tag) is kept for its position up to here.
 constexpr std::uint64_t kLongestLookBack = std::uint64_t{16} << 20;
+constexpr std::string_view kPreamble = "<?xml version=\"1.0\"?>";
+constexpr std::string_view kStandalonePreamble = "<?xml version=\"1.0\" standalone=\"yes\"?>";
 
 std::string_view viewOf(const xmlChar* text) {
     return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+std::string tooManyAttributes() {
+    return "In a document with a DOCTYPE, an element must not have more than " +
+           std::to_string(TagWidth::kMax) + " attributes.";
 }
 
 }  // namespace
@@ -32,9 +38,6 @@ struct Libxml2Parser::Callbacks {
         if (self.isStopped_) return;  // an entity's text is being finished behind our back
         try {
             body(self);
-        } catch (NamespaceFault& found) {
-            self.refuse(found.code, self.event_, std::move(found.reason));
-            self.isFaultFinal_ = false;
         } catch (...) {
             self.thrown_ = std::current_exception();
             self.stop();
@@ -52,7 +55,6 @@ struct Libxml2Parser::Callbacks {
     static void startDocument(void* user) noexcept {
         guarded(user, [](Libxml2Parser& self) {
             xmlSAX2StartDocument(self.context_.get());  // makes the document that holds the entities
-            self.startDocument();
         });
     }
     static void endDocument(void*) noexcept {}  // comes after errors too
@@ -129,9 +131,18 @@ void Libxml2Parser::FreeContext::operator()(xmlParserCtxt* context) const noexce
     xmlFreeParserCtxt(context);
 }
 
-Libxml2Parser::Libxml2Parser(TextSource& source, const ReadOptions& options, EventSink& sink,
-                             const Progress& done)
-    : source_(source), options_(options), sink_(sink), done_(done), sizes_([this](std::string_view name) {
+Libxml2Parser::Libxml2Parser(Context& context, const ReadOptions& options, EventSink& sink,
+                             std::uint64_t offset)
+    : shared_(context),
+      source_(context.source()),
+      options_(options),
+      sink_(sink),
+      preamble_(context.isStandalone ? kStandalonePreamble : kPreamble),
+      feedOffset_(offset),
+      documentStart_(offset),
+      farthest_(offset),
+      lastEventEnd_(offset),
+      sizes_([this](std::string_view name) {
           const std::string terminated(name);
           const xmlEntity* entity =
               xmlGetDocEntity(context_->myDoc, reinterpret_cast<const xmlChar*>(terminated.c_str()));
@@ -167,16 +178,6 @@ void Libxml2Parser::createContext() {
 }
 
 bool Libxml2Parser::run() {
-    const Declaration declaration = readDeclaration(source_);
-    if (declaration.fault) {
-        if (done_.events == 0) sink_.startDocument(*this);
-        fault_ = declaration.fault;
-        isFaultFinal_ = true;
-        return false;
-    }
-    isStandalone_ = declaration.isStandalone;
-    preamble_ = isStandalone_ ? "<?xml version=\"1.0\" standalone=\"yes\"?>" : "<?xml version=\"1.0\"?>";
-    documentStart_ = feedOffset_ = farthest_ = lastEventEnd_ = declaration.length;
     createContext();
     {
         const libstate::LastError theirs;
@@ -196,32 +197,14 @@ bool Libxml2Parser::conclude() {
             throw std::bad_alloc();
         describe(context_->lastError);
     }
-    if (!fault_ && source_.fault()) {
-        fault_ = source_.fault();  // behind the root element
-        isFaultFinal_ = true;
-    }
+    if (!fault_) fault_ = source_.fault();  // after the root element
     if (fault_) return false;
-    event_ = source_.offsetOf(source_.end());
-    if (isEventNew()) sink_.endDocument();
+    shared_.event = source_.offsetOf(source_.end());
+    sink_.endDocument();
     return true;
 }
 
-// Is this a start tag, and has it more attributes than libxml2 should compare with each other?
-bool Libxml2Parser::isTagTooWide() const {
-    if (valuesSinceEvent_ <= kMostAttributesForLibxml2) return false;
-    const std::string_view text = sinceLastEvent();
-    const std::size_t tag = text.find('<');
-    return tag != std::string_view::npos && tag + 1 < text.size() && text[tag + 1] != '!' &&
-           text[tag + 1] != '?';
-}
-
 int Libxml2Parser::feed(char* to, int length) {
-    if (isTagTooWide()) {
-        refuse(ErrorCode::TooManyAttributes, lastEventEnd_,
-               "In a document with a DOCTYPE, an element must not have more than " +
-                   std::to_string(kMostAttributesForLibxml2) + " attributes.");
-        return 0;
-    }
     int given = 0;
     while (given != length) {
         std::string_view from = preamble_;
@@ -235,8 +218,9 @@ int Libxml2Parser::feed(char* to, int length) {
         }
         const std::size_t now = std::min(from.size(), static_cast<std::size_t>(length - given));
         std::memcpy(to + given, from.data(), now);
-        for (std::size_t i = 1; i < now; ++i) {
-            if (from[i - 1] == '=' && (from[i] == '"' || from[i] == '\'')) ++valuesSinceEvent_;
+        if (!width_.add(from.substr(0, now))) {
+            refuse(ErrorCode::TooManyAttributes, lastEventEnd_, tooManyAttributes());
+            return 0;
         }
         given += static_cast<int>(now);
         if (preamble_.empty()) {
@@ -263,27 +247,20 @@ void Libxml2Parser::stop() {
 
 void Libxml2Parser::refuse(ErrorCode code, std::uint64_t offset, std::string reason) {
     fault_ = {code, offset, std::move(reason)};
-    isFaultFinal_ = true;
     stop();
 }
 
 std::uint64_t Libxml2Parser::here() const {
     if (context_ == nullptr || context_->inputNr == 0) return farthest_;
     const xmlParserInput& input = *context_->inputTab[0];
-    const std::size_t preamble = isStandalone_ ? 38 : 21;
+    const std::size_t preamble = shared_.isStandalone ? kStandalonePreamble.size() : kPreamble.size();
     const std::uint64_t consumed = input.consumed + static_cast<std::uint64_t>(input.cur - input.base);
     if (consumed > preamble) farthest_ = std::max(farthest_, documentStart_ + consumed - preamble);
     return farthest_;
 }
 
-Position Libxml2Parser::position() const {
-    return source_.positionOf(source_.holds(event_) ? event_ : here());
-}
-
-bool Libxml2Parser::isEventNew() {
-    ++seen_.events;
-    seen_.textBytes = 0;
-    return seen_.events > done_.events;
+void Libxml2Parser::locate(std::uint64_t offset) {
+    shared_.event = source_.holds(offset) ? offset : here();
 }
 
 std::string_view Libxml2Parser::sinceLastEvent() const {
@@ -294,103 +271,116 @@ std::string_view Libxml2Parser::sinceLastEvent() const {
                       : std::string_view(source_.at(from), static_cast<std::size_t>(to - from));
 }
 
-void Libxml2Parser::locateLast(char mark) {
+std::uint64_t Libxml2Parser::lastInText(char mark) const {
     const std::string_view text = sinceLastEvent();
     const std::size_t at = text.rfind(mark);
-    event_ = at == std::string_view::npos ? lastEventEnd_ : source_.offsetOf(text.data() + at);
+    if (at != std::string_view::npos) return source_.offsetOf(text.data() + at);
+    return source_.holds(lastEventEnd_) ? lastEventEnd_ : here();
 }
 
 void Libxml2Parser::locateFirst(std::string_view mark) {
     const std::string_view text = sinceLastEvent();
     const std::size_t at = text.find(mark);
-    event_ = at == std::string_view::npos ? lastEventEnd_ : source_.offsetOf(text.data() + at);
+    locate(at == std::string_view::npos ? lastEventEnd_ : source_.offsetOf(text.data() + at));
 }
 
 void Libxml2Parser::eventEnds() {
     lastEventEnd_ = here();
-    valuesSinceEvent_ = 0;
-}
-
-void Libxml2Parser::startDocument() {
-    if (isEventNew()) tell([&] { sink_.startDocument(*this); });
 }
 
 void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes) {
     // libxml2 tells of a tag that the text's end cuts short, and notices afterwards.
     if (here() == source_.offsetOf(source_.end())) return;
     locateLast('<');
+    const std::string_view written = viewOf(name);
     attributes_.clear();
     for (; attributes != nullptr && attributes[0] != nullptr; attributes += 2) {
         attributes_.push_back({viewOf(attributes[0]), viewOf(attributes[1])});
     }
-    attributeDeclarations_.apply(viewOf(name), attributes_);
-    if (++depth_ > options_.depthLimit) {
-        refuse(ErrorCode::TooDeep, event_,
+    if (!isAffordable(attributeDeclarations_.costOf(written, attributes_),
+                      "The defaults of its attributes are not added"))
+        return;
+    attributeDeclarations_.apply(written, attributes_);
+    if (opens_.size() >= options_.depthLimit) {
+        refuse(ErrorCode::TooDeep, shared_.event,
                "Elements are nested more than " + std::to_string(options_.depthLimit) + " deep.");
         return;
     }
-    if (isEventNew()) tell([&] { sink_.startElement(viewOf(name), attributes_); });
+    Names& names = shared_.names();
+    const NameId id = names.intern(written);
+    std::uint8_t flags = 0;
+    idAttributes_.clear();
+    for (const Attribute& attribute : attributes_) {
+        idAttributes_.push_back({names.intern(attribute.name), attribute.value});
+        flags |= names.flags(idAttributes_.back().name);
+    }
+    Namespaces& namespaces = shared_.resolved();
+    if (!namespaces.enter(id, idAttributes_, flags)) {
+        return refuse(namespaces.error().code, shared_.event, std::move(namespaces.error().reason));
+    }
+    opens_.push_back({id, namespaces.declared()});
+    tell([&] { sink_.startElement(written, attributes_); });
     // libxml2 stands before the '>'. Of an empty tag, the end event still has to find the '<'.
     const std::uint64_t at = here();
     if (source_.holds(at) && *source_.at(at) == '>') lastEventEnd_ = at + 1;
-    valuesSinceEvent_ = 0;
 }
 
 void Libxml2Parser::endElement(const xmlChar* name) {
+    if (opens_.empty()) return;
     locateLast('<');
-    --depth_;
-    if (isEventNew()) tell([&] { sink_.endElement(viewOf(name)); });
+    const Open open = opens_.back();
+    opens_.pop_back();
+    shared_.resolved().beginLeave(open.name, open.declared);
+    tell([&] { sink_.endElement(viewOf(name)); });
+    shared_.resolved().leave(open.declared);
     eventEnds();
 }
 
 void Libxml2Parser::characters(const xmlChar* text, int length) {
-    event_ = lastEventEnd_;
+    locate(lastEventEnd_);
     deliverText({reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
     eventEnds();
 }
 
 void Libxml2Parser::deliverText(std::string_view text) {
-    if (text.empty()) return;
-    const std::uint64_t before = seen_.textBytes;
-    seen_.textBytes += text.size();
-    if (seen_.events < done_.events) return;
-    if (seen_.events == done_.events && before < done_.textBytes) {
-        text.remove_prefix(
-            static_cast<std::size_t>(std::min<std::uint64_t>(done_.textBytes - before, text.size())));
-    }
-    if (!text.empty()) tell([&] { sink_.characters(text); });
+    if (!text.empty() && !opens_.empty()) tell([&] { sink_.characters(text); });
 }
 
 void Libxml2Parser::startDoctype() {
     locateFirst("<!DOCTYPE");
+    doctypeStart_ = shared_.event;
     if (options_.dtd == ReadOptions::Dtd::Prohibit)
-        refuse(ErrorCode::DoctypeProhibited, event_, std::string(kDoctypeProhibited));
+        refuse(ErrorCode::DoctypeProhibited, shared_.event, std::string(kDoctypeProhibited));
     eventEnds();
 }
 
 void Libxml2Parser::cData(std::string_view text) {
     locateFirst("<![CDATA[");
-    if (isEventNew()) tell([&] { sink_.startCData(); });
-    const std::uint64_t textStart = event_ + 9;
-    event_ = textStart;
+    tell([&] { sink_.startCData(); });
+    const std::uint64_t textStart = shared_.event + 9;
+    locate(textStart);
     deliverText(text);
-    event_ = textStart + text.size();
-    if (isEventNew()) tell([&] { sink_.endCData(); });
+    locate(textStart + text.size());
+    tell([&] { sink_.endCData(); });
     eventEnds();
 }
 
 void Libxml2Parser::comment(std::string_view text) {
     if (context_->inSubset == 0) {
         locateFirst("<!--");
-        if (isEventNew()) tell([&] { sink_.comment(text); });
+        tell([&] { sink_.comment(text); });
     }
     eventEnds();
 }
 
-// Those inside the DOCTYPE are part of the document; its comments are nobody's business.
+// Those inside the DOCTYPE are part of the document; its comments are not.
 void Libxml2Parser::instruction(std::string_view target, std::string_view data) {
     locateFirst("<?");
-    if (isEventNew()) tell([&] { sink_.processingInstruction(target, data); });
+    if (target.find(':') != std::string_view::npos) {
+        return refuse(ErrorCode::BadQualifiedName, shared_.event,
+                      "The target " + quoted(target) + " of a processing instruction must not hold a colon.");
+    }
+    tell([&] { sink_.processingInstruction(target, data); });
     eventEnds();
 }
 

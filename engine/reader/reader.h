@@ -1,6 +1,6 @@
-// Reads one document and tells a sink about it. The whole public surface of the reader, with events.h and
-// errors.h. Threads: `read` may run on any number of threads at once, each with an Input and a sink of its
-// own.
+// Reads one document and reports its events to a sink. The whole public surface of the reader, with events.h
+// and errors.h; parse.h has the same for a sink whose class is known. Threads: `read` may run on any number
+// of threads at once, each with an Input and a sink of its own.
 #pragma once
 
 #include <cstddef>
@@ -46,11 +46,11 @@ struct ReadOptions {
         Internal,  // the internal subset is read: entities expand, attribute defaults arrive; nothing
                    // external is opened
     };
-    // Which implementation does the work. All give the same verdict and the same events.
+    // Which parser reads. Either gives the same verdict and the same events.
     enum class Parser : std::uint8_t {
-        Automatic,  // the fast one where it can, libxml2 for the rest
-        Direct,     // for tests: the fast one alone; a DOCTYPE is prohibited whatever `dtd` says
-        Libxml2,
+        Automatic,  // ours, and libxml2 from a DOCTYPE on
+        Direct,     // for tests: ours alone; a DOCTYPE is prohibited whatever `dtd` says
+        Libxml2,    // for tests: libxml2 from the start
     };
 
     Dtd dtd = Dtd::Prohibit;

@@ -40,6 +40,31 @@ std::u16string_view Utf16Scratch::add(std::string_view utf8) noexcept {
     return {to, length};
 }
 
+Utf16Names::Name Utf16Names::convert(reader::NameId id) {
+    constexpr std::size_t kBlockInUnits = 2048;
+    if (generation_ != names_->generation()) {
+        known_.clear();
+        blocks_.clear();
+        blockSize_ = 0;
+        generation_ = names_->generation();
+    }
+    if (id >= known_.size()) known_.resize(std::max<std::size_t>(id + std::size_t{1}, known_.size() * 2));
+    const std::string_view text = names_->text(id);
+    if (blockSize_ - blockUsed_ < text.size() || blockSize_ == 0) {
+        const std::size_t size = std::max(kBlockInUnits, text.size());
+        blocks_.push_back(std::make_unique_for_overwrite<char16_t[]>(size));
+        blockSize_ = size;
+        blockUsed_ = 0;
+    }
+    char16_t* const to = blocks_.back().get() + blockUsed_;
+    const std::size_t length = convertValid(text, to);
+    blockUsed_ += length;
+    const std::uint32_t prefix = names_->prefixLength(id);
+    const std::size_t localStart = prefix == 0 ? 0 : std::u16string_view(to, length).find(u':') + 1;
+    known_[id] = {to, static_cast<std::uint32_t>(length), static_cast<std::uint32_t>(localStart)};
+    return known_[id];
+}
+
 HRESULT SaxLocator::QueryInterface(REFIID iid, void** object) {
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
@@ -67,13 +92,12 @@ HRESULT SaxLocator::getLineNumber(int* line) {
     return S_OK;
 }
 
-void SaxAttributes::set(std::span<const reader::Attribute> attributes, const reader::Namespaces& names,
-                        Utf16Scratch& scratch) {
+void SaxAttributes::set(std::span<const reader::IdAttribute> attributes, const reader::Names& names,
+                        Utf16Names& units, Utf16Scratch& scratch) {
     shown_.clear();
-    for (std::size_t i = 0; i < attributes.size(); ++i) {
-        if (names.isDeclaration(i)) continue;
-        const std::u16string_view local = scratch.add(names.attribute(i).local);
-        shown_.push_back({local, scratch.add(attributes[i].value)});
+    for (const reader::IdAttribute& attribute : attributes) {
+        if ((names.flags(attribute.name) & reader::Names::kDeclaration) != 0) continue;
+        shown_.push_back({units.of(attribute.name).local(), scratch.add(attribute.value)});
     }
 }
 
@@ -134,6 +158,7 @@ void SaxEvents::tell(Call&& call) {
 
 void SaxEvents::startDocument(const reader::Locator& locator) {
     names_ = locator.namespaces();
+    units_.follow(names_->names());
     locator_ = com::Ref<SaxLocator>::adopt(new SaxLocator(locator));
     tell([&](ISAXContentHandler& handler) { return handler.putDocumentLocator(locator_.get()); });
     tell([](ISAXContentHandler& handler) { return handler.startDocument(); });
@@ -143,23 +168,27 @@ void SaxEvents::endDocument() {
     tell([](ISAXContentHandler& handler) { return handler.endDocument(); });
 }
 
-std::u16string_view SaxEvents::convertUri(std::string_view uri) {
-    if (uri != lastUri_) {
-        lastUri_ = uri;
-        lastUri16_ = text::toUtf16(uri);
+std::u16string_view SaxEvents::uriOfElement() {
+    std::uint32_t index = 0;
+    const reader::Namespaces::Binding* const binding = names_->bindingOfElement(index);
+    if (binding == nullptr) {
+        const std::string_view uri = names_->element().uri;  // none, or that of the prefix xml
+        if (uri.empty()) return {};
+        rareUri_ = text::toUtf16(uri);
+        return rareUri_;
     }
-    return lastUri16_;
+    if (index >= uris_.size()) uris_.resize(index + std::size_t{1});
+    Uri& known = uris_[index];
+    if (known.binding != binding->serial) known = {binding->serial, text::toUtf16(binding->uri)};
+    return known.units;
 }
 
-SaxEvents::Name SaxEvents::convert(std::string_view qualified, const reader::ExpandedName& name) {
-    const std::u16string_view units = scratch_.add(qualified);
-    // The local name is the end of the qualified one; a prefix of n units and the colon stand before it.
-    std::u16string_view local = units;
-    if (!name.prefix.empty()) local.remove_prefix(units.find(u':') + 1);
-    return {convertUri(name.uri), local, units};
+void SaxEvents::startElement(std::string_view name, std::span<const reader::Attribute>) {
+    startElement(names_->elementId(), name, names_->attributes());
 }
 
-void SaxEvents::startElement(std::string_view name, std::span<const reader::Attribute> attributes) {
+void SaxEvents::startElement(reader::NameId id, std::string_view name,
+                             std::span<const reader::IdAttribute> attributes) {
     if (!handler_) return;
     for (const reader::NamespaceDeclaration& declared : names_->declarations()) {
         scratch_.start(declared.prefix.size() + declared.uri.size());
@@ -170,29 +199,28 @@ void SaxEvents::startElement(std::string_view name, std::span<const reader::Attr
         });
     }
     std::size_t bytes = name.size();
-    for (const reader::Attribute& attribute : attributes)
-        bytes += attribute.name.size() + attribute.value.size();
+    for (const reader::IdAttribute& attribute : attributes) bytes += attribute.value.size();
     if (bytes > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         throw com::Failure(E_OUTOFMEMORY, "A start tag is longer than a handler can be told.");
     }
     scratch_.start(bytes);
-    const Name converted = convert(name, names_->element());
-    attributes_.set(attributes, *names_, scratch_);
+    const std::u16string_view uri = uriOfElement();
+    const Utf16Names::Name units = units_.of(id);
+    attributes_.set(attributes, names_->names(), units_, scratch_);
     tell([&](ISAXContentHandler& handler) {
-        return handler.startElement(unitsOf(converted.uri), lengthOf(converted.uri), converted.local.data(),
-                                    lengthOf(converted.local), converted.qualified.data(),
-                                    lengthOf(converted.qualified), &attributes_);
+        return handler.startElement(unitsOf(uri), lengthOf(uri), units.local().data(),
+                                    lengthOf(units.local()), units.units, lengthOf(units.qualified()),
+                                    &attributes_);
     });
 }
 
-void SaxEvents::endElement(std::string_view name) {
+void SaxEvents::endElement(std::string_view) {
     if (!handler_) return;
-    scratch_.start(name.size());
-    const Name converted = convert(name, names_->element());
+    const std::u16string_view uri = uriOfElement();
+    const Utf16Names::Name units = units_.of(names_->elementId());
     tell([&](ISAXContentHandler& handler) {
-        return handler.endElement(unitsOf(converted.uri), lengthOf(converted.uri), converted.local.data(),
-                                  lengthOf(converted.local), converted.qualified.data(),
-                                  lengthOf(converted.qualified));
+        return handler.endElement(unitsOf(uri), lengthOf(uri), units.local().data(), lengthOf(units.local()),
+                                  units.units, lengthOf(units.qualified()));
     });
     const auto declarations = names_->declarations();
     for (auto declared = declarations.rbegin(); declared != declarations.rend(); ++declared) {

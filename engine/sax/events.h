@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,36 @@ private:
     std::size_t used_ = 0;
 };
 
+// The names of a document in UTF-16, each converted once.
+class Utf16Names final {
+public:
+    struct Name {
+        const char16_t* units = nullptr;  // live as long as the names' generation
+        std::uint32_t length = 0;
+        std::uint32_t localStart = 0;
+        [[nodiscard]] std::u16string_view qualified() const noexcept { return {units, length}; }
+        [[nodiscard]] std::u16string_view local() const noexcept { return qualified().substr(localStart); }
+    };
+
+    // Borrows the names, and forgets its own when those are put together anew.
+    void follow(const reader::Names& names) noexcept { names_ = &names; }
+    [[nodiscard]] Name of(reader::NameId id) {
+        if (id < known_.size() && generation_ == names_->generation() && known_[id].units != nullptr)
+            return known_[id];
+        return convert(id);
+    }
+
+private:
+    [[nodiscard]] Name convert(reader::NameId id);
+
+    const reader::Names* names_ = nullptr;
+    std::uint32_t generation_ = 0;
+    std::vector<Name> known_;
+    std::vector<std::unique_ptr<char16_t[]>> blocks_;
+    std::size_t blockUsed_ = 0;
+    std::size_t blockSize_ = 0;
+};
+
 // The position of the running parse; knows none once that is over, however long a handler keeps it.
 class SaxLocator final : public ISAXLocator {
 public:
@@ -51,8 +82,8 @@ private:
 // parse; counting does nothing.
 class SaxAttributes final : public ISAXAttributes {
 public:
-    // Lent for the event. `scratch` has room for all names and values.
-    void set(std::span<const reader::Attribute> attributes, const reader::Namespaces& names,
+    // Lent for the event. `scratch` has room for all values.
+    void set(std::span<const reader::IdAttribute> attributes, const reader::Names& names, Utf16Names& units,
              Utf16Scratch& scratch);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
@@ -84,6 +115,8 @@ public:
     void startDocument(const reader::Locator& locator) override;
     void endDocument() override;
     void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
+    void startElement(reader::NameId id, std::string_view name,
+                      std::span<const reader::IdAttribute> attributes);
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
     void startCData() override {}
@@ -92,15 +125,13 @@ public:
     void processingInstruction(std::string_view target, std::string_view data) override;
 
 private:
-    struct Name {
-        std::u16string_view uri;
-        std::u16string_view local;
-        std::u16string_view qualified;
+    struct Uri {
+        std::uint64_t binding = 0;  // its serial number
+        std::u16string units;
     };
     template <typename Call>
     void tell(Call&& call);
-    [[nodiscard]] Name convert(std::string_view qualified, const reader::ExpandedName& name);
-    [[nodiscard]] std::u16string_view convertUri(std::string_view uri);
+    [[nodiscard]] std::u16string_view uriOfElement();
 
     const com::Ref<ISAXContentHandler>& handler_;
     bool& inHandler_;
@@ -108,8 +139,9 @@ private:
     const reader::Namespaces* names_ = nullptr;
     SaxAttributes attributes_;
     Utf16Scratch scratch_;
-    std::string lastUri_;  // most elements of a document are in one namespace
-    std::u16string lastUri16_;
+    Utf16Names units_;
+    std::vector<Uri> uris_;  // by binding
+    std::u16string rareUri_;
 };
 
 }  // namespace engine::sax

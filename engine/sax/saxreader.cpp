@@ -6,6 +6,7 @@
 
 #include "engine/com/classtable.h"
 #include "engine/com/status.h"
+#include "engine/reader/detail/parse.h"
 #include "engine/sax/events.h"
 
 namespace engine::sax {
@@ -81,11 +82,23 @@ HRESULT SaxReader::parse(const reader::Input& input, const reader::ReadOptions& 
     }
 }
 
+namespace {
+
+// reader::read with the parser compiled into this sink.
+reader::ParseError read(const reader::Input& input, const reader::ReadOptions& options, SaxEvents& events) {
+    using reader::detail::TextSource;
+    TextSource source(input, options, TextSource::Extent::Window);
+    if (const reader::detail::Fault fault = source.open()) return source.describe(fault);
+    return reader::detail::parse(source, options, events);
+}
+
+}  // namespace
+
 HRESULT SaxReader::parseGuarded(const reader::Input& input, const reader::ReadOptions& options,
                                 bool& inHandler) {
     lastError_ = {};
     SaxEvents events(handler_, inHandler);
-    lastError_ = reader::read(input, options, events);
+    lastError_ = read(input, options, events);
     if (!lastError_.failed()) return S_OK;
     std::string description = lastError_.reason;
     if (lastError_.position.line != 0) {

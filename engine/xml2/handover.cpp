@@ -256,7 +256,7 @@ private:
         xmlNode* node = &addNode(XML_ELEMENT_NODE, elementName.local, id, parent);
         // libxml2 takes bigger lines from elsewhere, and nothing here needs them
         if (options_.use == HandOver::Use::Change) {
-            node->line = static_cast<unsigned short>(std::min(tree_.position(id).line, 65535u));
+            node->line = static_cast<unsigned short>(std::min(tree_.position(id, positions_).line, 65535u));
         }
         open_.push_back({node, declarations_.size()});
         extent_.depth = std::max(extent_.depth, open_.size());
@@ -387,6 +387,7 @@ private:
     };
 
     const Tree& tree_;
+    reader::PositionIndex positions_{tree_.source()};
     const HandOver& options_;
     DocHandle doc_;
     Memory memory_;

@@ -169,6 +169,9 @@ TEST_F(DomLoad, ATreeThatIsFullFailsTheLoadWithAPlaceAndAReason) {
     EXPECT_FALSE(load(*small, u"<a>\n <b>" + std::u16string(100, u'x') + u"</b></a>"));
     EXPECT_FALSE(root(*small));
     EXPECT_NE(reason(*small).find("too large"), std::string::npos);
+    // A source that fits, with a text that does not stand in it and has no room beside it.
+    EXPECT_FALSE(load(*small, u"<a>\n <b>" + std::u16string(30, u'x') + u"&lt;</b></a>"));
+    EXPECT_NE(reason(*small).find("too large"), std::string::npos);
     Ref<IXMLDOMParseError> error;
     ASSERT_EQ(small->get_parseError(error.receive()), S_OK);
     LONG line = 0;

@@ -1,11 +1,11 @@
-#include "engine/dom/table.h"
+#include "engine/reader/table.h"
 
 #include <cstdlib>
 #include <new>
 
 #include "engine/com/status.h"
 
-namespace engine::dom {
+namespace engine::reader {
 
 namespace {
 constinit thread_local std::int64_t requestsLeft = -1;  // negative: no limit
@@ -38,4 +38,4 @@ void detail::tableIsFull() {
         "attributes.");
 }
 
-}  // namespace engine::dom
+}  // namespace engine::reader

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace engine::dom {
+namespace engine::reader {
 
 namespace detail {
 // realloc and free; throws std::bad_alloc and then leaves `block` as it was.
@@ -98,4 +98,4 @@ private:
     std::uint32_t most_;
 };
 
-}  // namespace engine::dom
+}  // namespace engine::reader

@@ -1,4 +1,4 @@
-#include "engine/reader/detail/filter.h"
+#include "engine/reader/detail/normalise.h"
 
 #include <bit>
 #include <cstdio>
@@ -93,65 +93,69 @@ Sequence checkSequence(std::string_view from, bool last) {
 
 }  // namespace
 
-Filtered TextFilter::run(std::string_view from, bool last, char* to, std::vector<std::size_t>& dropped) {
-    const char* in = from.data();
-    const char* const end = in + from.size();
-    char* out = to;
-    Filtered result;
-    if (afterReturn_ && in != end) {
-        afterReturn_ = false;
-        if (*in == '\n') {
-            ++in;
-            dropped.push_back(0);
-        }
-    }
-    while (in != end) {
-        while (end - in >= static_cast<std::ptrdiff_t>(kBlock)) {
-            const Block block = Block::load(in);
-            const std::uint32_t plain = block.above(0x1F) | block.equal('\n') | block.equal('\t');
-            block.store(out);
-            const auto length = static_cast<std::size_t>(std::countr_one(plain));
-            in += length;
-            out += length;
-            if (length < kBlock) break;
-        }
-        if (in == end) break;
-        const char c = *in;
-        if (static_cast<unsigned char>(c) >= 0x80) {
-            // Whole words of other scripts, before the next block is tried.
-            const char* const before = in;
-            while (const std::size_t length = commonLength(in, end)) {
-                std::memcpy(out, in, 4);  // a fixed length; what is too much is written over
-                in += length;
-                out += length;
-            }
-            if (in != before) continue;
-            const Sequence sequence = checkSequence({in, end}, last);
-            if (sequence.length == 0) {
-                result.fault = sequence.fault;
+Checked check(std::string_view text, bool isLast) {
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const char* at = begin;
+    Checked result;
+    while (at != end) {
+        while (end - at >= static_cast<std::ptrdiff_t>(4 * kBlock) && !Block::hasSuspectsInFour(at))
+            at += 4 * kBlock;
+        while (end - at >= static_cast<std::ptrdiff_t>(kBlock)) {
+            const std::uint32_t suspects = Block::load(at).suspects();
+            if (suspects != 0) {
+                at += std::countr_zero(suspects);
                 break;
             }
-            for (std::size_t i = 0; i < sequence.length; ++i) *out++ = *in++;
-        } else if (c >= ' ' || c == '\n' || c == '\t') {
-            *out++ = c;
-            ++in;
-        } else if (c == '\r') {
-            ++in;
-            if (in == end) {
-                afterReturn_ = !last;
-            } else if (*in == '\n') {
-                dropped.push_back(static_cast<std::size_t>(out - to) + 1);
-                ++in;
+            at += kBlock;
+        }
+        if (at == end) break;
+        const char c = *at;
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            // Whole words of other scripts, before the next block is tried.
+            const char* const before = at;
+            while (const std::size_t length = commonLength(at, end)) at += length;
+            if (at != before) continue;
+            Sequence sequence = checkSequence({at, end}, isLast);
+            if (sequence.length == 0) {
+                result.fault = std::move(sequence.fault);
+                break;
             }
-            *out++ = '\n';
+            at += sequence.length;
+        } else if (c >= ' ' || c == '\n' || c == '\t') {
+            ++at;
+        } else if (c == '\r') {
+            if (at + 1 == end && !isLast) break;
+            result.hasReturn = true;
+            ++at;
         } else {
             result.fault = badCharacter(static_cast<unsigned char>(c));
             break;
         }
     }
-    result.consumed = static_cast<std::size_t>(in - from.data());
-    result.written = static_cast<std::size_t>(out - to);
+    result.length = static_cast<std::size_t>(at - begin);
     return result;
+}
+
+std::size_t normaliseLineEnds(char* text, std::size_t length, std::uint64_t base,
+                              std::vector<std::uint64_t>& dropped) {
+    const char* const end = text + length;
+    const char* in = text;
+    char* out = text;
+    for (;;) {
+        const void* found = std::memchr(in, '\r', static_cast<std::size_t>(end - in));
+        const char* const stop = found == nullptr ? end : static_cast<const char*>(found);
+        const auto run = static_cast<std::size_t>(stop - in);
+        if (out != in) std::memmove(out, in, run);
+        out += run;
+        if (stop == end) return static_cast<std::size_t>(out - text);
+        *out++ = '\n';
+        in = stop + 1;
+        if (in != end && *in == '\n') {
+            dropped.push_back(base + static_cast<std::uint64_t>(out - text));
+            ++in;
+        }
+    }
 }
 
 }  // namespace engine::reader::detail

@@ -1,0 +1,45 @@
+// What the parsers of one document share: the names and namespaces, and where the event being delivered
+// starts.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/reader/detail/text_source.h"
+#include "engine/reader/events.h"
+
+namespace engine::reader::detail {
+
+inline constexpr std::string_view kDoctypeProhibited =
+    "A DOCTYPE is not allowed here: documents with a document type declaration are refused.";
+
+class Context final : public Locator {
+public:
+    // Borrows both. `names` are the sink's; null: own ones are used, and forgotten when they become too many.
+    Context(TextSource& source, Names* names) noexcept
+        : source_(source), names_(names == nullptr ? own_ : *names), resolved_(names_) {}
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    ~Context() = default;
+
+    [[nodiscard]] Position position() const override {
+        return source_.holds(event) ? source_.positionOf(event) : Position{};
+    }
+    [[nodiscard]] std::uint64_t offset() const override { return event; }
+    [[nodiscard]] const Namespaces* namespaces() const override { return &resolved_; }
+
+    [[nodiscard]] TextSource& source() noexcept { return source_; }
+    [[nodiscard]] Names& names() noexcept { return names_; }
+    [[nodiscard]] bool ownsNames() const noexcept { return &names_ == &own_; }
+    [[nodiscard]] Namespaces& resolved() noexcept { return resolved_; }
+
+    std::uint64_t event = 0;    // where it starts
+    bool isStandalone = false;  // as the XML declaration says
+
+private:
+    TextSource& source_;
+    Names own_;
+    Names& names_;
+    Namespaces resolved_;
+};
+
+}  // namespace engine::reader::detail

@@ -1,0 +1,174 @@
+#include "engine/reader/namespaces.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "engine/reader/detail/chars.h"
+
+namespace engine::reader {
+namespace {
+
+using detail::quoted;
+
+constexpr std::string_view kXmlUri = "http://www.w3.org/XML/1998/namespace";
+constexpr std::string_view kXmlnsUri = "http://www.w3.org/2000/xmlns/";
+
+}  // namespace
+
+bool Namespaces::refuse(ErrorCode code, std::size_t index, std::string reason) {
+    error_ = {code, std::move(reason), index};
+    return false;
+}
+
+bool Namespaces::enterChecked() {
+    bool isAnyQualified = false;
+    for (std::size_t i = 0; i < attributes_.size(); ++i) {
+        const std::uint8_t flags = names_.flags(attributes_[i].name);
+        if ((flags & Names::kDeclaration) != 0 && !declare(i)) return false;
+        isAnyQualified = isAnyQualified || (flags & (Names::kPrefixed | Names::kNotQualified)) != 0;
+    }
+    if (isAnyQualified) {
+        for (std::size_t i = 0; i < attributes_.size(); ++i) {
+            if (!checkName(attributes_[i].name, i)) return false;
+        }
+        if (!checkDuplicates()) return false;
+    }
+    return checkName(element_, kElement);
+}
+
+bool Namespaces::declare(std::size_t index) {
+    const NameId name = attributes_[index].name;
+    const std::string_view uri = attributes_[index].value;
+    const bool isDefault = names_.prefixLength(name) == 0;
+    if (!isDefault && !checkName(name, index)) return false;
+    const std::string_view prefix = isDefault ? std::string_view() : names_.localName(name);
+    if (prefix == "xmlns")
+        return refuse(ErrorCode::ReservedPrefix, index, "The prefix 'xmlns' must not be declared.");
+    if (uri == kXmlnsUri) {
+        return refuse(ErrorCode::ReservedPrefix, index,
+                      "The namespace '" + std::string(uri) + "' is reserved and must not be declared.");
+    }
+    if (prefix == "xml") {
+        return uri == kXmlUri ||
+               refuse(ErrorCode::ReservedPrefix, index,
+                      "The prefix 'xml' can only stand for '" + std::string(kXmlUri) + "'.");
+    }
+    if (uri == kXmlUri) {
+        return refuse(ErrorCode::ReservedPrefix, index,
+                      "The namespace '" + std::string(kXmlUri) + "' belongs to the prefix 'xml' alone.");
+    }
+    if (uri.empty() && !isDefault) {
+        return refuse(ErrorCode::EmptyPrefixDeclaration, index,
+                      "The declaration of prefix " + quoted(prefix) +
+                          " must name a namespace; only xmlns=\"\" may be empty.");
+    }
+    bind(isDefault ? kNoName : names_.prefix(name), uri);
+    ++declared_;
+    return true;
+}
+
+bool Namespaces::checkName(NameId name, std::size_t index) {
+    const std::uint8_t flags = names_.flags(name);
+    if ((flags & Names::kNotQualified) != 0) {
+        return refuse(ErrorCode::BadQualifiedName, index,
+                      "The name " + quoted(names_.text(name)) +
+                          " is not a qualified name: one colon may stand between a prefix and a name.");
+    }
+    if ((flags & Names::kDeclaration) != 0 && index == kElement && names_.prefixLength(name) != 0) {
+        return refuse(ErrorCode::ReservedPrefix, index,
+                      "The prefix 'xmlns' is reserved: no element may have it.");
+    }
+    if ((flags & Names::kPrefixed) == 0) return true;
+    const NameId prefix = names_.prefix(name);
+    if (find(prefix) != kNone || names_.text(prefix) == "xml") return true;
+    return refuse(ErrorCode::UndeclaredPrefix, index,
+                  "The prefix of " + quoted(names_.text(name)) +
+                      " is not declared: xmlns:" + std::string(names_.text(prefix)) + "=\"...\" is missing.");
+}
+
+// Names as written are unique: two prefixes for one namespace remain. Sorted, so that a long list stays
+// cheap.
+bool Namespaces::checkDuplicates() {
+    order_.clear();
+    for (std::uint32_t i = 0; i < attributes_.size(); ++i) {
+        if ((names_.flags(attributes_[i].name) & Names::kPrefixed) != 0) order_.push_back(i);
+    }
+    if (order_.size() < 2) return true;
+    const auto key = [this](std::uint32_t i) {
+        const ExpandedName name = attribute(i);
+        return std::tuple(name.local, name.uri);
+    };
+    std::sort(order_.begin(), order_.end(),
+              [&](std::uint32_t a, std::uint32_t b) { return std::pair(key(a), a) < std::pair(key(b), b); });
+    std::uint32_t duplicate = kNone;  // the first in document order
+    for (std::size_t i = 1; i < order_.size(); ++i) {
+        if (key(order_[i - 1]) == key(order_[i])) duplicate = std::min(duplicate, order_[i]);
+    }
+    return duplicate == kNone ||
+           refuse(ErrorCode::DuplicateExpandedAttribute, duplicate,
+                  "Duplicate attribute " + quoted(names_.text(attributes_[duplicate].name)) +
+                      ": another prefix stands for the same namespace.");
+}
+
+std::uint32_t& Namespaces::newest(NameId prefix) {
+    const std::size_t at = static_cast<NameId>(prefix + 1);  // kNoName comes first
+    if (newest_.size() <= at) newest_.resize(std::max<std::size_t>(at + 1, names_.size() + 1), kNone);
+    return newest_[at];
+}
+
+void Namespaces::bind(NameId prefix, std::string_view uri) {
+    std::uint32_t& known = newest(prefix);
+    bindings_.push_back({prefix, std::string(uri), known, ++serial_});
+    known = static_cast<std::uint32_t>(bindings_.size() - 1);
+}
+
+void Namespaces::unbind(std::uint32_t count) noexcept {
+    for (; count != 0; --count) {
+        newest_[static_cast<NameId>(bindings_.back().prefix + 1)] = bindings_.back().hidden;
+        bindings_.pop_back();
+    }
+}
+
+std::span<const NamespaceDeclaration> Namespaces::declarations() const {
+    declarations_.clear();
+    for (std::size_t i = bindings_.size() - declared_; i < bindings_.size(); ++i) {
+        const Binding& own = bindings_[i];
+        declarations_.push_back(
+            {own.prefix == kNoName ? std::string_view() : names_.text(own.prefix), own.uri});
+    }
+    return declarations_;
+}
+
+const Namespaces::Binding* Namespaces::bindingOfElement(std::uint32_t& index) const {
+    index = find((names_.flags(element_) & Names::kPrefixed) != 0 ? names_.prefix(element_) : kNoName);
+    return index == kNone ? nullptr : &bindings_[index];
+}
+
+ExpandedName Namespaces::expanded(NameId name, bool isElement) const {
+    const std::string_view written = names_.text(name);
+    const std::uint8_t flags = names_.flags(name);
+    if ((flags & Names::kDeclaration) != 0 && !isElement) {
+        return {kXmlnsUri, written.substr(0, names_.prefixLength(name)), names_.localName(name)};
+    }
+    const bool isPrefixed = (flags & Names::kPrefixed) != 0;
+    if (!isPrefixed && !isElement) return {{}, {}, written};
+    const NameId prefix = isPrefixed ? names_.prefix(name) : kNoName;
+    const std::uint32_t binding = find(prefix);
+    const std::string_view uri = binding != kNone ? std::string_view(bindings_[binding].uri)
+                                 : isPrefixed     ? kXmlUri  // the one prefix that needs no declaration
+                                                  : std::string_view();
+    return {uri, isPrefixed ? names_.text(prefix) : std::string_view(), names_.localName(name)};
+}
+
+void Namespaces::addPrefixes(std::vector<NameId*>& ids) {
+    for (Binding& binding : bindings_) {
+        if (binding.prefix != kNoName) ids.push_back(&binding.prefix);
+    }
+}
+
+void Namespaces::renamed() {
+    newest_.clear();
+    for (std::uint32_t i = 0; i < bindings_.size(); ++i) newest(bindings_[i].prefix) = i;
+}
+
+}  // namespace engine::reader
