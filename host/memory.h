@@ -45,10 +45,11 @@ public:
     // for no limit, in bytes. The function is called from any thread, when memory may have run out: it must
     // not allocate and not throw. The name is for people.
     struct PoolUsage {
-        std::string name;
-        std::uint64_t inUse = 0;
-        std::uint64_t limit = 0;
+        std::string name;         // for people
+        std::uint64_t inUse = 0;  // in bytes
+        std::uint64_t limit = 0;  // in bytes, 0: none
     };
+    // Sets both, in bytes. Called from any thread; neither allocates nor throws.
     using PoolFigures = std::function<void(std::uint64_t& inUse, std::uint64_t& limit)>;
     void addPool(std::string name, PoolFigures figures);  // kept for good
     // The reserve, "reserve", and then the pools in the order of adding.

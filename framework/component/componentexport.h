@@ -1,9 +1,11 @@
-// Marks the one function that a component library shows to hosts. Build the rest hidden
-// (CXX_VISIBILITY_PRESET hidden). The one place that knows how a compiler spells it.
+// Marks the one function that a component library shows to hosts. The one place that knows how a compiler
+// spells it.
 #pragma once
 
 #if defined(_WIN32)
+// Stands before the declaration of EntryPoint; build the rest hidden (CXX_VISIBILITY_PRESET hidden).
 #define KEL_COMPONENT_EXPORT __declspec(dllexport)
 #else
+// Stands before the declaration of EntryPoint; build the rest hidden (CXX_VISIBILITY_PRESET hidden).
 #define KEL_COMPONENT_EXPORT __attribute__((visibility("default")))
 #endif

@@ -16,6 +16,7 @@ public:
     // The same for a class that is offered to users, or for one of the self-test, which has the interface
     // IKelSelfTest: see KelDefaultClassFactory::registerTestFactory.
     enum class Listing { Offered, SelfTest };
+    // As above, listed as `listing` says.
     KelItemFactory(const KelClassId* id, const char* name, const char* description, Listing listing);
 
     KelItemFactory(const KelItemFactory&) = delete;  // the class map points at us

@@ -23,6 +23,7 @@ static_assert(sizeof(KelClassId) == 16);
 // Identifiers of one maker often differ in a few bits only: every byte goes through the hash (FNV-1a).
 template <>
 struct std::hash<KelClassId> {
+    // Linear in the sixteen bytes.
     [[nodiscard]] std::size_t operator()(const KelClassId& id) const noexcept {
         std::uint64_t hash = 0xCBF29CE484222325;
         const auto mix = [&hash](std::uint64_t part) { hash = (hash ^ part) * 0x100000001B3; };

@@ -15,8 +15,10 @@ namespace kel {
 
 // Owns a standard file handle.
 struct FileStreamCloser {
+    // Closes the file; what that reports is lost.
     void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
 };
+// A standard file handle that closes itself.
 using FileStream = std::unique_ptr<std::FILE, FileStreamCloser>;
 
 }  // namespace kel

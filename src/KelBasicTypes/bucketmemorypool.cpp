@@ -33,7 +33,6 @@ using kel::detail::FreeBlock;
 using kel::detail::headerOf;
 using kel::detail::LibraryGuard;
 using kel::detail::libraryLock;
-using kel::detail::SizeClasses;
 using kel::detail::ThreadCache;
 
 namespace kel::detail {

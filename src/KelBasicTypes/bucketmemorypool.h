@@ -22,7 +22,7 @@ class ThreadCache;
 
 // A block that nobody uses; the first word of the caller's bytes links it to others of its class.
 struct FreeBlock {
-    FreeBlock* next;
+    FreeBlock* next;  // null: the last
 };
 
 // Which sizes, in bytes, share a class. Classes are numbered from 0.
@@ -34,11 +34,13 @@ public:
     // Of a size from 1 to the large limit.
     [[nodiscard]] std::uint32_t classOf(std::int32_t size) const noexcept;
     [[nodiscard]] std::int32_t sizeOf(std::uint32_t index) const noexcept;  // what its blocks really have
+    // Of classes.
     [[nodiscard]] std::uint32_t count() const noexcept { return classOf(largeLimit_) + 1; }
 
+    // The three sizes as they were given, in bytes.
     [[nodiscard]] std::int32_t granularity() const noexcept { return granularity_; }
-    [[nodiscard]] std::int32_t smallLimit() const noexcept { return smallLimit_; }
-    [[nodiscard]] std::int32_t largeLimit() const noexcept { return largeLimit_; }
+    [[nodiscard]] std::int32_t smallLimit() const noexcept { return smallLimit_; }  // as above
+    [[nodiscard]] std::int32_t largeLimit() const noexcept { return largeLimit_; }  // as above
     friend bool operator==(const SizeClasses&, const SizeClasses&) = default;
 
 private:
@@ -80,7 +82,9 @@ public:
     // False when this block is one that no class keeps: the caller frees it, after the lock.
     [[nodiscard]] bool keep(std::int32_t size, void* block, kel::detail::ThreadCache* cache) noexcept;
     void closeCaches() noexcept;  // what threads keep joins what the pool keeps
+    // What the cache keeps joins what the pool keeps.
     void takeOver(kel::detail::ThreadCache& cache) noexcept;
+    // Blocks of the one may become blocks of the other.
     [[nodiscard]] bool hasClassesOf(const BucketMemoryPool& other) const noexcept {
         return classes_ == other.classes_;
     }
@@ -90,6 +94,7 @@ public:
     // What a block for this size really has, from size 1 on.
     [[nodiscard]] std::int32_t grantedSize(std::int32_t size) const noexcept;
 
+    // Lent as long as the pool lives.
     [[nodiscard]] const kel::detail::SizeClasses& classes() const noexcept { return classes_; }
 
     // From the guarded allocation, so that a string that needs the first pool meets no other failure than

@@ -9,6 +9,7 @@
 
 namespace kel {
 
+// Whether a text form stands in braces.
 enum class ClassIdBraces { With, Without };
 
 // 38 characters, or 36 without braces; digits above 9 as capitals.

@@ -16,6 +16,7 @@ namespace kel {
 // What a record is about, in the terms of its enclosing block. By convention four ASCII characters.
 using DataTag = std::uint32_t;
 
+// The tag of four characters.
 [[nodiscard]] constexpr DataTag dataTag(const char (&text)[5]) noexcept {
     DataTag tag = 0;
     for (int i = 0; i < 4; ++i) tag = tag << 8 | static_cast<unsigned char>(text[i]);
@@ -41,11 +42,11 @@ enum class DataKind : std::uint8_t {
 
 // A record as a reader finds it.
 struct DataRecord {
-    DataTag tag = 0;
-    DataKind kind = DataKind::Block;
-    BinIO_Version version;      // of a block
-    std::uint64_t length = 0;   // in bytes, without the header; of a block without the version word
-    std::int64_t position = 0;  // of the header, in bytes from the start of the medium
+    DataTag tag = 0;                  // what it is about
+    DataKind kind = DataKind::Block;  // what it holds
+    BinIO_Version version;            // of a block
+    std::uint64_t length = 0;         // in bytes, without the header; of a block without the version word
+    std::int64_t position = 0;        // of the header, in bytes from the start of the medium
 };
 
 // The numbers of the format. All numbers in a file are big-endian.
@@ -54,8 +55,8 @@ struct DataFormat {
     static constexpr BinIO_Version kVersion{1, 0};      // readers accept every minor number
     static constexpr std::size_t kFileHeader = 16;      // magic 4, version word 4, length of what follows 8
     static constexpr std::size_t kRecordHeader = 12;    // tag 4, kind 1, length 7
-    static constexpr std::size_t kVersionWord = 4;
-    static constexpr std::size_t kLengthWidth = 7;  // of a record's length
+    static constexpr std::size_t kVersionWord = 4;      // of a block
+    static constexpr std::size_t kLengthWidth = 7;      // of a record's length
     // Stands for a length until it is written back: what has it was not finished. All ones in its width.
     static constexpr std::uint64_t kUnfinishedRecord = (std::uint64_t{1} << 56) - 1;
     static constexpr std::uint64_t kUnfinishedFile = ~std::uint64_t{0};

@@ -10,6 +10,7 @@
 
 namespace kel {
 
+// What stands behind a name in a folder.
 enum class EntryKind {
     File,
     Folder,
@@ -19,13 +20,14 @@ enum class EntryKind {
 struct DirectoryEntry {
     KelString name;                     // seen from the folder that was listed: "a.xml", "sub\\b.xml"
     EntryKind kind = EntryKind::Other;  // of what a link leads to
-    bool isLink = false;
+    bool isLink = false;                // a symbolic link
     bool isReadable = true;            // false: the system does not tell size and time, or, for a folder that
                                        // was to be listed, what it holds
     std::uint64_t sizeInBytes = 0;     // of a file
     std::int64_t modifiedSeconds = 0;  // since the start of 1970, UTC
 };
 
+// What listDirectory looks for.
 struct ListingOptions {
     // Of the last name of an entry: '*' stands for any units, '?' for one; "*.*" for everything, with a point
     // in it or without. Folders that do not fit are not listed but, recursively, looked into.
@@ -34,6 +36,7 @@ struct ListingOptions {
     bool isRecursive = false;  // into folders, but not through links, which may form circles
 };
 
+// What listDirectory found.
 struct DirectoryListing {
     bool isRead = false;                  // whether the folder itself could be read
     std::string reason;                   // why not, as the system says it

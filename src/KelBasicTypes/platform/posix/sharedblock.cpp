@@ -65,8 +65,9 @@ void unlockBlocks() noexcept {
 SharedBlockHolder SharedBlock::attach(const char* name, Access access, std::size_t sizeInBytes,
                                       Initialize initialize) noexcept {
     static const bool isForkSafe = platform::callAroundFork(lockBlocks, unlockBlocks, unlockBlocks);
+    if (!isForkSafe) return nullptr;
     auto* block = new (std::nothrow) SharedBlock;
-    if (!isForkSafe || block == nullptr) return nullptr;
+    if (block == nullptr) return nullptr;
     const std::lock_guard guard(blocksLock);
     SharedBlock* const held = block->composePath(name) ? findHeld(block->path_) : nullptr;
     if (held == nullptr && block->path_[0] != '\0' && block->attachNamed(access, sizeInBytes, initialize)) {
