@@ -144,7 +144,7 @@ std::size_t TextSource::convert(std::uint64_t keep, std::string_view from, bool 
     std::memcpy(text_ + end_ + tailSize_, converted_.data(), converted_.size());
     const std::size_t added = tailSize_ + converted_.size();
     const bool isMoreToCome = !isLast && !(result.consumed == 0 && bytes_.fault());
-    accept(added, std::move(result.fault), isMoreToCome);
+    accept(added, result.fault, isMoreToCome);
     return result.consumed;
 }
 
@@ -152,13 +152,13 @@ bool TextSource::isAtRawEnd() const noexcept {
     return isRawEnded_ && headTaken_ >= head_.size();
 }
 
-void TextSource::accept(std::size_t added, Fault after) {
-    accept(added, std::move(after), !isAtRawEnd());
+void TextSource::accept(std::size_t added, const Fault& after) {
+    accept(added, after, !isAtRawEnd());
 }
 
 // Takes the bytes behind the window into it. `after` is what is wrong with what follows them.
-void TextSource::accept(std::size_t added, Fault after, bool isMoreToCome) {
-    Checked checked = check({text_ + end_, added}, !isMoreToCome && !bytes_.fault());
+void TextSource::accept(std::size_t added, const Fault& after, bool isMoreToCome) {
+    const Checked checked = check({text_ + end_, added}, !isMoreToCome && !bytes_.fault());
     const bool isOver = checked.fault || after || !isMoreToCome;
     tailSize_ = isOver ? 0 : added - checked.length;
     if (tailSize_ != 0) std::memcpy(tail_.data(), text_ + end_ + checked.length, tailSize_);
@@ -170,7 +170,7 @@ void TextSource::accept(std::size_t added, Fault after, bool isMoreToCome) {
         end({ErrorCode::TooLong, kNoOffset,
              "The document is longer than " + std::to_string(options_.lengthLimitInBytes) + " bytes."});
     } else if (isOver) {
-        end(checked.fault ? std::move(checked.fault) : after ? std::move(after) : bytes_.fault());
+        end(checked.fault ? checked.fault : after ? after : bytes_.fault());
     }
 }
 

@@ -65,8 +65,8 @@ private:
     [[nodiscard]] std::size_t readRaw(char* to, std::size_t count);
     [[nodiscard]] std::size_t convert(std::uint64_t keep, std::string_view from, bool isLast);
     [[nodiscard]] bool isAtRawEnd() const noexcept;
-    void accept(std::size_t added, Fault after);
-    void accept(std::size_t added, Fault after, bool isMoreToCome);
+    void accept(std::size_t added, const Fault& after);
+    void accept(std::size_t added, const Fault& after, bool isMoreToCome);
     void end(Fault fault);
     void reallocate(std::size_t capacity);
     void makeRoom(std::uint64_t keep, std::size_t bytes);
