@@ -11,7 +11,6 @@
 
 namespace engine::dom {
 
-using com::fail;
 using com::Failure;
 using com::guarded;
 using com::nullPointer;
