@@ -293,7 +293,7 @@ std::string PathWriter::literal() {
     if (at_ == text_.size() || (text_[at_] != '"' && text_[at_] != '\'')) throw GiveUp();
     const std::size_t end = text_.find(text_[at_], at_ + 1);
     if (end == std::string_view::npos) throw GiveUp();
-    const std::string found(text_.substr(at_, end + 1 - at_));
+    std::string found(text_.substr(at_, end + 1 - at_));
     at_ = end + 1;
     return found;
 }
