@@ -44,7 +44,7 @@ void warn(ComponentManager& manager, const std::string& problem) {
     static_cast<IKelErrorService*>(service)->report(fromUtf8(problem), ErrorService::kLevelWarning, "");
 }
 
-// Damaged catalogues cost nothing but the translation, and somebody should know.
+// Damaged catalogues cost nothing but the translation, and are worth a warning.
 void warn(ComponentManager& manager, const std::vector<std::string>& problems) {
     for (const std::string& problem : problems) warn(manager, problem);
 }

@@ -48,7 +48,7 @@ HRESULT guarded(Body&& body) noexcept {
 // For an operation that was given no place for its result.
 HRESULT nullPointer(std::string_view operation) noexcept;
 
-// The frame of an operation with one out-parameter: clears it, and hands over what `make` returns, an owned
+// The frame of an operation with one out-parameter: clears it, and stores what `make` returns, an owned
 // string or object. S_FALSE if that is null.
 template <typename T, typename Make>
 HRESULT give(T** out, std::string_view operation, Make&& make) noexcept {

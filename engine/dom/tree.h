@@ -97,8 +97,8 @@ public:
     [[nodiscard]] std::uint32_t sourceOffset(NodeId element) const noexcept {
         return element < offsets_.size() ? offsets_[element] : kNoOffset;
     }
-    // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: whoever
-    // wants many positions asks an index.
+    // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: for
+    // many positions use an index.
     [[nodiscard]] reader::Position position(NodeId element) const noexcept;
     // Line and column of a loaded element, from a reader::PositionIndex over the tree's source.
     [[nodiscard]] std::string_view source() const noexcept { return source_.text; }

@@ -126,7 +126,7 @@ private:
         return record.start.low == start.low && record.start.high == start.high && record.length == length &&
                (length <= kReadableBytes || text(id) == std::string_view(name, length));
     }
-    // Both halves of the product: a hash that nobody can predict without the secret.
+    // Both halves of the product: a hash that cannot be predicted without the secret.
     [[nodiscard]] static std::uint64_t mix(std::uint64_t a, std::uint64_t b) noexcept {
         __extension__ using Product = unsigned __int128;
         const Product product = static_cast<Product>(a) * b;

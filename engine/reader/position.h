@@ -1,4 +1,4 @@
-// Lines and columns, computed from offsets when somebody asks for them. A text here is valid UTF-8 with line
+// Lines and columns, computed from offsets on demand. A text here is valid UTF-8 with line
 // feeds as line ends, behind whose end kPositionSlack bytes may be read. Threads: pure functions and plain
 // objects.
 #pragma once

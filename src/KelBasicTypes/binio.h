@@ -129,7 +129,7 @@ public:
 namespace kel {
 
 // One for the whole process, borrowed; null, which it is at first, for none. It hides the bytes from a casual
-// look and protects them from nobody: this is no encryption. Not to be changed while streams
+// look and does not protect them: this is no encryption. Not to be changed while streams
 // are in use: their bytes would be half scrambled.
 void setScrambler(BinIO_Scrambler* scrambler) noexcept;
 [[nodiscard]] BinIO_Scrambler* scrambler() noexcept;

@@ -1,6 +1,6 @@
 // What is kept lies in two places. The pool has a list for each size class, guarded by the library's lock.
 // Each thread has a cache of a few hundred kilobytes with such lists for the small classes (ThreadCache),
-// which it uses without a lock. A block that nobody uses holds the link to the next one of its list.
+// which it uses without a lock. An unused block holds the link to the next one of its list.
 //
 // Takes and give-backs go to the cache. One that is empty for a class gets a batch of the newest blocks of
 // the pool's list; one that is full hands the older half of each of its lists to the pool. Both put newer

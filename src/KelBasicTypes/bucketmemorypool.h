@@ -20,7 +20,7 @@ namespace kel::detail {
 
 class ThreadCache;
 
-// A block that nobody uses; the first word of the caller's bytes links it to others of its class.
+// An unused block; the first word of the caller's bytes links it to others of its class.
 struct FreeBlock {
     FreeBlock* next;  // null: the last
 };

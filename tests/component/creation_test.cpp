@@ -11,7 +11,7 @@ namespace {
 
 using namespace component_test;
 
-// Notes the properties put and fails the one it is told to; whatever else is asked of it is not implemented.
+// Notes the properties put and fails the one chosen; every other operation returns E_NOTIMPL.
 class PropertyRecorder final : public UnimplementedDocument {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
