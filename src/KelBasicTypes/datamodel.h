@@ -58,7 +58,7 @@ struct DataFormat {
     static constexpr std::size_t kVersionWord = 4;      // of a block
     static constexpr std::size_t kLengthWidth = 7;      // of a record's length
     // Stands for a length until it is written back: what has it was not finished. All ones in its width.
-    static constexpr std::uint64_t kUnfinishedRecord = (std::uint64_t{1} << 56) - 1;
+    static constexpr std::uint64_t kUnfinishedRecord = ~std::uint64_t{0} >> 8;
     static constexpr std::uint64_t kUnfinishedFile = ~std::uint64_t{0};
     static constexpr std::size_t kDepthLimit = 1000;  // blocks in blocks
 };
