@@ -27,6 +27,7 @@ inline constexpr HRESULT S_FALSE = 1;
 inline constexpr HRESULT E_NOTIMPL = static_cast<HRESULT>(0x80004001u);
 inline constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
 inline constexpr HRESULT E_POINTER = static_cast<HRESULT>(0x80004003u);
+inline constexpr HRESULT E_ABORT = static_cast<HRESULT>(0x80004004u);
 inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005u);
 inline constexpr HRESULT E_UNEXPECTED = static_cast<HRESULT>(0x8000FFFFu);
 inline constexpr HRESULT DISP_E_TYPEMISMATCH = static_cast<HRESULT>(0x80020005u);
@@ -78,6 +79,10 @@ inline constexpr IID IID_IErrorInfo{
 inline constexpr IID IID_ICreateErrorInfo{
     0x22F03340, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
 
+inline constexpr IID IID_ISequentialStream{
+    0x0C733A30, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
+inline constexpr IID IID_IStream{0x0000000C, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
 struct IUnknown {
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) = 0;
     virtual ULONG STDMETHODCALLTYPE AddRef() = 0;
@@ -86,6 +91,37 @@ struct IUnknown {
 
 // Here only an identity: nothing in this project calls by name.
 struct IDispatch : IUnknown {};
+
+// Streams of bytes. Callers implement them, so they are whole; this engine reads and writes, and calls
+// nothing else.
+
+union LARGE_INTEGER {
+    std::int64_t QuadPart;
+};
+union ULARGE_INTEGER {
+    std::uint64_t QuadPart;
+};
+struct STATSTG;
+
+struct ISequentialStream : IUnknown {
+    // `done` may be null. Fewer bytes than asked for, or S_FALSE: the stream is at its end.
+    virtual HRESULT STDMETHODCALLTYPE Read(void* bytes, ULONG count, ULONG* done) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Write(const void* bytes, ULONG count, ULONG* done) = 0;
+};
+
+struct IStream : ISequentialStream {
+    virtual HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read,
+                                             ULARGE_INTEGER* written) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Commit(DWORD flags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Revert() = 0;
+    virtual HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER count, DWORD type) = 0;
+    virtual HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER count,
+                                                   DWORD type) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Stat(STATSTG* status, DWORD flags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Clone(IStream** clone) = 0;
+};
 
 // Texts.
 

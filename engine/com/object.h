@@ -35,6 +35,8 @@ template <> struct InterfaceInfo<IUnknown> : detail::InterfaceFacts<IUnknown, II
 template <> struct InterfaceInfo<IDispatch> : detail::InterfaceFacts<IDispatch, IID_IDispatch, IUnknown> {};
 template <> struct InterfaceInfo<IErrorInfo> : detail::InterfaceFacts<IErrorInfo, IID_IErrorInfo, IUnknown> {};
 template <> struct InterfaceInfo<ICreateErrorInfo> : detail::InterfaceFacts<ICreateErrorInfo, IID_ICreateErrorInfo, IUnknown> {};
+template <> struct InterfaceInfo<ISequentialStream> : detail::InterfaceFacts<ISequentialStream, IID_ISequentialStream, IUnknown> {};
+template <> struct InterfaceInfo<IStream> : detail::InterfaceFacts<IStream, IID_IStream, ISequentialStream> {};
 template <> struct InterfaceInfo<IXMLDOMNode> : detail::InterfaceFacts<IXMLDOMNode, IID_IXMLDOMNode, IDispatch> {};
 template <> struct InterfaceInfo<IXMLDOMElement> : detail::InterfaceFacts<IXMLDOMElement, IID_IXMLDOMElement, IXMLDOMNode> {};
 template <> struct InterfaceInfo<IXMLDOMAttribute> : detail::InterfaceFacts<IXMLDOMAttribute, IID_IXMLDOMAttribute, IXMLDOMNode> {};

@@ -63,7 +63,20 @@ std::uint64_t ByteSource::expectedBytes() const noexcept {
                : 0;
 }
 
+std::size_t ByteSource::readStream(char* to, std::size_t count) {
+    ByteStream& stream = *input_.stream();
+    std::size_t given = 0;
+    while (given != count) {
+        const std::size_t now = std::min(stream.read(to + given, count - given), count - given);
+        if (now == 0) break;
+        given += now;
+    }
+    if (stream.hasFailed()) fault_ = {ErrorCode::CannotRead, kNoOffset, "The stream cannot be read."};
+    return given;
+}
+
 std::size_t ByteSource::read(char* to, std::size_t count) {
+    if (input_.stream() != nullptr) return readStream(to, count);
     if (file_ < 0) {
         const std::size_t given = std::min(count, input_.bytes().size() - position_);
         if (given != 0) std::memcpy(to, input_.bytes().data() + position_, given);

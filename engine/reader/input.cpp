@@ -57,6 +57,13 @@ Input Input::text(std::u16string_view text) noexcept {
     return input;
 }
 
+Input Input::stream(ByteStream& stream) noexcept {
+    Input input;
+    input.kind_ = Kind::Stream;
+    input.stream_ = &stream;
+    return input;
+}
+
 Input Input::file(std::string path) {
     Input input;
     input.kind_ = Kind::File;

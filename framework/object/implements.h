@@ -8,6 +8,13 @@
 //
 // The lookup tries the class's own name (which hands out the object itself), "IKelUnknown", then the
 // interfaces in the order in which they stand here.
+//
+// What a class says of itself is a contract. An interface that it is given later is found by its name, but
+// not described:
+//
+//     class Shelf final : public kel::Implements<Shelf, IKelShelf>, public virtual IKelShelfV2 {
+//     public:
+//         using Later = kel::InterfaceList<IKelShelfV2>;
 #pragma once
 
 #include <array>
@@ -35,6 +42,10 @@ void describeCandidates(bool isHidden, const char* className, std::span<const ch
 // Asks an object to describe its class; what it says is added to the description.
 void describeClass(IKelUnknown& object, KelClassDescription& description);
 
+// Interfaces as one type.
+template <class... Interfaces>
+struct InterfaceList {};
+
 template <class Class, class... Interfaces>
 class Implements : public virtual Interfaces... {
 public:
@@ -49,15 +60,23 @@ public:
                                *reinterpret_cast<KelClassDescription*>(out));
             return;
         }
-        auto* const object = static_cast<Class*>(this);
-        const std::array<LookupCandidate, sizeof...(Interfaces)> interfaces{
-            LookupCandidate{Interfaces::interfaceName(), static_cast<Interfaces*>(object)}...};
-        lookUpPart({Class::kClassName, object}, *object, interfaces, name, out);
+        lookUp(InterfaceList<Interfaces...>(), name, out);
+        if constexpr (requires { typename Class::Later; }) {
+            if (*out == nullptr) lookUp(typename Class::Later(), name, out);
+        }
     }
 
     [[nodiscard]] const char* className() const noexcept override { return Class::kClassName; }
 
 private:
+    template <class... Listed>
+    void lookUp(InterfaceList<Listed...>, const char* name, void** out) {
+        auto* const object = static_cast<Class*>(this);
+        const std::array<LookupCandidate, sizeof...(Listed)> interfaces{
+            LookupCandidate{Listed::interfaceName(), static_cast<Listed*>(object)}...};
+        lookUpPart({Class::kClassName, object}, *object, interfaces, name, out);
+    }
+
     static constexpr bool isHidden() noexcept {
         if constexpr (requires { Class::kIsHidden; }) {
             return Class::kIsHidden;

@@ -7,6 +7,9 @@
 #include <random>
 #include <thread>
 
+#include "engine/com/object.h"
+#include "engine/com/ref.h"
+#include "engine/reader/comstream.h"
 #include "engine/reader/detail/block.h"
 #include "engine/reader/errors.h"
 #include "tests/engine/reader_log.h"
@@ -28,8 +31,48 @@ Reading readThroughPipe(std::string_view document) {
     return reading;
 }
 
+// Gives at most `piece` bytes at a time, and fails after `failsAfter`.
+class Dripping final : public com::Object<Dripping, ISequentialStream> {
+public:
+    Dripping(std::string_view bytes, std::size_t piece, std::size_t failsAfter = std::string_view::npos)
+        : left_(bytes), piece_(piece), failsAfter_(failsAfter) {}
+
+    HRESULT Read(void* to, ULONG count, ULONG* done) override {
+        *done = 0;
+        if (taken_ >= failsAfter_) return E_FAIL;
+        *done = static_cast<ULONG>(left_.copy(static_cast<char*>(to), std::min<std::size_t>(count, piece_)));
+        left_.remove_prefix(*done);
+        taken_ += *done;
+        return *done == 0 ? S_FALSE : S_OK;
+    }
+    HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+
+private:
+    std::string_view left_;
+    std::size_t piece_;
+    std::size_t failsAfter_;
+    std::size_t taken_ = 0;
+};
+
+Reading readThroughStream(std::string_view document, std::size_t piece) {
+    const auto stream = com::make<Dripping>(document, piece);
+    ComByteStream bytes(*stream);
+    ReadOptions options;
+    options.dtd = ReadOptions::Dtd::Internal;
+    return readAll(Input::stream(bytes), options);
+}
+
+TEST(ReaderInput, AStreamThatFailsIsNoShorterDocument) {
+    for (const std::size_t after : {1u, 5u, 13u}) {
+        const auto stream = com::make<Dripping>("<r><a/>text</r>  ", 1, after);
+        ComByteStream bytes(*stream);
+        const Reading got = readAll(Input::stream(bytes), {});
+        EXPECT_EQ(got.error.code, statusOf(ErrorCode::CannotRead)) << after;
+    }
+}
+
 // No parser may hand such an input on to the other: what the first one took is gone.
-TEST(ReaderInput, APipeReadsLikeTheBytesThatComeThroughIt) {
+TEST(ReaderInput, APipeOrStreamReadsLikeTheBytesThatComeThroughIt) {
     std::string longOne = "<r>";
     for (int i = 0; i < 9000; ++i) longOne += "<item n='" + std::to_string(i) + "'>text &amp; more</item>\n";
     const std::string documents[] = {
@@ -47,12 +90,14 @@ TEST(ReaderInput, APipeReadsLikeTheBytesThatComeThroughIt) {
     for (const std::string& document : documents) {
         SCOPED_TRACE(document.substr(0, 60));
         const Reading expected = readAll(Input::bytes(document), direct);
-        const Reading got = readThroughPipe(document);
-        EXPECT_TRUE(got.events == expected.events);
-        EXPECT_EQ(got.error.code, expected.error.code);
-        EXPECT_EQ(got.error.reason, expected.error.reason);
-        EXPECT_EQ(got.error.position.line, expected.error.position.line);
-        EXPECT_EQ(got.error.position.column, expected.error.position.column);
+        for (const Reading& got :
+             {readThroughPipe(document), readThroughStream(document, 1), readThroughStream(document, 1000)}) {
+            EXPECT_TRUE(got.events == expected.events);
+            EXPECT_EQ(got.error.code, expected.error.code);
+            EXPECT_EQ(got.error.reason, expected.error.reason);
+            EXPECT_EQ(got.error.position.line, expected.error.position.line);
+            EXPECT_EQ(got.error.position.column, expected.error.position.column);
+        }
     }
 }
 

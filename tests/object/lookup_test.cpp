@@ -23,6 +23,13 @@ public:
     static constexpr const char* kClassName = "IKelBox";
 };
 
+// Has been given IKelBox after its first release.
+class Grown final : public kel::Implements<Grown, IKelShelf>, public virtual IKelBox {
+public:
+    static constexpr const char* kClassName = "Grown";
+    using Later = kel::InterfaceList<IKelBox>;
+};
+
 class HostPart final : public kel::Implements<HostPart, IKelShelf, IKelComponentContainer, IKelShelfV2> {
 public:
     static constexpr const char* kClassName = "HostPart";
@@ -99,6 +106,17 @@ TEST(ClassDescription, ListsTheClassThenItsInterfacesFromNumberOne) {
     kel::describeClass(second, description);
     expectEntry(entries.at(4), "IKelBox", KelClassEntryKind::Class, "Shelf");
     expectEntry(entries.at(5), "IKelShelf", KelClassEntryKind::Interface, "IKelBox");
+}
+
+TEST(ClassDescription, LeavesOutWhatTheClassWasGivenLater) {
+    Grown grown;
+    EXPECT_EQ(kel::queryInterface<IKelBox>(&grown), static_cast<IKelBox*>(&grown));
+    EXPECT_EQ(kel::queryInterface<IKelShelf>(&grown), static_cast<IKelShelf*>(&grown));
+    EXPECT_EQ(kel::queryInterface<IKelShelfV2>(&grown), nullptr);
+    KelClassDescription description;
+    kel::describeClass(grown, description);
+    ASSERT_EQ(description.entries().count(), 2U);
+    expectEntry(description.entries().at(2), "IKelShelf", KelClassEntryKind::Interface, "Grown");
 }
 
 TEST(ClassDescription, StaysEmptyForHiddenClassesAndParts_OfTheHost) {

@@ -27,6 +27,7 @@ public:
     [[nodiscard]] const Fault& fault() const noexcept { return fault_; }  // of `read`; without an offset
 
 private:
+    [[nodiscard]] std::size_t readStream(char* to, std::size_t count);
     [[nodiscard]] Fault systemFault(ErrorCode code, int error) const;
 
     const Input& input_;
