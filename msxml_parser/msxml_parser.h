@@ -6,6 +6,8 @@
 #include "msxml_parser/ikeldomxml.h"
 #include "msxml_parser/ikeldomxmlelement.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
+#include "msxml_parser/ikeldomxmlelementitrv2.h"
+#include "msxml_parser/ikeldomxmlelementv2.h"
 #include "msxml_parser/ikeldomxmlerror.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"

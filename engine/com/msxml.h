@@ -42,15 +42,25 @@ struct IXMLDOMNode : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_firstChild(IXMLDOMNode** child) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_nextSibling(IXMLDOMNode** sibling) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_attributes(IXMLDOMNamedNodeMap** attributes) = 0;
-    // `replaced` and `added` may be null; else they get a reference on the node taken out or put in.
+    // `inserted`, `replaced`, `removed` and `added` may be null; else they get a reference on the node put in
+    // or taken out. A null or empty `refChild`: at the end.
+    virtual HRESULT STDMETHODCALLTYPE insertBefore(IXMLDOMNode* newChild, VARIANT refChild,
+                                                   IXMLDOMNode** inserted) = 0;
     virtual HRESULT STDMETHODCALLTYPE replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild,
                                                    IXMLDOMNode** replaced) = 0;
+    virtual HRESULT STDMETHODCALLTYPE removeChild(IXMLDOMNode* child, IXMLDOMNode** removed) = 0;
     virtual HRESULT STDMETHODCALLTYPE appendChild(IXMLDOMNode* newChild, IXMLDOMNode** added) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_ownerDocument(IXMLDOMDocument** document) = 0;
     virtual HRESULT STDMETHODCALLTYPE cloneNode(VARIANT_BOOL deep, IXMLDOMNode** clone) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_text(BSTR* text) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_text(BSTR text) = 0;
     virtual HRESULT STDMETHODCALLTYPE transformNode(IXMLDOMNode* styleSheet, BSTR* text) = 0;
+    // Of an element or attribute; null and S_FALSE: in no namespace, without a prefix. A prefix that is not
+    // declared around the node stands for no namespace.
+    virtual HRESULT STDMETHODCALLTYPE get_namespaceURI(BSTR* uri) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_prefix(BSTR* prefix) = 0;
+    // The name without its prefix; of an instruction its target; null and S_FALSE of nodes without a name.
+    virtual HRESULT STDMETHODCALLTYPE get_baseName(BSTR* name) = 0;
     virtual HRESULT STDMETHODCALLTYPE transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) = 0;
 };
 
@@ -59,6 +69,7 @@ struct IXMLDOMElement : IXMLDOMNode {
     virtual HRESULT STDMETHODCALLTYPE getAttribute(BSTR name,
                                                    VARIANT* value) = 0;  // absent: VT_NULL and S_FALSE
     virtual HRESULT STDMETHODCALLTYPE setAttribute(BSTR name, VARIANT value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE removeAttribute(BSTR name) = 0;  // absent: S_FALSE
 };
 
 struct IXMLDOMAttribute : IXMLDOMNode {};
@@ -93,6 +104,9 @@ struct IXMLDOMDocument : IXMLDOMNode {
     virtual HRESULT STDMETHODCALLTYPE createTextNode(BSTR text, IXMLDOMText** node) = 0;
     virtual HRESULT STDMETHODCALLTYPE createProcessingInstruction(BSTR target, BSTR data,
                                                                   IXMLDOMProcessingInstruction** node) = 0;
+    // Elements alone (NODE_ELEMENT as a number). A namespace is declared on the new element.
+    virtual HRESULT STDMETHODCALLTYPE createNode(VARIANT type, BSTR name, BSTR namespaceUri,
+                                                 IXMLDOMNode** node) = 0;
     virtual HRESULT STDMETHODCALLTYPE load(VARIANT source, VARIANT_BOOL* loaded) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_parseError(IXMLDOMParseError** error) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_async(VARIANT_BOOL async) = 0;

@@ -1,5 +1,7 @@
 #include "engine/dom/document.h"
 
+#include <algorithm>
+
 #include "engine/com/classtable.h"
 #include "engine/com/status.h"
 #include "engine/dom/parseerror.h"
@@ -113,6 +115,32 @@ HRESULT Document::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMPro
     });
 }
 
+HRESULT Document::createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOMNode** node) {
+    return com::give(node, "createNode", [&] {
+        if (type.vt != VT_I4 || type.lVal != NODE_ELEMENT)
+            throw Failure(E_NOTIMPL, "createNode makes elements only.");
+        checkName(name, "an element");
+        const Utf8Text tag(textOf(name));
+        const Utf8Text uri(textOf(namespaceUri));
+        const std::string_view prefix =
+            tag.view().substr(0, std::min(tag.view().find(':'), tag.view().size()));
+        const bool isPrefixed = prefix.size() != tag.view().size();
+        if (isPrefixed && (uri.view().empty() || prefix == "xmlns" || prefix == "xml")) {
+            throw Failure(E_INVALIDARG, "The prefix '" + std::string(prefix) +
+                                            "' cannot stand for the namespace '" + std::string(uri.view()) +
+                                            "'.");
+        }
+        liveTree().makeRoom();
+        auto element = made<IXMLDOMElement>(tree().createElement(tag.view()));
+        if (!uri.view().empty()) {
+            std::string declaration = "xmlns";
+            if (isPrefixed) declaration.append(":").append(prefix);
+            tree().setAttribute(Binding::of(element.get())->node(), declaration, uri.view());
+        }
+        return element;
+    });
+}
+
 HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
     if (loaded == nullptr) return com::nullPointer("load");
     *loaded = VARIANT_FALSE;
@@ -218,6 +246,20 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
         if (FAILED(status)) return status;
         *error = com::make<ParseErrorObject>(result).detach();
         return result.failed() ? S_FALSE : S_OK;
+    });
+}
+
+HRESULT Document::getPosition(IXMLDOMNode* element, LONG* line, LONG* column) {
+    if (line == nullptr || column == nullptr) return com::nullPointer("getPosition");
+    *line = *column = 0;
+    return guarded([&] {
+        const Binding* const binding = Binding::of(element);
+        if (binding == nullptr || binding->kind() != NodeKind::Element)
+            throw Failure(E_INVALIDARG, "Only elements of this XML library have a position.");
+        const reader::Position position = binding->liveTree().position(binding->node());
+        *line = static_cast<LONG>(position.line);
+        *column = static_cast<LONG>(position.column);
+        return position.line == 0 ? S_FALSE : S_OK;
     });
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "engine/com/extension.h"
 #include "engine/dom/nodeobject.h"
 #include "engine/dom/services.h"
 #include "engine/dom/treebuilder.h"
@@ -13,7 +14,8 @@
 
 namespace engine::dom {
 
-class Document final : public com::Object<Document, NodeObject<IXMLDOMDocument2>, IContentTarget> {
+class Document final
+    : public com::Object<Document, NodeObject<IXMLDOMDocument2>, IContentTarget, IXMLDocumentExtension> {
 public:
     // An empty document; throws std::bad_alloc. The limit is for tests; see Table.
     explicit Document(std::uint32_t mostTextInBytes = Table<char>::kMost);
@@ -33,6 +35,7 @@ public:
     HRESULT createElement(BSTR name, IXMLDOMElement** element) override;
     HRESULT createTextNode(BSTR text, IXMLDOMText** node) override;
     HRESULT createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) override;
+    HRESULT createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOMNode** node) override;
     HRESULT load(VARIANT source, VARIANT_BOOL* loaded) override;
     HRESULT get_parseError(IXMLDOMParseError** error) override;
     HRESULT put_async(VARIANT_BOOL) override { return S_OK; }  // a load has always ended when it returns
@@ -43,6 +46,7 @@ public:
     HRESULT put_preserveWhiteSpace(VARIANT_BOOL preserve) override;
     HRESULT putref_schemas(VARIANT schemas) override;
     HRESULT validate(IXMLDOMParseError** error) override;
+    HRESULT getPosition(IXMLDOMNode* element, LONG* line, LONG* column) override;
 
 private:
     struct Retire {

@@ -12,6 +12,8 @@ using com::nullPointer;
 
 namespace {
 
+constexpr std::string_view kNoChildren = "An attribute takes no children; set its text.";
+
 template <typename T>
 HRESULT nothing(T** result, std::string_view operation) noexcept {
     if (result == nullptr) return nullPointer(operation);
@@ -107,11 +109,38 @@ HRESULT AttributeMap::get_length(LONG* length) {
 }
 
 AttributeObject::AttributeObject(ElementObject& element, std::uint32_t index) noexcept
-    : element_(com::Ref<ElementObject>::share(&element)), index_(index) {}
+    : element_(com::Ref<ElementObject>::share(&element)), next_(element.liveAttributes_), index_(index) {
+    if (next_ != nullptr) next_->previous_ = this;
+    element.liveAttributes_ = this;
+}
 
-AttributeObject::~AttributeObject() = default;
+AttributeObject::~AttributeObject() {
+    (previous_ == nullptr ? element_->liveAttributes_ : previous_->next_) = next_;
+    if (next_ != nullptr) next_->previous_ = previous_;
+}
+
+void AttributeObject::prepareRemoval(const ElementObject& element, std::uint32_t index) {
+    for (AttributeObject* at = element.liveAttributes_; at != nullptr; at = at->next_) {
+        if (at->isRemoved_ || at->index_ != index) continue;
+        const AttributeView view = at->view();
+        at->removed_ = std::make_unique<Removed>(
+            Removed{std::string(view.name), view.prefixLength, std::string(view.value)});
+    }
+}
+
+void AttributeObject::finishRemoval(const ElementObject& element, std::uint32_t index) noexcept {
+    for (AttributeObject* at = element.liveAttributes_; at != nullptr; at = at->next_) {
+        if (at->isRemoved_ || at->index_ < index) continue;
+        if (at->index_ == index) {
+            at->isRemoved_ = true;
+        } else {
+            --at->index_;
+        }
+    }
+}
 
 AttributeView AttributeObject::view() const noexcept {
+    if (isRemoved_) return {removed_->name, removed_->prefixLength, removed_->value};
     return element_->tree().attribute(element_->node(), index_);
 }
 
@@ -143,6 +172,10 @@ HRESULT AttributeObject::put_text(BSTR text) {
     return guarded([&] {
         element_->liveTree().makeRoom();
         const Utf8Text value(com::textOf(text));
+        if (isRemoved_) {
+            removed_->value = value.view();
+            return S_OK;
+        }
         element_->tree().setAttributeValue(element_->node(), index_, value.view());
         return S_OK;
     });
@@ -167,11 +200,42 @@ HRESULT AttributeObject::get_attributes(IXMLDOMNamedNodeMap** attributes) {
 HRESULT AttributeObject::get_childNodes(IXMLDOMNodeList** children) {
     return refuse(children, E_NOTIMPL, "The value of an attribute is not offered as nodes; take it as text.");
 }
+HRESULT AttributeObject::insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode** inserted) {
+    return refuse(inserted, E_FAIL, kNoChildren);
+}
 HRESULT AttributeObject::replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode** replaced) {
-    return refuse(replaced, E_FAIL, "An attribute takes no children; set its text.");
+    return refuse(replaced, E_FAIL, kNoChildren);
+}
+HRESULT AttributeObject::removeChild(IXMLDOMNode*, IXMLDOMNode** removed) {
+    return refuse(removed, E_FAIL, kNoChildren);
 }
 HRESULT AttributeObject::appendChild(IXMLDOMNode*, IXMLDOMNode** added) {
-    return refuse(added, E_FAIL, "An attribute takes no children; set its text.");
+    return refuse(added, E_FAIL, kNoChildren);
+}
+HRESULT AttributeObject::get_namespaceURI(BSTR* uri) {
+    return com::give(uri, "get_namespaceURI", [&]() -> BSTR {
+        const AttributeView attribute = view();
+        const bool isDefaultDeclaration = attribute.name == "xmlns";
+        if (attribute.prefixLength == 0 && !isDefaultDeclaration) return nullptr;
+        const std::string_view prefix =
+            isDefaultDeclaration ? attribute.name : attribute.name.substr(0, attribute.prefixLength);
+        const std::string_view found = namespaceOf(element_->tree(), element_->node(), prefix);
+        return found.empty() ? nullptr : com::makeBstr(found);
+    });
+}
+HRESULT AttributeObject::get_prefix(BSTR* prefix) {
+    return com::give(prefix, "get_prefix", [&]() -> BSTR {
+        const AttributeView attribute = view();
+        if (attribute.prefixLength == 0) return nullptr;
+        return com::makeBstr(attribute.name.substr(0, attribute.prefixLength));
+    });
+}
+HRESULT AttributeObject::get_baseName(BSTR* name) {
+    return com::give(name, "get_baseName", [&] {
+        const AttributeView attribute = view();
+        return com::makeBstr(
+            attribute.name.substr(attribute.prefixLength == 0 ? 0 : attribute.prefixLength + 1));
+    });
 }
 HRESULT AttributeObject::cloneNode(VARIANT_BOOL, IXMLDOMNode** copy) {
     return refuse(copy, E_NOTIMPL, "An attribute cannot be copied by itself; copy its element.");

@@ -2,6 +2,9 @@
 // keep the node's object alive and follow it to another tree.
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "engine/com/object.h"
 #include "engine/com/ref.h"
 #include "engine/dom/livetree.h"
@@ -55,7 +58,8 @@ private:
     ElementObject& element_;
 };
 
-// An attribute of an element, by its index; attributes never change places and are never taken away.
+// An attribute of an element, by its index. The element keeps the index right when attributes before this one
+// go; one that is removed itself keeps the name and value that it had.
 class AttributeObject final : public com::Object<AttributeObject, IXMLDOMAttribute> {
 public:
     AttributeObject(ElementObject& element, std::uint32_t index) noexcept;
@@ -69,20 +73,40 @@ public:
     HRESULT get_firstChild(IXMLDOMNode** child) override;
     HRESULT get_nextSibling(IXMLDOMNode** sibling) override;
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;
+    HRESULT insertBefore(IXMLDOMNode* newChild, VARIANT refChild, IXMLDOMNode** inserted) override;
     HRESULT replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild, IXMLDOMNode** replaced) override;
+    HRESULT removeChild(IXMLDOMNode* child, IXMLDOMNode** removed) override;
     HRESULT appendChild(IXMLDOMNode* newChild, IXMLDOMNode** added) override;
     HRESULT get_ownerDocument(IXMLDOMDocument** document) override;
     HRESULT cloneNode(VARIANT_BOOL deep, IXMLDOMNode** copy) override;
     HRESULT get_text(BSTR* text) override;
     HRESULT put_text(BSTR text) override;
     HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) override;
+    HRESULT get_namespaceURI(BSTR* uri) override;
+    HRESULT get_prefix(BSTR* prefix) override;
+    HRESULT get_baseName(BSTR* name) override;
     HRESULT transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) override;
 
+    // For the element, around the removal of an attribute. The first may throw std::bad_alloc and changes
+    // nothing that shows.
+    static void prepareRemoval(const ElementObject& element, std::uint32_t index);
+    static void finishRemoval(const ElementObject& element, std::uint32_t index) noexcept;
+
 private:
+    struct Removed {
+        std::string name;
+        std::uint32_t prefixLength;
+        std::string value;
+    };
+
     [[nodiscard]] AttributeView view() const noexcept;
 
     const com::Ref<ElementObject> element_;
-    const std::uint32_t index_;
+    AttributeObject* next_;  // in the element's list
+    AttributeObject* previous_ = nullptr;
+    std::unique_ptr<Removed> removed_;  // in force once isRemoved_
+    std::uint32_t index_;
+    bool isRemoved_ = false;
 };
 
 }  // namespace engine::dom

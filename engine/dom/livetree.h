@@ -70,6 +70,11 @@ public:
     // Where it was loaded from: a path, or empty. UTF-8.
     [[nodiscard]] const std::string& url() const noexcept { return url_; }
     void setUrl(std::string url) noexcept { url_ = std::move(url); }
+    // Where a loaded element's start tag stands in the source; 0 and 0 for what was not loaded.
+    [[nodiscard]] reader::Position position(NodeId element) {
+        if (positions_ == nullptr) positions_ = std::make_unique<reader::PositionIndex>(tree_.source());
+        return tree_.position(element, *positions_);
+    }
     // A node as a service takes it.
     [[nodiscard]] NodeSource source(NodeId node) noexcept { return {tree_, node, url_, &keptStyle_}; }
 
@@ -162,6 +167,7 @@ private:
     Idle idleTexts_;
     std::unique_ptr<Kept>
         keptStyle_;  // what the transformer has made of it; refers to the tree and the address
+    std::unique_ptr<reader::PositionIndex> positions_;  // of the source, once somebody asks
     bool isCurrent_ = true;
 };
 

@@ -267,6 +267,45 @@ HRESULT NodeObject<Interface>::appendChild(IXMLDOMNode* newChild, IXMLDOMNode** 
 }
 
 template <typename Interface>
+HRESULT NodeObject<Interface>::insertBefore(IXMLDOMNode* newChild, VARIANT refChild, IXMLDOMNode** inserted) {
+    const bool isObject = refChild.vt == VT_DISPATCH || refChild.vt == VT_UNKNOWN;
+    if (refChild.vt == VT_EMPTY || refChild.vt == VT_NULL || (isObject && refChild.punkVal == nullptr)) {
+        return appendChild(newChild, inserted);
+    }
+    if (inserted != nullptr) *inserted = nullptr;
+    return guarded([&] {
+        Binding& child = childBinding(newChild, "insertBefore");
+        const Binding* const next = isObject ? Binding::of(refChild.punkVal) : nullptr;
+        if (next == nullptr || !isSameTree(*next) || tree().parent(next->node()) != node()) {
+            throw Failure(E_INVALIDARG,
+                          "insertBefore was given a node to insert before that is not a child of this node.");
+        }
+        checkInsertion(*this, child, kNoNode);
+        if (&child != next) {
+            const NodeId taken = take(*this, child);
+            tree().insertAfter(node(), tree().previousSibling(next->node()), taken);
+        }
+        if (inserted != nullptr) *inserted = com::Ref<IXMLDOMNode>::share(newChild).detach();
+        return S_OK;
+    });
+}
+
+template <typename Interface>
+HRESULT NodeObject<Interface>::removeChild(IXMLDOMNode* child, IXMLDOMNode** removed) {
+    if (removed != nullptr) *removed = nullptr;
+    return guarded([&] {
+        const Binding& old = childBinding(child, "removeChild");
+        if (!isSameTree(old) || tree().parent(old.node()) != node()) {
+            throw Failure(E_INVALIDARG,
+                          "removeChild was given a node to remove that is not a child of this node.");
+        }
+        tree().unlink(old.node());
+        if (removed != nullptr) *removed = com::Ref<IXMLDOMNode>::share(child).detach();
+        return S_OK;
+    });
+}
+
+template <typename Interface>
 HRESULT NodeObject<Interface>::replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild,
                                             IXMLDOMNode** replaced) {
     if (replaced != nullptr) *replaced = nullptr;
@@ -351,6 +390,40 @@ HRESULT NodeObject<Interface>::transformNodeToObject(IXMLDOMNode* styleSheet, VA
     });
 }
 
+template <typename Interface>
+HRESULT NodeObject<Interface>::get_namespaceURI(BSTR* uri) {
+    return com::give(uri, "get_namespaceURI", [&]() -> BSTR {
+        if (kind() != NodeKind::Element) return nullptr;
+        const std::string_view name = tree().name(node());
+        const std::uint32_t prefix = tree().names().prefixLength(tree().nameId(node()));
+        const std::string_view found = namespaceOf(tree(), node(), name.substr(0, prefix));
+        return found.empty() ? nullptr : com::makeBstr(found);
+    });
+}
+
+template <typename Interface>
+HRESULT NodeObject<Interface>::get_prefix(BSTR* prefix) {
+    return com::give(prefix, "get_prefix", [&]() -> BSTR {
+        if (kind() != NodeKind::Element) return nullptr;
+        const std::uint32_t length = tree().names().prefixLength(tree().nameId(node()));
+        return length == 0 ? nullptr : com::makeBstr(tree().name(node()).substr(0, length));
+    });
+}
+
+template <typename Interface>
+HRESULT NodeObject<Interface>::get_baseName(BSTR* name) {
+    return com::give(name, "get_baseName", [&]() -> BSTR {
+        switch (kind()) {
+            case NodeKind::Element:
+                return com::makeBstr(tree().names().localName(tree().nameId(node())));
+            case NodeKind::ProcessingInstruction:
+                return com::makeBstr(tree().name(node()));
+            default:
+                return nullptr;
+        }
+    });
+}
+
 template class NodeObject<IXMLDOMNode>;
 template class NodeObject<IXMLDOMElement>;
 template class NodeObject<IXMLDOMText>;
@@ -401,6 +474,18 @@ HRESULT ElementObject::setAttribute(BSTR name, VARIANT value) {
     });
     VariantClear(&converted);
     return status;
+}
+
+HRESULT ElementObject::removeAttribute(BSTR name) {
+    return guarded([&] {
+        const Utf8Text wanted(textOf(name));
+        const std::optional<std::uint32_t> index = tree().findAttribute(node(), wanted.view());
+        if (!index) return S_FALSE;
+        AttributeObject::prepareRemoval(*this, *index);
+        tree().removeAttribute(node(), *index);
+        AttributeObject::finishRemoval(*this, *index);
+        return S_OK;
+    });
 }
 
 }  // namespace engine::dom

@@ -33,13 +33,18 @@ public:
     HRESULT get_firstChild(IXMLDOMNode** child) final;
     HRESULT get_nextSibling(IXMLDOMNode** sibling) final;
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;  // of elements: theirs
+    HRESULT insertBefore(IXMLDOMNode* newChild, VARIANT refChild, IXMLDOMNode** inserted) final;
     HRESULT replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* oldChild, IXMLDOMNode** replaced) final;
+    HRESULT removeChild(IXMLDOMNode* child, IXMLDOMNode** removed) final;
     HRESULT appendChild(IXMLDOMNode* newChild, IXMLDOMNode** added) final;
     HRESULT get_ownerDocument(IXMLDOMDocument** document) final;
     HRESULT cloneNode(VARIANT_BOOL deep, IXMLDOMNode** copy) final;
     HRESULT get_text(BSTR* text) final;
     HRESULT put_text(BSTR text) final;
     HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) final;
+    HRESULT get_namespaceURI(BSTR* uri) final;
+    HRESULT get_prefix(BSTR* prefix) final;
+    HRESULT get_baseName(BSTR* name) final;
     HRESULT transformNodeToObject(IXMLDOMNode* styleSheet, VARIANT output) final;
 
 protected:
@@ -98,9 +103,13 @@ public:
     HRESULT get_tagName(BSTR* name) override { return get_nodeName(name); }
     HRESULT getAttribute(BSTR name, VARIANT* value) override;
     HRESULT setAttribute(BSTR name, VARIANT value) override;
+    HRESULT removeAttribute(BSTR name) override;
 
 private:
+    friend class AttributeObject;
+
     AttributeMap attributes_{*this};
+    AttributeObject* liveAttributes_ = nullptr;  // a list: their places change when an attribute goes
 };
 
 }  // namespace engine::dom

@@ -238,6 +238,16 @@ void Tree::setAttribute(NodeId element, std::string_view name, std::string_view 
     attributes_[record.first + record.count++] = {id, span.offset, span.length};
 }
 
+void Tree::removeAttribute(NodeId element, std::uint32_t index) noexcept {
+    Node& record = nodes_[element];
+    Attribute* const run = attributes_.data() + record.first;
+    ++otherRevision_;
+    waste(run[index].offset, run[index].length);
+    wastedBytes_ += sizeof(Attribute);
+    std::copy(run + index + 1, run + record.count, run + index);
+    run[--record.count] = {kSpare, 0, 0};
+}
+
 // Makes sure that the record behind the element's run is free for it.
 void Tree::growAttributes(NodeId element) {
     Node& record = nodes_[element];
@@ -338,6 +348,19 @@ std::size_t Tree::sizeInBytes() const noexcept {
            std::size_t{attributes_.capacity()} * sizeof(Attribute) + text_.capacity() +
            std::size_t{offsets_.capacity()} * sizeof(std::uint32_t) + source_.text.size() +
            names_.sizeInBytes();
+}
+
+std::string_view namespaceOf(const Tree& tree, NodeId element, std::string_view prefix) {
+    if (prefix == "xml") return "http://www.w3.org/XML/1998/namespace";
+    if (prefix == "xmlns") return "http://www.w3.org/2000/xmlns/";
+    std::string declaration = "xmlns";
+    if (!prefix.empty()) declaration.append(":").append(prefix);
+    if (!tree.names().find(declaration)) return {};
+    for (NodeId at = element; at != kNoNode; at = tree.parent(at)) {
+        if (const std::optional<std::uint32_t> index = tree.findAttribute(at, declaration))
+            return tree.attribute(at, *index).value;
+    }
+    return {};
 }
 
 }  // namespace engine::dom

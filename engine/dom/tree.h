@@ -135,6 +135,8 @@ public:
     // Creates or overwrites. Constant on average but for the search.
     void setAttribute(NodeId element, std::string_view name, std::string_view value);
     void setAttributeValue(NodeId element, std::uint32_t index, std::string_view value);
+    // Those after it move up by one. Linear in their number.
+    void removeAttribute(NodeId element, std::uint32_t index) noexcept;
     // Linking: `child` must be linked nowhere. The caller sees to it that no node comes below itself.
     void append(NodeId parent, NodeId child) noexcept;
     void insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept;  // kNoNode: as the first
@@ -234,5 +236,9 @@ private:
     std::uint32_t nodesAtReclaim_ = 0;
     std::uint64_t wastedBytes_ = 0;  // estimate of what compact would give back
 };
+
+// What a prefix (empty: the default namespace) stands for at an element: of its innermost declaration there
+// or around it; empty: nothing. Lives as views of the tree's text do. Linear in the depth.
+[[nodiscard]] std::string_view namespaceOf(const Tree& tree, NodeId element, std::string_view prefix);
 
 }  // namespace engine::dom

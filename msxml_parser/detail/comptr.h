@@ -36,6 +36,9 @@ inline const IID& iidFor(Interface<IXMLDOMDocument>) noexcept {
 inline const IID& iidFor(Interface<IXMLDOMDocument2>) noexcept {
     return IID_IXMLDOMDocument2;
 }
+inline const IID& iidFor(Interface<IXMLDOMNodeList>) noexcept {
+    return IID_IXMLDOMNodeList;
+}
 inline const IID& iidFor(Interface<IXMLDOMNamedNodeMap>) noexcept {
     return IID_IXMLDOMNamedNodeMap;
 }

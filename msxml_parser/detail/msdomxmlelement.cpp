@@ -86,9 +86,11 @@ const ComPtr<IXMLDOMNamedNodeMap>& MSDOMXmlElement::attributes() {
 }
 
 const Node& MSDOMXmlElement::attributeAt(int index) {
-    if (index != attributeIndex_ || !attribute_) {
+    const std::uint32_t removals = msxml::attributeRemovals.load(std::memory_order_relaxed);
+    if (index != attributeIndex_ || !attribute_ || removals != removalsSeen_) {
         check(attributes()->get_item(index, attribute_.receive()), attributes_);
         attributeIndex_ = index;
+        removalsSeen_ = removals;
     }
     return attribute_;
 }

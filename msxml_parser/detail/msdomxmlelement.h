@@ -2,13 +2,28 @@
 // Threads: one at a time, the document's thread.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+
 #include "framework/object/implements.h"
 #include "msxml_parser/detail/nodes.h"
 #include "msxml_parser/detail/pooled.h"
 #include "msxml_parser/ikeldomxmlelement.h"
+#include "msxml_parser/ikeldomxmlelementv2.h"
 
-class MSDOMXmlElement : public kel::Implements<MSDOMXmlElement, IKelDOMXmlElement>, public msxml::Pooled {
+namespace msxml {
+
+// How many attributes were removed through any handle: a handle that remembers an attribute by its position
+// looks it up again when this has changed.
+inline std::atomic<std::uint32_t> attributeRemovals{0};
+
+}  // namespace msxml
+
+class MSDOMXmlElement : public kel::Implements<MSDOMXmlElement, IKelDOMXmlElement>,
+                        public virtual IKelDOMXmlElementV2,
+                        public msxml::Pooled {
 public:
+    using Later = kel::InterfaceList<IKelDOMXmlElementV2>;
     static constexpr const char* kClassName = "MSDOMXmlElement";
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 
@@ -60,6 +75,20 @@ public:
     bool write(std::FILE* file, KelString& out, const KelString& indent, const KelString& indentUnit,
                bool wide) override;
 
+    bool hasAttribute(const KelString& name) override;
+    bool removeAttribute(const KelString& name) override;
+    KelString& getNamespaceUri(KelString& out) override;
+    KelString& getPrefix(KelString& out) override;
+    KelString& getLocalName(KelString& out) override;
+    KelString& getAllText(KelString& out) override;
+    void insertChild(IKelDOMXmlElement* child, IKelDOMXmlElement* before) override;
+    void removeChild(IKelDOMXmlElement* child) override;
+    void replaceChild(IKelDOMXmlElement* replacement, IKelDOMXmlElement* replaced) override;
+    void removeFromParent() override;
+    int getLine() override;
+    int getColumn() override;
+    IKelDOMXmlElementItrV2* getChildrenNamed(const KelString& name) override;
+
 private:
     template <typename String>
     String& readName(String& out) const;
@@ -83,4 +112,5 @@ private:
     msxml::ComPtr<IXMLDOMNamedNodeMap> attributes_;
     msxml::Node attribute_;
     int attributeIndex_ = -1;
+    std::uint32_t removalsSeen_ = 0;
 };

@@ -66,6 +66,38 @@ TEST_F(DomEdit, AttributesAreCreatedOverwrittenAndFoundByName) {
     EXPECT_EQ(map->get_item(-1, item.receive()), S_FALSE);
 }
 
+// The objects of attributes after one that goes follow it to its place; its own keep what they said.
+TEST_F(DomEdit, AttributeObjectsOutliveARemoval) {
+    const DocumentRef document = loaded(u"<a xmlns:p=\"urn:p\" x=\"1\" p:y=\"2\" z=\"3\"/>");
+    const Element a = root(*document);
+    Ref<IXMLDOMNamedNodeMap> map;
+    ASSERT_EQ(a->get_attributes(map.receive()), S_OK);
+    std::array<Node, 5> held;
+    for (LONG i = 0; i < 4; ++i)
+        ASSERT_EQ(map->get_item(i, held[static_cast<std::size_t>(i)].receive()), S_OK);
+    ASSERT_EQ(map->get_item(2, held[4].receive()), S_OK);
+    held[1] = {};  // from the middle of those that live
+    EXPECT_EQ(a->removeAttribute(Bstr(u"p:y")), S_OK);
+    EXPECT_EQ(a->removeAttribute(Bstr(u"p:y")), S_FALSE);
+    EXPECT_EQ(a->removeAttribute(Bstr(u"x")), S_OK);
+    const auto shown = [](const Node& node) {
+        BSTR uri = nullptr;
+        BSTR local = nullptr;
+        EXPECT_GE(node->get_namespaceURI(&uri), 0);
+        EXPECT_EQ(node->get_baseName(&local), S_OK);
+        return nameOf(*node) + '=' + engine::text::toUtf8(textOfNode(*node)) + ' ' + takeUtf8(uri) + ' ' +
+               takeUtf8(local);
+    };
+    EXPECT_EQ(shown(held[2]), "p:y=2 urn:p y");
+    EXPECT_EQ(shown(held[4]), "p:y=2 urn:p y");
+    EXPECT_EQ(shown(held[3]), "z=3  z");
+    EXPECT_EQ(shown(held[0]), "xmlns:p=urn:p http://www.w3.org/2000/xmlns/ p");
+    EXPECT_EQ(held[2]->put_text(Bstr(u"alone")), S_OK);
+    EXPECT_EQ(held[3]->put_text(Bstr(u"4")), S_OK);
+    EXPECT_EQ(shown(held[2]), "p:y=alone urn:p y");
+    EXPECT_EQ(outline(*a), "<a xmlns:p=\"urn:p\" z=\"4\"/>");
+}
+
 TEST_F(DomEdit, TextIsGatheredInDocumentOrderAndSetWhereItStands) {
     const DocumentRef document = loaded(u"<a>x<b>y<![CDATA[z]]><!--no--><?p no?></b>w</a>");
     const Element a = root(*document);
@@ -375,7 +407,7 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
             const Held one = held[pick(held.size())];
             const Held two = held[pick(held.size())];
             const bool isElement = !one.model->name.empty();
-            switch (pick(8)) {
+            switch (pick(11)) {
                 case 0:
                     held.push_back({Node::share(element(document, "e" + std::to_string(step)).get()),
                                     model("e" + std::to_string(step), "")});
@@ -409,6 +441,37 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
                         *std::find(parent->children.begin(), parent->children.end(), one.model) = two.model;
                         one.model->parent = nullptr;
                         ++applied;
+                    }
+                    break;
+                case 8: {  // before the one, which stays where it is
+                    Model* const parent = one.model->parent;
+                    if (parent == nullptr || parent->isBelow(two.model)) break;
+                    VARIANT place{};
+                    place.vt = VT_DISPATCH;
+                    place.pdispVal = one.node.get();
+                    ASSERT_EQ(parentOf(*one.node)->insertBefore(two.node.get(), place, nullptr), S_OK);
+                    if (one.model == two.model) break;
+                    two.model->detach();
+                    two.model->parent = parent;
+                    parent->children.insert(
+                        std::find(parent->children.begin(), parent->children.end(), one.model), two.model);
+                    ++applied;
+                    break;
+                }
+                case 9:
+                    if (one.model->parent == nullptr) break;
+                    ASSERT_EQ(parentOf(*one.node)->removeChild(one.node.get(), nullptr), S_OK);
+                    one.model->detach();
+                    one.model->parent = nullptr;
+                    ++applied;
+                    break;
+                case 10:
+                    if (isElement && !one.model->attributes.empty()) {
+                        auto* target = static_cast<IXMLDOMElement*>(one.node.get());
+                        const auto gone = std::next(one.model->attributes.begin(),
+                                                    static_cast<long>(pick(one.model->attributes.size())));
+                        ASSERT_EQ(target->removeAttribute(Bstr(std::string_view(gone->first))), S_OK);
+                        one.model->attributes.erase(gone);
                     }
                     break;
                 case 5:

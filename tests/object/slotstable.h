@@ -29,6 +29,8 @@
 #include "msxml_parser/ikeldomxml.h"
 #include "msxml_parser/ikeldomxmlelement.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
+#include "msxml_parser/ikeldomxmlelementitrv2.h"
+#include "msxml_parser/ikeldomxmlelementv2.h"
 #include "msxml_parser/ikeldomxmlerror.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"
@@ -120,11 +122,25 @@
     KEL_SLOT(IKelDOMXmlElement, isSpecialB, 23)             \
     KEL_SLOT(IKelDOMXmlElement, getParent, 24)              \
     KEL_SLOT(IKelDOMXmlElement, write, 25)                  \
+    KEL_SLOT(IKelDOMXmlElementV2, hasAttribute, 0)          \
+    KEL_SLOT(IKelDOMXmlElementV2, removeAttribute, 1)       \
+    KEL_SLOT(IKelDOMXmlElementV2, getNamespaceUri, 2)       \
+    KEL_SLOT(IKelDOMXmlElementV2, getPrefix, 3)             \
+    KEL_SLOT(IKelDOMXmlElementV2, getLocalName, 4)          \
+    KEL_SLOT(IKelDOMXmlElementV2, getAllText, 5)            \
+    KEL_SLOT(IKelDOMXmlElementV2, insertChild, 6)           \
+    KEL_SLOT(IKelDOMXmlElementV2, removeChild, 7)           \
+    KEL_SLOT(IKelDOMXmlElementV2, replaceChild, 8)          \
+    KEL_SLOT(IKelDOMXmlElementV2, removeFromParent, 9)      \
+    KEL_SLOT(IKelDOMXmlElementV2, getLine, 10)              \
+    KEL_SLOT(IKelDOMXmlElementV2, getColumn, 11)            \
+    KEL_SLOT(IKelDOMXmlElementV2, getChildrenNamed, 12)     \
     KEL_SLOT(IKelDOMXmlElementItr, first, 0)                \
     KEL_SLOT(IKelDOMXmlElementItr, next, 1)                 \
     KEL_SLOT(IKelDOMXmlElementItr, isEnd, 2)                \
     KEL_SLOT(IKelDOMXmlElementItr, getElementAs, 3)         \
     KEL_SLOT(IKelDOMXmlElementItr, getSharedElement, 4)     \
+    KEL_SLOT(IKelDOMXmlElementItrV2, takeNext, 0)           \
     KEL_SLOT(IKelDOMXmlError, setCode, 0)                   \
     KEL_SLOT(IKelDOMXmlError, getCode, 1)                   \
     KEL_SLOT(IKelDOMXmlError, setMessage, 2)                \

@@ -42,5 +42,6 @@ inline constexpr const char* kBearsDepth = nullptr;
 inline constexpr const char* kRefusesOnManyThreads = nullptr;
 inline constexpr const char* kReadsManyEncodings = nullptr;
 inline constexpr const char* kIndentsLikeOurs = nullptr;
+inline constexpr const char* kKeepsPositions = nullptr;
 
 }  // namespace kel::test::traits

@@ -53,6 +53,7 @@ inline const char* const kBearsDepth = onWine("Wine refuses or does not survive 
 inline const char* const kRefusesOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");
 inline const char* const kReadsManyEncodings = onWine("Wine's parser knows few encodings");
+inline constexpr const char* kKeepsPositions = "this engine keeps no positions of elements";
 inline constexpr const char* kIndentsLikeOurs = "this engine has its own way to lay out";
 
 }  // namespace kel::test::traits

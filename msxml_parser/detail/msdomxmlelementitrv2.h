@@ -1,0 +1,45 @@
+// The cursors whose elements live on: over the children of one name, and over the result of an expression.
+// Their operations are documented with their interface. Threads: one at a time, the document's thread.
+#pragma once
+
+#include <string>
+
+#include "framework/object/implements.h"
+#include "framework/object/iptr.h"
+#include "msxml_parser/detail/msdomxmlelement.h"
+#include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/pooled.h"
+#include "msxml_parser/ikeldomxmlelementitrv2.h"
+
+class MSDOMXmlElementItrV2 final
+    : public kel::Implements<MSDOMXmlElementItrV2, IKelDOMXmlElementItr, IKelDOMXmlElementItrV2>,
+      public msxml::Pooled {
+public:
+    static constexpr const char* kClassName = "MSDOMXmlElementItrV2";
+    using NodeList = msxml::ComPtr<IXMLDOMNodeList>;
+
+    // New cursors with count 0, on the first element; E_OUTOFMEMORY when there is no memory. An empty name
+    // stands for all; the nodes of a list are elements.
+    [[nodiscard]] static MSDOMXmlElementItrV2* overChildren(msxml::Element parent, std::u16string name);
+    [[nodiscard]] static MSDOMXmlElementItrV2* overList(NodeList list);
+
+    void first() override;
+    void next() override;
+    bool isEnd() override { return !current_; }
+    IKelDOMXmlElement* getElementAs(bool shared) override;
+    IKelDOMXmlElement* getSharedElement() override;
+    IKelDOMXmlElementV2* takeNext() override;
+
+private:
+    MSDOMXmlElementItrV2(msxml::Element parent, std::u16string name, NodeList list) noexcept;
+    [[nodiscard]] static MSDOMXmlElementItrV2* started(MSDOMXmlElementItrV2* created);
+    [[nodiscard]] msxml::Element skipToWanted(msxml::Node node) const;
+    [[nodiscard]] msxml::Element listed() const;
+
+    const msxml::Element parent_;  // empty: the list
+    const std::u16string name_;
+    const NodeList list_;
+    LONG index_ = 0;          // in the list
+    msxml::Element current_;  // empty at the end
+    IPtr<MSDOMXmlElement> shared_;
+};
