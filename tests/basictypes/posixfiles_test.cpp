@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include "KelBasicTypes/directories.h"
 #include "KelBasicTypes/kelstring.h"
@@ -21,6 +24,19 @@ TEST(PosixFiles, APipeIsReadableThoughNobodyWrites) {
     const std::string pipe = folder.file("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_TRUE(platform::canOpenForReading(kel::fromUtf8(pipe)));
+}
+
+TEST(PosixFiles, AskingLeavesThePipesWriterToItsReader) {
+    const TempDirectory folder;
+    const std::string pipe = folder.file("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&] { std::ofstream(pipe) << "text"; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // by then it waits for a reader
+    EXPECT_TRUE(platform::canOpenForReading(kel::fromUtf8(pipe)));
+    std::string text;
+    std::ifstream(pipe) >> text;
+    writer.join();
+    EXPECT_EQ(text, "text");
 }
 
 TEST(PosixFiles, TellOnClosingThatTheDiskIsFull) {
