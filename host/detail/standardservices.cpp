@@ -42,7 +42,10 @@ void addStandardServices(ServiceRegistry& registry, const StandardServices& serv
     add<IKelErrorService>(registry, *new ErrorService);
     add<IMemChecker>(registry, *new MemoryChecker);
     add<IKelAssertHandlerCB>(registry, *new AssertionHandler);
-    add<IBucketMemoryPool>(registry, *new BucketMemoryPool);
+    const IPtr<BucketMemoryPool> pool(new BucketMemoryPool);
+    add<IBucketMemoryPool>(registry, *pool);
+    services.memory->addPool("buffers",
+                             [pool](std::uint64_t& inUse, std::uint64_t&) { inUse = pool->keptInBytes(); });
 }
 
 }  // namespace kelhost

@@ -232,6 +232,16 @@ void BucketMemoryPool::moveOlder(ThreadCache& cache, std::uint32_t index, std::u
     cache.dropBytes(index, count - kept);
 }
 
+std::uint64_t BucketMemoryPool::keptInBytes() const noexcept {
+    const LibraryGuard guard(libraryLock());
+    std::uint64_t kept = 0;
+    for (std::uint32_t index = 0; index < classes_.count(); ++index) {
+        for (const FreeBlock* block = newest_[index]; block != nullptr; block = block->next)
+            kept += static_cast<std::uint64_t>(classes_.sizeOf(index));
+    }
+    return kept;
+}
+
 // --- Between pools ---------------------------------------------------------------------------------------
 
 void BucketMemoryPool::closeCaches() noexcept {

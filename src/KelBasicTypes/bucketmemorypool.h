@@ -70,6 +70,10 @@ public:
     void* allocate(std::int32_t size, std::uint32_t& actualSize) override;
     bool giveBack(std::int32_t size, void*& block) override;
 
+    // What is kept for the next takes, in bytes, without what threads keep for themselves. Waits for nothing
+    // but the library's lock; looks at each block.
+    [[nodiscard]] std::uint64_t keptInBytes() const noexcept;
+
     // Gives everything that is kept to another pool, class by class, the oldest block first.
     void mergeInto(IBucketMemoryPool& other);
 

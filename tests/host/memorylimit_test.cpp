@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "KelBasicTypes/ibucketmemorypool.h"
 #include "KelBasicTypes/ikeldirservicev2.h"
 #include "KelBasicTypes/oxadatareceiver.h"
 #include "KelBasicTypes/platform/processmemory.h"
@@ -104,6 +105,25 @@ TEST(MemoryUsage, IsSummedOverThePools) {
     ASSERT_TRUE(manager->giveMemoryBack());
     EXPECT_EQ(manager->coreInUse(), 3U) << "without the reserve";
     EXPECT_EQ(manager->reclaimAll(), 0U);
+}
+
+TEST(MemoryUsage, ListsTheBuffersThatTheHostKeeps) {
+    const kelhost::Host host;
+    const auto kept = [&] {
+        for (const auto& pool : host.memory().usageByPool()) {
+            if (pool.name == "buffers") return pool.inUse;
+        }
+        return std::uint64_t{0};
+    };
+    void* part = nullptr;
+    ASSERT_EQ(host.manager().lookupService(IBucketMemoryPool::interfaceName(), &part), 1);
+    const IPtr<IBucketMemoryPool> pool(static_cast<IBucketMemoryPool*>(part));
+    constexpr std::int32_t kSize = 200000;  // too large for what threads keep for themselves
+    std::uint32_t actual = 0;
+    void* block = pool->allocate(kSize, actual);
+    const std::uint64_t before = kept();
+    EXPECT_TRUE(pool->giveBack(kSize, block));
+    EXPECT_EQ(kept() - before, actual);
 }
 
 TEST(Renderer, PassesTheTwoCallsOn) {
