@@ -178,13 +178,13 @@ void Libxml2Parser::createContext() {
 }
 
 bool Libxml2Parser::run() {
-    createContext();
     {
         const libstate::LastError theirs;
         // The contexts have no handler of their own for this kind of callbacks, and those that libxml2 makes
         // for entities would not inherit a second kind's.
         const libstate::ErrorHandler ours({Callbacks::failed, this});
         applicationHandler_ = ours.previous();
+        createContext();
         (void)xmlParseDocument(context_.get());
     }
     return conclude();
