@@ -73,8 +73,11 @@ TEST(Saving, AppendsToTheString) {
     EXPECT_TRUE(parser->addProcessingInstruction(wide("target"), wide("data")));
     KelString out(u"before:");
     EXPECT_TRUE(parser->saveToString(out));
+    parser->setRootElement(nullptr);
+    EXPECT_EQ(errorOf(parser).front(), '4');
     EXPECT_TRUE(parser->saveToString(out));
     EXPECT_EQ(utf8(out), "before:<a />\n<a />\n");
+    EXPECT_EQ(errorOf(parser), "0 ");
 }
 
 TEST(Saving, WritesAFileAndReadsTheSameBack) {
