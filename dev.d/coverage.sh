@@ -1,0 +1,33 @@
+# shellcheck shell=bash
+# ./dev coverage: which lines no test executes, by folder; every line in build-coverage/report/index.html.
+
+coverage_packages=("${test_packages[@]}" gcovr)
+
+verb_coverage() {
+    need "${coverage_packages[@]}"
+    configure coverage -DKEL_BUILD_TESTS=ON
+    build coverage
+    find build-coverage -name '*.gcda' -delete
+    say "testing"
+    # A test that fails is reported and does not prevent the report.
+    run_tests coverage || say "not every test passed"
+    say "counting"
+    mkdir -p build-coverage/report
+    gcovr --root . --object-directory build-coverage --exclude-throw-branches --gcov-ignore-parse-errors \
+        --filter '(engine|framework|host|msxml_parser|src|tools)/' --exclude '.*/_deps/' \
+        --csv build-coverage/report/files.csv --html-details build-coverage/report/index.html build-coverage
+    awk -F, 'NR > 1 {
+            folder = $1
+            sub("/[^/]*$", "", folder)
+            lines[folder] += $2
+            covered[folder] += $3
+            lines["all"] += $2
+            covered["all"] += $3
+        }
+        END {
+            for (folder in lines)
+                printf "%6.1f %%  %6d of %6d lines  %s\n",
+                       100 * covered[folder] / lines[folder], covered[folder], lines[folder], folder
+        }' build-coverage/report/files.csv | sort -n
+    say "every line: build-coverage/report/index.html"
+}
