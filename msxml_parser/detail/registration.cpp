@@ -51,7 +51,7 @@ bool setUpComponent() {
     registerSelfTest<kel::PoolSelfTest>(kPoolTestId);
     registerSelfTest<kel::StreamSelfTest>(kStreamTestId);
     kel::setContainerName("");
-    kel::setComponentIdentity({"msxml_parser", "6.3.0.0", kComponentId});
+    kel::setComponentIdentity({"msxml_parser", MSXML_PARSER_VERSION, kComponentId});
     kel::defaultClassFactory = &KelDefaultClassFactory::instance();
     kel::componentFactory = new KelStaticBaseComponentFact;
     return true;

@@ -64,7 +64,7 @@ std::string hostErrorOf(Action action) {
 TEST(HostedComponent, IsKnownAndMakesItsObjectsByNameAndInterface) {
     const kelhost::Component& component = loaded().component;
     EXPECT_EQ(component.name(), "msxml_parser");
-    EXPECT_EQ(component.version(), "6.3.0.0");
+    EXPECT_EQ(component.version(), KEL_VERSION);
     std::vector<std::string> names;
     for (const kelhost::ComponentClass& offered : component.classes()) names.push_back(offered.name);
     EXPECT_THAT(names, ElementsAre("MSDOMXml", "MSSAXXml"));

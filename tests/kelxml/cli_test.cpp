@@ -359,7 +359,7 @@ TEST_F(KelxmlTest, InfoTellsWhoTheComponentIs) {
     const RunResult result = kelxml({"info"});
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.output, HasSubstr("msxml_parser"));
-    EXPECT_THAT(result.output, HasSubstr("6.3.0.0"));
+    EXPECT_THAT(result.output, HasSubstr(KEL_VERSION));
     EXPECT_THAT(result.output, HasSubstr("{88BC5A8E-CC38-4C51-B3F1-90800566E0DF}"));
     EXPECT_THAT(result.output, HasSubstr("{A915F25B-7386-4143-BB88-D11CC2E69FC7}  MSDOMXml"));
     EXPECT_THAT(result.output, HasSubstr("{DFB612BD-5865-4067-97C1-3FE4A7F49A86}  MSSAXXml"));

@@ -86,7 +86,8 @@ TEST_F(KelxmlTest, HelpAndManualTeachEveryVerb) {
     EXPECT_EQ(kelxml({"help"}).output, help);
     const RunResult version = kelxml({"--version"});
     EXPECT_EQ(version.status, 0);
-    EXPECT_THAT(version.output, HasSubstr("kelxml 6.3.0.0\ncomponent: msxml_parser 6.3.0.0 ("));
+    EXPECT_THAT(version.output,
+                HasSubstr("kelxml " KEL_VERSION "\ncomponent: msxml_parser " KEL_VERSION " ("));
     EXPECT_THAT(version.output, HasSubstr("libraries: "));
 }
 

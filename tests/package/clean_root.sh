@@ -62,7 +62,7 @@ step "the command line, without development files"
 apt install "/trial/libmsxml-parser6_$version.deb" "/trial/msxml-parser-tools_$version.deb"
 printf '<shelf><book year="1815">Emma</book></shelf>\n' >"$root/trial/shelf.xml"
 printf '<shelf><book></shelf>\n' >"$root/trial/bad.xml"
-expect "6.3.0.0" as_user kelxml --version
+expect "${version%%_*}" as_user kelxml --version
 expect "book" as_user kelxml tree /trial/shelf.xml
 expect "Zeile 1, Spalte" as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /trial/bad.xml; test $? = 1'
 for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \

@@ -15,6 +15,7 @@ function(run_example program expected_status)
     execute_process(COMMAND ${WORK}/examples/${program} ${ARGN} WORKING_DIRECTORY ${WORK}/run
         RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
     file(READ ${EXAMPLES}/expected/${name}.txt expected)
+    string(REPLACE "@VERSION@" ${VERSION} expected "${expected}")
     if(NOT status STREQUAL expected_status OR NOT output STREQUAL expected)
         message(FATAL_ERROR "the example ${name} ended with ${status} and printed:\n${output}\nexpected:\n${expected}")
     endif()

@@ -87,7 +87,7 @@ int main(int argc, char** argv) {
     expect(made->refCount() == 0, "which nobody holds yet");
     const IPtr<IKelComponent> component(made);
     component->initialize(&manager());
-    expect(component->version() == "6.3.0.0", "it states its version");
+    expect(component->version() == EXPECTED_VERSION, "it states its version");
 
     auto* const inside = kel::queryInterface<IKelCompInternal>(component.get());
     expect(inside != nullptr && inside->classCount() == 2, "it makes two classes");
