@@ -12,5 +12,7 @@
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"
 #include "msxml_parser/ikelsaxxmlhandler.h"
+#include "msxml_parser/ikelsaxxmlhandlerv2.h"
+#include "msxml_parser/ikelsaxxmlv3.h"
 #include "msxml_parser/xmldom.h"
 #include "msxml_parser/xmlsax.h"

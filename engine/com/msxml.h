@@ -136,6 +136,9 @@ struct ISAXLocator : IUnknown {
 struct ISAXAttributes : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE getLength(int* count) = 0;
     virtual HRESULT STDMETHODCALLTYPE getLocalName(int index, const OLECHAR** name, int* length) = 0;
+    virtual HRESULT STDMETHODCALLTYPE getName(int index, const OLECHAR** uri, int* uriLength,
+                                              const OLECHAR** localName, int* localNameLength,
+                                              const OLECHAR** qualifiedName, int* qualifiedNameLength) = 0;
     virtual HRESULT STDMETHODCALLTYPE getValue(int index, const OLECHAR** value, int* length) = 0;
 };
 
@@ -160,8 +163,40 @@ struct ISAXContentHandler : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE skippedEntity(const OLECHAR* name, int length) = 0;
 };
 
+// This engine tells of comments and CDATA sections, and of nothing else.
+struct ISAXLexicalHandler : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE startDTD(const OLECHAR* name, int nameLength, const OLECHAR* publicId,
+                                               int publicIdLength, const OLECHAR* systemId,
+                                               int systemIdLength) = 0;
+    virtual HRESULT STDMETHODCALLTYPE endDTD() = 0;
+    virtual HRESULT STDMETHODCALLTYPE startEntity(const OLECHAR* name, int length) = 0;
+    virtual HRESULT STDMETHODCALLTYPE endEntity(const OLECHAR* name, int length) = 0;
+    virtual HRESULT STDMETHODCALLTYPE startCDATA() = 0;
+    virtual HRESULT STDMETHODCALLTYPE endCDATA() = 0;
+    virtual HRESULT STDMETHODCALLTYPE comment(const OLECHAR* text, int length) = 0;
+};
+
+// The locator stands where the error is; it is borrowed for the call.
+struct ISAXErrorHandler : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE error(ISAXLocator* locator, const OLECHAR* message, HRESULT code) = 0;
+    virtual HRESULT STDMETHODCALLTYPE fatalError(ISAXLocator* locator, const OLECHAR* message,
+                                                 HRESULT code) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ignorableWarning(ISAXLocator* locator, const OLECHAR* message,
+                                                       HRESULT code) = 0;
+};
+
+// Features: "schema-validation", "exhaustive-errors" (validation goes on after an error, which is then told
+// by `error`), "prohibit-dtd" and the two of external entities, which are never read. Properties: "schemas",
+// "max-element-depth" and the lexical handler's. Others are E_INVALIDARG.
 struct ISAXXMLReader : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE getFeature(const OLECHAR* name, VARIANT_BOOL* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE putFeature(const OLECHAR* name, VARIANT_BOOL value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE getProperty(const OLECHAR* name, VARIANT* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE putProperty(const OLECHAR* name, VARIANT value) = 0;
     virtual HRESULT STDMETHODCALLTYPE putContentHandler(ISAXContentHandler* handler) = 0;
+    virtual HRESULT STDMETHODCALLTYPE putErrorHandler(ISAXErrorHandler* handler) = 0;
+    // A text (VT_BSTR), or an object with ISequentialStream.
+    virtual HRESULT STDMETHODCALLTYPE parse(VARIANT input) = 0;
     virtual HRESULT STDMETHODCALLTYPE parseURL(const OLECHAR* url) = 0;
 };
 
@@ -191,6 +226,10 @@ inline constexpr IID IID_ISAXXMLReader{
     0xA4F96ED0, 0xF829, 0x476E, {0x81, 0xC0, 0xCD, 0xC7, 0xBD, 0x2A, 0x08, 0x02}};
 inline constexpr IID IID_ISAXContentHandler{
     0x1545CDFA, 0x9E4E, 0x4497, {0xA8, 0xA4, 0x2B, 0xF7, 0xD0, 0x11, 0x2C, 0x44}};
+inline constexpr IID IID_ISAXLexicalHandler{
+    0x7F85D5F5, 0x47A8, 0x4497, {0xBD, 0xA5, 0x84, 0xBA, 0x04, 0x81, 0x9E, 0xA6}};
+inline constexpr IID IID_ISAXErrorHandler{
+    0xA60511C4, 0xCCF5, 0x479E, {0x98, 0xA3, 0xDC, 0x8D, 0xC5, 0x45, 0xB7, 0xD0}};
 inline constexpr IID IID_ISAXAttributes{
     0xF078ABE1, 0x45D2, 0x4832, {0x91, 0xEA, 0x44, 0x66, 0xCE, 0x2F, 0x25, 0xC9}};
 inline constexpr IID IID_ISAXLocator{
@@ -200,5 +239,7 @@ inline constexpr CLSID CLSID_DOMDocument60{
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 inline constexpr CLSID CLSID_XMLSchemaCache60{
     0x88D96A07, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+inline constexpr CLSID CLSID_SAXXMLReader60{
+    0x88D96A0C, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 inline constexpr CLSID CLSID_SAXXMLReader{
     0x079AA557, 0x4A18, 0x424A, {0x8E, 0xEE, 0xE3, 0x9F, 0x0A, 0x8D, 0x41, 0xB9}};

@@ -54,6 +54,7 @@ template <> struct InterfaceInfo<IXMLDOMSchemaCollection>
     : detail::InterfaceFacts<IXMLDOMSchemaCollection, IID_IXMLDOMSchemaCollection, IDispatch> {};
 template <> struct InterfaceInfo<ISAXXMLReader> : detail::InterfaceFacts<ISAXXMLReader, IID_ISAXXMLReader, IUnknown> {};
 template <> struct InterfaceInfo<ISAXAttributes> : detail::InterfaceFacts<ISAXAttributes, IID_ISAXAttributes, IUnknown> {};
+template <> struct InterfaceInfo<ISAXErrorHandler> : detail::InterfaceFacts<ISAXErrorHandler, IID_ISAXErrorHandler, IUnknown> {};
 template <> struct InterfaceInfo<ISAXLocator> : detail::InterfaceFacts<ISAXLocator, IID_ISAXLocator, IUnknown> {};
 // clang-format on
 

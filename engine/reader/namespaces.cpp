@@ -144,6 +144,11 @@ const Namespaces::Binding* Namespaces::bindingOfElement(std::uint32_t& index) co
     return index == kNone ? nullptr : &bindings_[index];
 }
 
+const Namespaces::Binding* Namespaces::bindingOfAttribute(NameId name, std::uint32_t& index) const {
+    index = (names_.flags(name) & Names::kPrefixed) != 0 ? find(names_.prefix(name)) : kNone;
+    return index == kNone ? nullptr : &bindings_[index];
+}
+
 ExpandedName Namespaces::expanded(NameId name, bool isElement) const {
     const std::string_view written = names_.text(name);
     const std::uint8_t flags = names_.flags(name);

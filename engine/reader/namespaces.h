@@ -74,6 +74,8 @@ public:
     [[nodiscard]] std::span<const NamespaceDeclaration> declarations() const;
     // The binding that the element's name uses, and its index, which is used again after it; null: none.
     [[nodiscard]] const Binding* bindingOfElement(std::uint32_t& index) const;
+    // The same for the name of an attribute.
+    [[nodiscard]] const Binding* bindingOfAttribute(NameId name, std::uint32_t& index) const;
     [[nodiscard]] const Names& names() const noexcept { return names_; }
 
     // For a parser. A start tag: its declarations hold from here on. `attributeFlags` are those of all

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <span>
+#include <utility>
 
 #include "engine/com/status.h"
 #include "engine/sax/utf16.h"
@@ -92,12 +93,26 @@ HRESULT SaxLocator::getLineNumber(int* line) {
     return S_OK;
 }
 
-void SaxAttributes::set(std::span<const reader::IdAttribute> attributes, const reader::Names& names,
+std::u16string_view Utf16Uris::of(const reader::Namespaces& names, reader::NameId attribute) {
+    std::uint32_t index = 0;
+    const reader::Namespaces::Binding* const binding = names.bindingOfAttribute(attribute, index);
+    if (binding == nullptr) {
+        const bool isPrefixed = (names.names().flags(attribute) & reader::Names::kPrefixed) != 0;
+        return isPrefixed ? u"http://www.w3.org/XML/1998/namespace" : std::u16string_view();
+    }
+    if (index >= known_.size()) known_.resize(index + std::size_t{1});
+    Uri& known = known_[index];
+    if (known.binding != binding->serial) known = {binding->serial, text::toUtf16(binding->uri)};
+    return known.units;
+}
+
+void SaxAttributes::set(std::span<const reader::IdAttribute> attributes, const reader::Namespaces& names,
                         Utf16Names& units, Utf16Scratch& scratch) {
+    names_ = &names;
     shown_.clear();
     for (const reader::IdAttribute& attribute : attributes) {
-        if ((names.flags(attribute.name) & reader::Names::kDeclaration) != 0) continue;
-        shown_.push_back({units.of(attribute.name).local(), scratch.add(attribute.value)});
+        if ((names.names().flags(attribute.name) & reader::Names::kDeclaration) != 0) continue;
+        shown_.push_back({units.of(attribute.name), attribute.name, scratch.add(attribute.value)});
     }
 }
 
@@ -127,9 +142,29 @@ HRESULT SaxAttributes::getLocalName(int index, const OLECHAR** name, int* length
     *length = 0;
     const Shown* const found = at(index);
     if (found == nullptr) return com::fail(E_INVALIDARG, "The element has no attribute of this index.");
-    *name = unitsOf(found->localName);
-    *length = static_cast<int>(found->localName.size());
+    *name = unitsOf(found->units.local());
+    *length = static_cast<int>(found->units.local().size());
     return S_OK;
+}
+
+HRESULT SaxAttributes::getName(int index, const OLECHAR** uri, int* uriLength, const OLECHAR** localName,
+                               int* localNameLength, const OLECHAR** qualifiedName,
+                               int* qualifiedNameLength) {
+    if (uri == nullptr || uriLength == nullptr || qualifiedName == nullptr || qualifiedNameLength == nullptr)
+        return E_POINTER;
+    *uri = *qualifiedName = nullptr;
+    *uriLength = *qualifiedNameLength = 0;
+    const HRESULT status = getLocalName(index, localName, localNameLength);
+    if (FAILED(status)) return status;
+    const Shown& found = *at(index);
+    return com::guarded([&] {
+        const std::u16string_view namespaceUri = uris_.of(*names_, found.name);
+        *uriLength = lengthOf(namespaceUri);
+        *uri = unitsOf(namespaceUri);
+        *qualifiedName = found.units.units;
+        *qualifiedNameLength = static_cast<int>(found.units.length);
+        return S_OK;
+    });
 }
 
 HRESULT SaxAttributes::getValue(int index, const OLECHAR** value, int* length) {
@@ -149,11 +184,7 @@ SaxEvents::~SaxEvents() {
 
 template <typename Call>
 void SaxEvents::tell(Call&& call) {
-    if (!handler_) return;
-    inHandler_ = true;
-    const HRESULT status = call(*handler_);
-    inHandler_ = false;
-    if (FAILED(status)) throw HandlerStatus{status};
+    callHandler(handlers_.content.get(), inHandler_, std::forward<Call>(call));
 }
 
 void SaxEvents::startDocument(const reader::Locator& locator) {
@@ -189,7 +220,7 @@ void SaxEvents::startElement(std::string_view name, std::span<const reader::Attr
 
 void SaxEvents::startElement(reader::NameId id, std::string_view name,
                              std::span<const reader::IdAttribute> attributes) {
-    if (!handler_) return;
+    if (!handlers_.content) return;
     for (const reader::NamespaceDeclaration& declared : names_->declarations()) {
         scratch_.start(declared.prefix.size() + declared.uri.size());
         const std::u16string_view prefix = scratch_.add(declared.prefix);
@@ -206,7 +237,7 @@ void SaxEvents::startElement(reader::NameId id, std::string_view name,
     scratch_.start(bytes);
     const std::u16string_view uri = uriOfElement();
     const Utf16Names::Name units = units_.of(id);
-    attributes_.set(attributes, names_->names(), units_, scratch_);
+    attributes_.set(attributes, *names_, units_, scratch_);
     tell([&](ISAXContentHandler& handler) {
         return handler.startElement(unitsOf(uri), lengthOf(uri), units.local().data(),
                                     lengthOf(units.local()), units.units, lengthOf(units.qualified()),
@@ -215,7 +246,7 @@ void SaxEvents::startElement(reader::NameId id, std::string_view name,
 }
 
 void SaxEvents::endElement(std::string_view) {
-    if (!handler_) return;
+    if (!handlers_.content) return;
     const std::u16string_view uri = uriOfElement();
     const Utf16Names::Name units = units_.of(names_->elementId());
     tell([&](ISAXContentHandler& handler) {
@@ -234,14 +265,33 @@ void SaxEvents::endElement(std::string_view) {
 
 // Texts come split between characters, so no surrogate pair is torn.
 void SaxEvents::characters(std::string_view text) {
-    if (!handler_) return;
+    if (!handlers_.content) return;
     scratch_.start(text.size());
     const std::u16string_view units = scratch_.add(text);
     tell([&](ISAXContentHandler& handler) { return handler.characters(units.data(), lengthOf(units)); });
 }
 
+void SaxEvents::startCData() {
+    callHandler(handlers_.lexical.get(), inHandler_,
+                [](ISAXLexicalHandler& handler) { return handler.startCDATA(); });
+}
+
+void SaxEvents::endCData() {
+    callHandler(handlers_.lexical.get(), inHandler_,
+                [](ISAXLexicalHandler& handler) { return handler.endCDATA(); });
+}
+
+void SaxEvents::comment(std::string_view text) {
+    if (!handlers_.lexical) return;
+    scratch_.start(text.size());
+    const std::u16string_view units = scratch_.add(text);
+    callHandler(handlers_.lexical.get(), inHandler_, [&](ISAXLexicalHandler& handler) {
+        return handler.comment(unitsOf(units), lengthOf(units));
+    });
+}
+
 void SaxEvents::processingInstruction(std::string_view target, std::string_view data) {
-    if (!handler_) return;
+    if (!handlers_.content) return;
     scratch_.start(target.size() + data.size());
     const std::u16string_view name = scratch_.add(target);
     const std::u16string_view rest = scratch_.add(data);

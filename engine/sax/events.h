@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -78,36 +79,72 @@ private:
     const reader::Locator* source_;
 };
 
+// The namespaces that prefixed attributes are in, each converted once.
+class Utf16Uris final {
+public:
+    // Empty: in none. Lives as long as the event.
+    [[nodiscard]] std::u16string_view of(const reader::Namespaces& names, reader::NameId attribute);
+
+private:
+    struct Uri {
+        std::uint64_t binding = 0;  // its serial number
+        std::u16string units;
+    };
+    std::deque<Uri> known_;  // by binding; what was handed out stays where it is
+};
+
 // The attributes of the element being delivered, without namespace declarations. Its life is that of the
 // parse; counting does nothing.
 class SaxAttributes final : public ISAXAttributes {
 public:
     // Lent for the event. `scratch` has room for all values.
-    void set(std::span<const reader::IdAttribute> attributes, const reader::Names& names, Utf16Names& units,
-             Utf16Scratch& scratch);
+    void set(std::span<const reader::IdAttribute> attributes, const reader::Namespaces& names,
+             Utf16Names& units, Utf16Scratch& scratch);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
     HRESULT STDMETHODCALLTYPE getLength(int* count) override;
     HRESULT STDMETHODCALLTYPE getLocalName(int index, const OLECHAR** name, int* length) override;
+    HRESULT STDMETHODCALLTYPE getName(int index, const OLECHAR** uri, int* uriLength,
+                                      const OLECHAR** localName, int* localNameLength,
+                                      const OLECHAR** qualifiedName, int* qualifiedNameLength) override;
     HRESULT STDMETHODCALLTYPE getValue(int index, const OLECHAR** value, int* length) override;
 
 private:
     struct Shown {
-        std::u16string_view localName;
+        Utf16Names::Name units;
+        reader::NameId name;
         std::u16string_view value;
     };
     [[nodiscard]] const Shown* at(int index) const noexcept;
     std::vector<Shown> shown_;
+    const reader::Namespaces* names_ = nullptr;
+    Utf16Uris uris_;
 };
 
-// The sink that calls the handler. `handler` may be changed between events, null included. `inHandler` is
-// true while the handler runs, and stays true when it throws.
+// Runs a call of a handler. `inHandler` is true meanwhile, and stays true when the handler throws. A failing
+// status is thrown as HandlerStatus.
+template <typename Handler, typename Call>
+void callHandler(Handler* handler, bool& inHandler, Call&& call) {
+    if (handler == nullptr) return;
+    inHandler = true;
+    const HRESULT status = call(*handler);
+    inHandler = false;
+    if (FAILED(status)) throw HandlerStatus{status};
+}
+
+// Whom the events go to; they may be changed between events, null included.
+struct Handlers {
+    com::Ref<ISAXContentHandler> content;
+    com::Ref<ISAXLexicalHandler> lexical;
+};
+
+// The sink that calls the handlers; see callHandler.
 class SaxEvents final : public reader::EventSink {
 public:
-    SaxEvents(const com::Ref<ISAXContentHandler>& handler, bool& inHandler) noexcept
-        : handler_(handler), inHandler_(inHandler) {}
+    SaxEvents(const Handlers& handlers, bool& inHandler) noexcept
+        : handlers_(handlers), inHandler_(inHandler) {}
     ~SaxEvents() override;
     SaxEvents(const SaxEvents&) = delete;
     SaxEvents& operator=(const SaxEvents&) = delete;
@@ -119,9 +156,9 @@ public:
                       std::span<const reader::IdAttribute> attributes);
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
-    void startCData() override {}
-    void endCData() override {}
-    void comment(std::string_view) override {}
+    void startCData() override;
+    void endCData() override;
+    void comment(std::string_view text) override;
     void processingInstruction(std::string_view target, std::string_view data) override;
 
 private:
@@ -133,7 +170,7 @@ private:
     void tell(Call&& call);
     [[nodiscard]] std::u16string_view uriOfElement();
 
-    const com::Ref<ISAXContentHandler>& handler_;
+    const Handlers& handlers_;
     bool& inHandler_;
     com::Ref<SaxLocator> locator_;
     const reader::Namespaces* names_ = nullptr;

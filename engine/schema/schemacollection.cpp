@@ -6,6 +6,7 @@
 #include "engine/com/ref.h"
 #include "engine/com/status.h"
 #include "engine/reader/reader.h"
+#include "engine/schema/streamvalidator.h"
 #include "engine/text/utf.h"
 
 namespace engine::schema {
@@ -27,6 +28,8 @@ HRESULT SchemaCollection::QueryInterface(REFIID iid, void** object) {
         *object = static_cast<IXMLDOMSchemaCollection*>(this);
     } else if (iid == dom::IID_ISchemaValidator) {
         *object = static_cast<dom::ISchemaValidator*>(this);
+    } else if (iid == reader::IID_ISchemaStream) {
+        *object = static_cast<reader::ISchemaStream*>(this);
     } else {
         return E_NOINTERFACE;
     }
@@ -60,21 +63,30 @@ HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
         } else {
             *same = std::move(file);
         }
-        auto set = std::make_unique<const SchemaSet>(files);
+        auto set = std::make_shared<const SchemaSet>(files);
         files_ = std::move(files);
         set_ = std::move(set);
         return S_OK;
     });
 }
 
+// Throws Failure while there is none.
+const SchemaSet& SchemaCollection::needSet() const {
+    if (set_ == nullptr) throw Failure(E_FAIL, "The schema collection has no schema to validate against.");
+    return *set_;
+}
+
 HRESULT SchemaCollection::validateTree(const dom::NodeSource& source, reader::ParseError* error) {
     if (error == nullptr) return E_POINTER;
     return guarded([&] {
-        if (set_ == nullptr)
-            throw Failure(E_FAIL, "The schema collection has no schema to validate against.");
-        *error = set_->validate(source);
+        *error = needSet().validate(source);
         return S_OK;
     });
+}
+
+std::unique_ptr<reader::EventSink> SchemaCollection::newValidator(reader::ViolationReport report) {
+    (void)needSet();
+    return std::make_unique<StreamValidator>(set_, std::move(report));
 }
 
 }  // namespace engine::schema

@@ -8,12 +8,14 @@
 #include "engine/com/blocks.h"
 #include "engine/com/msxml.h"
 #include "engine/dom/services.h"
+#include "engine/reader/schemastream.h"
 #include "engine/schema/schemaset.h"
 
 namespace engine::schema {
 
 class SchemaCollection final : public IXMLDOMSchemaCollection,
                                public dom::ISchemaValidator,
+                               public reader::ISchemaStream,
                                public com::Pooled {
 public:
     // As the class table wants it.
@@ -27,14 +29,17 @@ public:
     // the collection is unchanged.
     HRESULT add(BSTR namespaceUri, VARIANT source) override;
     HRESULT validateTree(const dom::NodeSource& source, reader::ParseError* error) override;
+    std::unique_ptr<reader::EventSink> newValidator(reader::ViolationReport report) override;
 
 private:
     SchemaCollection() = default;
     ~SchemaCollection() = default;
 
+    [[nodiscard]] const SchemaSet& needSet() const;
+
     ULONG count_ = 1;
     std::vector<SchemaFile> files_;
-    std::unique_ptr<const SchemaSet> set_;  // of all files; null: none yet
+    std::shared_ptr<const SchemaSet> set_;  // of all files; null: none yet
 };
 
 }  // namespace engine::schema

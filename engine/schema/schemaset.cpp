@@ -113,15 +113,6 @@ struct FirstViolation {
     bool isOutOfMemory = false;
 };
 
-std::string oneLine(const char* message) {
-    std::string text(message == nullptr ? "" : message);
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    for (char& c : text) {
-        if (c == '\n') c = ' ';
-    }
-    return text.empty() ? "The document is not valid." : text;
-}
-
 void listenToValidation(void* context, xml2::ErrorPointer error) {
     auto* first = static_cast<FirstViolation*>(context);
     if (first == nullptr || error == nullptr || error->level < XML_ERR_ERROR) return;
@@ -129,7 +120,7 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
     first->isOutOfMemory = first->isOutOfMemory || xml2::reportsRefusedMemory(*error);
     if (first->error.failed()) return;
     try {
-        first->error.reason = oneLine(error->message);
+        first->error.reason = violationText(error->message);
         const dom::NodeId node = xml2::nodeOf(static_cast<const xmlNode*>(error->node));
         if (node != dom::kNoNode) first->error.position = first->tree.position(node);
     } catch (...) {
@@ -139,6 +130,15 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
 }
 
 }  // namespace
+
+std::string violationText(const char* message) {
+    std::string text(message == nullptr ? "" : message);
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    for (char& c : text) {
+        if (c == '\n') c = ' ';
+    }
+    return text.empty() ? "The document is not valid." : text;
+}
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     libstate::initialiseSchemas();
@@ -185,10 +185,11 @@ reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
     const int result = xmlSchemaValidateDoc(validator.get(), &document.doc());
     if (first.isOutOfMemory) throw std::bad_alloc();
     memory.throwIfHappened();
-    if (result < 0) throw com::Failure(E_FAIL, "The document could not be validated: " + oneLine(nullptr));
+    if (result < 0)
+        throw com::Failure(E_FAIL, "The document could not be validated: " + violationText(nullptr));
     if (result > 0 && !first.error.failed()) {
         first.error.code = statusOfViolation(result);
-        first.error.reason = oneLine(nullptr);
+        first.error.reason = violationText(nullptr);
     }
     return first.error;
 }

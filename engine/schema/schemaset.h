@@ -27,6 +27,8 @@ public:
     // The first error of the document node or element; code 0: valid. Throws com::Failure if it cannot be
     // validated at all.
     [[nodiscard]] reader::ParseError validate(const dom::NodeSource& source) const;
+    // For a validator, which must not outlive this object.
+    [[nodiscard]] xmlSchema& compiled() const noexcept { return *schema_; }
 
 private:
     using SchemaHandle = std::unique_ptr<xmlSchema, xml2::FreeBy<xmlSchemaFree>>;
@@ -39,5 +41,8 @@ private:
 [[nodiscard]] constexpr std::int32_t statusOfViolation(int number) noexcept {
     return static_cast<std::int32_t>(0xA0020000u | (static_cast<std::uint32_t>(number) & 0xFFFFu));
 }
+
+// libxml2's words for a violation, on one line and of bounded length.
+[[nodiscard]] std::string violationText(const char* message);
 
 }  // namespace engine::schema

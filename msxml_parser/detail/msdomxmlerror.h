@@ -5,7 +5,7 @@
 #include "KelBasicTypes/kelstring.h"
 #include "framework/object/implements.h"
 #include "msxml_parser/ikeldomxmlerror.h"
-#include "msxml_parser/ikelsaxxmlerror.h"
+#include "msxml_parser/ikelsaxxmlv3.h"
 
 namespace msxml {
 
@@ -44,7 +44,29 @@ public:
     static constexpr const char* kClassName = "MSDOMXmlError";
 };
 
-class MSSAXXmlError final : public msxml::ErrorRecord<MSSAXXmlError, IKelSAXXmlError> {
+class MSSAXXmlError final : public msxml::ErrorRecord<MSSAXXmlError, IKelSAXXmlError>,
+                            public virtual IKelSAXXmlErrorV2 {
 public:
     static constexpr const char* kClassName = "MSSAXXmlError";
+    using Later = kel::InterfaceList<IKelSAXXmlErrorV2>;
+
+    void clear() override {
+        ErrorRecord::clear();
+        line_ = column_ = 0;
+        reason_.clear();
+    }
+    int getLine() override { return line_; }
+    int getColumn() override { return column_; }
+    KelString& getReason(KelString& out) override { return out.assign(reason_); }
+
+    void setDetails(int line, int column, const KelString& reason) {
+        line_ = line;
+        column_ = column;
+        reason_ = reason;
+    }
+
+private:
+    int line_ = 0;
+    int column_ = 0;
+    KelString reason_;
 };

@@ -2,15 +2,19 @@
 // Threads: one at a time, the thread whose COM was initialised when it was made.
 #pragma once
 
+#include <memory>
+
 #include "framework/object/implements.h"
 #include "msxml_parser/detail/comptr.h"
 #include "msxml_parser/detail/msdomxmlerror.h"
-#include "msxml_parser/ikelsaxxml.h"
+#include "msxml_parser/detail/saxevents.h"
+#include "msxml_parser/ikelsaxxmlv3.h"
 
 class SAXContentHandlerImpl;
 
-class MSSAXXml : public kel::Implements<MSSAXXml, IKelSAXXml, IKelSAXXmlV2> {
+class MSSAXXml : public kel::Implements<MSSAXXml, IKelSAXXml, IKelSAXXmlV2>, public virtual IKelSAXXmlV3 {
 public:
+    using Later = kel::InterfaceList<IKelSAXXmlV3>;
     static constexpr const char* kClassName = "MSSAXXml";
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 
@@ -22,8 +26,25 @@ public:
     void popHandler() override;
     IKelSAXXmlError* getError() override { return &error_; }
 
+    bool readFile(const KelString& path, IKelSAXXmlHandlerV2& handler) override;
+    bool readString(const KelString& text, IKelSAXXmlHandlerV2& handler) override;
+    bool readBytes(const void* bytes, std::size_t byteCount, IKelSAXXmlHandlerV2& handler) override;
+    bool readStream(BinInput& in, IKelSAXXmlHandlerV2& handler) override;
+    void stop() override { events_.stop(); }
+    bool wasStopped() override { return events_.wasStopped(); }
+    int getLine() override { return events_.line(); }
+    int getColumn() override { return events_.column(); }
+
 private:
+    template <typename Parse>
+    bool read(const KelString* path, IKelSAXXmlHandlerV2& handler, Parse&& parse);
+    void setUpReader();
+    bool reject(const KelString* path, int code, int line, int column, const KelString& reason);
+
     ISAXXMLReader* reader_ = nullptr;                  // one reference, never released
     SAXContentHandlerImpl* contentHandler_ = nullptr;  // with the reader; never destroyed
     MSSAXXmlError error_;
+    // Of the third version; the reader is made when it is first needed.
+    msxml::SaxEvents events_{kMaxDepth};  // outlives the reader, which holds it
+    msxml::ComPtr<ISAXXMLReader> fullReader_;
 };

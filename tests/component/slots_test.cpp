@@ -25,6 +25,10 @@ constexpr std::ptrdiff_t kShift<IKelDOMXmlElementV2> = 28;
 template <>
 constexpr std::ptrdiff_t kShift<IKelDOMXmlElementItrV2> = 7;
 template <>
+constexpr std::ptrdiff_t kShift<IKelSAXXmlV3> = 6;
+template <>
+constexpr std::ptrdiff_t kShift<IKelSAXXmlErrorV2> = 7;
+template <>
 constexpr std::ptrdiff_t kShift<IDataStoreV2> = 38;  // likewise
 template <>
 constexpr std::ptrdiff_t kShift<IKelDirServiceV2> = 3;

@@ -35,6 +35,8 @@
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"
 #include "msxml_parser/ikelsaxxmlhandler.h"
+#include "msxml_parser/ikelsaxxmlhandlerv2.h"
+#include "msxml_parser/ikelsaxxmlv3.h"
 
 // KEL_SLOT(interface, operation, position)
 #define KEL_SLOTS(KEL_SLOT)                                 \
@@ -158,6 +160,26 @@
     KEL_SLOT(IKelSAXXmlHandler, startElement, 0)            \
     KEL_SLOT(IKelSAXXmlHandler, characters, 1)              \
     KEL_SLOT(IKelSAXXmlHandler, endElement, 2)              \
+    KEL_SLOT(IKelSAXXmlErrorV2, getLine, 0)                 \
+    KEL_SLOT(IKelSAXXmlErrorV2, getColumn, 1)               \
+    KEL_SLOT(IKelSAXXmlErrorV2, getReason, 2)               \
+    KEL_SLOT(IKelSAXXmlV3, readFile, 0)                     \
+    KEL_SLOT(IKelSAXXmlV3, readString, 1)                   \
+    KEL_SLOT(IKelSAXXmlV3, readBytes, 2)                    \
+    KEL_SLOT(IKelSAXXmlV3, readStream, 3)                   \
+    KEL_SLOT(IKelSAXXmlV3, stop, 4)                         \
+    KEL_SLOT(IKelSAXXmlV3, wasStopped, 5)                   \
+    KEL_SLOT(IKelSAXXmlV3, getLine, 6)                      \
+    KEL_SLOT(IKelSAXXmlV3, getColumn, 7)                    \
+    KEL_SLOT(IKelSAXXmlHandlerV2, startDocument, 0)         \
+    KEL_SLOT(IKelSAXXmlHandlerV2, endDocument, 1)           \
+    KEL_SLOT(IKelSAXXmlHandlerV2, startElement, 2)          \
+    KEL_SLOT(IKelSAXXmlHandlerV2, endElement, 3)            \
+    KEL_SLOT(IKelSAXXmlHandlerV2, characters, 4)            \
+    KEL_SLOT(IKelSAXXmlHandlerV2, startCData, 5)            \
+    KEL_SLOT(IKelSAXXmlHandlerV2, endCData, 6)              \
+    KEL_SLOT(IKelSAXXmlHandlerV2, comment, 7)               \
+    KEL_SLOT(IKelSAXXmlHandlerV2, processingInstruction, 8) \
     KEL_SLOT(BinInput, readRaw, 1)                          \
     KEL_SLOT(BinInput, tell, 2)                             \
     KEL_SLOT(BinInput, seek, 3)                             \

@@ -56,6 +56,10 @@ class UnimplementedAttributes : public ISAXAttributes {
 public:
     HRESULT STDMETHODCALLTYPE getLength(int*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE getLocalName(int, const OLECHAR**, int*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE getName(int, const OLECHAR**, int*, const OLECHAR**, int*, const OLECHAR**,
+                                      int*) override {
+        return E_NOTIMPL;
+    }
     HRESULT STDMETHODCALLTYPE getValue(int, const OLECHAR**, int*) override { return E_NOTIMPL; }
 };
 

@@ -9,6 +9,8 @@ inline constexpr const char* kMismatchInLine2 =
     "Line 2, column 6 : End tag 'c' does not match the start tag 'b'\\.";
 inline constexpr const char* kMismatchInLine1 =
     "Line 1, column 4 : End tag 'b' does not match the start tag 'a'\\.";
+inline constexpr const char* kMismatchPositionInReader =
+    "2:5 End tag 'c' does not match the start tag 'b'\\.";
 inline constexpr const char* kMismatchReason = "End tag 'b' does not match the start tag 'a'\\.";
 inline constexpr const char* kMismatchPlace = "\\(1:4\\)";
 // Where "<a>\n<b></a>" is refused, as the Japanese catalogue words it.
@@ -38,6 +40,7 @@ inline constexpr const char* kRefusesBadStyleSheets = nullptr;
 inline constexpr const char* kValidatesWhileLoading = nullptr;
 inline constexpr const char* kReadsOnAfterException = nullptr;
 inline constexpr const char* kExpandsEntities = nullptr;
+inline constexpr const char* kPositionsOfEvents = nullptr;
 inline constexpr const char* kBearsDepth = nullptr;
 inline constexpr const char* kRefusesOnManyThreads = nullptr;
 inline constexpr const char* kReadsManyEncodings = nullptr;

@@ -16,6 +16,7 @@ inline const char* onWine(const char* reason) {
 // Texts, each a regular expression for the whole of it.
 inline constexpr const char* kMismatchInLine2 = "Line [0-9]+, column [0-9]+ : .+";  // Wine: 0, 0, "error"
 inline constexpr const char* kMismatchInLine1 = "Line [0-9]+, column [0-9]+ : .+";
+inline constexpr const char* kMismatchPositionInReader = "[0-9]+:[0-9]+ .*";
 inline constexpr const char* kMismatchReason = ".+";
 inline constexpr const char* kMismatchPlace = "\\([0-9]+:[0-9]+\\)";
 // Where "<a>\n<b></a>" is refused, as the Japanese catalogue words it.
@@ -49,6 +50,7 @@ inline const char* const kValidatesWhileLoading = onWine("Wine does not validate
 inline const char* const kReadsOnAfterException =
     onWine("Wine's reader repeats its last document after an exception passed through it");
 inline const char* const kExpandsEntities = onWine("Wine's reader stops at an entity reference");
+inline constexpr const char* kPositionsOfEvents = "this engine tells where an event ends";
 inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");

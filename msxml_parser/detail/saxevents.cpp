@@ -1,0 +1,237 @@
+#include "msxml_parser/detail/saxevents.h"
+
+#include <utility>
+
+#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/enginereports.h"
+
+namespace msxml {
+namespace {
+
+std::u16string_view viewOf(const OLECHAR* text, int length) noexcept {
+    return toUnits(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+KelSAXXmlName nameOf(std::u16string_view uri, std::u16string_view local,
+                     std::u16string_view qualified) noexcept {
+    const std::size_t prefix = qualified.size() > local.size() ? qualified.size() - local.size() - 1 : 0;
+    return {qualified, local, qualified.substr(0, prefix), uri};
+}
+
+bool isDeclaration(std::u16string_view qualified) noexcept {
+    return qualified.starts_with(u"xmlns") && (qualified.size() == 5 || qualified[5] == u':');
+}
+
+}  // namespace
+
+void SaxEvents::begin(IKelSAXXmlHandlerV2& handler) {
+    handler_ = &handler;
+    isStopped_ = false;
+    failure_ = {};
+    depth_ = 0;
+    declaredCount_ = 0;
+}
+
+void SaxEvents::end() {
+    handler_ = nullptr;
+    locator_ = nullptr;
+    if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
+}
+
+int SaxEvents::line() const {
+    int line = 0;
+    if (locator_ != nullptr) (void)locator_->getLineNumber(&line);  // what fails leaves 0
+    return line;
+}
+
+int SaxEvents::column() const {
+    int column = 0;
+    if (locator_ != nullptr) (void)locator_->getColumnNumber(&column);
+    return column;
+}
+
+template <typename Event>
+HRESULT SaxEvents::deliver(Event&& event) noexcept {
+    if (handler_ == nullptr || thrown_) return E_ABORT;
+    try {
+        event(*handler_);
+    } catch (...) {
+        thrown_ = std::current_exception();
+    }
+    return isStopped_ || thrown_ ? E_ABORT : S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::QueryInterface(REFIID iid, void** object) {
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_ISAXContentHandler)) {
+        *object = static_cast<ISAXContentHandler*>(this);
+    } else if (IsEqualIID(iid, IID_ISAXLexicalHandler)) {
+        *object = static_cast<ISAXLexicalHandler*>(this);
+    } else if (IsEqualIID(iid, IID_ISAXErrorHandler)) {
+        *object = static_cast<ISAXErrorHandler*>(this);
+    }
+    return *object != nullptr ? S_OK : E_NOINTERFACE;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::putDocumentLocator(ISAXLocator* locator) {
+    locator_ = locator;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::startDocument() {
+    return deliver([](IKelSAXXmlHandlerV2& handler) { handler.startDocument(); });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::endDocument() {
+    return deliver([](IKelSAXXmlHandlerV2& handler) { handler.endDocument(); });
+}
+
+// Kept for the element that declares it: it comes next.
+HRESULT STDMETHODCALLTYPE SaxEvents::startPrefixMapping(const OLECHAR* prefix, int prefixLength,
+                                                        const OLECHAR* uri, int uriLength) {
+    return deliver([&](IKelSAXXmlHandlerV2&) {
+        if (declaredCount_ == declared_.size()) declared_.emplace_back();
+        Declared& one = declared_[declaredCount_++];
+        one.prefix = viewOf(prefix, prefixLength);
+        one.uri = viewOf(uri, uriLength);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::endPrefixMapping(const OLECHAR*, int) {
+    return S_OK;
+}
+
+void SaxEvents::readAttributes(ISAXAttributes& attributes) {
+    int count = 0;
+    (void)attributes.getLength(&count);  // what fails here leaves the lengths at 0
+    for (int index = 0; index < count; ++index) {
+        const OLECHAR* uri = nullptr;
+        const OLECHAR* local = nullptr;
+        const OLECHAR* qualified = nullptr;
+        const OLECHAR* value = nullptr;
+        int uriLength = 0;
+        int localLength = 0;
+        int qualifiedLength = 0;
+        int valueLength = 0;
+        (void)attributes.getName(index, &uri, &uriLength, &local, &localLength, &qualified, &qualifiedLength);
+        if (isDeclaration(viewOf(qualified, qualifiedLength))) continue;
+        (void)attributes.getValue(index, &value, &valueLength);
+        attributes_.push_back(
+            {nameOf(viewOf(uri, uriLength), viewOf(local, localLength), viewOf(qualified, qualifiedLength)),
+             viewOf(value, valueLength)});
+    }
+}
+
+void SaxEvents::showDeclarations() {
+    declarations_.clear();
+    for (std::size_t i = 0; i < declaredCount_; ++i)
+        declarations_.push_back({declared_[i].prefix, declared_[i].uri});
+    declaredCount_ = 0;
+}
+
+HRESULT SaxEvents::refuseDepth() noexcept {
+    (void)deliver([&](IKelSAXXmlHandlerV2&) {
+        KelString reason(u"Elements are nested more than ");
+        reason.append(KelString(depthLimit_)).append(u" deep.");
+        failure_ = {E_FAIL, true, line(), column(), std::move(reason)};
+    });
+    return E_ABORT;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::startElement(const OLECHAR* uri, int uriLength, const OLECHAR* localName,
+                                                  int localNameLength, const OLECHAR* qualifiedName,
+                                                  int qualifiedNameLength, ISAXAttributes* attributes) {
+    if (depth_ == depthLimit_) return refuseDepth();
+    ++depth_;
+    return deliver([&](IKelSAXXmlHandlerV2& handler) {
+        attributes_.clear();
+        if (attributes != nullptr) readAttributes(*attributes);
+        showDeclarations();
+        handler.startElement(nameOf(viewOf(uri, uriLength), viewOf(localName, localNameLength),
+                                    viewOf(qualifiedName, qualifiedNameLength)),
+                             attributes_, declarations_);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::endElement(const OLECHAR* uri, int uriLength, const OLECHAR* localName,
+                                                int localNameLength, const OLECHAR* qualifiedName,
+                                                int qualifiedNameLength) {
+    --depth_;
+    return deliver([&](IKelSAXXmlHandlerV2& handler) {
+        handler.endElement(nameOf(viewOf(uri, uriLength), viewOf(localName, localNameLength),
+                                  viewOf(qualifiedName, qualifiedNameLength)));
+    });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::characters(const OLECHAR* text, int length) {
+    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.characters(viewOf(text, length)); });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::ignorableWhitespace(const OLECHAR* text, int length) {
+    return characters(text, length);
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::processingInstruction(const OLECHAR* target, int targetLength,
+                                                           const OLECHAR* data, int dataLength) {
+    return deliver([&](IKelSAXXmlHandlerV2& handler) {
+        handler.processingInstruction(viewOf(target, targetLength), viewOf(data, dataLength));
+    });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::skippedEntity(const OLECHAR*, int) {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::startDTD(const OLECHAR*, int, const OLECHAR*, int, const OLECHAR*, int) {
+    return S_OK;
+}
+HRESULT STDMETHODCALLTYPE SaxEvents::endDTD() {
+    return S_OK;
+}
+HRESULT STDMETHODCALLTYPE SaxEvents::startEntity(const OLECHAR*, int) {
+    return S_OK;
+}
+HRESULT STDMETHODCALLTYPE SaxEvents::endEntity(const OLECHAR*, int) {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::startCDATA() {
+    return deliver([](IKelSAXXmlHandlerV2& handler) { handler.startCData(); });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::endCDATA() {
+    return deliver([](IKelSAXXmlHandlerV2& handler) { handler.endCData(); });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::comment(const OLECHAR* text, int length) {
+    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.comment(viewOf(text, length)); });
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::error(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {
+    return fatalError(locator, message, code);
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::fatalError(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {
+    if (failure_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform tells of that, too
+    try {
+        // One unit under two names; the platform's texts end with a line end.
+        std::u16string_view reason(reinterpret_cast<const char16_t*>(message));
+        while (!reason.empty() && reason.back() <= u' ') reason.remove_suffix(1);
+        failure_.reason = reason;
+    } catch (...) {
+        thrown_ = std::current_exception();
+    }
+    failure_.status = code;
+    failure_.isLimit = isLimitStatus(code);
+    if (locator == nullptr) return S_OK;
+    (void)locator->getLineNumber(&failure_.line);
+    (void)locator->getColumnNumber(&failure_.column);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE SaxEvents::ignorableWarning(ISAXLocator*, const OLECHAR*, HRESULT) {
+    return S_OK;
+}
+
+}  // namespace msxml

@@ -1,0 +1,19 @@
+// What the engine reports beyond the platform's interfaces. Each platform has a header of this name, with
+// functions that tell nothing where the engine tells nothing, as here.
+#pragma once
+
+#include "msxml_parser/detail/bstr.h"
+
+namespace msxml {
+
+// Whether the status says that a document goes beyond a limit of the engine.
+[[nodiscard]] inline bool isLimitStatus(HRESULT) noexcept {
+    return false;
+}
+
+// The path of the element that an error of validation is about; empty: none is known.
+[[nodiscard]] inline BStr pathOf(ISAXLocator*) {
+    return {};
+}
+
+}  // namespace msxml
