@@ -29,7 +29,8 @@ struct KelSAXXmlDeclaration {
     std::u16string_view namespaceUri;  // empty: the default namespace is taken back
 };
 
-// What a handler throws ends the parse and leaves the parser's operation as it is; std::bad_alloc as _com_error.
+// What a handler throws ends the parse and leaves the parser's operation as it is; std::bad_alloc as
+// _com_error.
 class IKelSAXXmlHandlerV2 {
 public:
     virtual void startDocument() = 0;

@@ -143,6 +143,7 @@ enum VARENUM : VARTYPE {
     VT_EMPTY = 0,
     VT_NULL = 1,
     VT_I4 = 3,
+    VT_R8 = 5,
     VT_BSTR = 8,
     VT_DISPATCH = 9,
     VT_BOOL = 11,
@@ -156,6 +157,7 @@ struct VARIANT {
     unsigned short wReserved3;
     union {
         LONG lVal;
+        double dblVal;
         VARIANT_BOOL boolVal;
         BSTR bstrVal;
         IUnknown* punkVal;

@@ -98,6 +98,21 @@ struct IXMLDOMParseError : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_filepos(LONG* position) = 0;  // in characters from the start
 };
 
+struct IXMLDOMParseErrorCollection;
+
+// Every error of one validation, if the document has the property "MultipleErrorMessages"; else the first.
+struct IXMLDOMParseError2 : IXMLDOMParseError {
+    // The element, as an XPath expression with the names as written; empty: none, or not looked for.
+    virtual HRESULT STDMETHODCALLTYPE get_errorXPath(BSTR* path) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_allErrors(IXMLDOMParseErrorCollection** errors) = 0;
+};
+
+struct IXMLDOMParseErrorCollection : IDispatch {
+    virtual HRESULT STDMETHODCALLTYPE get_item(LONG index,
+                                               IXMLDOMParseError2** error) = 0;  // outside: null, S_FALSE
+    virtual HRESULT STDMETHODCALLTYPE get_length(LONG* length) = 0;
+};
+
 struct IXMLDOMDocument : IXMLDOMNode {
     virtual HRESULT STDMETHODCALLTYPE get_documentElement(IXMLDOMElement** element) = 0;
     virtual HRESULT STDMETHODCALLTYPE createElement(BSTR name, IXMLDOMElement** element) = 0;
@@ -118,12 +133,35 @@ struct IXMLDOMDocument : IXMLDOMNode {
 };
 
 struct IXMLDOMDocument2 : IXMLDOMDocument {
+    virtual HRESULT STDMETHODCALLTYPE get_schemas(VARIANT* schemas) = 0;  // VT_NULL and S_FALSE: none
     virtual HRESULT STDMETHODCALLTYPE putref_schemas(VARIANT schemas) = 0;
     virtual HRESULT STDMETHODCALLTYPE validate(IXMLDOMParseError** error) = 0;
+    // "MultipleErrorMessages" (VT_BOOL, false at first): `validate` finds every error, not just the first.
+    virtual HRESULT STDMETHODCALLTYPE setProperty(BSTR name, VARIANT value) = 0;
 };
 
 struct IXMLDOMSchemaCollection : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE add(BSTR namespaceUri, VARIANT source) = 0;
+};
+
+// Transformation.
+
+struct IXSLProcessor : IDispatch {
+    virtual HRESULT STDMETHODCALLTYPE put_input(VARIANT input) = 0;  // a document or node
+    // An object with ISequentialStream, which gets the bytes in the encoding that the style sheet asks for,
+    // or a document, whose content is replaced; VT_EMPTY: the result becomes a text.
+    virtual HRESULT STDMETHODCALLTYPE put_output(VARIANT output) = 0;
+    virtual HRESULT STDMETHODCALLTYPE
+    get_output(VARIANT* output) = 0;  // the text, or the object that was put
+    virtual HRESULT STDMETHODCALLTYPE transform(VARIANT_BOOL* done) = 0;
+    // VT_BSTR, VT_R8, VT_I4 or VT_BOOL; VT_EMPTY takes it away. One that the style sheet has not is ignored.
+    virtual HRESULT STDMETHODCALLTYPE addParameter(BSTR name, VARIANT value, BSTR namespaceUri) = 0;
+};
+
+struct IXSLTemplate : IDispatch {
+    // Compiles the style sheet, a document or element. If its document changes, it is compiled anew.
+    virtual HRESULT STDMETHODCALLTYPE putref_stylesheet(IXMLDOMNode* styleSheet) = 0;
+    virtual HRESULT STDMETHODCALLTYPE createProcessor(IXSLProcessor** processor) = 0;
 };
 
 // Streaming. Texts come with their length in units and are borrowed for the call.
@@ -218,6 +256,12 @@ inline constexpr IID IID_IXMLDOMElement = engine::com::detail::domId(0x86);
 inline constexpr IID IID_IXMLDOMText = engine::com::detail::domId(0x87);
 inline constexpr IID IID_IXMLDOMProcessingInstruction = engine::com::detail::domId(0x89);
 inline constexpr IID IID_IXMLDOMDocument2 = engine::com::detail::domId(0x95);
+inline constexpr IID IID_IXSLProcessor = engine::com::detail::domId(0x92);
+inline constexpr IID IID_IXSLTemplate = engine::com::detail::domId(0x93);
+inline constexpr IID IID_IXMLDOMParseError2{
+    0x3EFAA428, 0x272F, 0x11D2, {0x83, 0x6F, 0x00, 0x00, 0xF8, 0x7A, 0x77, 0x82}};
+inline constexpr IID IID_IXMLDOMParseErrorCollection{
+    0x3EFAA429, 0x272F, 0x11D2, {0x83, 0x6F, 0x00, 0x00, 0xF8, 0x7A, 0x77, 0x82}};
 inline constexpr IID IID_IXMLDOMParseError{
     0x3EFAA426, 0x272F, 0x11D2, {0x83, 0x6F, 0x00, 0x00, 0xF8, 0x7A, 0x77, 0x82}};
 inline constexpr IID IID_IXMLDOMSchemaCollection{
@@ -237,6 +281,10 @@ inline constexpr IID IID_ISAXLocator{
 
 inline constexpr CLSID CLSID_DOMDocument60{
     0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+inline constexpr CLSID CLSID_FreeThreadedDOMDocument60{
+    0x88D96A06, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+inline constexpr CLSID CLSID_XSLTemplate60{
+    0x88D96A08, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 inline constexpr CLSID CLSID_XMLSchemaCache60{
     0x88D96A07, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
 inline constexpr CLSID CLSID_SAXXMLReader60{

@@ -50,6 +50,12 @@ template <> struct InterfaceInfo<IXMLDOMNodeList> : detail::InterfaceFacts<IXMLD
 template <> struct InterfaceInfo<IXMLDOMNamedNodeMap>
     : detail::InterfaceFacts<IXMLDOMNamedNodeMap, IID_IXMLDOMNamedNodeMap, IDispatch> {};
 template <> struct InterfaceInfo<IXMLDOMParseError> : detail::InterfaceFacts<IXMLDOMParseError, IID_IXMLDOMParseError, IDispatch> {};
+template <> struct InterfaceInfo<IXMLDOMParseError2>
+    : detail::InterfaceFacts<IXMLDOMParseError2, IID_IXMLDOMParseError2, IXMLDOMParseError> {};
+template <> struct InterfaceInfo<IXMLDOMParseErrorCollection>
+    : detail::InterfaceFacts<IXMLDOMParseErrorCollection, IID_IXMLDOMParseErrorCollection, IDispatch> {};
+template <> struct InterfaceInfo<IXSLProcessor> : detail::InterfaceFacts<IXSLProcessor, IID_IXSLProcessor, IDispatch> {};
+template <> struct InterfaceInfo<IXSLTemplate> : detail::InterfaceFacts<IXSLTemplate, IID_IXSLTemplate, IDispatch> {};
 template <> struct InterfaceInfo<IXMLDOMSchemaCollection>
     : detail::InterfaceFacts<IXMLDOMSchemaCollection, IID_IXMLDOMSchemaCollection, IDispatch> {};
 template <> struct InterfaceInfo<ISAXXMLReader> : detail::InterfaceFacts<ISAXXMLReader, IID_ISAXXMLReader, IUnknown> {};

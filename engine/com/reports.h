@@ -13,6 +13,22 @@ struct IXMLErrorPlace : IUnknown {
 inline constexpr IID IID_IXMLErrorPlace{
     0x2C64A1E9, 0x5F0B, 0x4D37, {0x8B, 0x1E, 0x6A, 0xF4, 0x93, 0x0D, 0x72, 0xC5}};
 
+// Gets what a style sheet says while it is compiled and run. Implemented by the caller; borrowed. Texts live
+// for the call.
+struct IXSLReports : IUnknown {
+    // An xsl:message, without its line end. `isLast`: it ends the transformation.
+    virtual HRESULT STDMETHODCALLTYPE message(const OLECHAR* text, bool isLast) = 0;
+    // Something that is not as it should be and is passed over: "FILE, line N: what".
+    virtual HRESULT STDMETHODCALLTYPE warning(const OLECHAR* text) = 0;
+};
+
+// Of templates, for what compiling them has to say, and of processors.
+struct IXSLReporting : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE putReports(IXSLReports* reports) = 0;  // null: nobody is told
+};
+inline constexpr IID IID_IXSLReporting{
+    0x4B70D8F3, 0x9A15, 0x4C2E, {0x86, 0x57, 0xE1, 0x3D, 0x08, 0xB4, 0xC9, 0x62}};
+
 // Statuses of documents that go beyond a limit of this engine: too long, nested too deep, too many
 // attributes, entities too large.
 [[nodiscard]] constexpr bool isLimitStatus(HRESULT status) noexcept {
@@ -23,4 +39,6 @@ inline constexpr IID IID_IXMLErrorPlace{
 // clang-format off
 template <> struct engine::com::InterfaceInfo<IXMLErrorPlace>
     : engine::com::detail::InterfaceFacts<IXMLErrorPlace, IID_IXMLErrorPlace, IUnknown> {};
+template <> struct engine::com::InterfaceInfo<IXSLReporting>
+    : engine::com::detail::InterfaceFacts<IXSLReporting, IID_IXSLReporting, IUnknown> {};
 // clang-format on

@@ -195,8 +195,11 @@ HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_
 reader::ParseError Document::build(const reader::Input& input, LiveTree& target) {
     reader::ParseError error = dom::load(target.tree(), input, whiteSpace_);
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
-    const HRESULT status = schemas_->validateTree(target.source(kDocumentNode), &error);
-    if (FAILED(status)) error = {status, {}, takeDescription(), {}, 0};
+    std::vector<reader::Violation> found;
+    const HRESULT status =
+        schemas_->validateTree(target.source(kDocumentNode), ISchemaValidator::Find::First, &found);
+    if (FAILED(status)) return {status, {}, takeDescription(), {}, 0};
+    if (!found.empty()) error = std::move(found.front().error);
     return error;
 }
 
@@ -241,11 +244,36 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
     *error = nullptr;
     return guarded([&] {
         if (!schemas_) throw Failure(E_FAIL, "The document has no schemas to be validated against.");
-        reader::ParseError result;
-        const HRESULT status = schemas_->validateTree(liveTree().source(kDocumentNode), &result);
+        auto found = std::make_shared<std::vector<reader::Violation>>();
+        const HRESULT status =
+            schemas_->validateTree(liveTree().source(kDocumentNode), validation_, found.get());
         if (FAILED(status)) return status;
-        *error = com::make<ParseErrorObject>(result).detach();
-        return result.failed() ? S_FALSE : S_OK;
+        const bool isValid = found->empty();
+        *error = isValid ? com::make<ParseErrorObject>(reader::ParseError()).detach()
+                         : com::make<ParseErrorObject>(std::move(found), 0).detach();
+        return isValid ? S_OK : S_FALSE;
+    });
+}
+
+HRESULT Document::get_schemas(VARIANT* schemas) {
+    if (schemas == nullptr) return com::nullPointer("get_schemas");
+    VariantInit(schemas);
+    schemas->vt = VT_NULL;
+    if (!schemas_) return S_FALSE;
+    schemas->vt = VT_UNKNOWN;
+    schemas->punkVal = com::Ref<IUnknown>::share(schemas_.get()).detach();
+    return S_OK;
+}
+
+HRESULT Document::setProperty(BSTR name, VARIANT value) {
+    return guarded([&] {
+        if (textOf(name) == u"MultipleErrorMessages" && value.vt == VT_BOOL) {
+            validation_ =
+                value.boolVal == VARIANT_FALSE ? ISchemaValidator::Find::First : ISchemaValidator::Find::All;
+            return S_OK;
+        }
+        throw Failure(E_INVALIDARG, "There is no property '" + text::toUtf8(textOf(name).substr(0, 100)) +
+                                        "' that takes a value of this type.");
     });
 }
 
@@ -267,8 +295,10 @@ HRESULT Document::getPosition(IXMLDOMNode* element, LONG* line, LONG* column) {
 
 namespace {
 engine::com::ClassEntry documentClass{CLSID_DOMDocument60, engine::dom::Document::create};
-}
+engine::com::ClassEntry freeClass{CLSID_FreeThreadedDOMDocument60, engine::dom::Document::create};
+}  // namespace
 
 // The name by which the link asks for this file; see CMakeLists.txt.
 extern "C" const bool engineDomRegistered;
-const bool engineDomRegistered = engine::com::registerClass(documentClass);
+const bool engineDomRegistered =
+    engine::com::registerClass(documentClass) && engine::com::registerClass(freeClass);

@@ -44,8 +44,10 @@ public:
     HRESULT put_validateOnParse(VARIANT_BOOL validate) override;
     HRESULT put_resolveExternals(VARIANT_BOOL) override { return S_OK; }  // nothing external is ever read
     HRESULT put_preserveWhiteSpace(VARIANT_BOOL preserve) override;
+    HRESULT get_schemas(VARIANT* schemas) override;
     HRESULT putref_schemas(VARIANT schemas) override;
     HRESULT validate(IXMLDOMParseError** error) override;
+    HRESULT setProperty(BSTR name, VARIANT value) override;
     HRESULT getPosition(IXMLDOMNode* element, LONG* line, LONG* column) override;
 
 private:
@@ -68,6 +70,7 @@ private:
     WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;
     bool validatesOnParse_ = true;
     com::Ref<ISchemaValidator> schemas_;
+    ISchemaValidator::Find validation_ = ISchemaValidator::Find::First;
 };
 
 }  // namespace engine::dom

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "engine/com/ref.h"
 #include "engine/com/status.h"
 
 namespace engine::dom {
@@ -43,6 +44,30 @@ HRESULT ParseErrorObject::get_linepos(LONG* column) {
 }
 HRESULT ParseErrorObject::get_filepos(LONG* position) {
     return giveNumber(error_.filePosition, position, "get_filepos");
+}
+HRESULT ParseErrorObject::get_errorXPath(BSTR* path) {
+    return giveText(path_, path, "get_errorXPath");
+}
+
+HRESULT ParseErrorObject::get_allErrors(IXMLDOMParseErrorCollection** errors) {
+    return com::give(errors, "get_allErrors", [&] {
+        if (all_ != nullptr) return com::make<ParseErrors>(all_);
+        auto alone = std::make_shared<std::vector<reader::Violation>>();
+        if (error_.failed()) alone->push_back({error_, path_});
+        return com::make<ParseErrors>(std::move(alone));
+    });
+}
+
+HRESULT ParseErrors::get_item(LONG index, IXMLDOMParseError2** error) {
+    return com::give(error, "get_item", [&] {
+        const bool isThere = index >= 0 && static_cast<std::size_t>(index) < all_->size();
+        return isThere ? com::make<ParseErrorObject>(all_, static_cast<std::size_t>(index))
+                       : com::Ref<ParseErrorObject>();
+    });
+}
+
+HRESULT ParseErrors::get_length(LONG* length) {
+    return giveNumber(all_->size(), length, "get_length");
 }
 
 }  // namespace engine::dom

@@ -7,10 +7,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/com/object.h"
 #include "engine/dom/tree.h"
 #include "engine/reader/events.h"
+#include "engine/reader/schemastream.h"
 
 namespace engine::dom {
 
@@ -50,9 +52,12 @@ void setTransformer(Transformer* transformer) noexcept;
 
 // What a schema collection answers to when it is put into a document.
 struct ISchemaValidator : IUnknown {
-    // Validates the document node or element. S_OK with `error` filled: not valid if its code is not 0.
-    // A failure status (with error information) means that no validation took place.
-    virtual HRESULT validateTree(const NodeSource& source, reader::ParseError* error) = 0;
+    enum class Find : std::uint8_t { First, All };
+    // Validates the document node or element. S_OK: `found` holds the first violation, without its path, or
+    // all of them in document order; none: valid. A failure status (with error information) means that no
+    // validation took place.
+    virtual HRESULT validateTree(const NodeSource& source, Find find,
+                                 std::vector<reader::Violation>* found) = 0;
 };
 inline constexpr IID IID_ISchemaValidator{
     0xA1F3C6D2, 0x0B5E, 0x4E0B, {0x8C, 0x57, 0x2D, 0x91, 0x64, 0xE8, 0x3F, 0x70}};

@@ -76,10 +76,11 @@ const SchemaSet& SchemaCollection::needSet() const {
     return *set_;
 }
 
-HRESULT SchemaCollection::validateTree(const dom::NodeSource& source, reader::ParseError* error) {
-    if (error == nullptr) return E_POINTER;
+HRESULT SchemaCollection::validateTree(const dom::NodeSource& source, Find find,
+                                       std::vector<reader::Violation>* found) {
+    if (found == nullptr) return E_POINTER;
     return guarded([&] {
-        *error = needSet().validate(source);
+        *found = needSet().validate(source, find);
         return S_OK;
     });
 }

@@ -28,7 +28,8 @@ public:
     // `source` is a path or a file URL (VT_BSTR). A namespace that has a schema gets the new one. On failure
     // the collection is unchanged.
     HRESULT add(BSTR namespaceUri, VARIANT source) override;
-    HRESULT validateTree(const dom::NodeSource& source, reader::ParseError* error) override;
+    HRESULT validateTree(const dom::NodeSource& source, Find find,
+                         std::vector<reader::Violation>* found) override;
     std::unique_ptr<reader::EventSink> newValidator(reader::ViolationReport report) override;
 
 private:

@@ -2,11 +2,14 @@
 // and many go the same way.
 #include "engine/schema/schemaset.h"
 
+#include <unordered_map>
+
 #include "engine/com/status.h"
 #include "engine/libstate/initialise.h"
 #include "engine/libstate/refusedmemory.h"
 #include "engine/libstate/threadsettings.h"
 #include "engine/reader/reader.h"
+#include "engine/schema/elementpath.h"
 #include "engine/xml2/handover.h"
 #include "engine/xml2/inclusions.h"
 #include "engine/xml2/uri.h"
@@ -106,30 +109,75 @@ xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
     return driver;
 }
 
-// libxml2 tells of every violation; the first is the one that counts.
-struct FirstViolation {
+using Find = dom::ISchemaValidator::Find;
+
+// libxml2 tells of every violation.
+struct Violations {
     const dom::Tree& tree;
-    reader::ParseError error;
+    const Find find;
+    std::vector<reader::Violation> found;
+    std::vector<dom::NodeId> nodes;  // that they are about, kNoNode: unknown
     bool isOutOfMemory = false;
 };
 
 void listenToValidation(void* context, xml2::ErrorPointer error) {
-    auto* first = static_cast<FirstViolation*>(context);
-    if (first == nullptr || error == nullptr || error->level < XML_ERR_ERROR) return;
+    auto* violations = static_cast<Violations*>(context);
+    if (violations == nullptr || error == nullptr || !isViolation(*error)) return;
     const libstate::KeepErrno keep;
-    first->isOutOfMemory = first->isOutOfMemory || xml2::reportsRefusedMemory(*error);
-    if (first->error.failed()) return;
+    violations->isOutOfMemory = violations->isOutOfMemory || xml2::reportsRefusedMemory(*error);
+    if (violations->find == Find::First && !violations->found.empty()) return;
     try {
-        first->error.reason = violationText(error->message);
-        const dom::NodeId node = xml2::nodeOf(static_cast<const xmlNode*>(error->node));
-        if (node != dom::kNoNode) first->error.position = first->tree.position(node);
+        reader::Violation& one = violations->found.emplace_back();
+        one.error.code = statusOfViolation(error->code);
+        one.error.reason = violationText(error->message);
+        violations->nodes.push_back(xml2::nodeOf(static_cast<const xmlNode*>(error->node)));
     } catch (...) {
-        // short of memory the words are lost; the document stays invalid
+        violations->isOutOfMemory = true;
     }
-    first->error.code = statusOfViolation(error->code);
+}
+
+// The paths of all nodes that the violations are about, in one walk over the document.
+void findPaths(Violations& violations) {
+    const dom::Tree& tree = violations.tree;
+    std::unordered_multimap<dom::NodeId, std::size_t> wanted;
+    for (std::size_t i = 0; i < violations.nodes.size(); ++i) wanted.emplace(violations.nodes[i], i);
+    ElementPath path;
+    const dom::NodeId root = tree.documentElement();
+    dom::NodeId node = root;
+    while (node != dom::kNoNode) {
+        if (tree.kind(node) == dom::NodeKind::Element) {
+            path.enter(tree.nameId(node), 0, tree.name(node));
+            const auto [first, last] = wanted.equal_range(node);
+            for (auto at = first; at != last; ++at) violations.found[at->second].path = path.text();
+            if (tree.firstChild(node) != dom::kNoNode) {
+                node = tree.firstChild(node);
+                continue;
+            }
+            path.leave();
+        }
+        while (node != root && tree.nextSibling(node) == dom::kNoNode) {
+            node = tree.parent(node);
+            path.leave();
+        }
+        node = node == root ? dom::kNoNode : tree.nextSibling(node);
+    }
+}
+
+void findPlaces(Violations& violations) {
+    reader::PositionIndex positions{violations.tree.source()};
+    for (std::size_t i = 0; i < violations.nodes.size(); ++i) {
+        if (violations.nodes[i] == dom::kNoNode) continue;
+        violations.found[i].error.position = violations.tree.position(violations.nodes[i], positions);
+    }
 }
 
 }  // namespace
+
+bool isViolation(const xmlError& error) noexcept {
+    if (error.level < XML_ERR_ERROR) return false;
+    const std::string_view message = error.message == nullptr ? std::string_view() : error.message;
+    return message.find("Warning: No precomputed value available") == message.npos;
+}
 
 std::string violationText(const char* message) {
     std::string text(message == nullptr ? "" : message);
@@ -171,27 +219,29 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     }
 }
 
-reader::ParseError SchemaSet::validate(const dom::NodeSource& source) const {
+std::vector<reader::Violation> SchemaSet::validate(const dom::NodeSource& source, Find find) const {
     const libstate::RefusedMemory memory;
     xml2::Inclusions none(xml2::Dialect::Schema);
-    FirstViolation first{source.tree, {}};
-    const libstate::ThreadSettings settings({&first, listenToValidation, nullptr}, xml2::OpenFrom::hook);
+    Violations violations{source.tree, find, {}, {}};
+    const libstate::ThreadSettings settings({&violations, listenToValidation, nullptr}, xml2::OpenFrom::hook);
     const xml2::OpenFrom open(none);
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
     const ValidatorHandle validator(orThrow(xmlSchemaNewValidCtxt(schema_.get())));
-    xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &first);
+    xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &violations);
     const int result = xmlSchemaValidateDoc(validator.get(), &document.doc());
-    if (first.isOutOfMemory) throw std::bad_alloc();
+    if (violations.isOutOfMemory) throw std::bad_alloc();
     memory.throwIfHappened();
     if (result < 0)
         throw com::Failure(E_FAIL, "The document could not be validated: " + violationText(nullptr));
-    if (result > 0 && !first.error.failed()) {
-        first.error.code = statusOfViolation(result);
-        first.error.reason = violationText(nullptr);
+    if (result > 0 && violations.found.empty()) {
+        violations.found.emplace_back().error.code = statusOfViolation(result);
+        violations.found.back().error.reason = violationText(nullptr);
     }
-    return first.error;
+    findPlaces(violations);
+    if (find == Find::All && !violations.nodes.empty()) findPaths(violations);
+    return std::move(violations.found);
 }
 
 }  // namespace engine::schema

@@ -24,9 +24,10 @@ public:
     // own: for a file that cannot be read, is no schema, or has another target namespace.
     explicit SchemaSet(const std::vector<SchemaFile>& files);
 
-    // The first error of the document node or element; code 0: valid. Throws com::Failure if it cannot be
-    // validated at all.
-    [[nodiscard]] reader::ParseError validate(const dom::NodeSource& source) const;
+    // The first error of the document node or element, or all errors with their paths; none: valid. Throws
+    // com::Failure if it cannot be validated at all.
+    [[nodiscard]] std::vector<reader::Violation> validate(const dom::NodeSource& source,
+                                                          dom::ISchemaValidator::Find find) const;
     // For a validator, which must not outlive this object.
     [[nodiscard]] xmlSchema& compiled() const noexcept { return *schema_; }
 
@@ -42,6 +43,9 @@ private:
     return static_cast<std::int32_t>(0xA0020000u | (static_cast<std::uint32_t>(number) & 0xFFFFu));
 }
 
+// Whether a report of libxml2's is a violation: not one that another violation has left a key without its
+// value, which it tells as an error, too.
+[[nodiscard]] bool isViolation(const xmlError& error) noexcept;
 // libxml2's words for a violation, on one line and of bounded length.
 [[nodiscard]] std::string violationText(const char* message);
 

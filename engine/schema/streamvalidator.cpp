@@ -63,7 +63,7 @@ StreamValidator::~StreamValidator() {
 
 void StreamValidator::listen(void* self, xml2::ErrorPointer error) noexcept {
     auto& validator = *static_cast<StreamValidator*>(self);
-    if (error == nullptr || error->level < XML_ERR_ERROR) return;
+    if (error == nullptr || !isViolation(*error)) return;
     const libstate::KeepErrno keep;
     try {
         validator.isOutOfMemory_ = validator.isOutOfMemory_ || xml2::reportsRefusedMemory(*error);
@@ -74,9 +74,10 @@ void StreamValidator::listen(void* self, xml2::ErrorPointer error) noexcept {
     }
 }
 
-// What is found is reported when libxml2 is done with the call: a report may throw.
+// What is found, of the element at `position`, is reported when libxml2 is done with the call: a report may
+// throw.
 template <typename Call>
-void StreamValidator::validate(Call&& call) {
+void StreamValidator::validate(reader::Position position, Call&& call) {
     {
         const libstate::LastError theirs;
         const libstate::RefusedMemory memory;
@@ -88,7 +89,7 @@ void StreamValidator::validate(Call&& call) {
     const std::vector<Found> found = std::exchange(found_, {});
     if (hasFailed_) throw com::Failure(E_FAIL, "The document could not be validated: " + found.back().reason);
     reader::Violation violation;
-    violation.error.position = locator_->position();
+    violation.error.position = position;
     violation.path = path_.text();
     for (const Found& one : found) {
         violation.error.code = statusOfViolation(one.code);
@@ -102,7 +103,7 @@ void StreamValidator::startDocument(const reader::Locator& locator) {
 }
 
 void StreamValidator::endDocument() {
-    validate([this] { (void)xmlSchemaSAXUnplug(std::exchange(plug_, nullptr)); });
+    validate({}, [this] { (void)xmlSchemaSAXUnplug(std::exchange(plug_, nullptr)); });
 }
 
 void StreamValidator::deliverText() {
@@ -134,9 +135,10 @@ void StreamValidator::putAttributes(const reader::Namespaces& names) {
 }
 
 void StreamValidator::startElement(std::string_view, std::span<const reader::Attribute>) {
+    if (!text_.empty() && !open_.empty()) validate(open_.back().position, [this] { deliverText(); });
     const reader::Namespaces& names = *locator_->namespaces();
     const reader::ExpandedName name = names.element();
-    Open open{nullptr, nullptr, nullptr, texts_.mark()};
+    Open open{nullptr, nullptr, nullptr, texts_.mark(), locator_->position()};
     const xmlChar* const qualified = texts_.copy(names.names().text(names.elementId()));
     const std::size_t localStart = name.prefix.empty() ? 0 : name.prefix.size() + 1;
     open.local = qualified + localStart;
@@ -151,8 +153,7 @@ void StreamValidator::startElement(std::string_view, std::span<const reader::Att
     path_.enter(names.elementId(), names.names().generation(),
                 {reinterpret_cast<const char*>(qualified), localStart + name.local.size()});
     open_.push_back(open);
-    validate([&] {
-        deliverText();
+    validate(open.position, [&] {
         events_->startElementNs(user_, open.local, open.prefix, open.uri,
                                 static_cast<int>(declared_.size() / 2), declared_.data(),
                                 static_cast<int>(attributes_.size() / 5), 0, attributes_.data());
@@ -161,7 +162,7 @@ void StreamValidator::startElement(std::string_view, std::span<const reader::Att
 
 void StreamValidator::endElement(std::string_view) {
     const Open open = open_.back();
-    validate([&] {
+    validate(open.position, [&] {  // what its end shows is wrong with the element, as in a tree
         deliverText();
         events_->endElementNs(user_, open.local, open.prefix, open.uri);
     });

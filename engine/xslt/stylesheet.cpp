@@ -1,11 +1,15 @@
 #include "engine/xslt/stylesheet.h"
 
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
 #include <libxslt/imports.h>
 #include <libxslt/security.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
 
+#include <algorithm>
 #include <cstdarg>
+#include <utility>
 
 #include "engine/text/utf.h"
 #include "engine/xml2/handover.h"
@@ -38,6 +42,7 @@ struct Run {
     xsltTransformContext& context;
     const xml2::Inclusions& inclusions;
     xml2::Causes& causes;
+    const RunOptions& options;
 };
 
 // The xsl:message that is being told, or null.
@@ -54,6 +59,15 @@ bool endsTransformation(const xmlNode& message) {
     return view(terminate.get()) == "yes";
 }
 
+// The text of a message comes whole, and a line end after it if it has none of its own.
+void keepMessage(const Run& run, bool isLast, std::string text) {
+    if (run.options.reports == nullptr || text == "\n") return;
+    Meter::of(run.context).written(text.size() + sizeof(Report));
+    if (text.ends_with('\n')) text.pop_back();
+    run.options.reports->push_back(
+        {isLast ? Report::Kind::LastMessage : Report::Kind::Message, std::move(text)});
+}
+
 void listenToRun(void* data, const char* format, ...) {
     auto* run = static_cast<Run*>(data);
     if (run == nullptr) return;
@@ -65,13 +79,78 @@ void listenToRun(void* data, const char* format, ...) {
         const std::string text = libstate::formatted(format, arguments);
         if (message == nullptr) {
             run->causes.addText(text);
-        } else if (endsTransformation(*message) && text != "\n") {
-            run->causes.add(view(message->doc->URL), static_cast<std::uint32_t>(xmlGetLineNo(message)), text);
+        } else {
+            const bool isLast = endsTransformation(*message);
+            keepMessage(*run, isLast, text);
+            if (isLast && text != "\n") {
+                run->causes.add(view(message->doc->URL), static_cast<std::uint32_t>(xmlGetLineNo(message)),
+                                text);
+            }
         }
     } catch (...) {
         // short of memory the text is lost, the failure is not
     }
     va_end(arguments);
+}
+
+constexpr const char* kParameterFunction = "engine-parameter";
+
+// The value of a parameter by its number: so a text may hold any quotes, and a number any value.
+void parameterValue(xmlXPathParserContextPtr parser, int count) {
+    if (count != 1) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    const double number = xmlXPathPopNumber(parser);
+    const xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
+    if (context == nullptr || context->_private == nullptr) return xmlXPathErr(parser, XPATH_EXPR_ERROR);
+    const std::span<const Parameter> parameters =
+        static_cast<const Run*>(context->_private)->options.parameters;
+    if (!(number >= 0 && number < static_cast<double>(parameters.size())))
+        return xmlXPathErr(parser, XPATH_EXPR_ERROR);
+    const auto& value = parameters[static_cast<std::size_t>(number)].value;
+    xmlXPathObject* made = nullptr;
+    if (const auto* const text = std::get_if<std::string>(&value)) {
+        made = xmlXPathNewCString(text->c_str());
+    } else if (const auto* const real = std::get_if<double>(&value)) {
+        made = xmlXPathNewFloat(*real);
+    } else {
+        made = xmlXPathNewBoolean(std::get<bool>(value) ? 1 : 0);
+    }
+    if (made == nullptr) return xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    valuePush(parser, made);
+}
+
+// Names and expressions in turn, and null, as libxslt takes parameters.
+std::vector<std::string> parameterTexts(std::span<const Parameter> parameters) {
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        texts.push_back(parameters[i].name);
+        texts.push_back(std::string(kParameterFunction) + '(' + std::to_string(i) + ')');
+    }
+    return texts;
+}
+
+void addLines(std::string_view lines, std::vector<Report>& warnings) {
+    while (!lines.empty()) {
+        const std::size_t end = std::min(lines.find('\n'), lines.size());
+        warnings.push_back({Report::Kind::Warning, std::string(lines.substr(0, end))});
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    }
+}
+
+// The encoding of the outermost output instruction that names one.
+std::string outputEncoding(xsltStylesheet& style) {
+    for (xsltStylesheet* at = &style; at != nullptr; at = xsltNextImport(at)) {
+        if (at->encoding != nullptr) return std::string(view(at->encoding));
+    }
+    return "UTF-8";
+}
+
+int appendBytes(void* to, const char* bytes, int count) noexcept {
+    try {
+        static_cast<std::string*>(to)->append(bytes, static_cast<std::size_t>(count));
+        return count;
+    } catch (...) {
+        return -1;
+    }
 }
 
 // document() may name the style sheet and what it has included, nothing else.
@@ -141,14 +220,19 @@ void StyleSheet::compile() {
     (void)document.release();  // the style sheet's from now on, also when it has errors
     if (style_->errors != 0) operation.fail("The style sheet has errors.");
     charges_ = Meter::equip(*style_);
-    // Before any transformation: what is set later no longer reaches the result tree.
-    xmlChar* encoding = orThrow(xmlStrdup(chars(kResultEncoding)));
-    xmlFree(style_->encoding);
-    style_->encoding = encoding;
+    encoding_ = outputEncoding(*style_);
+    if (!operation.causes().empty()) addLines(steps_.asWritten(operation.causes().text()), warnings_);
     operation.finish();
 }
 
-xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
+// Before the transformation: what is set later no longer reaches the result tree.
+void StyleSheet::setEncoding(const std::string& encoding) {
+    xmlChar* const copy = orThrow(xmlStrdup(chars(encoding)));
+    xmlFree(style_->encoding);
+    style_->encoding = copy;
+}
+
+xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source, const RunOptions& runOptions) {
     Operation operation(inclusions_, steps_);
     xml2::HandOver options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
@@ -161,17 +245,20 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source) {
     xml2::DocHandle result;
     const xml2::Extent& extent = document.extent();
     const WorkLimits limits = workLimits(extent.nodes, extent.textInBytes);
+    setEncoding(runOptions.result == RunOptions::Result::Bytes ? encoding_ : kResultEncoding);
     operation.finish();
-    runWithStack(extent.depth,
-                 [&](std::size_t templateDepth) { result = run(document.doc(), templateDepth, limits); });
+    runWithStack(extent.depth, [&](std::size_t templateDepth) {
+        result = run(document.doc(), templateDepth, limits, runOptions);
+    });
     return result;
 }
 
-xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits) {
+xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits,
+                                const RunOptions& options) {
     Operation operation(inclusions_, steps_);
     const SecurityHandle security = closedDoors();
     const ContextHandle context(orThrow(xsltNewTransformContext(style_.get(), &document)));
-    Run state{*context, inclusions_, operation.causes()};
+    Run state{*context, inclusions_, operation.causes(), options};
     context->_private = &state;
     xsltSetTransformErrorFunc(context.get(), &state, listenToRun);
     if (xsltSetCtxtSecurityPrefs(security.get(), context.get()) != 0) throw std::bad_alloc();
@@ -179,9 +266,17 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
     const Meter meter(*context, limits, steps_);
     addFunctions(*context);
     Steps::addFunctions(*context);
+    if (xmlXPathRegisterFunc(context->xpathCtxt, chars(kParameterFunction), parameterValue) != 0)
+        throw std::bad_alloc();
+    const std::vector<std::string> texts = parameterTexts(options.parameters);
+    std::vector<const char*> parameters;
+    for (const std::string& text : texts) parameters.push_back(text.c_str());
+    parameters.push_back(nullptr);
     xml2::DocHandle result(
-        xsltApplyStylesheetUser(style_.get(), &document, nullptr, nullptr, nullptr, context.get()));
+        xsltApplyStylesheetUser(style_.get(), &document, parameters.data(), nullptr, nullptr, context.get()));
     if (result == nullptr || context->state != XSLT_STATE_OK) operation.fail("The transformation failed.");
+    if (options.reports != nullptr && !operation.causes().empty())
+        addLines(steps_.asWritten(operation.causes().text()), *options.reports);
     operation.finish();
     return result;
 }
@@ -196,6 +291,26 @@ std::u16string StyleSheet::save(xmlDoc& result) const {
     operation.finish();
     return text::toUtf16({reinterpret_cast<const char*>(xmlOutputBufferGetContent(buffer.get())),
                           xmlOutputBufferGetSize(buffer.get())});
+}
+
+std::string StyleSheet::saveBytes(xmlDoc& result) const {
+    xml2::Inclusions none(xml2::Dialect::StyleSheet);
+    Operation operation(none, steps_);
+    xmlCharEncodingHandler* const converter = xmlFindCharEncodingHandler(encoding_.c_str());
+    if (converter == nullptr)
+        operation.fail("The encoding '" + encoding_ + "' that the style sheet asks for is not known.");
+    std::string bytes;
+    xmlOutputBuffer* const buffer = xmlOutputBufferCreateIO(appendBytes, nullptr, &bytes, converter);
+    if (buffer == nullptr) {
+        (void)xmlCharEncCloseFunc(converter);
+        throw std::bad_alloc();
+    }
+    BufferHandle owner(buffer);
+    const bool isWritten = xsltSaveResultTo(buffer, &result, style_.get()) >= 0;
+    if (xmlOutputBufferClose(owner.release()) < 0 || !isWritten)
+        operation.fail("The result of the transformation could not be written.");
+    operation.finish();
+    return bytes;
 }
 
 }  // namespace engine::xslt

@@ -3,8 +3,12 @@
 
 #include <libxslt/xsltInternals.h>
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include "engine/dom/services.h"
 #include "engine/xml2/handles.h"
@@ -15,6 +19,31 @@
 namespace engine::xslt {
 
 using StyleHandle = std::unique_ptr<xsltStylesheet, xml2::FreeBy<xsltFreeStylesheet>>;
+
+// A value for a parameter of the style sheet.
+struct Parameter {
+    std::string name;  // local, or "{namespace}local"
+    std::variant<std::string, double, bool> value;
+};
+
+// What a style sheet has to say.
+struct Report {
+    enum class Kind : std::uint8_t { Message, LastMessage, Warning };
+    Kind kind;
+    std::string text;
+};
+
+// How one transformation runs.
+struct RunOptions {
+    enum class Result : std::uint8_t {
+        Text,
+        Bytes
+    };  // in UTF-16, or in the encoding that the style sheet asks for
+    Result result = Result::Text;
+    std::span<const Parameter> parameters{};
+    std::vector<Report>* reports =
+        nullptr;  // gets them, also when the transformation fails; null: they are dropped
+};
 
 // What all operations below have in common: they throw com::Failure with every cause on a line of its own.
 class StyleSheet final {
@@ -27,14 +56,21 @@ public:
     // Files that may change stand behind it.
     [[nodiscard]] bool hasParts() const noexcept { return inclusions_.hasFiles(); }
 
+    // What compiling it passed over.
+    [[nodiscard]] const std::vector<Report>& warnings() const noexcept { return warnings_; }
+
     // The result tree, which refers to names of the style sheet's: it must go before.
-    [[nodiscard]] xml2::DocHandle transform(const dom::NodeSource& source);
+    [[nodiscard]] xml2::DocHandle transform(const dom::NodeSource& source, const RunOptions& options = {});
     // What the output method makes of a result; its encoding is UTF-16.
     [[nodiscard]] std::u16string save(xmlDoc& result) const;
+    // The same for a result of bytes.
+    [[nodiscard]] std::string saveBytes(xmlDoc& result) const;
 
 private:
     void compile();
-    [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits);
+    void setEncoding(const std::string& encoding);
+    [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits,
+                                      const RunOptions& options);
     [[nodiscard]] xml2::DocHandle handOverStyle() const;
 
     const dom::NodeSource source_;
@@ -43,6 +79,8 @@ private:
     Steps steps_;             // the style sheet's expressions refer to them by number
     Meter::Charges charges_;  // the style sheet refers to them
     StyleHandle style_;
+    std::string encoding_;  // that the style sheet asks for
+    std::vector<Report> warnings_;
 };
 
 }  // namespace engine::xslt

@@ -1,15 +1,15 @@
 // Brings the transformer into the documents: registers while the program loads.
 #include <memory>
 
+#include "engine/com/classtable.h"
 #include "engine/com/status.h"
 #include "engine/dom/services.h"
 #include "engine/libstate/initialise.h"
+#include "engine/xslt/compiled.h"
 #include "engine/xslt/resultevents.h"
-#include "engine/xslt/stylesheet.h"
+#include "engine/xslt/template.h"
 
 namespace engine::xslt {
-
-namespace {
 
 void checkStyleNode(const dom::NodeSource& style) {
     const dom::NodeKind kind = style.tree.kind(style.node);
@@ -27,15 +27,7 @@ void checkSourceNode(const dom::NodeSource& source) {
     }
 }
 
-// A compiled style sheet that stays with its document, for as long as nothing in the document changes.
-struct KeptStyle final : dom::Kept {
-    explicit KeptStyle(const dom::NodeSource& style)
-        : node(style.node), revision(style.tree.revision()), sheet(style) {}
-
-    const dom::NodeId node;
-    const std::uint64_t revision;
-    StyleSheet sheet;
-};
+namespace {
 
 // The compiled style sheet for one transformation: the one that was kept, or a new one. A style sheet in
 // parts is not kept, for its files may change; nor one inside a document, whose node may become another.
@@ -89,6 +81,7 @@ public:
 };
 
 LibxsltTransformer theTransformer;
+com::ClassEntry templateClass{CLSID_XSLTemplate60, Template::create};
 
 }  // namespace
 
@@ -96,4 +89,5 @@ LibxsltTransformer theTransformer;
 
 // The name by which the link asks for this file; see CMakeLists.txt.
 extern "C" const bool engineXsltRegistered;
-const bool engineXsltRegistered = (engine::dom::setTransformer(&engine::xslt::theTransformer), true);
+const bool engineXsltRegistered = (engine::dom::setTransformer(&engine::xslt::theTransformer),
+                                   engine::com::registerClass(engine::xslt::templateClass));

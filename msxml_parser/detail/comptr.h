@@ -51,6 +51,18 @@ inline const IID& iidFor(Interface<IXMLDOMSchemaCollection>) noexcept {
 inline const IID& iidFor(Interface<ISAXXMLReader>) noexcept {
     return IID_ISAXXMLReader;
 }
+inline const IID& iidFor(Interface<IXMLDOMParseError2>) noexcept {
+    return IID_IXMLDOMParseError2;
+}
+inline const IID& iidFor(Interface<IXMLDOMParseErrorCollection>) noexcept {
+    return IID_IXMLDOMParseErrorCollection;
+}
+inline const IID& iidFor(Interface<IXSLTemplate>) noexcept {
+    return IID_IXSLTemplate;
+}
+inline const IID& iidFor(Interface<IXSLProcessor>) noexcept {
+    return IID_IXSLProcessor;
+}
 
 template <typename T>
 [[nodiscard]] const IID& iidOf() noexcept {

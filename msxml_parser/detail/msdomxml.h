@@ -6,16 +6,21 @@
 #include "msxml_parser/detail/comptr.h"
 #include "msxml_parser/detail/msdomxmlerror.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/xmlfactory.h"
 #include "msxml_parser/ikeldomxml.h"
 
-class MSDOMXml : public kel::Implements<MSDOMXml, IKelDOMXml, IKelDOMXmlV2> {
+class MSDOMXml : public kel::Implements<MSDOMXml, IKelDOMXml, IKelDOMXmlV2>, public msxml::XmlFactory {
 public:
+    using Later = kel::InterfaceList<IKelXmlFactory>;
     static constexpr const char* kClassName = "MSDOMXml";
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 
     // Without a document, and the reason in the error object, if the engine makes none. Raises _com_error if
     // it makes one but refuses to set it up.
     MSDOMXml();
+
+    // Empty only if the engine made none.
+    [[nodiscard]] const msxml::ComPtr<IXMLDOMDocument2>& engineDocument() const noexcept { return document_; }
 
     bool loadFromStream(BinInput& in) override;
     bool loadFromString(const KelString& text) override;

@@ -8,13 +8,16 @@
 #include "msxml_parser/detail/comptr.h"
 #include "msxml_parser/detail/msdomxmlerror.h"
 #include "msxml_parser/detail/saxevents.h"
+#include "msxml_parser/detail/xmlfactory.h"
 #include "msxml_parser/ikelsaxxmlv3.h"
 
 class SAXContentHandlerImpl;
 
-class MSSAXXml : public kel::Implements<MSSAXXml, IKelSAXXml, IKelSAXXmlV2>, public virtual IKelSAXXmlV3 {
+class MSSAXXml : public kel::Implements<MSSAXXml, IKelSAXXml, IKelSAXXmlV2>,
+                 public virtual IKelSAXXmlV3,
+                 public msxml::XmlFactory {
 public:
-    using Later = kel::InterfaceList<IKelSAXXmlV3>;
+    using Later = kel::InterfaceList<IKelSAXXmlV3, IKelXmlFactory>;
     static constexpr const char* kClassName = "MSSAXXml";
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 

@@ -1,49 +1,28 @@
 // The SAX parser: the operations of the third version.
 #include <string_view>
+#include <utility>
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
 #include "msxml_parser/detail/bstr.h"
-#include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/failure.h"
+#include "msxml_parser/detail/fullreader.h"
 #include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/mssaxxml.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::fail;
 
-namespace {
+using msxml::unknownIn;
 
-constexpr const char16_t* kLexicalHandler = u"http://xml.org/sax/properties/lexical-handler";
-constexpr const char16_t* kExternalGeneral = u"http://xml.org/sax/features/external-general-entities";
-constexpr const char16_t* kExternalParameter = u"http://xml.org/sax/features/external-parameter-entities";
-
-VARIANT unknownIn(IUnknown* object) noexcept {
-    VARIANT value;
-    VariantInit(&value);
-    value.vt = VT_UNKNOWN;
-    value.punkVal = object;  // borrowed, as the variant is
-    return value;
-}
-
-}  // namespace
-
-// Leaves no reader if the engine makes none. A feature that an engine does not know stays as it is there.
+// Leaves no reader if the engine makes none.
 void MSSAXXml::setUpReader() {
-    using msxml::toOleChars;
-    msxml::ComPtr<ISAXXMLReader> reader;
-    if (fullReader_ || FAILED(msxml::createEngineObject(msxml::kSaxReader60Class, reader))) return;
-    VARIANT depth;
-    VariantInit(&depth);
-    depth.vt = VT_I4;
-    depth.lVal = kMaxDepth + 1;  // ours is met first
-    (void)reader->putProperty(toOleChars(u"max-element-depth"), depth);
-    (void)reader->putFeature(toOleChars(u"prohibit-dtd"), VARIANT_FALSE);
-    (void)reader->putFeature(toOleChars(kExternalGeneral), VARIANT_FALSE);
-    (void)reader->putFeature(toOleChars(kExternalParameter), VARIANT_FALSE);
+    if (fullReader_) return;
+    msxml::ComPtr<ISAXXMLReader> reader = msxml::makeFullReader(kMaxDepth + 1);  // our own limit is met first
+    if (!reader) return;
     msxml::check(reader->putContentHandler(&events_), reader);
     msxml::check(reader->putErrorHandler(&events_), reader);
-    msxml::check(reader->putProperty(toOleChars(kLexicalHandler),
+    msxml::check(reader->putProperty(msxml::toOleChars(u"http://xml.org/sax/properties/lexical-handler"),
                                      unknownIn(static_cast<ISAXLexicalHandler*>(&events_))),
                  reader);
     fullReader_ = std::move(reader);

@@ -4,6 +4,7 @@
 
 #include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/enginereports.h"
+#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 namespace {
@@ -215,10 +216,7 @@ HRESULT STDMETHODCALLTYPE SaxEvents::error(ISAXLocator* locator, const OLECHAR* 
 HRESULT STDMETHODCALLTYPE SaxEvents::fatalError(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {
     if (failure_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform tells of that, too
     try {
-        // One unit under two names; the platform's texts end with a line end.
-        std::u16string_view reason(reinterpret_cast<const char16_t*>(message));
-        while (!reason.empty() && reason.back() <= u' ') reason.remove_suffix(1);
-        failure_.reason = reason;
+        failure_.reason = trimmedReason(message);
     } catch (...) {
         thrown_ = std::current_exception();
     }

@@ -20,6 +20,9 @@ inline void assign(KelCString& out, std::u16string_view text) {
     out.assignLowBytes(text);
 }  // the low bytes
 
+// What an engine says is wrong, without the line end that the platform's texts have; null is empty.
+[[nodiscard]] KelString trimmedReason(const OLECHAR* message);
+
 // The description attached to an engine failure; empty if there is none.
 [[nodiscard]] KelString descriptionOf(const _com_error& error);
 

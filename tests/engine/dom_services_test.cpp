@@ -24,11 +24,12 @@ public:
         if (left == 0) delete this;
         return left;
     }
-    HRESULT validateTree(const NodeSource& source, reader::ParseError* error) override {
+    HRESULT validateTree(const NodeSource& source, Find, std::vector<reader::Violation>* found) override {
         const engine::dom::NodeId root = source.tree.documentElement();
         const std::string name(source.tree.name(root));
         if (name == "odd") return engine::com::fail(E_FAIL, "cannot tell");
-        if (name != "good") *error = {-7, source.tree.position(root), name + " is not good", {}, 0};
+        if (name != "good")
+            found->push_back({{-7, source.tree.position(root), name + " is not good", {}, 0}, {}});
         return S_OK;
     }
 

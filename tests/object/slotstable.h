@@ -37,6 +37,10 @@
 #include "msxml_parser/ikelsaxxmlhandler.h"
 #include "msxml_parser/ikelsaxxmlhandlerv2.h"
 #include "msxml_parser/ikelsaxxmlv3.h"
+#include "msxml_parser/ikelxmlerror.h"
+#include "msxml_parser/ikelxmlfactory.h"
+#include "msxml_parser/ikelxmlschema.h"
+#include "msxml_parser/ikelxslstylesheet.h"
 
 // KEL_SLOT(interface, operation, position)
 #define KEL_SLOTS(KEL_SLOT)                                 \
@@ -180,6 +184,33 @@
     KEL_SLOT(IKelSAXXmlHandlerV2, endCData, 6)              \
     KEL_SLOT(IKelSAXXmlHandlerV2, comment, 7)               \
     KEL_SLOT(IKelSAXXmlHandlerV2, processingInstruction, 8) \
+    KEL_SLOT(IKelXmlError, getCode, 0)                      \
+    KEL_SLOT(IKelXmlError, getLine, 1)                      \
+    KEL_SLOT(IKelXmlError, getColumn, 2)                    \
+    KEL_SLOT(IKelXmlError, getMessage, 3)                   \
+    KEL_SLOT(IKelXmlError, getReason, 4)                    \
+    KEL_SLOT(IKelXmlFactory, createSchema, 0)               \
+    KEL_SLOT(IKelXmlFactory, createStyleSheet, 1)           \
+    KEL_SLOT(IKelXmlSchema, addFile, 0)                     \
+    KEL_SLOT(IKelXmlSchema, validate, 1)                    \
+    KEL_SLOT(IKelXmlSchema, validateFile, 2)                \
+    KEL_SLOT(IKelXmlSchema, validateBytes, 3)               \
+    KEL_SLOT(IKelXmlSchema, validateStream, 4)              \
+    KEL_SLOT(IKelXmlSchema, getError, 5)                    \
+    KEL_SLOT(IKelXmlViolationHandler, violation, 0)         \
+    KEL_SLOT(IKelXslMessageHandler, message, 0)             \
+    KEL_SLOT(IKelXslMessageHandler, warning, 1)             \
+    KEL_SLOT(IKelXslStyleSheet, compileFile, 0)             \
+    KEL_SLOT(IKelXslStyleSheet, compileString, 1)           \
+    KEL_SLOT(IKelXslStyleSheet, setTextParameter, 2)        \
+    KEL_SLOT(IKelXslStyleSheet, setNumberParameter, 3)      \
+    KEL_SLOT(IKelXslStyleSheet, setTruthParameter, 4)       \
+    KEL_SLOT(IKelXslStyleSheet, clearParameters, 5)         \
+    KEL_SLOT(IKelXslStyleSheet, setMessageHandler, 6)       \
+    KEL_SLOT(IKelXslStyleSheet, transformToString, 7)       \
+    KEL_SLOT(IKelXslStyleSheet, transformToDocument, 8)     \
+    KEL_SLOT(IKelXslStyleSheet, transformToStream, 9)       \
+    KEL_SLOT(IKelXslStyleSheet, getError, 10)               \
     KEL_SLOT(BinInput, readRaw, 1)                          \
     KEL_SLOT(BinInput, tell, 2)                             \
     KEL_SLOT(BinInput, seek, 3)                             \

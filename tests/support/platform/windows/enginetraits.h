@@ -50,6 +50,10 @@ inline const char* const kValidatesWhileLoading = onWine("Wine does not validate
 inline const char* const kReadsOnAfterException =
     onWine("Wine's reader repeats its last document after an exception passed through it");
 inline const char* const kExpandsEntities = onWine("Wine's reader stops at an entity reference");
+inline const char* const kFindsAllViolations = onWine("Wine finds the first violation, without its place");
+inline const char* const kValidatesStreams = onWine("Wine does not validate while it reads a stream");
+inline constexpr const char* kTellsMessages = "this engine hands out no messages of style sheets";
+inline const char* const kWritesEncodings = onWine("Wine writes results in UTF-8 or UTF-16");
 inline constexpr const char* kPositionsOfEvents = "this engine tells where an event ends";
 inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =

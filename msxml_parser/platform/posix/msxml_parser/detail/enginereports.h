@@ -2,8 +2,12 @@
 // functions that tell nothing where the engine tells nothing.
 #pragma once
 
+#include <exception>
+#include <utility>
+
 #include "engine/com/reports.h"
 #include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/ikelxslstylesheet.h"
 
 namespace msxml {
 
@@ -19,5 +23,49 @@ using ::isLimitStatus;
     static_cast<IXMLErrorPlace*>(place)->Release();
     return path;
 }
+
+// Hands what a style sheet says to a handler. No exception crosses the engine. Life: its owner's business.
+class StyleSheetReports final : public IXSLReports {
+public:
+    void setHandler(IKelXslMessageHandler* handler) noexcept { handler_ = handler; }  // borrowed; null: none
+    // To a template or processor, before it works.
+    void attachTo(IUnknown* speaker) {
+        void* reporting = nullptr;
+        if (FAILED(speaker->QueryInterface(IID_IXSLReporting, &reporting))) return;
+        (void)static_cast<IXSLReporting*>(reporting)->putReports(handler_ != nullptr ? this : nullptr);
+        static_cast<IXSLReporting*>(reporting)->Release();
+    }
+    // After it has worked: what the handler threw.
+    void rethrow() {
+        if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
+    }
+
+    HRESULT QueryInterface(REFIID, void** object) override {
+        if (object != nullptr) *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return 2; }
+    ULONG Release() override { return 1; }
+    HRESULT message(const OLECHAR* text, bool isLast) override {
+        return tell([&] { handler_->message(text, isLast); });
+    }
+    HRESULT warning(const OLECHAR* text) override {
+        return tell([&] { handler_->warning(text); });
+    }
+
+private:
+    template <typename Call>
+    HRESULT tell(Call&& call) noexcept {
+        try {
+            if (handler_ != nullptr) call();
+            return S_OK;
+        } catch (...) {
+            thrown_ = std::current_exception();
+            return E_ABORT;
+        }
+    }
+    IKelXslMessageHandler* handler_ = nullptr;
+    std::exception_ptr thrown_;
+};
 
 }  // namespace msxml

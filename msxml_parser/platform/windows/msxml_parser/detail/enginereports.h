@@ -3,6 +3,7 @@
 #pragma once
 
 #include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/ikelxslstylesheet.h"
 
 namespace msxml {
 
@@ -15,5 +16,13 @@ namespace msxml {
 [[nodiscard]] inline BStr pathOf(ISAXLocator*) {
     return {};
 }
+
+// What a style sheet says: this engine hands it to nobody.
+class StyleSheetReports final {
+public:
+    void setHandler(IKelXslMessageHandler*) noexcept {}
+    void attachTo(IUnknown*) noexcept {}
+    void rethrow() const noexcept {}
+};
 
 }  // namespace msxml
