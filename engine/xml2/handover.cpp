@@ -261,6 +261,7 @@ private:
         open_.push_back({node, declarations_.size()});
         extent_.depth = std::max(extent_.depth, open_.size());
         const std::uint32_t count = tree_.attributeCount(id);
+        if (options_.attributeLimit != 0 && count > options_.attributeLimit) tooManyAttributes(id);
         bool declares = !inherited_.empty();
         if (declares) declareInherited(*node);
         for (std::uint32_t i = 0; i < count; ++i) declares = declare(*node, id, i) || declares;
@@ -373,6 +374,12 @@ private:
         throw com::Failure(E_FAIL, at(element) + "The element '" + std::string(tree_.name(element)) +
                                        "' declares more than " + std::to_string(options_.declarationLimit) +
                                        " namespaces, which is too many here.");
+    }
+
+    [[noreturn]] void tooManyAttributes(NodeId element) const {
+        throw com::Failure(E_FAIL, at(element) + "The element '" + std::string(tree_.name(element)) +
+                                       "' has more than " + std::to_string(options_.attributeLimit) +
+                                       " attributes, which is too many here.");
     }
 
     [[noreturn]] void tooDeep(NodeId element) const {

@@ -26,6 +26,7 @@ struct HandOver {
     std::size_t depthLimit = 0;  // of elements, 0: none
     Use use = Use::Read;
     std::size_t declarationLimit = 0;  // of namespaces on one element, 0: none
+    std::size_t attributeLimit = 0;    // of one element, declarations included, 0: none
 };
 
 // How large a copy is.

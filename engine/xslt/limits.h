@@ -10,6 +10,8 @@ namespace engine::xslt {
 inline constexpr std::size_t kSourceDepthLimit = 500'000;  // elements one within the other
 // Namespaces on one element: when it is copied, libxslt compares each with each.
 inline constexpr std::size_t kDeclarationLimit = 1'000;
+// Of one element: copying it, libxslt compares each new attribute with those that are there.
+inline constexpr std::size_t kAttributeLimit = 10'000;
 
 // What one transformation may do: beyond it, it is taken for one that would never end. A small source gets
 // seconds of work, a large one more.

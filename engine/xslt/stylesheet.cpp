@@ -202,6 +202,7 @@ xml2::DocHandle StyleSheet::handOverStyle() const {
     options.use = xml2::HandOver::Use::Change;
     options.depthLimit = styleSheetDepthLimit();
     options.declarationLimit = kDeclarationLimit;
+    options.attributeLimit = kAttributeLimit;
     return xml2::handOver(source_.tree, source_.node, options).takeDoc();
 }
 
@@ -238,6 +239,7 @@ xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source, const RunOp
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     options.depthLimit = kSourceDepthLimit;
     options.declarationLimit = kDeclarationLimit;
+    options.attributeLimit = kAttributeLimit;
     const xml2::DictHandle names(orThrow(xmlDictCreateSub(style_->dict)));
     options.dict = names.get();
     if (stripsSpace(*style_)) options.use = xml2::HandOver::Use::Change;

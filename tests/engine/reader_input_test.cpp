@@ -64,7 +64,7 @@ Reading readThroughStream(std::string_view document, std::size_t piece) {
 
 TEST(ReaderInput, AStreamThatFailsIsNoShorterDocument) {
     for (const std::size_t after : {1u, 5u, 13u}) {
-        const auto stream = com::make<Dripping>("<r><a/>text</r>  ", 1, after);
+        const auto stream = com::make<Dripping>("<r><a/>text</r>  ", std::size_t{1}, after);
         ComByteStream bytes(*stream);
         const Reading got = readAll(Input::stream(bytes), {});
         EXPECT_EQ(got.error.code, statusOf(ErrorCode::CannotRead)) << after;

@@ -236,6 +236,10 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
     for (int i = 0; i < 1001; ++i) declarations += " xmlns:p" + std::to_string(i) + "='urn:p'";
     EXPECT_THAT(runText(sheet(""), "<a><b" + declarations + "/></a>"),
                 HasSubstr("'b' declares more than 1000"));
+    std::string attributes;
+    for (int i = 0; i < 10001; ++i) attributes += " a" + std::to_string(i) + "=''";
+    EXPECT_THAT(runText(sheet(""), "<a><b" + attributes + "/></a>"),
+                HasSubstr("'b' has more than 10000 attributes"));
     EXPECT_TRUE(run(*parsed("<a/>"), nullptr).starts_with("!"));
     EXPECT_THAT(runText("<not-a-style-sheet/>"), HasSubstr("!"));
 }
