@@ -166,11 +166,11 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
 }
 
 // S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is
-// made first, when there is memory.
+// the one that the document has, if it was never used; otherwise it is made first, when there is memory.
 HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree empty;
     const HRESULT status = guarded([&] {
-        empty = newTree();
+        if (!content_->isUnused()) empty = newTree();
         OwnedTree content = newTree();
         content->setUrl(std::move(url));
         lastError_ = build(input, *content);

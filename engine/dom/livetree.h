@@ -66,6 +66,8 @@ public:
 
     [[nodiscard]] Tree& tree() noexcept { return tree_; }
     [[nodiscard]] IXMLDOMDocument2& document() const noexcept { return *document_; }
+    // Never had a node, nor stood for a file.
+    [[nodiscard]] bool isUnused() const noexcept { return tree_.isUnused() && url_.empty(); }
     [[nodiscard]] bool isRetired() const noexcept { return !isCurrent_; }
     // Where it was loaded from: a path, or empty. UTF-8.
     [[nodiscard]] const std::string& url() const noexcept { return url_; }

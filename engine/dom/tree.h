@@ -145,6 +145,8 @@ public:
     // Takes an unlinked subtree back at once; nobody may hold an id of it.
     void free(NodeId node) noexcept;
 
+    [[nodiscard]] bool isUnused() const noexcept { return nodes_.size() == kDocumentNode + 1; }
+
     // Tells this tree from every other of the process.
     [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
     // Counts the changes that move a child to another index; appending one behind the others does not.

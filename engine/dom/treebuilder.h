@@ -9,6 +9,9 @@
 // elements. Threads: as the tree.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <string_view>
 #include <vector>
 
@@ -138,8 +141,10 @@ private:
     WhiteSpace whiteSpace_;
     bool isPlaced_ = false;  // the tree has the source
     const reader::Locator* locator_ = nullptr;
-    std::vector<Open> open_;  // the document first
-    std::vector<Waiting> waiting_;
+    std::array<std::byte, 1024> firstMemory_;  // enough for a small document
+    std::pmr::monotonic_buffer_resource memory_{firstMemory_.data(), firstMemory_.size()};
+    std::pmr::vector<Open> open_{&memory_};  // the document first
+    std::pmr::vector<Waiting> waiting_{&memory_};
     std::vector<reader::IdAttribute> attributes_;  // scratch
     Tree::Span text_{0, 0};  // being collected: in the source, or at the end of the store
 };

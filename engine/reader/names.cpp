@@ -3,6 +3,7 @@
 // hash is a multiplication by secrets of the document's own.
 #include "engine/reader/names.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@ namespace engine::reader {
 
 namespace {
 
+constexpr std::uint32_t kFirstBytes = 256;
+
 std::uint64_t wordAt(const char* from) noexcept {
     std::uint64_t word;
     std::memcpy(&word, from, sizeof word);
@@ -20,11 +23,18 @@ std::uint64_t wordAt(const char* from) noexcept {
 }
 
 bool isNameText(std::string_view name) {
+    using namespace detail;
     const char* at = name.data();
     const char* const end = at + name.size();
-    for (bool isFirst = true; at < end; isFirst = false) {
-        const detail::Decoded next = detail::decodeAt(at);
-        if (isFirst ? !detail::isNameStart(next.character) : !detail::isNameCharacter(next.character))
+    for (std::uint8_t wanted = kNameStart; at < end; wanted = kNameChar) {
+        const std::uint8_t is = classOf(*at);
+        if ((is & kNonAscii) == 0) {
+            if ((is & wanted) == 0) return false;
+            ++at;
+            continue;
+        }
+        const Decoded next = decodeAt(at);
+        if (wanted == kNameStart ? !isNameStart(next.character) : !isNameCharacter(next.character))
             return false;
         at += next.length;
     }
@@ -36,9 +46,12 @@ bool isNameText(std::string_view name) {
 const unsigned char Names::kMasks[2 * kReadableBytes] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                                          0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
+// A clock is slow to ask for each of many small documents: it is asked once, and the documents are counted.
 Names::Names() noexcept {
-    const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-    secret_[0] = mix(now ^ 0x9E3779B97F4A7C15u, reinterpret_cast<std::uintptr_t>(this) ^ 0xA0761D6478BD642Fu);
+    static std::atomic<std::uint64_t> documents =
+        static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+    const std::uint64_t document = documents.fetch_add(0x9E3779B97F4A7C15u, std::memory_order_relaxed);
+    secret_[0] = mix(document, reinterpret_cast<std::uintptr_t>(this) ^ 0xA0761D6478BD642Fu);
     secret_[1] = mix(secret_[0] ^ 0xE7037ED1A0B428DBu, 0x8EBC6AF09C88C6E3u);
 }
 
@@ -74,6 +87,10 @@ NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash)
     if (name.size() > bytes_.most()) detail::tableIsFull();
     const std::uint32_t prefixAndFlags = examine(name);
     if (std::uint64_t{records_.size()} * 2 > mask_) growSlots();
+    if (records_.capacity() == 0) {
+        records_.reserve(kFirstSlots / 2);
+        bytes_.reserve(kFirstBytes);
+    }
     records_.reserve(1);
     const auto length = static_cast<std::uint32_t>(name.size());
     const std::uint32_t offset = bytes_.size();

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory_resource>
 #include <span>
 #include <string>
 #include <string_view>
@@ -56,7 +57,10 @@ public:
         std::uint64_t serial;  // different for each binding of a document
     };
 
-    explicit Namespaces(const Names& names) noexcept : names_(names) {}
+    // Borrows both.
+    explicit Namespaces(const Names& names,
+                        std::pmr::memory_resource* memory = std::pmr::get_default_resource()) noexcept
+        : names_(names), bindings_(memory), newest_(memory), declarations_(memory), order_(memory) {}
 
     // For a sink, during startElement and endElement.
     [[nodiscard]] ExpandedName element() const { return expanded(element_, true); }
@@ -124,15 +128,15 @@ private:
     [[nodiscard]] ExpandedName expanded(NameId name, bool isElement) const;
 
     const Names& names_;
-    std::vector<Binding> bindings_;      // in document order
-    std::vector<std::uint32_t> newest_;  // by prefix, kNone: none; the default namespace first
+    std::pmr::vector<Binding> bindings_;      // in document order
+    std::pmr::vector<std::uint32_t> newest_;  // by prefix, kNone: none; the default namespace first
     std::uint64_t serial_ = 0;
 
     NameId element_ = kNoName;
     std::span<const IdAttribute> attributes_;
     std::uint32_t declared_ = 0;  // the newest bindings, which are the element's own
-    mutable std::vector<NamespaceDeclaration> declarations_;
-    std::vector<std::uint32_t> order_;  // scratch
+    mutable std::pmr::vector<NamespaceDeclaration> declarations_;
+    std::pmr::vector<std::uint32_t> order_;  // scratch
     Error error_;
 };
 

@@ -75,8 +75,10 @@ public:
         if (count > capacity_ - size_) grow(count);
     }
     void truncate(std::uint32_t size) noexcept { size_ = size; }
+    // What is left over goes back to the heap, unless it is too little to be worth the call.
     void trim() {
-        if (size_ != 0 && size_ < capacity_) resize(size_);
+        constexpr std::size_t kLittle = 2048;
+        if (size_ != 0 && std::size_t{capacity_ - size_} * sizeof(T) > kLittle) resize(size_);
     }
 
 private:

@@ -2,7 +2,11 @@
 // starts.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory_resource>
+#include <optional>
 
 #include "engine/reader/detail/text_source.h"
 #include "engine/reader/events.h"
@@ -16,7 +20,7 @@ class Context final : public Locator {
 public:
     // Borrows both. `names` are the sink's; null: own ones are used, and forgotten when they become too many.
     Context(TextSource& source, Names* names) noexcept
-        : source_(source), names_(names == nullptr ? own_ : *names), resolved_(names_) {}
+        : source_(source), names_(names == nullptr ? own_.emplace() : *names), resolved_(names_, &memory_) {}
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     ~Context() = default;
@@ -29,15 +33,20 @@ public:
 
     [[nodiscard]] TextSource& source() noexcept { return source_; }
     [[nodiscard]] Names& names() noexcept { return names_; }
-    [[nodiscard]] bool ownsNames() const noexcept { return &names_ == &own_; }
+    [[nodiscard]] bool ownsNames() const noexcept { return own_.has_value(); }
+    // For what lives as long as this object and grows rarely: nothing is given back before.
+    [[nodiscard]] std::pmr::memory_resource* memory() noexcept { return &memory_; }
     [[nodiscard]] Namespaces& resolved() noexcept { return resolved_; }
 
     std::uint64_t event = 0;    // where it starts
     bool isStandalone = false;  // as the XML declaration says
 
 private:
+    // A small document needs no more than the first few bytes, and so no heap.
+    std::array<std::byte, 2048> firstMemory_;
+    std::pmr::monotonic_buffer_resource memory_{firstMemory_.data(), firstMemory_.size()};
     TextSource& source_;
-    Names own_;
+    std::optional<Names> own_;
     Names& names_;
     Namespaces resolved_;
 };

@@ -11,10 +11,12 @@
 // `stop_`.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,6 +53,7 @@ protected:
         NameId child = kNoName;      // after the start tag
         NameId sibling = kNoName;    // after the end tag
     };
+    static constexpr std::size_t kFirstFollow = 32;
     struct Place {
         std::uint64_t offset;
         ParseError place;
@@ -70,7 +73,13 @@ protected:
           options_(options),
           context_(context),
           names_(context.names()),
-          namespaces_(context.resolved()) {}
+          namespaces_(context.resolved()),
+          opens_(context.memory()),
+          places_(context.memory()),
+          written_(context.memory()),
+          follow_(context.memory()),
+          values_(context.memory()),
+          stamps_(context.memory()) {}
 
     [[nodiscard]] bool begin();
     [[nodiscard]] const char* grow();
@@ -148,7 +157,7 @@ protected:
             return nameWithin(at);
         guess = id;
         if (names_.size() > follow_.size()) [[unlikely]]
-            follow_.resize(std::size_t{names_.size()} * 2);
+            follow_.resize(std::max(std::size_t{names_.size()} * 2, kFirstFollow));
         return {id, end};
     }
     [[nodiscard]] Name nameWithin(const char* at);
@@ -214,15 +223,15 @@ protected:
     NameId last_ = kNoName;          // the name in the last tag, a start tag if `isLastOpen_`
     bool isEmpty_ = true;            // but for white space
     std::uint64_t cDataOffset_ = 0;  // of the section being delivered
-    std::vector<Open> opens_;
-    std::vector<Place> places_;  // of those that were open when the window moved, the outermost first
+    std::pmr::vector<Open> opens_;
+    std::pmr::vector<Place> places_;  // of those that were open when the window moved, the outermost first
     Table<IdAttribute> attributes_;
-    std::vector<Attribute> written_;                    // the same for a sink that does not know the names
-    std::vector<Follow> follow_;                        // by name
-    NameId firstName_ = kNoName;                        // of the root: a guess like those of `follow_`
-    std::vector<std::unique_ptr<std::string>> values_;  // of attributes that are not as written
-    std::size_t valuesUsed_ = 0;                        // by the tag
-    std::vector<std::uint32_t> stamps_;  // by name: the last tag of many attributes that had it
+    std::pmr::vector<Attribute> written_;  // the same for a sink that does not know the names
+    std::pmr::vector<Follow> follow_;      // by name
+    NameId firstName_ = kNoName;           // of the root: a guess like those of `follow_`
+    std::pmr::vector<std::unique_ptr<std::string>> values_;  // of attributes that are not as written
+    std::size_t valuesUsed_ = 0;                             // by the tag
+    std::pmr::vector<std::uint32_t> stamps_;  // by name: the last tag of many attributes that had it
     std::uint32_t stamp_ = 0;
     Fault fault_;
 

@@ -47,14 +47,10 @@ bool closeFile(FileHandle file) noexcept {
 bool canOpenForReading(std::u16string_view path) {
     if (isRefused(path)) return false;
     const std::string native = nativePath(path);
-    // Not opened: the writer that waits for a reader would have had its only one.
-    if (struct stat about{}; stat(native.c_str(), &about) == 0 && S_ISFIFO(about.st_mode))
-        return faccessat(AT_FDCWD, native.c_str(), R_OK, AT_EACCESS) == 0;
-    const int descriptor = open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return false;
-    const bool isFile = !isDirectory(descriptor);
-    (void)close(descriptor);  // nothing was written
-    return isFile;
+    // Not opened: a pipe's writer that waits for a reader would have had its only one.
+    struct stat about {};
+    return stat(native.c_str(), &about) == 0 && !S_ISDIR(about.st_mode) &&
+           faccessat(AT_FDCWD, native.c_str(), R_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace kel::platform
