@@ -27,12 +27,12 @@ bool isNameText(std::string_view name) {
     const char* at = name.data();
     const char* const end = at + name.size();
     for (std::uint8_t wanted = kNameStart; at < end; wanted = kNameChar) {
-        const std::uint8_t is = classOf(*at);
-        if ((is & kNonAscii) == 0) {
-            if ((is & wanted) == 0) return false;
+        while (at < end && (classOf(*at) & (wanted | kNonAscii)) == wanted) {
+            wanted = kNameChar;
             ++at;
-            continue;
         }
+        if (at == end) return true;
+        if ((classOf(*at) & kNonAscii) == 0) return false;
         const Decoded next = decodeAt(at);
         if (wanted == kNameStart ? !isNameStart(next.character) : !isNameCharacter(next.character))
             return false;

@@ -88,8 +88,12 @@ void TextSource::readWhole() {
     }
 }
 
+// Of a short text not exact: giving back what is left over costs less than counting.
 std::size_t TextSource::utf8LengthBound() const {
-    return text::utf8Length(bytes_.input().text());
+    constexpr std::size_t kShort = std::size_t{16} << 10;
+    constexpr std::size_t kMostBytesPerUnit = 3;
+    const std::u16string_view units = bytes_.input().text();
+    return units.size() <= kShort ? kMostBytesPerUnit * units.size() : text::utf8Length(units);
 }
 
 void TextSource::appendText() {
