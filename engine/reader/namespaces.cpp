@@ -129,7 +129,7 @@ void Namespaces::unbind(std::uint32_t count) noexcept {
     }
 }
 
-std::span<const NamespaceDeclaration> Namespaces::declarations() const {
+std::span<const NamespaceDeclaration> Namespaces::ownDeclarations() const {
     declarations_.clear();
     for (std::size_t i = bindings_.size() - declared_; i < bindings_.size(); ++i) {
         const Binding& own = bindings_[i];

@@ -75,7 +75,10 @@ public:
         return (names_.flags(attributes_[index].name) & Names::kDeclaration) != 0;
     }
     // What the element itself declares, in document order; in endElement what goes out of scope.
-    [[nodiscard]] std::span<const NamespaceDeclaration> declarations() const;
+    [[nodiscard]] std::span<const NamespaceDeclaration> declarations() const {
+        if (declared_ == 0) return {};
+        return ownDeclarations();
+    }
     // The binding that the element's name uses, and its index, which is used again after it; null: none.
     [[nodiscard]] const Binding* bindingOfElement(std::uint32_t& index) const;
     // The same for the name of an attribute.
@@ -113,6 +116,7 @@ public:
 private:
     static constexpr std::uint32_t kNone = ~std::uint32_t{0};
 
+    [[nodiscard]] std::span<const NamespaceDeclaration> ownDeclarations() const;
     [[nodiscard]] bool enterChecked();
     [[nodiscard]] bool declare(std::size_t index);
     [[nodiscard]] bool checkName(NameId name, std::size_t index);

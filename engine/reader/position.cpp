@@ -1,41 +1,61 @@
 #include "engine/reader/position.h"
 
-#include <algorithm>
-#include <bit>
-
-#include "engine/reader/detail/block.h"
+#include <string_view>
 
 namespace engine::reader {
 
 namespace {
+
 constexpr std::uint64_t kStep = 4096;  // bytes between two marks of an index
-static_assert(kPositionSlack >= detail::kBlock);
+
+struct Counts {
+    std::uint64_t lineEnds = 0;
+    std::uint64_t continuations = 0;  // bytes that continue a character
+};
+
+// Of a fixed number of bytes, below 256, so that compilers count many of them at once.
+template <std::uint8_t kCount>
+void countFixed(Counts& counts, const char* from) noexcept {
+    std::uint8_t lineEnds = 0;
+    std::uint8_t continuations = 0;
+    for (std::uint8_t i = 0; i < kCount; ++i) {
+        lineEnds = static_cast<std::uint8_t>(lineEnds + (from[i] == '\n' ? 1 : 0));
+        continuations = static_cast<std::uint8_t>(
+            continuations + ((static_cast<unsigned char>(from[i]) & 0xC0) == 0x80 ? 1 : 0));
+    }
+    counts.lineEnds += lineEnds;
+    counts.continuations += continuations;
+}
+
+template <std::uint8_t kCount>
+void countRuns(Counts& counts, std::string_view& text) noexcept {
+    for (; text.size() >= kCount; text.remove_prefix(kCount)) countFixed<kCount>(counts, text.data());
+}
+
+Counts countIn(std::string_view text) noexcept {
+    Counts counts;
+    countRuns<240>(counts, text);
+    countRuns<16>(counts, text);
+    countRuns<1>(counts, text);
+    return counts;
+}
+
 }  // namespace
 
 void advance(TextMark& mark, const char* from, std::uint64_t count) noexcept {
-    using detail::kBlock;
+    const std::string_view passed(from, static_cast<std::size_t>(count));
+    const Counts counts = countIn(passed);
+    const std::uint64_t characters = count - counts.continuations;
     mark.offset += count;
-    while (count != 0) {
-        const auto now = static_cast<unsigned>(std::min<std::uint64_t>(count, kBlock));
-        const std::uint32_t inside = (std::uint32_t{1} << now) - 1;
-        const detail::Block block = detail::Block::load(from);
-        const std::uint32_t starts = ~block.continuations() & inside;
-        const std::uint32_t lineEnds = block.equal('\n') & inside;
-        // Nearly every block is ASCII, where each byte is a character and nothing has to be counted.
-        const bool isAscii = starts == inside;
-        const unsigned characters = isAscii ? now : static_cast<unsigned>(std::popcount(starts));
-        mark.characters += characters;
-        if (lineEnds == 0) {
-            mark.position.column += characters;
-        } else {
-            for (std::uint32_t rest = lineEnds; rest != 0; rest &= rest - 1) ++mark.position.line;
-            const auto after = static_cast<unsigned>(std::bit_width(lineEnds));
-            mark.position.column =
-                1 + (isAscii ? now - after : static_cast<unsigned>(std::popcount(starts >> after)));
-        }
-        from += now;
-        count -= now;
+    mark.characters += characters;
+    if (counts.lineEnds == 0) {
+        mark.position.column += static_cast<std::uint32_t>(characters);
+        return;
     }
+    const std::string_view last = passed.substr(passed.rfind('\n') + 1);
+    mark.position.line += static_cast<std::uint32_t>(counts.lineEnds);
+    mark.position.column =
+        1 + static_cast<std::uint32_t>(last.size() - static_cast<std::size_t>(countIn(last).continuations));
 }
 
 Position PositionIndex::at(std::uint64_t offset) {

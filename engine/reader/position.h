@@ -1,6 +1,5 @@
-// Lines and columns, computed from offsets on demand. A text here is valid UTF-8 with line
-// feeds as line ends, behind whose end kPositionSlack bytes may be read. Threads: pure functions and plain
-// objects.
+// Lines and columns, computed from offsets on demand. A text here is valid UTF-8 with line feeds as line ends.
+// Threads: pure functions and plain objects.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +8,6 @@
 #include <vector>
 
 namespace engine::reader {
-
-inline constexpr std::size_t kPositionSlack = 16;
 
 // A place in the document as an editor shows it: both count from 1, columns in characters (code points).
 struct Position {

@@ -203,6 +203,7 @@ std::u16string_view SaxEvents::uriOfElement() {
     std::uint32_t index = 0;
     const reader::Namespaces::Binding* const binding = names_->bindingOfElement(index);
     if (binding == nullptr) {
+        if ((names_->names().flags(names_->elementId()) & reader::Names::kPrefixed) == 0) return {};
         const std::string_view uri = names_->element().uri;  // none, or that of the prefix xml
         if (uri.empty()) return {};
         rareUri_ = text::toUtf16(uri);
