@@ -33,8 +33,8 @@ struct KelSAXXmlDeclaration {
 // _com_error.
 class IKelSAXXmlHandlerV2 {
 public:
-    virtual void startDocument() = 0;
-    virtual void endDocument() = 0;  // of a document that is well formed to its end
+    virtual void startDocument() = 0;  // before all others
+    virtual void endDocument() = 0;    // of a document that is well formed to its end
 
     // `attributes` in document order, without the namespace declarations, which are in `declarations`.
     virtual void startElement(const KelSAXXmlName& name, std::span<const KelSAXXmlAttribute> attributes,
@@ -47,8 +47,10 @@ public:
     virtual void startCData() = 0;
     virtual void endCData() = 0;
 
+    // What stands between "<!--" and "-->", and between "<?" and "?>"; inside the root element or outside.
     virtual void comment(std::u16string_view text) = 0;
-    virtual void processingInstruction(std::u16string_view target, std::u16string_view data) = 0;
+    virtual void processingInstruction(std::u16string_view target,
+                                       std::u16string_view data) = 0;  // data without the space before it
 
 protected:
     // Never destroyed through this interface, so a destructor takes no slot.

@@ -40,6 +40,7 @@ public:
         kNotWellFormed = 3,  // not well formed, or in an encoding that is not known or not the one declared
         kLimitExceeded = 8,  // elements nested more than kMaxDepth deep, or too much text out of entities
     };
+    // Of elements, one within the other.
     static constexpr int kMaxDepth = 10'000;
 
     // These read a whole document and hand its events to `handler`, which is borrowed for the call. False,

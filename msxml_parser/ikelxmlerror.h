@@ -23,7 +23,7 @@ public:
         kRefused = 10,          // a file or text that is no schema or style sheet, or has errors
         kInvalidArgument = 11,  // not a document of this component, or not a name
     };
-    virtual int getCode() = 0;
+    virtual int getCode() = 0;  // a Code
 
     // Where it is, from 1, the column in characters; 0: not in a particular position.
     virtual int getLine() = 0;

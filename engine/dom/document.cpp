@@ -250,7 +250,7 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
         if (FAILED(status)) return status;
         const bool isValid = found->empty();
         *error = isValid ? com::make<ParseErrorObject>(reader::ParseError()).detach()
-                         : com::make<ParseErrorObject>(std::move(found), 0).detach();
+                         : com::make<ParseErrorObject>(std::move(found), std::size_t{0}).detach();
         return isValid ? S_OK : S_FALSE;
     });
 }

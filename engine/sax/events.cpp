@@ -101,7 +101,8 @@ std::u16string_view Utf16Uris::of(const reader::Namespaces& names, reader::NameI
         return isPrefixed ? u"http://www.w3.org/XML/1998/namespace" : std::u16string_view();
     }
     if (index >= known_.size()) known_.resize(index + std::size_t{1});
-    Uri& known = known_[index];
+    if (known_[index] == nullptr) known_[index] = std::make_unique<Uri>();
+    Uri& known = *known_[index];
     if (known.binding != binding->serial) known = {binding->serial, text::toUtf16(binding->uri)};
     return known.units;
 }

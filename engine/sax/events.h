@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -90,7 +89,7 @@ private:
         std::uint64_t binding = 0;  // its serial number
         std::u16string units;
     };
-    std::deque<Uri> known_;  // by binding; what was handed out stays where it is
+    std::vector<std::unique_ptr<Uri>> known_;  // by binding; what was handed out stays where it is
 };
 
 // The attributes of the element being delivered, without namespace declarations. Its life is that of the

@@ -1,6 +1,7 @@
 #include "tests/faults/operations.h"
 
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -199,6 +200,127 @@ private:
     EventLog log_;
 };
 
+// All events of the third version, in the same way.
+class FullEventLog final : public IKelSAXXmlHandlerV2 {
+public:
+    void startDocument() override { add('{', {}); }
+    void endDocument() override { add('}', {}); }
+    void startElement(const KelSAXXmlName& name, std::span<const KelSAXXmlAttribute> attributes,
+                      std::span<const KelSAXXmlDeclaration> declarations) override {
+        add('<', name.qualified), add('|', name.namespaceUri);
+        for (const auto& one : declarations) add('@', one.prefix), add('=', one.namespaceUri);
+        for (const auto& one : attributes)
+            add(' ', one.name.local), add('|', one.name.namespaceUri), add('=', one.value);
+    }
+    void endElement(const KelSAXXmlName& name) override { add('>', name.local); }
+    void characters(std::u16string_view text) override { add('"', text); }
+    void startCData() override { add('[', {}); }
+    void endCData() override { add(']', {}); }
+    void comment(std::u16string_view text) override { add('!', text); }
+    void processingInstruction(std::u16string_view target, std::u16string_view data) override {
+        add('?', target), add(' ', data);
+    }
+    void clear() noexcept { used_ = 0; }
+    [[nodiscard]] std::string text() const { return {log_, used_}; }
+
+private:
+    void add(char mark, std::u16string_view text) {
+        if (used_ < sizeof log_) log_[used_++] = mark;
+        for (const char16_t unit : text) {
+            if (used_ < sizeof log_) log_[used_++] = static_cast<char>(unit);
+        }
+    }
+    char log_[4096];
+    std::size_t used_ = 0;
+};
+
+class FullSaxRun final : public Run {
+public:
+    explicit FullSaxRun(const char* bytes) : bytes_(bytes) { (void)reader(); }  // made without faults
+    bool call() override { return reader().readBytes(bytes_, std::strlen(bytes_), log_); }
+    std::string result() override { return log_.text(); }
+
+private:
+    // One for all runs, as in SaxRun.
+    static IKelSAXXmlV3& reader() {
+        static const IPtr<IKelSAXXmlV3> theReader(kel::queryInterface<IKelSAXXmlV3>(XmlSAX().getParser()));
+        return *theReader.get();
+    }
+    const char* bytes_;
+    FullEventLog log_;
+};
+
+// Counts the violations, and keeps the last as it comes.
+class ViolationLog final : public IKelXmlViolationHandler {
+public:
+    bool violation(const KelXmlViolation& found) override {
+        ++count_;
+        used_ = 0;
+        for (const std::u16string_view text : {found.path, found.reason}) {
+            for (const char16_t unit : text) {
+                if (used_ < sizeof last_) last_[used_++] = static_cast<char>(unit);
+            }
+        }
+        return true;
+    }
+    [[nodiscard]] std::string text() const { return std::to_string(count_) + std::string(last_, used_); }
+
+private:
+    int count_ = 0;
+    char last_[1024];
+    std::size_t used_ = 0;
+};
+
+class SchemaRun final : public Run {
+public:
+    // A null document: it compiles the schema only.
+    SchemaRun(const std::string& schema, const char* document, bool isStream)
+        : path_(wide(schema)), uri_(wide("urn:s")), document_(document), isStream_(isStream) {
+        const Dom parser = newParser();
+        schema_ = kel::queryInterface<IKelXmlFactory>(parser.get())->createSchema();
+        if (document == nullptr) return;
+        if (!schema_->addFile(uri_, path_)) std::fputs("the schema does not compile\n", stderr);
+        tree_ = loaded(document);
+    }
+    bool call() override {
+        if (document_ == nullptr) return schema_->addFile(uri_, path_);
+        const bool isValid = isStream_ ? schema_->validateBytes(document_, std::strlen(document_), &log_)
+                                       : schema_->validate(tree_.get(), &log_);
+        return isValid || schema_->getError()->getCode() == IKelXmlError::kNotValid;
+    }
+    std::string result() override { return log_.text(); }
+
+private:
+    KelString path_;
+    KelString uri_;
+    const char* document_;
+    bool isStream_;
+    IPtr<IKelXmlSchema> schema_;
+    Dom tree_;
+    ViolationLog log_;
+};
+
+class StyleSheetRun final : public Run {
+public:
+    explicit StyleSheetRun(const std::string& style) : path_(wide(style)), source_(loaded(kDocument)) {
+        sheet_ = kel::queryInterface<IKelXmlFactory>(source_.get())->createStyleSheet();
+    }
+    bool call() override {
+        return sheet_->compileFile(path_) && sheet_->setTextParameter(name_, none_, value_) &&
+               sheet_->transformToString(source_.get(), text_);
+    }
+    std::string result() override { return utf8(text_); }
+
+private:
+    KelString path_;
+    KelString name_{u"parameter"};
+    KelString none_{u""};
+    KelString value_{u"a value that is longer than any short string is"};
+    Dom source_;
+    IPtr<IKelXslStyleSheet> sheet_;
+    KelString text_;
+};
+
 class Sweep {
 public:
     explicit Sweep(const std::string& folder) : folder_(folder) {}
@@ -320,6 +442,22 @@ public:
             [](Objects& o) { return o.document->loadFromString(o.text); }, documentOf);
     }
 
+    void addNewer() {
+        const auto add = [&](const char* name, std::function<std::unique_ptr<Run>()> prepare) {
+            operations.push_back({name, std::move(prepare)});
+        };
+        add("read bytes", [] { return std::make_unique<FullSaxRun>(kDocument); });
+        add("read bytes with a DOCTYPE", [] { return std::make_unique<FullSaxRun>(kWithDoctype); });
+        const std::string schema = folder_ + "/schema.xsd";
+        add("compile a schema", [=] { return std::make_unique<SchemaRun>(schema, nullptr, false); });
+        add("find violations", [=] { return std::make_unique<SchemaRun>(schema, kInvalid, false); });
+        add("validate a stream", [=] { return std::make_unique<SchemaRun>(schema, kValid, true); });
+        add("find violations in a stream",
+            [=] { return std::make_unique<SchemaRun>(schema, kInvalid, true); });
+        add("compile and run a style sheet",
+            [path = folder_ + "/style.xsl"] { return std::make_unique<StyleSheetRun>(path); });
+    }
+
     std::vector<Operation> operations;
 
 private:
@@ -334,6 +472,7 @@ std::vector<Operation> operationsIn(const std::string& folder) {
     sweep.addTree();
     sweep.addTransforming();
     sweep.addValidating();
+    sweep.addNewer();
     return std::move(sweep.operations);
 }
 
