@@ -104,8 +104,11 @@ HRESULT STDMETHODCALLTYPE SaxEvents::endPrefixMapping(const OLECHAR*, int) {
 }
 
 void SaxEvents::readAttributes(ISAXAttributes& attributes) {
+    const auto check = [](HRESULT status) {
+        if (FAILED(status)) throw _com_error(status);
+    };
     int count = 0;
-    (void)attributes.getLength(&count);  // what fails here leaves the lengths at 0
+    check(attributes.getLength(&count));
     for (int index = 0; index < count; ++index) {
         const OLECHAR* uri = nullptr;
         const OLECHAR* local = nullptr;
@@ -115,9 +118,10 @@ void SaxEvents::readAttributes(ISAXAttributes& attributes) {
         int localLength = 0;
         int qualifiedLength = 0;
         int valueLength = 0;
-        (void)attributes.getName(index, &uri, &uriLength, &local, &localLength, &qualified, &qualifiedLength);
+        check(
+            attributes.getName(index, &uri, &uriLength, &local, &localLength, &qualified, &qualifiedLength));
         if (isDeclaration(viewOf(qualified, qualifiedLength))) continue;
-        (void)attributes.getValue(index, &value, &valueLength);
+        check(attributes.getValue(index, &value, &valueLength));
         attributes_.push_back(
             {nameOf(viewOf(uri, uriLength), viewOf(local, localLength), viewOf(qualified, qualifiedLength)),
              viewOf(value, valueLength)});
