@@ -55,6 +55,12 @@ struct IXMLDOMNode : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_text(BSTR* text) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_text(BSTR text) = 0;
     virtual HRESULT STDMETHODCALLTYPE transformNode(IXMLDOMNode* styleSheet, BSTR* text) = 0;
+    // XPath 1.0 from this document or element, in document order; the prefixes are those of the document's
+    // "SelectionNamespaces". The list holds what was selected when it was made. E_INVALIDARG with a
+    // description: the expression is wrong, selects no nodes, or takes more work than is allowed.
+    virtual HRESULT STDMETHODCALLTYPE selectNodes(BSTR expression, IXMLDOMNodeList** nodes) = 0;
+    virtual HRESULT STDMETHODCALLTYPE selectSingleNode(BSTR expression,
+                                                       IXMLDOMNode** node) = 0;  // none: null and S_FALSE
     // Of an element or attribute; null and S_FALSE: in no namespace, without a prefix. A prefix that is not
     // declared around the node stands for no namespace.
     virtual HRESULT STDMETHODCALLTYPE get_namespaceURI(BSTR* uri) = 0;
@@ -122,6 +128,7 @@ struct IXMLDOMDocument : IXMLDOMNode {
     // Elements alone (NODE_ELEMENT as a number). A namespace is declared on the new element.
     virtual HRESULT STDMETHODCALLTYPE createNode(VARIANT type, BSTR name, BSTR namespaceUri,
                                                  IXMLDOMNode** node) = 0;
+    // From a path or file URL (VT_BSTR), or the bytes of an ISequentialStream.
     virtual HRESULT STDMETHODCALLTYPE load(VARIANT source, VARIANT_BOOL* loaded) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_parseError(IXMLDOMParseError** error) = 0;
     virtual HRESULT STDMETHODCALLTYPE put_async(VARIANT_BOOL async) = 0;
@@ -136,7 +143,10 @@ struct IXMLDOMDocument2 : IXMLDOMDocument {
     virtual HRESULT STDMETHODCALLTYPE get_schemas(VARIANT* schemas) = 0;  // VT_NULL and S_FALSE: none
     virtual HRESULT STDMETHODCALLTYPE putref_schemas(VARIANT schemas) = 0;
     virtual HRESULT STDMETHODCALLTYPE validate(IXMLDOMParseError** error) = 0;
-    // "MultipleErrorMessages" (VT_BOOL, false at first): `validate` finds every error, not just the first.
+    // "ProhibitDTD" (VT_BOOL, true at first): a load refuses a DOCTYPE. Where it is allowed, the internal
+    // subset is read under the reader's limits, and nothing external is. "SelectionNamespaces" (VT_BSTR): the
+    // prefixes of expressions, as declarations are written in a start tag. "MultipleErrorMessages" (VT_BOOL,
+    // false at first): `validate` finds every error, not just the first. Others: E_INVALIDARG.
     virtual HRESULT STDMETHODCALLTYPE setProperty(BSTR name, VARIANT value) = 0;
 };
 

@@ -4,8 +4,11 @@
 
 #include "engine/com/classtable.h"
 #include "engine/com/status.h"
+#include "engine/dom/documentwriter.h"
 #include "engine/dom/parseerror.h"
 #include "engine/dom/utf8text.h"
+#include "engine/reader/comstream.h"
+#include "engine/text/utf.h"
 #include "engine/text/xmlnames.h"
 
 namespace engine::dom {
@@ -18,6 +21,7 @@ using com::textOf;
 namespace {
 
 constinit Transformer* theTransformer = nullptr;
+constinit Evaluator* theEvaluator = nullptr;
 
 // What the call on this thread that has just failed had to say.
 std::string takeDescription() {
@@ -44,6 +48,13 @@ void setTransformer(Transformer* transformer) noexcept {
 }
 Transformer* transformer() noexcept {
     return theTransformer;
+}
+
+void setEvaluator(Evaluator* evaluator) noexcept {
+    theEvaluator = evaluator;
+}
+Evaluator* evaluator() noexcept {
+    return theEvaluator;
 }
 
 Document::Document(std::uint32_t mostTextInBytes)
@@ -145,13 +156,24 @@ HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
     if (loaded == nullptr) return com::nullPointer("load");
     *loaded = VARIANT_FALSE;
     return guarded([&] {
+        if (source.vt == VT_UNKNOWN || source.vt == VT_DISPATCH) {
+            void* found = nullptr;
+            if (source.punkVal != nullptr &&
+                SUCCEEDED(source.punkVal->QueryInterface(IID_ISequentialStream, &found))) {
+                const auto stream =
+                    com::Ref<ISequentialStream>::adopt(static_cast<ISequentialStream*>(found));
+                reader::ComByteStream bytes(*stream);
+                return loadFrom(reader::Input::stream(bytes), {}, loaded);
+            }
+        }
         if (source.vt != VT_BSTR) {
             install(newTree());
-            lastError_ = {E_INVALIDARG,
-                          {},
-                          "A document is loaded from a path or a file URL, given as a string.",
-                          {},
-                          0};
+            lastError_ = {
+                E_INVALIDARG,
+                {},
+                "A document is loaded from a path or a file URL, given as a string, or from a stream.",
+                {},
+                0};
             return fail(E_INVALIDARG, lastError_.reason);
         }
         const reader::Input input = reader::Input::location(textOf(source.bstrVal));
@@ -193,7 +215,7 @@ HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_
 
 // Reads into an empty tree and, if that is wanted, validates what came.
 reader::ParseError Document::build(const reader::Input& input, LiveTree& target) {
-    reader::ParseError error = dom::load(target.tree(), input, whiteSpace_);
+    reader::ParseError error = dom::load(target.tree(), input, whiteSpace_, dtd_);
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
     std::vector<reader::Violation> found;
     const HRESULT status =
@@ -265,15 +287,127 @@ HRESULT Document::get_schemas(VARIANT* schemas) {
     return S_OK;
 }
 
+namespace {
+
+// Declarations as they stand in a start tag: read as those of one.
+std::vector<std::pair<std::string, std::string>> prefixesIn(std::u16string_view declarations) {
+    const std::u16string element = u"<e " + std::u16string(declarations) + u"/>";
+    Tree tree;
+    const bool isRead = !dom::load(tree, reader::Input::text(element), WhiteSpace::KeepAll).failed();
+    const NodeId root = isRead ? tree.documentElement() : kNoNode;
+    std::vector<std::pair<std::string, std::string>> prefixes;
+    bool isWrong = !isRead || tree.firstChild(root) != kNoNode || tree.nextSibling(root) != kNoNode;
+    for (std::uint32_t i = 0; !isWrong && i < tree.attributeCount(root); ++i) {
+        const AttributeView attribute = tree.attribute(root, i);
+        isWrong = attribute.prefixLength == 0 ||
+                  (tree.names().flags(tree.attributeNameId(root, i)) & Names::kDeclaration) == 0;
+        prefixes.emplace_back(attribute.name.substr(attribute.name.find(':') + 1), attribute.value);
+    }
+    if (isWrong) {
+        throw Failure(E_INVALIDARG,
+                      "The prefixes of expressions are declared as in a start tag: xmlns:p=\"uri\" ...");
+    }
+    return prefixes;
+}
+
+}  // namespace
+
+ExpressionValue Document::evaluate(const NodeSource& context, BSTR expression, ExpressionValue::Kind kind) {
+    Evaluator* const available = evaluator();
+    if (available == nullptr)
+        throw Failure(E_NOTIMPL, "This build has no evaluator: it cannot compute expressions.");
+    expressionError_ = 0;
+    const Expression asked{text::toUtf8(textOf(expression)), prefixes_};
+    try {
+        return available->evaluate(context, asked, kind);
+    } catch (const ExpressionError& error) {
+        expressionError_ = error.column();
+        const std::string place =
+            error.column() == 0 ? "" : "Column " + std::to_string(error.column()) + " : ";
+        throw Failure(E_INVALIDARG, place + error.reason());
+    }
+}
+
+HRESULT Document::evaluate(IXMLDOMNode* context, BSTR expression, BSTR* text, double* number,
+                           VARIANT_BOOL* truth) {
+    using Kind = ExpressionValue::Kind;
+    if (text != nullptr) *text = nullptr;
+    if (number != nullptr) *number = 0;
+    if (truth != nullptr) *truth = VARIANT_FALSE;
+    return guarded([&] {
+        const Binding* const binding = Binding::of(context);
+        if (binding == nullptr)
+            throw Failure(E_INVALIDARG, "Expressions start at a document or an element of this XML library.");
+        const Kind kind = text != nullptr ? Kind::Text : number != nullptr ? Kind::Number : Kind::Truth;
+        const ExpressionValue value = evaluate(binding->liveTree().source(binding->node()), expression, kind);
+        if (text != nullptr) *text = com::makeBstr(std::string_view(value.text));
+        if (number != nullptr) *number = value.number;
+        if (truth != nullptr) *truth = value.isTrue ? VARIANT_TRUE : VARIANT_FALSE;
+        return S_OK;
+    });
+}
+
+HRESULT Document::getExpressionError(LONG* column) {
+    if (column == nullptr) return com::nullPointer("getExpressionError");
+    *column = static_cast<LONG>(expressionError_);
+    return S_OK;
+}
+
 HRESULT Document::setProperty(BSTR name, VARIANT value) {
     return guarded([&] {
+        if (textOf(name) == u"ProhibitDTD" && value.vt == VT_BOOL) {
+            dtd_ = value.boolVal == VARIANT_FALSE ? reader::ReadOptions::Dtd::Internal
+                                                  : reader::ReadOptions::Dtd::Prohibit;
+            return S_OK;
+        }
         if (textOf(name) == u"MultipleErrorMessages" && value.vt == VT_BOOL) {
             validation_ =
                 value.boolVal == VARIANT_FALSE ? ISchemaValidator::Find::First : ISchemaValidator::Find::All;
             return S_OK;
         }
+        if (textOf(name) == u"SelectionNamespaces" && value.vt == VT_BSTR) {
+            prefixes_ = prefixesIn(textOf(value.bstrVal));
+            return S_OK;
+        }
         throw Failure(E_INVALIDARG, "There is no property '" + text::toUtf8(textOf(name).substr(0, 100)) +
                                         "' that takes a value of this type.");
+    });
+}
+
+namespace {
+
+class StreamSink final : public ByteSink {
+public:
+    explicit StreamSink(ISequentialStream& stream) noexcept : stream_(stream) {}
+
+    void put(std::string_view bytes) override {
+        while (!bytes.empty()) {
+            const auto count = static_cast<ULONG>(std::min<std::size_t>(bytes.size(), 1u << 30));
+            ULONG done = 0;
+            const HRESULT status = stream_.Write(bytes.data(), count, &done);
+            if (FAILED(status)) throw Failure(status, "The stream took no more of the document.");
+            if (done == 0) throw Failure(STG_E_MEDIUMFULL, "The stream took no more of the document.");
+            bytes.remove_prefix(std::min(done, count));
+        }
+    }
+
+private:
+    ISequentialStream& stream_;
+};
+
+}  // namespace
+
+HRESULT Document::write(ISequentialStream* stream, const XMLWriteSettings* settings) {
+    if (stream == nullptr || settings == nullptr) return com::nullPointer("write");
+    return guarded([&] {
+        const std::string encoding =
+            settings->encoding == nullptr ? std::string() : text::toUtf8(settings->encoding);
+        StreamSink sink(*stream);
+        writeDocument(
+            tree(),
+            {encoding, static_cast<WriteSettings::Declaration>(settings->declaration), settings->indent},
+            sink);
+        return S_OK;
     });
 }
 

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/com/extension.h"
 #include "engine/dom/nodeobject.h"
@@ -29,6 +31,11 @@ public:
         return found != nullptr ? found : bindingPart(iid);
     }
 
+    // An expression from a node of a tree of this document's, with the document's prefixes. Throws Failure,
+    // and remembers where a wrong expression went wrong.
+    [[nodiscard]] ExpressionValue evaluate(const NodeSource& context, BSTR expression,
+                                           ExpressionValue::Kind kind);
+
     void replaceContent(const std::function<void(reader::EventSink&)>& fill) override;
 
     HRESULT get_documentElement(IXMLDOMElement** element) override;
@@ -49,6 +56,10 @@ public:
     HRESULT validate(IXMLDOMParseError** error) override;
     HRESULT setProperty(BSTR name, VARIANT value) override;
     HRESULT getPosition(IXMLDOMNode* element, LONG* line, LONG* column) override;
+    HRESULT evaluate(IXMLDOMNode* context, BSTR expression, BSTR* text, double* number,
+                     VARIANT_BOOL* truth) override;
+    HRESULT getExpressionError(LONG* column) override;
+    HRESULT write(ISequentialStream* stream, const XMLWriteSettings* settings) override;
 
 private:
     struct Retire {
@@ -68,9 +79,12 @@ private:
     OwnedTree content_;
     reader::ParseError lastError_;
     WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;
+    reader::ReadOptions::Dtd dtd_ = reader::ReadOptions::Dtd::Prohibit;
     bool validatesOnParse_ = true;
     com::Ref<ISchemaValidator> schemas_;
     ISchemaValidator::Find validation_ = ISchemaValidator::Find::First;
+    std::vector<std::pair<std::string, std::string>> prefixes_;  // of expressions
+    std::uint32_t expressionError_ = 0;                          // column, from 1
 };
 
 }  // namespace engine::dom

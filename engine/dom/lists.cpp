@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::string_view kNoChildren = "An attribute takes no children; set its text.";
 
+constexpr std::string_view kNoContext = "Expressions start at a document or an element.";
+
 template <typename T>
 HRESULT nothing(T** result, std::string_view operation) noexcept {
     if (result == nullptr) return nullPointer(operation);
@@ -73,6 +75,19 @@ HRESULT ChildList::get_length(LONG* length) {
         ++counted_;
     }
     *length = counted_;
+    return S_OK;
+}
+
+HRESULT SelectedList::get_item(LONG index, IXMLDOMNode** node) {
+    return com::give(node, "get_item", [&] {
+        const auto wanted = static_cast<std::size_t>(index);
+        return index < 0 || wanted >= nodes_.size() ? com::Ref<IXMLDOMNode>() : nodes_[wanted];
+    });
+}
+
+HRESULT SelectedList::get_length(LONG* length) {
+    if (length == nullptr) return nullPointer("get_length");
+    *length = static_cast<LONG>(nodes_.size());
     return S_OK;
 }
 
@@ -211,6 +226,12 @@ HRESULT AttributeObject::removeChild(IXMLDOMNode*, IXMLDOMNode** removed) {
 }
 HRESULT AttributeObject::appendChild(IXMLDOMNode*, IXMLDOMNode** added) {
     return refuse(added, E_FAIL, kNoChildren);
+}
+HRESULT AttributeObject::selectNodes(BSTR, IXMLDOMNodeList** nodes) {
+    return refuse(nodes, E_NOTIMPL, kNoContext);
+}
+HRESULT AttributeObject::selectSingleNode(BSTR, IXMLDOMNode** node) {
+    return refuse(node, E_NOTIMPL, kNoContext);
 }
 HRESULT AttributeObject::get_namespaceURI(BSTR* uri) {
     return com::give(uri, "get_namespaceURI", [&]() -> BSTR {

@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/com/object.h"
 #include "engine/com/ref.h"
@@ -38,6 +40,18 @@ private:
     std::uint32_t cursorIndex_ = 0;
     NodeId lastCounted_ = kNoNode;
     LONG counted_ = 0;
+};
+
+// What an expression selected: the objects themselves, so that edits change nothing about it.
+class SelectedList final : public com::Object<SelectedList, IXMLDOMNodeList> {
+public:
+    explicit SelectedList(std::vector<com::Ref<IXMLDOMNode>> nodes) noexcept : nodes_(std::move(nodes)) {}
+
+    HRESULT get_item(LONG index, IXMLDOMNode** node) override;
+    HRESULT get_length(LONG* length) override;
+
+private:
+    const std::vector<com::Ref<IXMLDOMNode>> nodes_;
 };
 
 // The attributes of an element, by index. A part of the element's object, with its count, but an identity of
@@ -82,6 +96,8 @@ public:
     HRESULT get_text(BSTR* text) override;
     HRESULT put_text(BSTR text) override;
     HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) override;
+    HRESULT selectNodes(BSTR expression, IXMLDOMNodeList** nodes) override;
+    HRESULT selectSingleNode(BSTR expression, IXMLDOMNode** node) override;
     HRESULT get_namespaceURI(BSTR* uri) override;
     HRESULT get_prefix(BSTR* prefix) override;
     HRESULT get_baseName(BSTR* name) override;

@@ -78,7 +78,9 @@ public:
         return tree_.position(element, *positions_);
     }
     // A node as a service takes it.
-    [[nodiscard]] NodeSource source(NodeId node) noexcept { return {tree_, node, url_, &keptStyle_}; }
+    [[nodiscard]] NodeSource source(NodeId node) noexcept {
+        return {tree_, node, url_, &keptStyle_, &keptCopy_};
+    }
 
     // The live object of a node, borrowed; null if there is none. The document's object is not among them.
     [[nodiscard]] IXMLDOMNode* find(NodeId node) const noexcept {
@@ -170,6 +172,7 @@ private:
     std::unique_ptr<Kept>
         keptStyle_;  // what the transformer has made of it; refers to the tree and the address
     std::unique_ptr<reader::PositionIndex> positions_;  // of the source, once somebody asks
+    std::unique_ptr<Kept> keptCopy_;                    // what expressions look at
     bool isCurrent_ = true;
 };
 

@@ -1,9 +1,13 @@
 #include "engine/dom/nodeobject.h"
 
+#include <algorithm>
 #include <concepts>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/com/status.h"
+#include "engine/dom/document.h"
 #include "engine/dom/services.h"
 #include "engine/dom/utf8text.h"
 #include "engine/text/utf.h"
@@ -36,6 +40,11 @@ std::string_view nameOf(const Tree& tree, NodeId node) noexcept {
             return "#cdata-section";
         case NodeKind::Comment:
             return "#comment";
+        case NodeKind::DocumentType: {  // the name of the root element that it declares
+            std::string_view name = tree.content(node).substr(sizeof "<!DOCTYPE" - 1);
+            name.remove_prefix(std::min(name.find_first_not_of(" \t\n"), name.size()));
+            return name.substr(0, name.find_first_of(" \t\n[>"));
+        }
         default:
             return "#document";
     }
@@ -81,6 +90,7 @@ void checkInsertion(const Binding& parent, const Binding& child, NodeId replaced
         source.isAncestorOrSelf(child.node(), parent.node())) {
         refuse("The element '" + std::string(source.name(child.node())) + "' cannot be put below itself.");
     }
+    if (kind == NodeKind::DocumentType) refuse("A DOCTYPE stays where it was loaded.");
     if (targetKind != NodeKind::Document) return;
     if (kind == NodeKind::Text || kind == NodeKind::CData) {
         refuse("Text cannot stand beside the document element; put it into an element.");
@@ -121,6 +131,7 @@ void checkContent(NodeKind kind, std::string_view content) {
     if (kind == NodeKind::Document) {
         throw Failure(E_FAIL, "The text of a document cannot be set; set the text of an element.");
     }
+    if (kind == NodeKind::DocumentType) throw Failure(E_FAIL, "The text of a DOCTYPE cannot be set.");
     if (kind == NodeKind::ProcessingInstruction) checkInstructionData(content);
     if (kind == NodeKind::CData && holds("]]>")) {
         throw Failure(E_INVALIDARG, "A CDATA section cannot contain ']]>', which ends it.");
@@ -387,6 +398,47 @@ HRESULT NodeObject<Interface>::transformNodeToObject(IXMLDOMNode* styleSheet, VA
             needTransformer().toEvents(liveTree().source(node()), style, events);
         });
         return S_OK;
+    });
+}
+
+namespace {
+
+// Borrowed from the document that the tree belongs to; every one is of this class.
+Document& documentOf(const LiveTree& tree) noexcept {
+    return static_cast<Document&>(tree.document());
+}
+
+com::Ref<IXMLDOMNode> selectedObject(LiveTree& tree, const SelectedNode& selected) {
+    com::Ref<IXMLDOMNode> node = nodeObject(tree, selected.node);
+    if (selected.attribute == SelectedNode::kNoAttribute || !node) return node;
+    auto attribute = com::make<AttributeObject>(static_cast<ElementObject&>(*node), selected.attribute);
+    return com::Ref<IXMLDOMNode>::adopt(attribute.detach());
+}
+
+}  // namespace
+
+template <typename Interface>
+HRESULT NodeObject<Interface>::selectNodes(BSTR expression, IXMLDOMNodeList** nodes) {
+    return com::give(nodes, "selectNodes", [&] {
+        const ExpressionValue value =
+            documentOf(liveTree())
+                .evaluate(liveTree().source(node()), expression, ExpressionValue::Kind::Nodes);
+        std::vector<com::Ref<IXMLDOMNode>> objects;
+        objects.reserve(value.nodes.size());
+        for (const SelectedNode& selected : value.nodes)
+            objects.push_back(selectedObject(liveTree(), selected));
+        return com::make<SelectedList>(std::move(objects));
+    });
+}
+
+template <typename Interface>
+HRESULT NodeObject<Interface>::selectSingleNode(BSTR expression, IXMLDOMNode** node) {
+    return com::give(node, "selectSingleNode", [&] {
+        const ExpressionValue value =
+            documentOf(liveTree())
+                .evaluate(liveTree().source(this->node()), expression, ExpressionValue::Kind::Nodes);
+        return value.nodes.empty() ? com::Ref<IXMLDOMNode>()
+                                   : selectedObject(liveTree(), value.nodes.front());
     });
 }
 

@@ -42,6 +42,8 @@ public:
     HRESULT get_text(BSTR* text) final;
     HRESULT put_text(BSTR text) final;
     HRESULT transformNode(IXMLDOMNode* styleSheet, BSTR* text) final;
+    HRESULT selectNodes(BSTR expression, IXMLDOMNodeList** nodes) final;
+    HRESULT selectSingleNode(BSTR expression, IXMLDOMNode** node) final;
     HRESULT get_namespaceURI(BSTR* uri) final;
     HRESULT get_prefix(BSTR* prefix) final;
     HRESULT get_baseName(BSTR* name) final;

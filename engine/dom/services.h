@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/com/object.h"
@@ -29,8 +30,9 @@ public:
 struct NodeSource {
     const Tree& tree;
     NodeId node;
-    std::string_view url;                   // the file its document was loaded from, UTF-8; empty: none
-    std::unique_ptr<Kept>* kept = nullptr;  // the transformer's place in the tree's owner; null: none
+    std::string_view url;                       // the file its document was loaded from, UTF-8; empty: none
+    std::unique_ptr<Kept>* kept = nullptr;      // the transformer's place in the tree's owner; null: none
+    std::unique_ptr<Kept>* keptCopy = nullptr;  // the evaluator's
 };
 
 // Failures leave as com::Failure with a description that a person can act on, and nothing else leaves but
@@ -49,6 +51,55 @@ protected:
 // Lends a transformer for the life of the process; null takes it away.
 void setTransformer(Transformer* transformer) noexcept;
 [[nodiscard]] Transformer* transformer() noexcept;  // null: this build has none
+
+// An expression of XPath 1.0, UTF-8, with what its prefixes stand for.
+struct Expression {
+    std::string text;
+    std::vector<std::pair<std::string, std::string>> prefixes;
+};
+
+struct SelectedNode {
+    static constexpr std::uint32_t kNoAttribute = 0xFFFFFFFF;
+    NodeId node;
+    std::uint32_t attribute;  // the index of one of the node's; kNoAttribute: the node itself
+};
+
+// What an expression comes to, in the form that was asked for.
+struct ExpressionValue {
+    enum class Kind : std::uint8_t { Nodes, Text, Number, Truth };
+    std::vector<SelectedNode> nodes;  // in document order
+    std::string text;
+    double number = 0;
+    bool isTrue = false;
+};
+
+// Thrown for an expression that is wrong, or asks for too much.
+class ExpressionError final {
+public:
+    ExpressionError(std::string reason, std::uint32_t column) noexcept
+        : reason_(std::move(reason)), column_(column) {}
+    [[nodiscard]] const std::string& reason() const noexcept { return reason_; }
+    [[nodiscard]] std::uint32_t column() const noexcept { return column_; }  // from 1; 0: not known
+
+private:
+    std::string reason_;
+    std::uint32_t column_;
+};
+
+// Throws ExpressionError, and otherwise as a transformer does.
+class Evaluator {
+public:
+    // `context` is a document or an element.
+    [[nodiscard]] virtual ExpressionValue evaluate(const NodeSource& context, const Expression& expression,
+                                                   ExpressionValue::Kind kind) = 0;
+
+protected:
+    ~Evaluator() = default;
+};
+
+// As for the transformer.
+void setEvaluator(Evaluator* evaluator) noexcept;
+[[nodiscard]] Evaluator* evaluator() noexcept;
 
 // What a schema collection answers to when it is put into a document.
 struct ISchemaValidator : IUnknown {

@@ -42,6 +42,7 @@ enum class NodeKind : std::uint8_t {
     ProcessingInstruction = 7,
     Comment = 8,
     Document = 9,
+    DocumentType = 10,  // its content is the whole declaration, as it was written
 };
 
 struct AttributeView {

@@ -177,8 +177,84 @@ void TreeBuilder::processingInstruction(std::string_view target, std::string_vie
     (void)add(NodeKind::ProcessingInstruction, name, span.offset, span.length);
 }
 
-reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace) {
+namespace {
+
+// Where the DOCTYPE of a well-formed document stands, and how many comments and instructions stand before it,
+// and after it before the root element.
+struct Prolog {
+    std::string_view doctype;  // empty: there is none
+    std::uint32_t before = 0;
+    std::uint32_t after = 0;
+};
+
+std::size_t endOfDoctype(std::string_view text) {
+    bool isInSubset = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::string_view rest = text.substr(at);
+        if (rest.starts_with("<!--")) {
+            at = text.find("-->", at + 4) + 2;
+        } else if (rest.starts_with("<?")) {
+            at = text.find("?>", at + 2) + 1;
+        } else if (text[at] == '"' || text[at] == '\'') {
+            at = text.find(text[at], at + 1);
+        } else if (text[at] == '[') {
+            isInSubset = true;
+        } else if (text[at] == ']') {
+            isInSubset = false;
+        } else if (text[at] == '>' && !isInSubset) {
+            return at + 1;
+        }
+    }
+    return text.size();
+}
+
+Prolog prologOf(std::string_view text) {
+    Prolog prolog;
+    std::size_t at = text.starts_with("<?xml") && !text.starts_with("<?xml-") ? text.find("?>") + 2 : 0;
+    while ((at = text.find('<', at)) < text.size()) {
+        const std::string_view rest = text.substr(at);
+        if (rest.starts_with("<!DOCTYPE")) {
+            prolog.doctype = rest.substr(0, endOfDoctype(rest));
+            at += prolog.doctype.size();
+            continue;
+        }
+        const bool isComment = rest.starts_with("<!--");
+        if (!isComment && !rest.starts_with("<?")) break;
+        ++(prolog.doctype.empty() ? prolog.before : prolog.after);
+        at = text.find(isComment ? "-->" : "?>", at + 2) + 2;
+    }
+    return prolog;
+}
+
+// The reader reports the instructions in a DOCTYPE like those beside it; they are part of its node instead.
+void addDoctype(Tree& tree) {
+    const Prolog prolog = prologOf(tree.source());
+    if (prolog.doctype.empty()) return;
+    NodeId before = kNoNode;
+    NodeId next = tree.firstChild(kDocumentNode);
+    for (std::uint32_t i = 0; i < prolog.before && next != kNoNode; ++i) {
+        before = next;
+        next = tree.nextSibling(next);
+    }
+    std::uint32_t rest = 0;
+    for (NodeId at = next; at != kNoNode && tree.kind(at) != NodeKind::Element; at = tree.nextSibling(at))
+        ++rest;
+    for (; rest > prolog.after; --rest) {
+        const NodeId inside = next;
+        next = tree.nextSibling(next);
+        tree.unlink(inside);
+        tree.free(inside);
+    }
+    tree.insertAfter(kDocumentNode, before, tree.createText(NodeKind::DocumentType, prolog.doctype));
+    tree.trim();
+}
+
+}  // namespace
+
+reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace,
+                        reader::ReadOptions::Dtd dtd) {
     reader::ReadOptions options;
+    options.dtd = dtd;
     options.lengthLimitInBytes = tree.mostTextInBytes();
     reader::detail::TextSource source(input, options, reader::detail::TextSource::Extent::Whole);
     TreeBuilder builder(tree, whiteSpace);
@@ -186,7 +262,9 @@ reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace white
         if (const reader::detail::Fault fault = source.open()) return source.describe(fault);
         if (source.fault().code == reader::ErrorCode::TooLong) reader::detail::tableIsFull();
         tree.adoptSource(source.takeText());
-        return reader::detail::parse(source, options, builder);
+        reader::ParseError error = reader::detail::parse(source, options, builder);
+        if (!error.failed() && dtd == reader::ReadOptions::Dtd::Internal) addDoctype(tree);
+        return error;
     } catch (const com::Failure& failure) {
         return {failure.status(), builder.position(), failure.description(), {}, 0};
     }

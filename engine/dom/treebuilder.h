@@ -151,7 +151,9 @@ private:
 
 // Reads a document into an empty tree, which keeps its source. A tree that becomes too large is an error like
 // any other, with the status that the tree's operations give. Throws std::bad_alloc; the tree is good for
-// nothing then, nor after an error.
-[[nodiscard]] reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace);
+// nothing then, nor after an error. Where a DOCTYPE is allowed, it becomes a node that holds it as it was
+// written; what it declares is in the tree: entities expanded, defaults of attributes added.
+[[nodiscard]] reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace,
+                                      reader::ReadOptions::Dtd dtd = reader::ReadOptions::Dtd::Prohibit);
 
 }  // namespace engine::dom

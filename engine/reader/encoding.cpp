@@ -51,6 +51,13 @@ constexpr std::array<std::pair<std::string_view, Encoding>, 14> kDirectNames{{
     {"CP-1252", Encoding::Windows1252},
 }};
 
+Encoding directEncoding(std::string_view upperCaseName) {
+    for (const auto& [direct, encoding] : kDirectNames) {
+        if (upperCaseName == direct) return encoding;
+    }
+    return Encoding::Foreign;
+}
+
 std::string upper(std::string_view text) {
     std::string result(text);
     for (char& c : result) {
@@ -136,13 +143,8 @@ Detection detectEightBit(std::string_view head) {
     if (!declared) return found;
     found.name = declared->name;
     const std::string name = upper(declared->name);
-    for (const auto& [direct, encoding] : kDirectNames) {
-        if (name == direct) {
-            found.encoding = encoding;
-            return found;
-        }
-    }
-    found.encoding = Encoding::Foreign;
+    found.encoding = directEncoding(name);
+    if (found.encoding != Encoding::Foreign) return found;
     const bool isWide = name.starts_with("UTF-16") || name == "ISO-10646-UCS-2" || name == "UCS-2";
     const auto transcoder = isWide ? nullptr : Transcoder::create(found);
     if (transcoder == nullptr) {
@@ -184,6 +186,13 @@ Detection detectEbcdic(std::string_view head) {
 }
 
 }  // namespace
+
+Encoding encodingNamed(std::string_view name) {
+    const std::string upperCase = upper(name);
+    if (isOneOf(upperCase, {"UTF-16", "UTF16", "UTF-16LE", "UTF16LE"})) return Encoding::Utf16Little;
+    if (isOneOf(upperCase, {"UTF-16BE", "UTF16BE"})) return Encoding::Utf16Big;
+    return directEncoding(upperCase);
+}
 
 Detection detectEncoding(std::string_view head) {
     constexpr std::string_view kEbcdicDeclaration = "\x4C\x6F\xA7\x94";

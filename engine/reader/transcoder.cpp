@@ -33,7 +33,7 @@ class TableTranscoder final : public Transcoder {
 public:
     TableTranscoder(Encoding encoding, std::string name) : name_(std::move(name)) {
         for (char32_t c = 0; c < 256; ++c) table_[c] = static_cast<char16_t>(c);
-        if (encoding == Encoding::Ascii) std::fill(table_.begin() + 128, table_.end(), kUnused);
+        if (encoding == Encoding::Ascii) std::fill(table_.begin() + 128, table_.end(), kUnusedByte);
         if (encoding == Encoding::Windows1252)
             std::copy(kWindows1252.begin(), kWindows1252.end(), table_.begin() + 128);
     }
@@ -48,7 +48,7 @@ public:
             const char16_t c = table_[static_cast<unsigned char>(byte)];
             if (c < 0x80) {
                 *out++ = static_cast<char>(c);
-            } else if (c == kUnused) {
+            } else if (c == kUnusedByte) {
                 result.fault = badByte(byte, name_);
                 break;
             } else {
@@ -60,12 +60,6 @@ public:
     }
 
 private:
-    static constexpr char16_t kUnused = 0xFFFF;
-    static constexpr std::array<char16_t, 32> kWindows1252{
-        0x20AC, kUnused, 0x201A,  0x0192, 0x201E,  0x2026,  0x2020, 0x2021,  0x02C6, 0x2030, 0x0160,
-        0x2039, 0x0152,  kUnused, 0x017D, kUnused, kUnused, 0x2018, 0x2019,  0x201C, 0x201D, 0x2022,
-        0x2013, 0x2014,  0x02DC,  0x2122, 0x0161,  0x203A,  0x0153, kUnused, 0x017E, 0x0178,
-    };
     std::string name_;
     std::array<char16_t, 256> table_;
 };

@@ -105,6 +105,16 @@ private:
     int position_;
 };
 
+const Steps& stepsOf(xmlXPathParserContextPtr parser) noexcept {
+    const xsltTransformContext* transformation = xsltXPathGetTransformContext(parser);
+    return transformation == nullptr ? *static_cast<const Steps*>(parser->context->varLookupData)
+                                     : Meter::of(*transformation).steps();
+}
+
+xmlXPathObject* lookUpNoVariable(void*, const xmlChar*, const xmlChar*) noexcept {
+    return nullptr;
+}
+
 // engine-step(nodes, number)
 void step(xmlXPathParserContextPtr parser, int count) {
     if (count != 2) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
@@ -113,9 +123,7 @@ void step(xmlXPathParserContextPtr parser, int count) {
         const ObjectHandle from = takeNodes(parser);
         if (from == nullptr) return;
         xmlXPathContext& context = *parser->context;
-        const xsltTransformContext* transformation = xsltXPathGetTransformContext(parser);
-        xmlXPathCompExpr* compiled =
-            transformation == nullptr ? nullptr : Meter::of(*transformation).steps().at(number);
+        xmlXPathCompExpr* compiled = stepsOf(parser).at(number);
         if (compiled == nullptr) return xmlXPathErr(parser, XPATH_EXPR_ERROR);
         Union found(context);
         {
@@ -148,13 +156,22 @@ void unite(xmlXPathParserContextPtr parser, int count) {
     });
 }
 
+void registerFunctions(xmlXPathContext& context) {
+    if (xmlXPathRegisterFunc(&context, chars("engine-step"), step) != 0 ||
+        xmlXPathRegisterFunc(&context, chars("engine-union"), unite) != 0) {
+        throw std::bad_alloc();
+    }
+}
+
 }  // namespace
 
 void Steps::addFunctions(xsltTransformContext& context) {
-    if (xmlXPathRegisterFunc(context.xpathCtxt, chars("engine-step"), step) != 0 ||
-        xmlXPathRegisterFunc(context.xpathCtxt, chars("engine-union"), unite) != 0) {
-        throw std::bad_alloc();
-    }
+    registerFunctions(*context.xpathCtxt);
+}
+
+void Steps::addFunctions(xmlXPathContext& context, const Steps& steps) {
+    xmlXPathRegisterVariableLookup(&context, lookUpNoVariable, const_cast<Steps*>(&steps));
+    registerFunctions(context);
 }
 
 xmlXPathCompExpr* Steps::at(double number) const noexcept {

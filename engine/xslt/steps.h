@@ -39,14 +39,19 @@ public:
 
     // The functions, for one context, whose Meter lends this table.
     static void addFunctions(xsltTransformContext& context);
+    // For a context outside a transformation, which borrows `steps` as what its variables are looked up in:
+    // there are none.
+    static void addFunctions(xmlXPathContext& context, const Steps& steps);
     // Null if there is no such step.
     [[nodiscard]] xmlXPathCompExpr* at(double number) const noexcept;
 
     // Adds a step, and returns its number. Throws std::bad_alloc.
     [[nodiscard]] std::size_t add(const std::string& step);
 
-private:
+    // What an expression becomes; the same text if it is none.
     [[nodiscard]] std::string expression(std::string_view text);
+
+private:
     [[nodiscard]] std::string pattern(std::string_view text);        // its predicates
     [[nodiscard]] std::string valueTemplate(std::string_view text);  // its expressions
 

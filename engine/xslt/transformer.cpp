@@ -6,6 +6,7 @@
 #include "engine/dom/services.h"
 #include "engine/libstate/initialise.h"
 #include "engine/xslt/compiled.h"
+#include "engine/xslt/evaluator.h"
 #include "engine/xslt/resultevents.h"
 #include "engine/xslt/template.h"
 
@@ -90,4 +91,5 @@ com::ClassEntry templateClass{CLSID_XSLTemplate60, Template::create};
 // The name by which the link asks for this file; see CMakeLists.txt.
 extern "C" const bool engineXsltRegistered;
 const bool engineXsltRegistered = (engine::dom::setTransformer(&engine::xslt::theTransformer),
+                                   engine::dom::setEvaluator(&engine::xslt::evaluator()),
                                    engine::com::registerClass(engine::xslt::templateClass));

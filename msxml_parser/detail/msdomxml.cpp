@@ -42,6 +42,18 @@ IKelDOMXmlElement* MSDOMXml::createElement(const KelString& name) {
     return MSDOMXmlElement::create(std::move(element));
 }
 
+IKelDOMXmlElementV2* MSDOMXml::createElementInNamespace(const KelString& uri, const KelString& name) {
+    const BStr tagName(name.view());
+    const BStr namespaceUri(uri.view());
+    VARIANT type;
+    VariantInit(&type);
+    type.vt = VT_I4;
+    type.lVal = NODE_ELEMENT;
+    msxml::Node node;
+    check(document_->createNode(type, tagName.get(), namespaceUri.get(), node.receive()), document_);
+    return MSDOMXmlElement::create(node.as<IXMLDOMElement>());
+}
+
 IKelDOMXmlElementItr* MSDOMXml::getRootElementItr() {
     return MSDOMXmlElementItr::create(documentElement());
 }

@@ -4,7 +4,9 @@
 
 #include "KelBasicTypes/kelstring.h"
 #include "framework/object/implements.h"
+#include "msxml_parser/detail/sourceposition.h"
 #include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikeldomxmlv3.h"
 #include "msxml_parser/ikelsaxxmlv3.h"
 
 namespace msxml {
@@ -39,9 +41,29 @@ private:
 
 }  // namespace msxml
 
-class MSDOMXmlError final : public msxml::ErrorRecord<MSDOMXmlError, IKelDOMXmlError> {
+class MSDOMXmlError final : public msxml::ErrorRecord<MSDOMXmlError, IKelDOMXmlError>,
+                            public virtual IKelDOMXmlErrorV2 {
 public:
     static constexpr const char* kClassName = "MSDOMXmlError";
+    using Later = kel::InterfaceList<IKelDOMXmlErrorV2>;
+
+    void clear() override {
+        ErrorRecord::clear();
+        position_ = {};
+        reason_.clear();
+    }
+    int getLine() override { return position_.line; }
+    int getColumn() override { return position_.column; }
+    KelString& getReason(KelString& out) override { return out.assign(reason_); }
+
+    void setDetails(const msxml::SourcePosition& position, const KelString& reason) {
+        position_ = position;
+        reason_ = reason;
+    }
+
+private:
+    msxml::SourcePosition position_;
+    KelString reason_;
 };
 
 class MSSAXXmlError final : public msxml::ErrorRecord<MSSAXXmlError, IKelSAXXmlError>,

@@ -47,6 +47,7 @@ bool MSDOMXml::loadFromString(const KelString& text) {
         if (loaded == VARIANT_TRUE) return true;
     }
     const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
+    error_.setDetails(refusal.position, refusal.reason);
     return fail(error_, kRefusedByEngine, "Error while reading Xml  : Line %1, column %2 : %3", refusal.line,
                 refusal.column, refusal.reason);
 }
@@ -67,6 +68,7 @@ bool MSDOMXml::loadFromFile(const KelString& path) try {
     check(document_->load(source.get(), &loaded), document_);
     if (loaded == VARIANT_TRUE) return true;
     const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
+    error_.setDetails(refusal.position, refusal.reason);
     return fail(error_, kRefusedByEngine, "Error while reading %1  : Line %2, column %3 : %4", normalised,
                 refusal.line, refusal.column, refusal.reason);
 } catch (const std::exception&) {

@@ -1,7 +1,11 @@
-// A stream of the caller's as the engine writes to it. Everything is borrowed, as in inputstream.h.
+// Where the engine's bytes go: a stream of the caller's, or a text in memory. Everything is borrowed, and
+// counting does nothing: it lives for one call of the engine. Threads: that of the call.
 #pragma once
 
+#include <cerrno>
+#include <cstddef>
 #include <exception>
+#include <string>
 
 #include "KelBasicTypes/binio.h"
 #include "msxml_parser/detail/inputstream.h"
@@ -10,32 +14,52 @@ namespace msxml {
 
 class OutputStream final : public PlainStream {
 public:
-    explicit OutputStream(BinOutput& out) noexcept : out_(out) {}
+    explicit OutputStream(BinOutput& out) noexcept : out_(&out) {}
+    explicit OutputStream(std::string& text) noexcept : text_(&text) {}
 
-    HRESULT STDMETHODCALLTYPE Write(const void* bytes, ULONG count, ULONG* done) override {
-        if (done != nullptr) *done = 0;
-        if (hasFailed_) return E_FAIL;
-        try {
-            const std::size_t taken = out_.writeRaw(bytes, count);
-            hasFailed_ = taken < count;
-            if (done != nullptr) *done = static_cast<ULONG>(taken < count ? taken : count);
-        } catch (...) {
-            thrown_ = std::current_exception();
-            hasFailed_ = true;
-        }
-        return hasFailed_ ? E_FAIL : S_OK;
+    HRESULT STDMETHODCALLTYPE Write(const void* from, ULONG count, ULONG* done) override {
+        ULONG taken = 0;
+        const HRESULT status = put(static_cast<const char*>(from), count, taken);
+        if (done != nullptr) *done = taken;
+        return status;
     }
 
+    // Whether a write was refused, and what the system said to it; 0: nothing.
     [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
-    // What the caller's stream threw.
+    [[nodiscard]] int systemError() const noexcept { return systemError_; }
+    // What the caller's stream threw, which must not cross the engine.
     void rethrow() const {
         if (thrown_) std::rethrow_exception(thrown_);
     }
 
 private:
-    BinOutput& out_;
-    bool hasFailed_ = false;
+    HRESULT put(const char* from, ULONG count, ULONG& taken) noexcept {
+        try {
+            if (text_ != nullptr) {
+                text_->append(from, count);
+                taken = count;
+                return S_OK;
+            }
+            errno = 0;
+            while (taken != count) {
+                const std::size_t now = out_->writeRaw(from + taken, count - taken);
+                if (now == 0) break;
+                taken += static_cast<ULONG>(now);
+            }
+            if (taken == count) return S_OK;
+            systemError_ = errno;
+        } catch (...) {
+            thrown_ = std::current_exception();
+        }
+        hasFailed_ = true;
+        return STG_E_MEDIUMFULL;
+    }
+
+    BinOutput* out_ = nullptr;
+    std::string* text_ = nullptr;
     std::exception_ptr thrown_;
+    int systemError_ = 0;
+    bool hasFailed_ = false;
 };
 
 }  // namespace msxml

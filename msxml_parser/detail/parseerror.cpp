@@ -9,7 +9,8 @@ RefusalTexts readRefusal(const ComPtr<IXMLDOMParseError>& record) {
     LONG column = 0;
     check(record->get_line(&line), record);
     check(record->get_linepos(&column), record);
-    return {KelString(static_cast<int>(line)), KelString(static_cast<int>(column)), readReason(record)};
+    const SourcePosition position{static_cast<int>(line), static_cast<int>(column)};
+    return {KelString(position.line), KelString(position.column), readReason(record), position};
 }
 
 KelString readReason(const ComPtr<IXMLDOMParseError>& record) {

@@ -3,6 +3,7 @@
 
 #include "KelBasicTypes/kelstring.h"
 #include "msxml_parser/detail/comptr.h"
+#include "msxml_parser/detail/sourceposition.h"
 
 namespace msxml {
 
@@ -10,6 +11,7 @@ struct RefusalTexts {
     KelString line;
     KelString column;
     KelString reason;  // as the engine gives it
+    SourcePosition position;
 };
 
 // Raises _com_error if the record cannot be read.

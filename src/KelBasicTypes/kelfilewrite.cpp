@@ -6,13 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdio>
 #include <utility>
 
 #include "KelBasicTypes/binfile.h"
 #include "KelBasicTypes/detail/fileactions.h"
 #include "KelBasicTypes/message.h"
-#include "KelBasicTypes/platform/process.h"
 #include "framework/object/kelclassid.h"
 
 using kel::DataFormat;
@@ -22,16 +20,6 @@ using kel::DataTag;
 namespace {
 
 constexpr std::size_t kMostElements = DataFormat::kUnfinishedRecord / sizeof(std::int64_t) - 1;
-
-// Beside the file, so that it can take the file's place in one step.
-KelString besides(const KelString& path) {
-    char suffix[sizeof ".00000000-00000000.part"];
-    std::snprintf(suffix, sizeof suffix, ".%08x-%08x.part", kel::platform::processId(),
-                  static_cast<unsigned>(kel::platform::performanceCounter()));
-    KelString name = path;
-    name.appendNarrow(suffix);
-    return name;
-}
 
 // Text is written through a buffer, for a unit of text is no 16-bit number to the language.
 bool writeUnits(BinOutput& out, std::u16string_view text) {
@@ -57,7 +45,7 @@ KelFileWrite::KelFileWrite(BinOutput& out) : out_(&out) {
 }
 
 KelFileWrite::KelFileWrite(const KelString& path)
-    : out_(nullptr), path_(path.view()), unfinishedPath_(besides(path)) {
+    : out_(nullptr), path_(path.view()), unfinishedPath_(kel::detail::unfinishedPath(path)) {
     own_ = std::make_unique<BinOutputFile>(unfinishedPath_);
     if (own_->good()) {
         out_ = own_.get();

@@ -21,6 +21,10 @@ constexpr std::ptrdiff_t kShift<KelShared> = 1;
 template <>
 constexpr std::ptrdiff_t kShift<IKelDOMXmlV2> = 13;  // the first version's eleven and its destructors
 template <>
+constexpr std::ptrdiff_t kShift<IKelDOMXmlV3> = 19;
+template <>
+constexpr std::ptrdiff_t kShift<IKelDOMXmlErrorV2> = 7;
+template <>
 constexpr std::ptrdiff_t kShift<IKelDOMXmlElementV2> = 28;
 template <>
 constexpr std::ptrdiff_t kShift<IKelDOMXmlElementItrV2> = 7;

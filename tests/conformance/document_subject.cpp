@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include "engine/com/extension.h"
 #include "engine/com/msxml.h"
 #include "engine/com/ref.h"
 #include "engine/text/utf.h"
@@ -150,6 +151,53 @@ bool loadFile(IXMLDOMDocument2& document, const std::string& path) {
     return SUCCEEDED(status) && loaded == VARIANT_TRUE;
 }
 
+// Bytes written to and read from, as COM has streams.
+class Bytes final : public engine::com::Object<Bytes, ISequentialStream> {
+public:
+    HRESULT Read(void* to, ULONG count, ULONG* done) override {
+        *done = static_cast<ULONG>(text.copy(static_cast<char*>(to), count, position_));
+        position_ += *done;
+        return S_OK;
+    }
+    HRESULT Write(const void* from, ULONG count, ULONG* done) override {
+        text.append(static_cast<const char*>(from), count);
+        *done = count;
+        return S_OK;
+    }
+
+    std::string text;
+
+private:
+    std::size_t position_ = 0;
+};
+
+bool loadStream(IXMLDOMDocument2& document, Bytes& bytes) {
+    VARIANT source;
+    VariantInit(&source);
+    source.vt = VT_UNKNOWN;
+    source.punkVal = &bytes;
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    return SUCCEEDED(document.load(source, &loaded)) && loaded == VARIANT_TRUE;
+}
+
+std::string written(IXMLDOMDocument2& document) {
+    Ref<IXMLDocumentExtension> extension;
+    demand(document.QueryInterface(IID_IXMLDocumentExtension, reinterpret_cast<void**>(extension.receive())));
+    const auto bytes = engine::com::make<Bytes>();
+    constexpr XMLWriteSettings kAsLoaded{};
+    demand(extension->write(bytes.get(), &kAsLoaded));
+    return bytes->text;
+}
+
+// What the document says when it has been written and read back, a second time in the same bytes.
+std::string readBack(IXMLDOMDocument2& document) {
+    const auto bytes = engine::com::make<Bytes>();
+    bytes->text = written(document);
+    if (!loadStream(document, *bytes)) return "what was written is rejected: " + reasonOf(document);
+    if (written(document) != bytes->text) return "what was written is written otherwise a second time";
+    return TreeReport().write(document);
+}
+
 template <class Load, class Source>
 Outcome tryLoading(Load load, const Source& source) {
     Outcome outcome;
@@ -159,10 +207,13 @@ Outcome tryLoading(Load load, const Source& source) {
     demand(document->put_async(VARIANT_FALSE));
     demand(document->put_preserveWhiteSpace(VARIANT_TRUE));
     outcome.accepted = load(*document, source);
-    if (outcome.accepted)
+    if (outcome.accepted) {
         outcome.canonical = TreeReport().write(*document);
-    else
+        const std::string again = readBack(*document);
+        if (again != outcome.canonical) outcome.canonical = again;
+    } else {
         outcome.reason = reasonOf(*document);
+    }
     return outcome;
 }
 

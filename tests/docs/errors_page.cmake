@@ -42,7 +42,7 @@ foreach(quoted IN LISTS told)
     endif()
 endforeach()
 
-foreach(header ikeldomxml.h ikelsaxxml.h)
+foreach(header ikeldomxml.h ikeldomxmlv3.h ikelsaxxml.h)
     file(STRINGS ${SOURCES}/msxml_parser/${header} codes REGEX "^ +k[A-Za-z]+ = [0-9]+,")
     foreach(code IN LISTS codes)
         string(REGEX REPLACE ".* = ([0-9]+),.*" "\\1" number "${code}")

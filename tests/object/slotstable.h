@@ -32,6 +32,7 @@
 #include "msxml_parser/ikeldomxmlelementitrv2.h"
 #include "msxml_parser/ikeldomxmlelementv2.h"
 #include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikeldomxmlv3.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"
 #include "msxml_parser/ikelsaxxmlhandler.h"
@@ -102,6 +103,22 @@
     KEL_SLOT(IKelDOMXmlV2, getValidateOnParse, 3)           \
     KEL_SLOT(IKelDOMXmlV2, validate, 4)                     \
     KEL_SLOT(IKelDOMXmlV2, addProcessingInstruction, 5)     \
+    KEL_SLOT(IKelDOMXmlV3, loadBytes, 0)                    \
+    KEL_SLOT(IKelDOMXmlV3, loadStream, 1)                   \
+    KEL_SLOT(IKelDOMXmlV3, loadFile, 2)                     \
+    KEL_SLOT(IKelDOMXmlV3, writeFile, 3)                    \
+    KEL_SLOT(IKelDOMXmlV3, writeStream, 4)                  \
+    KEL_SLOT(IKelDOMXmlV3, writeString, 5)                  \
+    KEL_SLOT(IKelDOMXmlV3, createElementInNamespace, 6)     \
+    KEL_SLOT(IKelDOMXmlV3, setPrefix, 7)                    \
+    KEL_SLOT(IKelDOMXmlV3, select, 8)                       \
+    KEL_SLOT(IKelDOMXmlV3, selectFirst, 9)                  \
+    KEL_SLOT(IKelDOMXmlV3, evaluateText, 10)                \
+    KEL_SLOT(IKelDOMXmlV3, evaluateNumber, 11)              \
+    KEL_SLOT(IKelDOMXmlV3, evaluateTruth, 12)               \
+    KEL_SLOT(IKelDOMXmlErrorV2, getLine, 0)                 \
+    KEL_SLOT(IKelDOMXmlErrorV2, getReason, 2)               \
+    KEL_SLOT(IKelDOMXmlErrorV2, getColumn, 1)               \
     KEL_SLOT(IKelDOMXmlElement, clone, 0)                   \
     KEL_SLOT(IKelDOMXmlElement, getNameWide, 1)             \
     KEL_SLOT(IKelDOMXmlElement, getNameCopy, 2)             \

@@ -1,6 +1,7 @@
 // Which encoding a document is in, and how its bytes become UTF-8.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -18,6 +19,19 @@ struct Detection {
     std::string name;            // as declared, or of what was detected; for messages and foreign converters
     std::size_t markLength = 0;  // bytes of the byte-order mark
     Fault fault;                 // unknown or contradictory; offset 0 stands for the declaration
+};
+
+// What a name stands for, case ignored; Foreign: for nothing that is known here. Where the name leaves the
+// order of UTF-16 open it is little.
+[[nodiscard]] Encoding encodingNamed(std::string_view name);
+
+// The characters of windows-1252 from 0x80 to 0x9F; kUnusedByte where there is none.
+inline constexpr char16_t kUnusedByte = 0xFFFF;
+inline constexpr std::array<char16_t, 32> kWindows1252{
+    0x20AC,      kUnusedByte, 0x201A, 0x0192, 0x201E, 0x2026,      0x2020, 0x2021,
+    0x02C6,      0x2030,      0x0160, 0x2039, 0x0152, kUnusedByte, 0x017D, kUnusedByte,
+    kUnusedByte, 0x2018,      0x2019, 0x201C, 0x201D, 0x2022,      0x2013, 0x2014,
+    0x02DC,      0x2122,      0x0161, 0x203A, 0x0153, kUnusedByte, 0x017E, 0x0178,
 };
 
 inline constexpr std::size_t kDetectionBytes = 1024;  // enough for every sensible XML declaration

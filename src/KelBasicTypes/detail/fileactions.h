@@ -4,7 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "KelBasicTypes/kelstring.h"
+
 namespace kel::detail {
+
+// A name beside `path`, for a file that is to take its place in one step when it is finished. Nothing is
+// created.
+[[nodiscard]] KelString unfinishedPath(const KelString& path);
 
 // `from` takes the place of `to`, in one step where both are on one file system. Returns what the system says
 // when it refuses, which changes nothing; empty when done.

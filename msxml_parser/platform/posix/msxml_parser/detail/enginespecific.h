@@ -3,14 +3,12 @@
 #pragma once
 
 #include "engine/com/extension.h"
+#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/sourceposition.h"
+#include "msxml_parser/detail/writesettings.h"
 
 namespace msxml {
-
-struct SourcePosition {
-    int line = 0;  // 0: unknown
-    int column = 0;
-};
 
 // Null, and nothing raised, if the document is of an engine without the extension.
 template <typename T>
@@ -32,6 +30,50 @@ template <typename T>
     if (extension && FAILED(extension->getPosition(element.get(), &line, &column)))
         raise(E_FAIL, extension.get(), IID_IXMLDocumentExtension);
     return {static_cast<int>(line), static_cast<int>(column)};
+}
+
+// The value of an expression as XPath's string(), number() or boolean() gives it, from `context`, which is
+// the document or a node of it. Raise _com_error: E_INVALIDARG for a wrong expression.
+inline void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+                     BStr& text) {
+    const auto extension = extensionOf(document);
+    check(extension->evaluate(context.get(), expression.get(), text.receive(), nullptr, nullptr), document);
+}
+inline void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+                     double& number) {
+    const auto extension = extensionOf(document);
+    check(extension->evaluate(context.get(), expression.get(), nullptr, &number, nullptr), document);
+}
+inline void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+                     bool& truth) {
+    VARIANT_BOOL said = VARIANT_FALSE;
+    const auto extension = extensionOf(document);
+    check(extension->evaluate(context.get(), expression.get(), nullptr, nullptr, &said), document);
+    truth = said == VARIANT_TRUE;
+}
+
+// Where the last wrong expression went wrong, in characters from 1; 0: not known.
+[[nodiscard]] inline int expressionColumn(const ComPtr<IXMLDOMDocument2>& document) {
+    LONG column = 0;
+    const auto extension = extensionOf(document);
+    check(extension->getExpressionError(&column), document);
+    return static_cast<int>(column);
+}
+
+// Writes the document to the stream, in pieces. Raises _com_error, E_INVALIDARG with a description for what
+// cannot be written so.
+inline void writeDocument(const ComPtr<IXMLDOMDocument2>& document, IStream& stream,
+                          const WriteSettings& settings) {
+    using Declaration = WriteSettings::Declaration;
+    XMLWriteSettings said{};
+    said.encoding = settings.encoding.empty() ? nullptr : toOleChars(settings.encoding.c_str());
+    said.declaration = settings.declaration == Declaration::Never      ? XMLWriteSettings::Never
+                       : settings.declaration == Declaration::AsLoaded ? XMLWriteSettings::AsLoaded
+                                                                       : XMLWriteSettings::WithoutEncoding;
+    said.indent = settings.indent;
+    const auto extension = extensionOf(document);
+    const HRESULT status = extension->write(&stream, &said);
+    if (FAILED(status)) raise(status, extension.get(), IID_IXMLDocumentExtension);
 }
 
 }  // namespace msxml

@@ -2,19 +2,34 @@
 // which gives the same functions; here nothing is known beyond those interfaces.
 #pragma once
 
+#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/sourceposition.h"
+#include "msxml_parser/detail/writesettings.h"
 
 namespace msxml {
-
-struct SourcePosition {
-    int line = 0;  // 0: unknown
-    int column = 0;
-};
 
 // This platform's engine keeps no positions. Raises as all steps through the tree do.
 [[nodiscard]] inline SourcePosition positionOf(const Element& element) {
     if (!element) raiseNullReference();
     return {};
 }
+
+// The value of an expression as XPath's string(), number() or boolean() gives it, from `context`, which is
+// the document or a node of it. Raise _com_error for a wrong expression. See expressions.cpp.
+void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+              BStr& text);
+void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+              double& number);
+void evaluate(const ComPtr<IXMLDOMDocument2>& document, const Node& context, const BStr& expression,
+              bool& truth);
+
+// Where the last wrong expression went wrong; 0: not known, as always here: the description shows it.
+[[nodiscard]] inline int expressionColumn(const ComPtr<IXMLDOMDocument2>&) noexcept {
+    return 0;
+}
+
+// Writes the document to the stream. Raises _com_error. See documentwriter.cpp.
+void writeDocument(const ComPtr<IXMLDOMDocument2>& document, IStream& stream, const WriteSettings& settings);
 
 }  // namespace msxml

@@ -1,0 +1,21 @@
+// How a document is to be written, for every engine.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace msxml {
+
+struct WriteSettings {
+    enum class Declaration : std::uint8_t {
+        AsLoaded,
+        Never,            // in UTF-8 or UTF-16
+        WithoutEncoding,  // and the bytes are UTF-8
+    };
+
+    std::u16string encoding;  // empty: the one that the document declares, else UTF-8
+    Declaration declaration = Declaration::AsLoaded;
+    bool indent = false;  // by tabs, where it changes nothing; see IKelDOMXmlV3
+};
+
+}  // namespace msxml
