@@ -30,20 +30,20 @@ public:
     // Options of a load, added together; 0: white space of layout is dropped, a DOCTYPE is refused, nothing
     // is validated. They hold for that load alone.
     enum LoadOption : unsigned {
-        kKeepWhiteSpace = 1,  // all of it
+        kKeepWhiteSpace = 0x1,  // all of it
         // The internal subset of a DOCTYPE is read: entities expand, within the limits that the SAX parser
         // has, and defaults of attributes are added. Nothing external is ever opened; a reference to it
         // stands for nothing.
-        kAllowDoctype = 2,
-        kValidate = 4,  // against the schema of the last `validate`
+        kAllowDoctype = 0x2,
+        kValidate = 0x4,  // against the schema of the last `validate`
     };
     // Options of writing.
     enum WriteOption : unsigned {
         // An element a line, by tabs: in elements that hold elements and no text, outside mixed content and
         // xml:space="preserve". A reader that drops layout white space, as a load without options does, sees
         // no difference.
-        kIndent = 1,
-        kNoDeclaration = 2,  // only in UTF-8 or UTF-16
+        kIndent = 0x1,
+        kNoDeclaration = 0x2,  // only in UTF-8 or UTF-16
     };
 
     // Each replaces the whole document, in the encoding that the byte-order mark or the declaration says,

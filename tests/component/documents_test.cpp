@@ -1,5 +1,6 @@
 // Documents from bytes with options, and written as they are: the third version of the parser.
 #include <filesystem>
+#include <iostream>
 
 #include "KelBasicTypes/binfile.h"
 #include "KelBasicTypes/binmemory.h"
@@ -41,6 +42,21 @@ std::string position(const Parser& parser) {
 }
 std::string bytesOf(std::u16string_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * 2};
+}
+
+TEST(Documents, Tour) {
+    const DomParser parser = makeDom();
+    // [begin tour]
+    auto* const document = kel::queryInterface<IKelDOMXmlV3>(parser.get());
+    const std::string_view bytes = "<shelf><book year='1815'>Emma</book><book>Ivanhoe</book></shelf>";
+    if (!document->loadBytes(bytes.data(), bytes.size(), IKelDOMXmlV3::kKeepWhiteSpace)) return;
+    const IPtr<IKelDOMXmlElementItrV2> undated(document->select(KelString(u"//book[not(@year)]"), nullptr));
+    while (const IPtr<IKelDOMXmlElementV2> book{undated->takeNext()}) book->removeFromParent();
+    KelString text;
+    if (document->writeString(text, IKelDOMXmlV3::kIndent)) std::cout << utf8(text);
+    // [end tour]
+    EXPECT_NE(utf8(text).find("1815"), std::string::npos);
+    EXPECT_EQ(utf8(text).find("Ivanhoe"), std::string::npos);
 }
 
 TEST(Documents, ComeFromBytesInTheirOwnEncoding) {

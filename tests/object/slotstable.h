@@ -117,8 +117,8 @@
     KEL_SLOT(IKelDOMXmlV3, evaluateNumber, 11)              \
     KEL_SLOT(IKelDOMXmlV3, evaluateTruth, 12)               \
     KEL_SLOT(IKelDOMXmlErrorV2, getLine, 0)                 \
-    KEL_SLOT(IKelDOMXmlErrorV2, getReason, 2)               \
     KEL_SLOT(IKelDOMXmlErrorV2, getColumn, 1)               \
+    KEL_SLOT(IKelDOMXmlErrorV2, getReason, 2)               \
     KEL_SLOT(IKelDOMXmlElement, clone, 0)                   \
     KEL_SLOT(IKelDOMXmlElement, getNameWide, 1)             \
     KEL_SLOT(IKelDOMXmlElement, getNameCopy, 2)             \
