@@ -55,7 +55,8 @@ class Copy final : public dom::Kept {
 public:
     Copy(const Tree& tree, NodeId root, std::string uri)
         : root_(root), revision_(tree.revision()), copy_(xml2::handOver(tree, root, options(uri))) {
-        (void)xmlXPathOrderDocElems(&copy_.doc());  // sets of nodes are then sorted by number
+        (void)xmlXPathOrderDocElems(&copy_.doc());  // for libxml2's own comparisons
+        numberNodes(copy_.doc());
     }
 
     [[nodiscard]] bool isOf(const Tree& tree, NodeId root) const noexcept {
@@ -261,7 +262,7 @@ ExpressionValue valueOf(const Tree& tree, xmlXPathObject& object, ExpressionValu
             if (object.type != XPATH_NODESET)
                 throw ExpressionError("expected an expression that selects nodes", 1);
             if (object.nodesetval == nullptr) break;
-            xmlXPathNodeSetSort(object.nodesetval);
+            sortNodes(*object.nodesetval);
             value.nodes.reserve(static_cast<std::size_t>(object.nodesetval->nodeNr));
             for (int i = 0; i < object.nodesetval->nodeNr; ++i) {
                 value.nodes.push_back(selected(object.nodesetval->nodeTab[i]));
@@ -290,6 +291,7 @@ public:
         : expression_(expression), text_(expression.text) {
         context_.reset(orThrow(xmlXPathNewContext(&copy.doc())));
         context_->node = place;
+        context_->contextSize = context_->proximityPosition = 1;
         context_->opLimit = workLimits(copy.extent().nodes, copy.extent().textInBytes).xpathSteps;
         for (const auto& [prefix, uri] : expression.prefixes) {
             if (xmlXPathRegisterNs(context_.get(), chars(prefix), chars(uri)) != 0) throw std::bad_alloc();

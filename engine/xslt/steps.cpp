@@ -50,7 +50,7 @@ public:
 
     // In document order.
     [[nodiscard]] xmlXPathObject* finish() {
-        xmlXPathNodeSetSort(nodes_.get());
+        sortNodes(*nodes_);
         return xml2::orThrow(xmlXPathWrapNodeSet(nodes_.release()));
     }
 
@@ -164,6 +164,51 @@ void registerFunctions(xmlXPathContext& context) {
 }
 
 }  // namespace
+
+namespace {
+
+// 0: none.
+std::uintptr_t numberOf(const xmlNode* node) noexcept {
+    switch (node->type) {
+        case XML_DOCUMENT_NODE:
+            return 1;
+        case XML_ATTRIBUTE_NODE:
+            return reinterpret_cast<std::uintptr_t>(reinterpret_cast<const xmlAttr*>(node)->psvi);
+        case XML_NAMESPACE_DECL:
+            return 0;
+        default:
+            return reinterpret_cast<std::uintptr_t>(node->psvi);
+    }
+}
+
+}  // namespace
+
+void sortNodes(xmlNodeSet& nodes) noexcept {
+    xmlNode** const end = nodes.nodeTab + nodes.nodeNr;
+    if (std::all_of(nodes.nodeTab, end, [](const xmlNode* node) { return numberOf(node) != 0; })) {
+        std::sort(nodes.nodeTab, end,
+                  [](const xmlNode* a, const xmlNode* b) { return numberOf(a) < numberOf(b); });
+    } else {
+        xmlXPathNodeSetSort(&nodes);
+    }
+}
+
+void numberNodes(xmlDoc& document) noexcept {
+    std::uintptr_t number = 1;
+    for (xmlNode* at = document.children; at != nullptr;) {
+        at->psvi = reinterpret_cast<void*>(++number);
+        if (at->type == XML_ELEMENT_NODE) {
+            for (xmlAttr* attribute = at->properties; attribute != nullptr; attribute = attribute->next)
+                attribute->psvi = reinterpret_cast<void*>(++number);
+            if (at->children != nullptr) {
+                at = at->children;
+                continue;
+            }
+        }
+        while (at->next == nullptr && at->parent->type == XML_ELEMENT_NODE) at = at->parent;
+        at = at->next;
+    }
+}
 
 void Steps::addFunctions(xsltTransformContext& context) {
     registerFunctions(*context.xpathCtxt);

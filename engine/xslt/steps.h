@@ -21,6 +21,11 @@
 
 namespace engine::xslt {
 
+// Sorts in document order, each node once: by the numbers that `numberNodes` gave all nodes of their tree, or
+// as libxml2 does, whose comparison is not transitive where comments or instructions stand among elements.
+void sortNodes(xmlNodeSet& nodes) noexcept;
+void numberNodes(xmlDoc& document) noexcept;  // in a field that is otherwise not used
+
 class Steps final {
 public:
     Steps() = default;
