@@ -113,7 +113,9 @@ void SaxAttributes::set(std::span<const reader::IdAttribute> attributes, const r
     shown_.clear();
     for (const reader::IdAttribute& attribute : attributes) {
         if ((names.names().flags(attribute.name) & reader::Names::kDeclaration) != 0) continue;
-        shown_.push_back({units.of(attribute.name), attribute.name, scratch.add(attribute.value)});
+        const std::u16string_view value = scratch.add(attribute.value);
+        shown_.push_back({units.of(attribute.name), unitsOf(value), static_cast<std::uint32_t>(value.size()),
+                          attribute.name});
     }
 }
 
@@ -174,8 +176,8 @@ HRESULT SaxAttributes::getValue(int index, const OLECHAR** value, int* length) {
     *length = 0;
     const Shown* const found = at(index);
     if (found == nullptr) return com::fail(E_INVALIDARG, "The element has no attribute of this index.");
-    *value = unitsOf(found->value);
-    *length = static_cast<int>(found->value.size());
+    *value = found->value;
+    *length = static_cast<int>(found->valueLength);
     return S_OK;
 }
 

@@ -111,10 +111,12 @@ public:
     HRESULT STDMETHODCALLTYPE getValue(int index, const OLECHAR** value, int* length) override;
 
 private:
+    // 32 bytes, so that counting them takes no division. A start tag's values fit into an int.
     struct Shown {
         Utf16Names::Name units;
+        const char16_t* value;
+        std::uint32_t valueLength;
         reader::NameId name;
-        std::u16string_view value;
     };
     [[nodiscard]] const Shown* at(int index) const noexcept;
     std::vector<Shown> shown_;
