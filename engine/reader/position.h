@@ -1,5 +1,5 @@
-// Lines and columns, computed from offsets on demand. A text here is valid UTF-8 with line feeds as line ends.
-// Threads: pure functions and plain objects.
+// Lines and columns, computed from offsets on demand. A text here is valid UTF-8 with line feeds as line
+// ends. Threads: pure functions and plain objects.
 #pragma once
 
 #include <cstddef>
