@@ -22,6 +22,7 @@ public:
         kNotWritable = 8,  // the file cannot be created, or is a folder
         kNotWritten = 9,   // the medium took no more, or the document cannot be written in this encoding
     };
+    // Codes of select and evaluate.
     enum ExpressionErrorCode : int {
         kBadExpression = 10,  // wrong, of a wrong type, or more work than is allowed; getColumn says where
         kNotElements = 11,    // selects attributes, texts or other nodes: ask for its value
