@@ -90,6 +90,7 @@ protected:
 };
 
 TEST_F(SaxV3, DeliversAllThatADocumentHolds) {
+    if (traits::kDeliversInstructions != nullptr) GTEST_SKIP() << traits::kDeliversInstructions;
     EXPECT_EQ(
         read("<?xml version='1.0'?><!--c--><?p d?>"
              "<p:a xmlns:p='u' xmlns='v' p:x='1' y='&lt;' z='3' a='4'>t<b/><![CDATA[<]]>&amp;</p:a><!--e-->"),

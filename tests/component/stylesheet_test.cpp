@@ -53,6 +53,7 @@ protected:
 };
 
 TEST_F(StyleSheets, TakeParametersOfEverySortAndRunAgain) {
+    if (traits::kTakesParameters != nullptr) GTEST_SKIP() << traits::kTakesParameters;
     compile(
         sheet("<x:param name='t' select=\"'default'\"/><x:param name='q:t' select='0'/><x:param name='b'/>"
               "<x:template match='/'><x:value-of select=\"concat($t, '|', $q:t * 2, '|', boolean($b))\"/>"
@@ -106,6 +107,7 @@ TEST_F(StyleSheets, HandOverMessagesAndWarnings) {
 }
 
 TEST_F(StyleSheets, WriteBytesInTheEncodingThatTheyAskFor) {
+    if (traits::kWritesEncodings != nullptr) GTEST_SKIP() << traits::kWritesEncodings;
     const struct {
         const char* encoding;
         std::string bytes;
@@ -116,7 +118,6 @@ TEST_F(StyleSheets, WriteBytesInTheEncodingThatTheyAskFor) {
     };
     const std::string path = folder_.path("out");
     for (const auto& row : rows) {
-        if (traits::kWritesEncodings != nullptr && row.encoding[0] != '\0') continue;
         compile(sheet("<x:template match='/'>\xC3\xA4\xE2\x82\xAC</x:template>", row.encoding));
         {
             BinOutputFile out(wide(path));

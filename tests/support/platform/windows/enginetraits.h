@@ -53,7 +53,12 @@ inline const char* const kExpandsEntities = onWine("Wine's reader stops at an en
 inline const char* const kFindsAllViolations = onWine("Wine finds the first violation, without its place");
 inline const char* const kValidatesStreams = onWine("Wine does not validate while it reads a stream");
 inline constexpr const char* kTellsMessages = "this engine hands out no messages of style sheets";
-inline const char* const kWritesEncodings = onWine("Wine writes results in UTF-8 or UTF-16");
+inline const char* const kWritesEncodings = onWine("Wine writes every result as UTF-16");
+inline const char* const kTakesParameters = onWine("Wine fails with parameters that are no texts");
+inline const char* const kDeliversInstructions = onWine("Wine's reader delivers no instructions");
+inline const char* const kKnowsItsDocuments =
+    onWine("Wine hands out one document as several objects, so no element is known to be in it");
+inline const char* const kRejectsExpressions = onWine("Wine takes a wrong expression for an empty one");
 inline constexpr const char* kPositionsOfEvents = "this engine tells where an event ends";
 inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =
