@@ -53,7 +53,7 @@ constexpr std::size_t kLongestExpression = std::size_t{1} << 20;
 // The copy of a tree that expressions look at.
 class Copy final : public dom::Kept {
 public:
-    Copy(const Tree& tree, NodeId root, std::string uri)
+    Copy(const Tree& tree, NodeId root, const std::string& uri)
         : root_(root), revision_(tree.revision()), copy_(xml2::handOver(tree, root, options(uri))) {
         (void)xmlXPathOrderDocElems(&copy_.doc());  // for libxml2's own comparisons
         numberNodes(copy_.doc());

@@ -272,6 +272,7 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
         throw std::bad_alloc();
     const std::vector<std::string> texts = parameterTexts(options.parameters);
     std::vector<const char*> parameters;
+    parameters.reserve(texts.size() + 1);
     for (const std::string& text : texts) parameters.push_back(text.c_str());
     parameters.push_back(nullptr);
     xml2::DocHandle result(

@@ -96,6 +96,7 @@ TEST(Documents, LoadsWithOptionsOfOneLoad) {
     if (traits::kKeepsBlanksOfTexts == nullptr) {
         EXPECT_EQ(written(parser), "<a><b/></a>\n");
     }
+    if (traits::kProhibitsDoctypes != nullptr) GTEST_SKIP() << traits::kProhibitsDoctypes;
     EXPECT_TRUE(loadBytes(parser, doctype, V3::kAllowDoctype)) << errorOf(parser);
     const Element root(parser->getRootElement());
     EXPECT_EQ(utf8(root->getText()) + utf8(root->getAttribute(wide("d"))), "textdefault");
@@ -282,6 +283,7 @@ TEST(Documents, NewElementsDeclareTheirNamespace) {
             ->getChildrenNamed(KelString()));
     EXPECT_EQ(utf8(IPtr<IKelDOMXmlElementV2>(children->takeNext())->getNamespaceUri(uri)), "urn:p");
     EXPECT_EQ(utf8(IPtr<IKelDOMXmlElementV2>(children->takeNext())->getNamespaceUri(uri)), "urn:d");
+    if (traits::kRefusesWrongNames != nullptr) GTEST_SKIP() << traits::kRefusesWrongNames;
     EXPECT_TRUE(FAILED(statusOf([&] { parser->createElementInNamespace(KelString(), wide("p:x")); })));
 }
 
@@ -291,9 +293,10 @@ TEST(Documents, ReplaceAFileWhole) {
     const Parser parser = loaded("<new/>");
     const std::string path = folder.write("a.xml", "<old/>");
     fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    const fs::perms permitted = fs::status(path).permissions();
     EXPECT_TRUE(parser->writeFile(wide(path), 0, KelString())) << errorOf(parser);
     EXPECT_TRUE(folder.read("a.xml").ends_with("<new/>\n")) << folder.read("a.xml");
-    EXPECT_EQ(fs::status(path).permissions() & fs::perms::group_read, fs::perms::none);
+    EXPECT_EQ(fs::status(path).permissions(), permitted);
     const auto count = [&] {
         return std::distance(fs::directory_iterator(fs::path(path).parent_path()), fs::directory_iterator());
     };

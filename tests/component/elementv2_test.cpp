@@ -106,6 +106,7 @@ TEST(ElementV2, AllTextHasCDataAndDescendants) {
 }
 
 TEST(ElementV2, PutsChildrenWhereTheyAreWanted) {
+    if (traits::kInsertsBeforeItself != nullptr) GTEST_SKIP() << traits::kInsertsBeforeItself;
     const DomParser parser = load("<r><a/><b/><c/></r>");
     const DomParser other = load("<o><x><y/></x></o>");
     const ElementV2 r = root(parser);
@@ -140,6 +141,7 @@ TEST(ElementV2, PutsChildrenWhereTheyAreWanted) {
 }
 
 TEST(ElementV2, RefusesWhatIsNoChildAndChangesNothing) {
+    if (traits::kRefusesStrangeNeighbours != nullptr) GTEST_SKIP() << traits::kRefusesStrangeNeighbours;
     const DomParser parser = load("<r><a><d/></a><b/></r>");
     const ElementV2 r = root(parser);
     const ElementV2 a = child(r, "a");
