@@ -25,7 +25,7 @@ public:
     static constexpr const char* kClassName = "ErrorService";
     static constexpr std::int32_t kLevelWarning = 2;  // of this host's own reports: work goes on
 
-    // What the function throws reaches whoever reports. It must not report itself.
+    // What the function throws reaches the caller. It must not report itself.
     using Receiver = std::function<void(const Report&)>;
 
     ErrorService() = default;  // to standard error, without asking for memory: it may be what has run out

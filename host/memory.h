@@ -19,7 +19,7 @@ namespace kelhost {
 
 // Gives memory back when an allocation fails: first what the application's reclaimers let go of, last its own
 // reserve. Threads: any. One gives back at a time; a thread that waited meanwhile retries if
-// that one freed anything. A call from inside a reclaimer answers false.
+// that one freed anything. A call from inside a reclaimer returns false.
 class MemoryManager final : public kel::Implements<MemoryManager, KelMM::IKelMManager> {
 public:
     static constexpr const char* kClassName = "MemoryManager";

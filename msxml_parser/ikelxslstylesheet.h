@@ -54,7 +54,7 @@ public:
     virtual bool setTruthParameter(const KelString& name, const KelString& namespaceUri, bool value) = 0;
     virtual void clearParameters() = 0;
 
-    // Null: nobody is told. On Windows the engine hands out no messages or warnings, except that a message
+    // Null: none. On Windows the engine hands out no messages or warnings, except that a message
     // which ends the transformation is in the error's reason.
     virtual void setMessageHandler(IKelXslMessageHandler* handler) = 0;
 

@@ -24,7 +24,7 @@ struct IXSLReports : IUnknown {
 
 // Of templates, for what compiling them has to say, and of processors.
 struct IXSLReporting : IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE putReports(IXSLReports* reports) = 0;  // null: nobody is told
+    virtual HRESULT STDMETHODCALLTYPE putReports(IXSLReports* reports) = 0;  // null: none
 };
 inline constexpr IID IID_IXSLReporting{
     0x4B70D8F3, 0x9A15, 0x4C2E, {0x86, 0x57, 0xE1, 0x3D, 0x08, 0xB4, 0xC9, 0x62}};

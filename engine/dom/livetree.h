@@ -171,7 +171,7 @@ private:
     Idle idleTexts_;
     std::unique_ptr<Kept>
         keptStyle_;  // what the transformer has made of it; refers to the tree and the address
-    std::unique_ptr<reader::PositionIndex> positions_;  // of the source, once somebody asks
+    std::unique_ptr<reader::PositionIndex> positions_;  // of the source, made on first use
     std::unique_ptr<Kept> keptCopy_;                    // what expressions look at
     bool isCurrent_ = true;
 };

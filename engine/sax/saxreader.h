@@ -35,7 +35,7 @@ public:
     HRESULT STDMETHODCALLTYPE putErrorHandler(ISAXErrorHandler* handler) override;
     // A path or a file: URL. The status is the document's first error, or the failing status of a handler,
     // which ends the parse. What a handler throws comes out as it is. Inside an event of the same reader:
-    // E_UNEXPECTED. The error handler is told of an error before.
+    // E_UNEXPECTED. The error handler receives an error before.
     HRESULT STDMETHODCALLTYPE parseURL(const OLECHAR* url) override;
     HRESULT STDMETHODCALLTYPE parse(VARIANT input) override;
 

@@ -57,7 +57,7 @@ public:
         const std::error_code failure = listFolder(KelString(u""), result.entries);
         result.isRead = !failure;
         if (failure) result.reason = failure.message();
-        // Folders still to be looked into: no recursion, for folders nest as deep as somebody likes.
+        // Folders still to be looked into: no recursion, for the depth of folders has no limit.
         while (!failure && !pending_.empty()) {
             const auto [name, entryAt] = std::move(pending_.back());
             pending_.pop_back();

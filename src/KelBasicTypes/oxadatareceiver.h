@@ -15,7 +15,7 @@
 class OxaDataReceiver final {
 public:
     // The setting's number as the store announces it: 1 or 0 for a truth value, not-a-number for a text and
-    // for a setting that is gone. What it throws reaches whoever changes the setting. It may destroy this
+    // for a setting that is gone. What it throws reaches the caller that sets it. It may destroy this
     // receiver; it must not wait for another thread that does.
     using Function = std::function<void(double value)>;
 

@@ -66,7 +66,8 @@ TEST(KelCondition, BroadcastReturnsAfterEveryWaiterWoke) {
                     waiting = 0;
                     round = mine;
                     condition.broadcast();
-                    condition.signal();  // for nobody: one that still counted as waiting would cost a wake-up
+                    // nothing waits: one that still counted as waiting would cost a wake-up
+                    condition.signal();
                     done = true;
                 }
             }
@@ -107,7 +108,7 @@ TEST(KelCondition, ASignalAfterABroadcastEndsNoLaterBroadcast) {
         {
             const Locked locked(mutex);
             condition.broadcast();
-            condition.signal();  // for nobody
+            condition.signal();  // no thread waits
         }
         joinAll(several);
         std::vector<std::thread> alone = startWaiters(1);

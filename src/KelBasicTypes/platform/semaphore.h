@@ -36,7 +36,7 @@ public:
     // hold the mutex: then nothing was waited for and no place kept.
     [[nodiscard]] bool unlockAndWait(Mutex& held) noexcept;
 
-    // The same for a limited time on a clock that nobody sets back. The mutex is free afterwards unless it
+    // The same for a limited time on a clock that is never set back. The mutex is free afterwards unless it
     // was not held.
     [[nodiscard]] WaitResult unlockAndWaitFor(Mutex& held, std::uint32_t timeoutMs) noexcept;
 

@@ -1,4 +1,4 @@
-// Time limits on the clock that nobody sets back.
+// Time limits on the clock that is never set back.
 #pragma once
 
 #include <time.h>

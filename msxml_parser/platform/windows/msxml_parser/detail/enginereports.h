@@ -17,7 +17,7 @@ namespace msxml {
     return {};
 }
 
-// What a style sheet says: this engine hands it to nobody.
+// What a style sheet reports: this engine offers no receiver.
 class StyleSheetReports final {
 public:
     void setHandler(IKelXslMessageHandler*) noexcept {}
