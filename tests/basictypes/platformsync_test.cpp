@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "KelBasicTypes/platform/event.h"
 #include "KelBasicTypes/platform/mutex.h"
 #include "KelBasicTypes/platform/semaphore.h"
+#include "tests/support/rendezvous.h"
 
 using namespace kel::platform;
 
@@ -33,11 +33,11 @@ TEST(CriticalSectionContract, ExcludesOthersAndLetsItsOwnerInAgain) {
         CriticalSection section(spins);
         EXPECT_EQ(section.spinCount(), spins < 0 ? CriticalSection::kNoSpinCount : spins);
         long unguarded = 0;
-        std::barrier together(4);  // threads that run one after the other would exclude nobody
+        kel::test::Rendezvous together(4);  // threads that run one after the other would exclude nobody
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&] {
-                together.arrive_and_wait();
+                together.arriveAndWait();
                 for (int i = 0; i < 20000; ++i) {
                     const SectionGuard outer(section);
                     const SectionGuard inner(section);

@@ -4,12 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <barrier>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <future>
-#include <latch>
 #include <mutex>
 #include <random>
 #include <set>
@@ -22,11 +20,13 @@
 #include "fakeservices.h"
 #include "memoryservices.h"
 #include "refusingheap.h"
+#include "tests/support/rendezvous.h"
 
 using kel::giveBackBuffer;
 using kel::takeBuffer;
 using kel::detail::headerOf;
 using kel::test::RefusingHeap;
+using kel::test::Rendezvous;
 
 namespace {
 
@@ -66,21 +66,21 @@ public:
     explicit Idle(Work work)
         : thread_([this, work] {
               work();
-              ready_.count_down();
-              end_.wait();
+              ready_.arriveAndWait();
+              end_.arriveAndWait();
           }) {
-        ready_.wait();
+        ready_.arriveAndWait();
     }
     Idle(const Idle&) = delete;
     Idle& operator=(const Idle&) = delete;
     ~Idle() {
-        end_.count_down();
+        end_.arriveAndWait();
         thread_.join();
     }
 
 private:
-    std::latch ready_{1};
-    std::latch end_{1};
+    Rendezvous ready_{2};
+    Rendezvous end_{2};
     std::thread thread_;
 };
 
@@ -259,12 +259,12 @@ TEST_F(PoolThreads, LookForTheHostsPoolNeverEarly) {
     host.lookups = 0;
     const IPtr<BucketMemoryPool> offered(new BucketMemoryPool(8));
     host.pool = offered.get();
-    std::barrier together(kThreads);
+    Rendezvous together(kThreads);
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&] {
             use(1);
-            together.arrive_and_wait();
+            together.arriveAndWait();
             use(kEach - 1);
         });
     }
