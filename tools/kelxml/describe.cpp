@@ -49,10 +49,12 @@ Program CommandLine::describe() const {
     Program program;
     program.name = app_.get_name();
     program.summary = app_.get_description();
-    program.details = tr(
-        "Works through the msxml_parser component. Failures are told on standard error with the parser's own "
-        "code and message; nothing is then written to standard output, and a file that was to be replaced "
-        "stays what it was.");
+    program.details =
+        tr("Works through the msxml_parser component. Errors are reported on standard error with the "
+           "parser's own "
+           "code and message. tree, events, validate and dump write what precedes an error; the other verbs "
+           "write "
+           "nothing of that document, and a file to be replaced stays unchanged.");
     program.version = KELXML_VERSION;
     program.options = optionsOf(app_);
     program.examples = {
