@@ -1,5 +1,5 @@
 // The receiver of a SAX parser's events, implemented by the caller. It is not counted: the parser borrows it
-// while it stands on the parser's receiver stack.
+// while it is on the parser's receiver stack. Threads: called on the thread that parses.
 #pragma once
 
 #include <map>
@@ -7,7 +7,8 @@
 #include "KelBasicTypes/kelstring.h"
 
 // Attribute values by local name, in the order of the names. Of two attributes with the same local name (in
-// two namespaces) the first one stays. Namespace declarations are not in it.
+// two namespaces) the first one stays. Namespace declarations are not among them, except on Windows, where
+// the platform reports them, too, all under the empty local name.
 using KelSAXXmlAttributes = std::map<KelString, KelString>;
 
 class IKelSAXXmlHandler {
