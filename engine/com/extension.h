@@ -13,7 +13,9 @@ struct XMLWriteSettings {
     };
     const OLECHAR* encoding;  // its name; null: the one that the document declares, else UTF-8
     Declaration declaration;
-    bool indent;  // by tabs, where a reader who drops layout white space sees no difference
+    bool indent;                // where a reader that drops layout white space sees no difference
+    OLECHAR indentBy;           // what each level is indented by: a tab, or a blank
+    unsigned char indentCount;  // of those
 };
 
 struct IXMLDocumentExtension : IUnknown {

@@ -403,10 +403,10 @@ HRESULT Document::write(ISequentialStream* stream, const XMLWriteSettings* setti
         const std::string encoding =
             settings->encoding == nullptr ? std::string() : text::toUtf8(settings->encoding);
         StreamSink sink(*stream);
-        writeDocument(
-            tree(),
-            {encoding, static_cast<WriteSettings::Declaration>(settings->declaration), settings->indent},
-            sink);
+        writeDocument(tree(),
+                      {encoding, static_cast<WriteSettings::Declaration>(settings->declaration),
+                       settings->indent, settings->indentBy == u'\t' ? '\t' : ' ', settings->indentCount},
+                      sink);
         return S_OK;
     });
 }

@@ -2,6 +2,7 @@
 // the element, so that an element without content is one tag.
 #include "engine/dom/documentwriter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -24,6 +25,7 @@ using reader::detail::isSpace;
 using Declaration = WriteSettings::Declaration;
 
 constexpr std::size_t kBufferInBytes = std::size_t{64} << 10;
+constexpr std::size_t kIndentedLevels = 100;
 
 // What a byte asks for, in texts, in values of attributes, and where nothing is escaped.
 enum : std::uint8_t { kEscapeInText = 1, kEscapeInValue = 2, kSuspect = 4, kReturn = 8, kNonAscii = 16 };
@@ -93,8 +95,8 @@ public:
         std::memcpy(at_, text.data(), text.size());
         at_ += text.size();
     }
-    void putTabs(std::size_t count) {
-        for (; count != 0; --count) put('\t');
+    void put(char c, std::size_t count) {
+        for (; count != 0; --count) put(c);
     }
     void finish() {
         flush();
@@ -306,7 +308,9 @@ private:
     void breakLine() {
         endTag();
         out_.put('\n');
-        out_.putTabs(layouts_.size());
+        // Deeper levels do not begin further right: the blanks of a deep document would outgrow it by far.
+        const std::size_t level = std::min(layouts_.size(), kIndentedLevels);
+        out_.put(settings_.indentBy, level * settings_.indentCount);
     }
 
     // The start tag that still lacks its end gets it: something stands in the element.

@@ -26,9 +26,11 @@ struct WriteSettings {
 
     std::string_view encoding;  // empty: the one that the document declares, else UTF-8
     Declaration declaration = Declaration::AsLoaded;
-    // By tabs, an element a line: only in elements that hold elements and no text, outside mixed content and
-    // xml:space="preserve", so that a reader who drops layout white space sees no difference.
+    // An element a line: only in elements that hold elements and no text, outside mixed content and
+    // xml:space="preserve", so that a reader that drops layout white space sees no difference.
     bool indent = false;
+    char indentBy = '\t';  // or a blank
+    std::uint8_t indentCount = 1;
 };
 
 // Throws com::Failure (E_INVALIDARG) for what XML or the encoding cannot hold, an unknown encoding and an

@@ -29,6 +29,8 @@ WriteSettings settingsOf(unsigned options, const KelString& encoding) {
     if ((options & IKelDOMXmlV3::kNoDeclaration) != 0)
         settings.declaration = WriteSettings::Declaration::Never;
     settings.indent = (options & IKelDOMXmlV3::kIndent) != 0;
+    const unsigned blanks = options >> IKelDOMXmlV3::kIndentBlanksShift & 0xFF;
+    if (blanks != 0) settings.indentUnit = std::u16string(blanks - 1, u' ');
     return settings;
 }
 

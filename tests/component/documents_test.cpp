@@ -1,4 +1,5 @@
 // Documents from bytes with options, and written as they are: the third version of the parser.
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 
@@ -225,6 +226,18 @@ TEST(Documents, AreIndentedWhereItChangesNothing) {
     const Parser again = loaded(expected);
     EXPECT_EQ(written(again), written(parser)) << "a reader sees no difference";
     EXPECT_EQ(written(again, V3::kIndent), expected);
+    std::string blanks = expected;
+    for (std::size_t at = 0; (at = blanks.find('\t', at)) != std::string::npos; at += 3)
+        blanks.replace(at, 1, "   ");
+    EXPECT_EQ(written(again, V3::indentBlanks(3)), blanks);
+    blanks.erase(std::remove_if(blanks.begin(), blanks.end(), [](char c) { return c == ' '; }), blanks.end());
+    std::string none = written(again, V3::indentBlanks(0));
+    none.erase(std::remove_if(none.begin(), none.end(), [](char c) { return c == ' '; }), none.end());
+    EXPECT_EQ(none, blanks);
+    std::string deep;
+    for (int i = 0; i < 5'000; ++i) deep += "<a>";
+    for (int i = 0; i < 5'000; ++i) deep += "</a>";
+    EXPECT_LT(written(loaded(deep), V3::kIndent).size(), 1'100'000U) << "blanks are out of proportion";
     const std::string kept = "<r> <a><b/></a></r>\n";
     EXPECT_EQ(written(loaded(kept, V3::kKeepWhiteSpace), V3::kIndent), kept) << "the white space is text";
 }

@@ -1,6 +1,7 @@
 // Writing a document through what this platform's engine has: its own `save`, which takes encoding and
 // declaration from an instruction "xml", and lays nothing out. So whatever is to be different from the
 // document as it stands is changed in a copy.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,8 @@
 namespace msxml {
 
 namespace {
+
+constexpr std::size_t kIndentedLevels = 100;  // as our own engine has it
 
 using Document = ComPtr<IXMLDOMDocument2>;
 using Declaration = WriteSettings::Declaration;
@@ -82,8 +85,11 @@ Layout layoutOf(const Element& element, Layout layout) {
 }
 
 // A new line before `place`; an empty one stands for the end.
-void breakLine(const Document& document, const Element& parent, const Node& place, std::size_t depth) {
-    const BStr text(u"\n" + std::u16string(depth, u'\t'));
+void breakLine(const Document& document, const Element& parent, const Node& place,
+               const std::u16string& indentUnit, std::size_t depth) {
+    std::u16string line = u"\n";
+    for (std::size_t level = std::min(depth, kIndentedLevels); level != 0; --level) line += indentUnit;
+    const BStr text(line);
     ComPtr<IXMLDOMText> made;
     check(document->createTextNode(text.get(), made.receive()), document);
     const Variant before(place.get());
@@ -91,7 +97,7 @@ void breakLine(const Document& document, const Element& parent, const Node& plac
     check(parent->insertBefore(made.get(), before.get(), added.receive()), parent);
 }
 
-void indent(const Document& document) {
+void indent(const Document& document, const std::u16string& indentUnit) {
     struct Open {
         Element element;
         Layout layout;
@@ -105,13 +111,13 @@ void indent(const Document& document) {
     while (!open.empty()) {
         Open& top = open.back();
         if (!top.next) {
-            if (top.layout.indents) breakLine(document, top.element, {}, open.size() - 1);
+            if (top.layout.indents) breakLine(document, top.element, {}, indentUnit, open.size() - 1);
             open.pop_back();
             continue;
         }
         const Node child = top.next;
         top.next = nextSiblingOf(child);
-        if (top.layout.indents) breakLine(document, top.element, child, open.size());
+        if (top.layout.indents) breakLine(document, top.element, child, indentUnit, open.size());
         if (const Element element = child.as<IXMLDOMElement>())
             open.push_back({element, layoutOf(element, top.layout), firstChildOf(element)});
     }
@@ -131,7 +137,7 @@ void writeDocument(const Document& document, IStream& stream, const WriteSetting
     const Document changed = copy.as<IXMLDOMDocument2>();
     check(changed->put_preserveWhiteSpace(VARIANT_TRUE), changed);
     if (!isAsItIs) declare(changed, settings);
-    if (settings.indent) indent(changed);
+    if (settings.indent) indent(changed, settings.indentUnit);
     check(changed->save(target), changed);
 }
 

@@ -71,6 +71,8 @@ inline void writeDocument(const ComPtr<IXMLDOMDocument2>& document, IStream& str
                        : settings.declaration == Declaration::AsLoaded ? XMLWriteSettings::AsLoaded
                                                                        : XMLWriteSettings::WithoutEncoding;
     said.indent = settings.indent;
+    said.indentBy = settings.indentUnit.empty() ? OLECHAR{' '} : static_cast<OLECHAR>(settings.indentUnit[0]);
+    said.indentCount = static_cast<unsigned char>(settings.indentUnit.size());
     const auto extension = extensionOf(document);
     const HRESULT status = extension->write(&stream, &said);
     if (FAILED(status)) raise(status, extension.get(), IID_IXMLDocumentExtension);
