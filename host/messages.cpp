@@ -125,4 +125,12 @@ std::string_view Messages::text(std::string_view english) const {
     return english;
 }
 
+std::string_view Messages::text(std::string_view one, std::string_view several, std::uint64_t count) const {
+    for (const auto& catalogue : catalogues_) {
+        const std::string_view found = catalogue->find(one, count);
+        if (!found.empty()) return found;
+    }
+    return count == 1 ? one : several;
+}
+
 }  // namespace kelhost

@@ -8,6 +8,7 @@
 // Messages object may be used by many threads at a time.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <initializer_list>
 #include <memory>
@@ -49,6 +50,10 @@ public:
     // The first translation in the order of the languages, else the key. Lives as long as this object, or the
     // key.
     [[nodiscard]] std::string_view text(std::string_view english) const;
+
+    // The form that the language has for the count; without a translation `one` for 1 and else `several`.
+    [[nodiscard]] std::string_view text(std::string_view one, std::string_view several,
+                                        std::uint64_t count) const;
 
     // The text with its arguments filled in.
     [[nodiscard]] std::string format(std::string_view english,

@@ -97,12 +97,15 @@ Catalogue Catalogue::parse(std::string content) {
     catalogue.entries_.reserve(count);
     for (std::uint64_t i = 0; i < count; ++i) {
         catalogue.entries_.push_back({catalogue.checkedPlace(keys + i * kDescriptorInBytes, swapped),
-                                      catalogue.checkedPlace(texts + i * kDescriptorInBytes, swapped)});
+                                      catalogue.checkedPlace(texts + i * kDescriptorInBytes, swapped),
+                                      numberAt(bytes, texts + i * kDescriptorInBytes, swapped)});
     }
     // Sorted already, by whoever wrote the file with the usual tools.
     std::ranges::stable_sort(catalogue.entries_, {},
                              [&](const Entry& entry) { return catalogue.at(entry.key); });
     catalogue.checkEncoding();
+    if (const std::string_view forms = catalogue.headerField("Plural-Forms:"); !forms.empty())
+        catalogue.rule_ = PluralRule(forms);
     return catalogue;
 }
 
@@ -110,6 +113,26 @@ std::string_view Catalogue::find(std::string_view key) const noexcept {
     const auto found =
         std::ranges::lower_bound(entries_, key, {}, [this](const Entry& entry) { return at(entry.key); });
     return found != entries_.end() && at(found->key) == key ? at(found->text) : std::string_view();
+}
+
+std::string_view Catalogue::find(std::string_view key, std::uint64_t count) const noexcept {
+    const auto found =
+        std::ranges::lower_bound(entries_, key, {}, [this](const Entry& entry) { return at(entry.key); });
+    if (found == entries_.end() || at(found->key) != key) return {};
+    std::string_view forms = at({found->text.offset, found->lengthOfForms});
+    for (std::size_t skipped = rule_.formFor(count); skipped > 0; --skipped) {
+        const std::size_t end = forms.find('\0');
+        if (end == std::string_view::npos) break;
+        forms.remove_prefix(end + 1);
+    }
+    return forms.substr(0, forms.find('\0'));
+}
+
+std::string_view Catalogue::headerField(std::string_view name) const noexcept {
+    const std::string_view header = find("");
+    const std::size_t field = header.find(name);
+    if (field == std::string_view::npos) return {};
+    return header.substr(field + name.size(), header.find('\n', field) - field - name.size());
 }
 
 std::vector<std::string_view> Catalogue::keys() const {

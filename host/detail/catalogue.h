@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/detail/pluralrule.h"
+
 namespace kelhost {
 
 class Catalogue {
@@ -20,6 +22,10 @@ public:
     // Empty when there is no translation. Lives as long as this object.
     [[nodiscard]] std::string_view find(std::string_view key) const noexcept;
 
+    // The form of a text that the catalogue's rule gives for the count; the only form of one that has no
+    // more.
+    [[nodiscard]] std::string_view find(std::string_view key, std::uint64_t count) const noexcept;
+
     [[nodiscard]] std::vector<std::string_view> keys() const;
 
 private:
@@ -31,6 +37,7 @@ private:
     struct Entry {
         Place key;
         Place text;
+        std::uint32_t lengthOfForms;  // of the text with all its forms, a NUL between two
     };
 
     [[nodiscard]] std::string_view at(const Place& place) const noexcept {
@@ -39,7 +46,10 @@ private:
     [[nodiscard]] Place checkedPlace(std::uint64_t descriptor, bool isSwapped) const;
     void checkEncoding() const;
 
+    [[nodiscard]] std::string_view headerField(std::string_view name) const noexcept;
+
     std::string content_;
+    PluralRule rule_;
     std::vector<Entry> entries_;  // sorted by key; each place is inside content_
 };
 

@@ -77,6 +77,65 @@ TEST(Messages, ComeFromTheFirstLanguageThatHasThem) {
     EXPECT_FALSE(Messages("other", folders, languages).hasTranslations());
 }
 
+TEST(Messages, HaveTheFormThatTheLanguageHasForACount) {
+    struct Row {
+        const char* rule;
+        std::string forms;  // expected for 0, 1, 2, 5, 11, 21, 102
+    };
+    // As the languages have them, then what a file may hold that nobody should write.
+    const std::array rows{
+        Row{"nplurals=2; plural=n != 1;",
+            "bab"
+            "bbbb"},
+        Row{"nplurals=2; plural=(n > 1);",
+            "aab"
+            "bbbb"},
+        Row{"nplurals=1; plural=0;",
+            "aaa"
+            "aaaa"},
+        Row{"nplurals=3; plural=n%10==1 && n%100!=11 ? 0 : n%10>=2 && n%10<=4 && (n%100<10 || n%100>=20) ? 1 "
+            ": 2;",
+            "cab"
+            "ccab"},
+        Row{"nplurals=3; plural=(n==1 ? 0 : (n==0 || (n%100 > 0 && n%100 < 20)) ? 1 : 2);",
+            "bab"
+            "bbcb"},
+        Row{"nplurals=2; plural=!(n-1)*1+0/1 == 1 ? 0 : 1;",
+            "bab"
+            "bbbb"},
+        Row{"nplurals=2; plural=n / 0;",
+            "aaa"
+            "aaaa"},
+        Row{"nplurals=2; plural=n;",
+            "aba"
+            "aaaa"},
+        Row{"nplurals=2; plural=n != ;",
+            "aaa"
+            "aaaa"},
+        Row{"nplurals=2; plural=((((((((((((((((((((((((((((((((((((((((n))))))));",
+            "aaa"
+            "aaaa"},
+        Row{"nplurals=0; plural=n != 1;",
+            "aaa"
+            "aaaa"},
+        Row{"plural=n != 1;",
+            "aaa"
+            "aaaa"},
+    };
+    constexpr std::array<std::uint64_t, 7> kCounts{0, 1, 2, 5, 11, 21, 102};
+    for (const Row& row : rows) {
+        const Catalogue catalogue =
+            Catalogue::parse(kel::test::catalogue({{std::string("one\0more", 8), std::string("a\0b\0c", 5)}},
+                                                  std::string("UTF-8\nPlural-Forms: ") + row.rule));
+        std::string forms;
+        for (const std::uint64_t count : kCounts) forms += catalogue.find("one", count);
+        EXPECT_EQ(forms, row.forms) << row.rule;
+    }
+    const Messages none;
+    EXPECT_EQ(none.text("one", "more", 1), "one");
+    EXPECT_EQ(none.text("one", "more", 0), "more");
+}
+
 // Cut anywhere, with any number replaced by a wild one: refused or read, never a read beyond the file.
 TEST(Messages, DamagedCataloguesArePassedOverAndNamed) {
     const std::string whole = kel::test::catalogue({{"one", "eins"}, {"two", "zwei"}});
