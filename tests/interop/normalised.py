@@ -24,7 +24,7 @@ def events(lines):
         if text and depth:
             yield json.dumps({"text": text})
         text = ""
-        depth += {"start": 1, "end": -1}[event["event"]]
+        depth += {"start": 1, "end": -1}.get(event["event"], 0)
         event.get("attributes", {}).pop("", None)
         yield json.dumps(event)
 

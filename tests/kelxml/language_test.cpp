@@ -28,18 +28,18 @@ TEST_F(KelxmlTest, SpeaksTheUsersLanguage) {
     const std::string malformed = folder_.write("malformed.xml", "<a>\n<b></a>");
     const Row rows[]{
         {{.environment = {"LC_ALL=de_DE.UTF-8", "LANGUAGE="}},
-         "kelxml: den Befehl „savve“ gibt es nicht; war „save“ gemeint?\n",
-         "Fehler 3: Fehler beim Lesen von ",
+         "kelxml: Fehler: den Befehl „savve“ gibt es nicht; war „save“ gemeint?\n",
+         malformed + ":2:4: Fehler: ",
          "Aufruf: kelxml tree [OPTION...] FILE...\n",
          "gut  ein Dokument durchlaufen und bearbeiten\n"},
         {{.environment = {"LC_ALL=", "LC_MESSAGES=", "LANG=en_US.UTF-8", "LANGUAGE=xx:fr"}},
-         "kelxml: la commande « savve » n’existe pas ; vouliez-vous dire « save » ?\n",
-         "erreur 3 : Erreur de lecture de ",
+         "kelxml: erreur : la commande « savve » n’existe pas ; vouliez-vous dire « save » ?\n",
+         malformed + ":2:4: erreur : ",
          "Utilisation : kelxml tree [OPTION...] FILE...\n",
          "ok  parcourir et modifier un document\n"},
         {{.environment = {"LC_ALL=", "LC_MESSAGES=ja_JP.UTF-8", "LANG=de_DE.UTF-8", "LANGUAGE="}},
-         "kelxml: コマンド「savve」はありません。「save」のことですか?\n",
-         "エラー 3: " + malformed + " を読み込めません",
+         "kelxml: エラー: コマンド「savve」はありません。「save」のことですか?\n",
+         malformed + ":2:4: エラー: ",
          "使い方: kelxml tree [OPTION...] FILE...\n",
          "成功  文書をたどって編集する\n"},
     };
@@ -60,8 +60,8 @@ std::size_t columnsOf(const std::string& line) {
 
 TEST_F(KelxmlTest, HelpFitsATerminalInEveryLanguage) {
     for (const std::string language : {"C.UTF-8", "de", "fr", "ja"}) {
-        for (const char* topic :
-             {"tree", "format", "save", "transform", "validate", "events", "completion"}) {
+        for (const char* topic : {"check", "tree", "format", "save", "select", "edit", "transform",
+                                  "validate", "events", "completion"}) {
             std::istringstream help(kelxml({"help", topic}, {.environment = {"LC_ALL=" + language}}).output);
             for (std::string line; std::getline(help, line);) EXPECT_LE(columnsOf(line), 80U) << line;
         }

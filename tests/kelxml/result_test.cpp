@@ -39,7 +39,7 @@ protected:
             "omit-xml-declaration='yes'/><x:template match='/'><x:copy-of select='.'/></x:template>"
             "</x:stylesheet>");
         return {{{"save", file}, "<a />\n"},
-                {{"format", file}, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a/>\n"},
+                {{"format", file}, "<a/>\n"},
                 {{"transform", sheet, file}, "<a/>\n"}};
     }
 

@@ -12,8 +12,9 @@
 namespace kel::test {
 
 // In the order in which the program shows them.
-inline const std::vector<std::string> kVerbs{"tree",   "format", "save",     "transform",  "validate",
-                                             "events", "info",   "selftest", "completion", "help"};
+inline const std::vector<std::string> kVerbs{"check",    "tree",       "format", "validate", "select",
+                                             "edit",     "transform",  "events", "save",     "info",
+                                             "selftest", "completion", "help"};
 
 // In English unless the options' environment says otherwise.
 inline RunResult kelxml(std::vector<std::string> arguments, RunOptions options = {}) {

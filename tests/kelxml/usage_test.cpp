@@ -23,11 +23,12 @@ TEST_F(KelxmlTest, WrongUsageIsExplainedAndEndsWith2) {
     };
     const std::string notALibrary = folder_.write("not-a-library.so", "text");
     const std::vector<Row> rows{
-        {{}, "a verb is missing; the verbs are: tree format"},
+        {{}, "a verb is missing; the verbs are: check tree"},
         {{"shave", "x.xml"}, "there is no verb 'shave'; did you mean 'save'?"},
         {{"vlaidate", "x"}, "there is no verb 'vlaidate'; did you mean 'validate'?"},
-        {{"xyzzy"}, "there is no verb 'xyzzy'; the verbs are: tree format"},
-        {{"help", "xyzzy"}, "there is no verb 'xyzzy'; the verbs are: tree format"},
+        {{"xyzzy"}, "there is no verb 'xyzzy'; the verbs are: check tree"},
+        {{"help", "xyzzy"}, "there is no verb 'xyzzy'; the verbs are: check tree"},
+        {{"--diagnostics=xml", "info"}, "'xml' is none of text|json"},
         {{"--componnet", "x", "info"}, "there is no option '--componnet'; did you mean '--component'?"},
         {{"save", "--froce", "x"}, "save: there is no option '--froce'; did you mean '--force'?"},
         {{"tree", "x", "--json"}, "tree: there is no option '--json'\n"},
@@ -47,6 +48,14 @@ TEST_F(KelxmlTest, WrongUsageIsExplainedAndEndsWith2) {
         {{"validate", "-", "-"}, "standard input can be read only once"},
         {{"format", "a.xml", "b.xml"}, "only be formatted with --in-place"},
         {{"format", "-i", "a.xml", "-o", "b.xml"}, "--in-place and --output exclude each other"},
+        {{"format", "--indent", "17", "a.xml"}, "'17' is neither a number from 0 to 16 nor 'tab'"},
+        {{"format", "--check", "a.xml", "-"}, "--check needs files that can be read twice"},
+        {{"edit", "a.xml"}, "there is nothing to change"},
+        {{"edit", "--delete", "//a", "a.xml", "b.xml"}, "can only be changed with --in-place"},
+        {{"select", "--as", "yaml", "//a", "a.xml"}, "'yaml' is none of text|xml|json"},
+        {{"select", "-n", "urn:a", "//a", "a.xml"}, "expected PREFIX=URI, found 'urn:a'"},
+        {{"transform", "a.xsl", "a.xml", "b.xml", "-o", "c"}, "several results need a --folder"},
+        {{"check", "--jobs", "0", "a.xml"}, "'0' is not a number from 1 on"},
         {{"--component", "no/such.so", "info"}, "no/such.so"},
         {{"--component", notALibrary, "info"}, "not-a-library.so"},
     };

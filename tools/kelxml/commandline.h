@@ -38,6 +38,10 @@ private:
     void addSave();
     void addFormat();
     void addTree();
+    void addCheck();
+    void addSelect();
+    void addEdit();
+    void collectEdits(const CLI::App& command);
     void addEvents();
     void addTransform();
     void addValidate();
@@ -56,14 +60,22 @@ private:
 
     std::string component_;
     std::string colours_;
+    std::string diagnostics_;
+    int jobs_ = 0;  // 0: not given
+    bool isQuiet_ = false;
     bool isVersionWanted_ = false;
+    CheckOptions checking_;
     SaveOptions saving_;
     FormatOptions formatting_;
     TreeOptions outlining_;
     TransformOptions transforming_;
     ValidateOptions validating_;
+    SelectOptions selecting_;
+    EditOptions editing_;
     EventsOptions reporting_;
     DumpOptions dumping_;
+    std::map<Edit::Kind, std::vector<std::string>> changes_;  // as the library has them
+    std::map<const CLI::Option*, Edit::Kind> kinds_;
     std::string shell_;
     std::string topic_;
 };

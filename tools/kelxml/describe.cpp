@@ -30,7 +30,7 @@ std::vector<Option> optionsOf(const CLI::App& command) {
 
 std::vector<Note> exitStatuses() {
     return {{"0", tr("done")},
-            {"1", tr("a document, style sheet or schema was refused, or the result could not be written")},
+            {"1", tr("a document, style sheet or schema was rejected, or the result could not be written")},
             {"2", tr("wrong usage")}};
 }
 
@@ -49,17 +49,18 @@ Program CommandLine::describe() const {
     Program program;
     program.name = app_.get_name();
     program.summary = app_.get_description();
-    program.details =
-        tr("Works through the msxml_parser component. Errors are reported on standard error with the "
-           "parser's own "
-           "code and message. tree, events, validate and dump write what precedes an error; the other verbs "
-           "write "
-           "nothing of that document, and a file to be replaced stays unchanged.");
+    program.details = tr(
+        "Works through the msxml_parser component. Errors are reported on standard error with file, line and "
+        "column; a file that was to be replaced then stays what it was, and only the verbs tree, validate "
+        "and "
+        "events write to standard output before an error is found. Several files are worked on at a time, "
+        "and "
+        "what is written about them comes in their order.");
     program.version = KELXML_VERSION;
     program.options = optionsOf(app_);
     program.examples = {
         {"kelxml tree document.xml", tr("outline a document")},
-        {"kelxml validate schema.xsd *.xml", tr("hold documents against a schema")},
+        {"kelxml validate schema.xsd *.xml", tr("validate documents against a schema")},
         {"kelxml transform report.xsl data.xml -o report.html", tr("make a page of a document")},
         {"kelxml help tree", tr("explain a verb, with examples")},
     };

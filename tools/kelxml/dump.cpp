@@ -6,7 +6,7 @@
 #include "KelBasicTypes/classidtext.h"
 #include "KelBasicTypes/kelfileread.h"
 #include "host/text.h"
-#include "tools/kelxml/complaint.h"
+#include "tools/kelxml/batch.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/verbs.h"
@@ -81,7 +81,10 @@ void writeRecord(Output& output, std::size_t level, const kel::DataRecord& recor
     output.write((value.empty() ? "" : ' ' + value) + '\n');
 }
 
-void dumpFile(Output& output, const InputFile& input) {
+void dumpFile(Task& task) {
+    Output& output = task.output();
+    if (task.isOneOfSeveral()) output.writeHeading(task.file());
+    const InputFile input(task.file());
     const IPtr<KelFileRead> reader(new KelFileRead(kelhost::fromUtf8(kelhost::utf8Of(input.path()))));
     std::size_t level = 0;
     for (kel::DataRecord record;;) {
@@ -98,20 +101,14 @@ void dumpFile(Output& output, const InputFile& input) {
     }
     output.finish();
     if (reader->hasFailed()) {
-        const std::string message = withName(kelhost::toUtf8(reader->failureMessage()), input);
-        throw Failure(kRefused, input.name() + ": " + message);
+        throw Failure(kRejected, input.withName(kelhost::toUtf8(reader->failureMessage())));
     }
 }
 
 }  // namespace
 
 void dump(const DumpOptions& options) {
-    const bool areSeveral = options.files.size() > 1;
-    forEachFile(options.files, [&](const std::string& file) {
-        Output output;
-        if (areSeveral) output.writeHeading(file);
-        dumpFile(output, InputFile(file));
-    });
+    forEachFile(options.files, []() -> Work { return dumpFile; });
 }
 
 }  // namespace kelxml

@@ -1,46 +1,26 @@
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <optional>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "host/text.h"
-#include "msxml_parser/ikelsaxxml.h"
-#include "tools/kelxml/complaint.h"
-#include "tools/kelxml/epilogue.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/document.h"
+#include "tools/kelxml/json.h"
 #include "tools/kelxml/message.h"
-#include "tools/kelxml/output.h"
 #include "tools/kelxml/place.h"
-#include "tools/kelxml/platform/files.h"
-#include "tools/kelxml/progress.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
 
 namespace {
 
-constexpr const char* kSaxClassName = "MSSAXXml";
+using Attributes = std::span<const KelSAXXmlAttribute>;
+using Declarations = std::span<const KelSAXXmlDeclaration>;
 
-std::string jsonString(const KelString& text) {
-    std::string json = "\"";
-    for (const char unit : kelhost::toUtf8(text)) {
-        if (unit == '"' || unit == '\\') json += '\\';
-        if (static_cast<unsigned char>(unit) >= 0x20) {
-            json += unit;
-            continue;
-        }
-        char escape[8];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned int>(unit));
-        json += escape;
-    }
-    return json + '"';
-}
-
-std::string notWellFormed(const InputFile& input, const std::string& why) {
-    return tr("%1: the document is not well formed: %2", input.name(), why);
-}
+// A longer text is reported in pieces: memory stays constant.
+constexpr std::size_t kTextInUnits = std::size_t{1} << 20;
 
 std::uint64_t countCharacters(std::u16string_view text) {
     std::uint64_t count = 0;
@@ -48,156 +28,227 @@ std::uint64_t countCharacters(std::u16string_view text) {
     return count;
 }
 
-// Counts what comes by and lets the two forms of the output say it.
-class Reporter : public IKelSAXXmlHandler {
+// Counts what comes by, puts the pieces of texts together, and lets the two forms of the output show it.
+class Reporter : public IKelSAXXmlHandlerV2 {
 public:
+    explicit Reporter(Output& output) : output_(output) {}
     virtual ~Reporter() = default;
     Reporter(const Reporter&) = delete;
     Reporter& operator=(const Reporter&) = delete;
 
-    void startElement(const KelString& name, int depth, const KelSAXXmlAttributes& attributes) final {
+    void startDocument() final {}
+    void endDocument() final { flushText(); }
+    void startElement(const KelSAXXmlName& name, Attributes attributes, Declarations declarations) final {
+        flushText();
         ++elements_;
         attributes_ += attributes.size();
         ++open_;
-        sayStart(kelhost::toUtf8(name), depth, attributes);
+        showStart(name, attributes, declarations);
     }
-
-    void characters(const KelString& text) final {
-        characters_ += countCharacters(text.view());
-        sayText(text);
-    }
-
-    void endElement(const KelString& name) final {
+    void endElement(const KelSAXXmlName& name) final {
+        flushText();
         --open_;
-        sayEnd(kelhost::toUtf8(name));
+        showEnd(name);
+    }
+    void characters(std::u16string_view text) final {
+        characters_ += countCharacters(text);
+        text_ += text;
+        if (text_.size() < kTextInUnits) return;
+        const bool isSplit = (text_.back() & 0xFC00) == 0xD800;  // the other half of a pair is to come
+        const char16_t half = text_.back();
+        if (isSplit) text_.pop_back();
+        flushText();
+        if (isSplit) text_ += half;
+    }
+    void startCData() final {}
+    void endCData() final {}
+    void comment(std::u16string_view text) final {
+        flushText();
+        showComment(text);
+    }
+    void processingInstruction(std::u16string_view target, std::u16string_view data) final {
+        flushText();
+        showInstruction(target, data);
     }
 
-    // Throws Failure if the events cannot be all of a document. The parser does not say whether it was well
-    // formed.
-    void finish(const InputFile& input) {
-        output_.finish();
-        std::fprintf(stderr, "%s\n",
-                     tr("%1: elements %2, attributes %3, characters %4", input.name(),
-                        std::to_string(elements_), std::to_string(attributes_), std::to_string(characters_))
-                         .c_str());
-        if (elements_ == 0)
-            throw Failure(kRefused, notWellFormed(input, tr("its events end before the first element")));
-        if (open_ != 0) {
-            throw Failure(kRefused, notWellFormed(input, tr("elements still open at its end: %1",
-                                                            std::to_string(open_))));
-        }
-        if (const auto line = lineOfJunkAfterRoot(input.path())) {
-            throw Failure(kRefused, notWellFormed(input, tr("line %1: nothing but comments and processing "
-                                                            "instructions may follow the root element",
-                                                            std::to_string(*line))));
-        }
+    // Also of what was read before an error.
+    [[nodiscard]] Diagnostic summary(const std::string& file) {
+        flushText();
+        return {Severity::Note, file,
+                tr("elements %1, attributes %2, characters %3", std::to_string(elements_),
+                   std::to_string(attributes_), std::to_string(characters_))};
     }
-
-    [[nodiscard]] Output& output() noexcept { return output_; }
 
 protected:
-    Reporter() = default;
+    virtual void showStart(const KelSAXXmlName& name, Attributes attributes, Declarations declarations) = 0;
+    virtual void showEnd(const KelSAXXmlName& name) = 0;
+    virtual void showText(std::u16string_view text) = 0;
+    virtual void showComment(std::u16string_view text) = 0;
+    virtual void showInstruction(std::u16string_view target, std::u16string_view data) = 0;
 
-    virtual void sayStart(const std::string& name, int depth, const KelSAXXmlAttributes& attributes) = 0;
-    virtual void sayText(const KelString& text) = 0;
-    virtual void sayEnd(const std::string& name) = 0;
-
+    [[nodiscard]] Output& output() noexcept { return output_; }
     [[nodiscard]] std::size_t open() const noexcept { return open_; }  // elements
 
 private:
-    Output output_;
+    void flushText() {
+        if (text_.empty()) return;
+        showText(text_);
+        text_.clear();
+    }
+
+    Output& output_;
+    std::u16string text_;
     std::uint64_t elements_ = 0;
     std::uint64_t attributes_ = 0;
     std::uint64_t characters_ = 0;
     std::size_t open_ = 0;
 };
 
-// One object a line, for programs.
+// One object a line, for programs; docs/events.schema.json describes it.
 class JsonReporter final : public Reporter {
 public:
-    void sayDocument(const std::string& file) {
-        output().write(R"({"event":"document","file":)" + jsonString(kelhost::fromUtf8(file)) + "}\n");
-    }
+    using Reporter::Reporter;
 
 private:
-    void sayStart(const std::string& name, int depth, const KelSAXXmlAttributes& attributes) override {
-        std::string line = R"({"event":"start","name":")" + name + R"(","depth":)" + std::to_string(depth) +
-                           R"(,"attributes":{)";
+    void showStart(const KelSAXXmlName& name, Attributes attributes, Declarations declarations) override {
+        begin("start");
+        member("name", name.qualified);
+        if (!name.namespaceUri.empty()) member("namespace", name.namespaceUri);
+        line_ += ",\"depth\":" + std::to_string(open() - 1) + ",\"attributes\":{";
         const char* separator = "";
-        for (const auto& [attribute, value] : attributes) {
-            line += separator + jsonString(attribute) + ':' + jsonString(value);
+        for (const KelSAXXmlAttribute& attribute : attributes) {
+            line_ += separator;
+            pair(attribute.name.qualified, attribute.value);
             separator = ",";
         }
-        output().write(line + "}}\n");
+        line_ += '}';
+        if (!declarations.empty()) showDeclarations(declarations);
+        end();
+    }
+    void showDeclarations(Declarations declarations) {
+        line_ += ",\"declarations\":{";
+        const char* separator = "";
+        for (const KelSAXXmlDeclaration& declaration : declarations) {
+            line_ += separator;
+            pair(declaration.prefix, declaration.namespaceUri);
+            separator = ",";
+        }
+        line_ += '}';
+    }
+    void showEnd(const KelSAXXmlName& name) override {
+        begin("end");
+        member("name", name.qualified);
+        end();
+    }
+    void showText(std::u16string_view text) override {
+        begin("text");
+        member("text", text);
+        end();
+    }
+    void showComment(std::u16string_view text) override {
+        begin("comment");
+        member("text", text);
+        end();
+    }
+    void showInstruction(std::u16string_view target, std::u16string_view data) override {
+        begin("instruction");
+        member("target", target);
+        member("data", data);
+        end();
     }
 
-    void sayText(const KelString& text) override {
-        output().write(R"({"event":"text","text":)" + jsonString(text) + "}\n");
+    void begin(const char* event) { line_ = std::string("{\"event\":\"") + event + '"'; }
+    void member(const char* name, std::u16string_view value) {
+        line_ += std::string(",\"") + name + "\":";
+        appendJsonString(line_, value);
+    }
+    void pair(std::u16string_view name, std::u16string_view value) {
+        appendJsonString(line_, name);
+        line_ += ':';
+        appendJsonString(line_, value);
+    }
+    void end() {
+        line_ += "}\n";
+        output().writeBytes(line_);
     }
 
-    void sayEnd(const std::string& name) override {
-        output().write(R"({"event":"end","name":")" + name + "\"}\n");
-    }
+    std::string line_;
 };
 
 // Indented, for people.
 class PlainReporter final : public Reporter {
+public:
+    using Reporter::Reporter;
+
+private:
     static constexpr std::size_t kTextInCharacters = 60;
     static constexpr std::size_t kIndentedLevels = 40;
 
     void indent(std::size_t level) { output().write(std::string(2 * std::min(level, kIndentedLevels), ' ')); }
+    void begin(std::size_t level, const char* label) {
+        indent(level);
+        output().write(label, Ink::Dim);
+    }
+    void attribute(const std::string& name, std::u16string_view value) {
+        output().write(' ' + name + '=', Ink::Attribute);
+        output().write('"' + oneLine(kel::toUtf8(value), kTextInCharacters) + '"');
+    }
 
-    void sayStart(const std::string& name, int /*depth*/, const KelSAXXmlAttributes& attributes) override {
-        indent(open() - 1);
-        output().write("start ", Ink::Dim);
-        output().write(name, Ink::Name);
-        for (const auto& [attribute, value] : attributes) {
-            output().write(' ' + kelhost::toUtf8(attribute) + '=', Ink::Attribute);
-            output().write('"' + oneLine(kelhost::toUtf8(value), kTextInCharacters) + '"');
-        }
+    void showStart(const KelSAXXmlName& name, Attributes attributes, Declarations declarations) override {
+        begin(open() - 1, "start ");
+        output().write(kel::toUtf8(name.qualified), Ink::Name);
+        for (const KelSAXXmlDeclaration& each : declarations)
+            attribute(each.prefix.empty() ? "xmlns" : "xmlns:" + kel::toUtf8(each.prefix), each.namespaceUri);
+        for (const KelSAXXmlAttribute& each : attributes)
+            attribute(kel::toUtf8(each.name.qualified), each.value);
         output().write("\n");
     }
-
-    void sayText(const KelString& text) override {
-        indent(open());
-        output().write("text  ", Ink::Dim);
-        output().write(excerpt(text.view(), 0) + '\n', Ink::Text);
+    void showEnd(const KelSAXXmlName& name) override {
+        begin(open(), "end   ");
+        output().write(kel::toUtf8(name.qualified) + "\n");
     }
-
-    void sayEnd(const std::string& name) override {
-        indent(open());
-        output().write("end   ", Ink::Dim);
-        output().write(name + "\n");
+    void showText(std::u16string_view text) override {
+        begin(open(), "text  ");
+        output().write(excerpt(text, 0) + '\n', Ink::Text);
+    }
+    void showComment(std::u16string_view text) override {
+        begin(open(), "note  ");
+        output().write(excerpt(text, 0) + '\n', Ink::Dim);
+    }
+    void showInstruction(std::u16string_view target, std::u16string_view data) override {
+        begin(open(), "instr ");
+        output().write(kel::toUtf8(target), Ink::Name);
+        output().write(' ' + excerpt(data, 0) + '\n');
     }
 };
 
-void parse(const Session& session, const InputFile& input, Reporter& reporter) {
-    std::optional<Progress> progress;
-    if (!isTerminal(stdout)) progress.emplace(tr("reading %1", input.name()));
-    const kelhost::Component& component = session.component();
-    const auto parser = component.create<IKelSAXXmlV2>(component.classNamed(kSaxClassName));
-    parser->pushHandler(&reporter);
-    if (!parser->parseFile(kelhost::fromUtf8(kelhost::utf8Of(input.path())))) {
-        throw Failure(kRefused, describeError(*parser->getError(), input));
+void read(IKelSAXXmlV3& reader, Source& source, Reporter& reporter, Task& task) {
+    const bool isWhole = reader.readStream(source, reporter);
+    const Diagnostic summary = reporter.summary(task.file());
+    task.output().finish();  // what came before an error is shown
+    if (!isWhole) throw failureOf(reader, source);
+    task.report(summary);
+}
+
+void reportEvents(IKelSAXXmlV3& reader, const EventsOptions& options, Task& task) {
+    Source source(task.file(), &task.progress());
+    if (options.json) {
+        if (task.isOneOfSeveral())
+            task.output().writeBytes(R"({"event":"document","file":)" + jsonString(task.file()) + "}\n");
+        JsonReporter reporter(task.output());
+        return read(reader, source, reporter, task);
     }
-    reporter.finish(input);
+    if (task.isOneOfSeveral()) task.output().writeHeading(task.file());
+    PlainReporter reporter(task.output());
+    read(reader, source, reporter, task);
 }
 
 }  // namespace
 
 void events(Session& session, const EventsOptions& options) {
-    const bool areSeveral = options.files.size() > 1;
-    forEachFile(options.files, [&](const std::string& file) {
-        const InputFile input(file);
-        if (options.json) {
-            JsonReporter reporter;
-            if (areSeveral) reporter.sayDocument(file);
-            parse(session, input, reporter);
-        } else {
-            PlainReporter reporter;
-            if (areSeveral) reporter.output().writeHeading(file);
-            parse(session, input, reporter);
-        }
+    forEachFile(options.files, [&]() -> Work {
+        const auto reader = std::make_shared<IPtr<IKelSAXXmlV3>>(session.makeReader());
+        return [reader, &options](Task& task) { reportEvents(**reader, options, task); };
     });
 }
 

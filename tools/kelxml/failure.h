@@ -3,19 +3,42 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include "tools/kelxml/diagnostic.h"
 
 namespace kelxml {
 
 enum ExitStatus : int {
     kDone = 0,
-    kRefused = 1,  // the document was refused, or its result could not be written
+    kRejected = 1,  // a document was rejected, or its result could not be written
     kWrongUsage = 2,
 };
 
-// What() is one or more lines of UTF-8 for standard error.
+// What() is the reason: one or more lines of UTF-8.
 class Failure : public std::runtime_error {
 public:
-    Failure(ExitStatus status, const std::string& message) : std::runtime_error(message), status_(status) {}
+    Failure(ExitStatus status, const std::string& reason) : Failure(status, Diagnostic(reason)) {}
+    Failure(ExitStatus status, Diagnostic diagnostic)
+        : std::runtime_error(diagnostic.reason), status_(status), diagnostic_(std::move(diagnostic)) {}
+
+    [[nodiscard]] ExitStatus status() const noexcept { return status_; }
+    [[nodiscard]] const Diagnostic& diagnostic() const noexcept { return diagnostic_; }
+
+private:
+    ExitStatus status_;
+    Diagnostic diagnostic_;
+};
+
+// Standard output takes no more: there is no sense in going on with other files.
+class OutputFailure final : public Failure {
+    using Failure::Failure;
+};
+
+// Everything has been reported; what is left is the exit status.
+class Reported {
+public:
+    explicit Reported(ExitStatus status) : status_(status) {}
 
     [[nodiscard]] ExitStatus status() const noexcept { return status_; }
 
@@ -23,7 +46,10 @@ private:
     ExitStatus status_;
 };
 
-// Whoever read our standard output has seen enough. Not a failure: `kelxml tree FILE | head` ends quietly.
+// The reader of our standard output has gone. Not a failure: `kelxml tree FILE | head` ends quietly.
 class ReaderGone {};
+
+// Of the exception being handled. ReaderGone and Reported are none and are thrown on.
+[[nodiscard]] Failure failureOfCurrentException();
 
 }  // namespace kelxml

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "tools/kelxml/commandline.h"
-#include "tools/kelxml/complaint.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/platform/interruption.h"
@@ -23,10 +22,12 @@ int run(const std::vector<std::string>& arguments) {
         return kDone;
     } catch (const ReaderGone&) {
         return kDone;
+    } catch (const Reported& reported) {
+        return reported.status();
     } catch (...) {
-        const Complaint complaint = complaintOfCurrentException();
-        tell(complaint.message);
-        return complaint.status;
+        const Failure failure = failureOfCurrentException();
+        report(failure.diagnostic());
+        return failure.status();
     }
 }
 

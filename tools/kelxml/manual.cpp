@@ -11,7 +11,7 @@ namespace kelxml {
 namespace {
 
 // When the definition of the command line last changed.
-constexpr const char* kDate = "November 21, 2026";
+constexpr const char* kDate = "November 22, 2026";
 constexpr std::size_t kLineInColumns = 76;
 
 // Text in the body of a page: each sentence on lines of its own, which are short; backslashes are written

@@ -21,6 +21,10 @@ std::string tr(const char* key) {
     return std::string(messages().text(key));
 }
 
+std::string pluralText(const char* one, const char* several, std::uint64_t count) {
+    return std::string(messages().text(one, several, count));
+}
+
 std::string completed(std::string_view text, std::initializer_list<std::string_view> arguments) {
     return kelhost::fillIn(text, {arguments.begin(), arguments.size()});
 }

@@ -3,6 +3,7 @@
 // likes; what an argument holds is never looked into. tests/kelxml holds every key against the catalogues.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -17,6 +18,17 @@ namespace kelxml {
 template <class... Arguments>
 [[nodiscard]] std::string tr(const char* key, const Arguments&... arguments) {
     return completed(tr(key), {std::string_view(arguments)...});
+}
+
+// The form of a text that the language has for a count.
+[[nodiscard]] std::string pluralText(const char* one, const char* several, std::uint64_t count);
+
+// The same with the count as %1 and the arguments as %2 to %9.
+template <class... Arguments>
+[[nodiscard]] std::string trCount(const char* one, const char* several, std::uint64_t count,
+                                  const Arguments&... arguments) {
+    return completed(pluralText(one, several, count),
+                     {std::string_view(std::to_string(count)), std::string_view(arguments)...});
 }
 
 // Marks a key that is looked up later.

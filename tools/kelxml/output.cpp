@@ -1,15 +1,15 @@
 #include "tools/kelxml/output.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <system_error>
 #include <vector>
 
 #include "host/text.h"
+#include "tools/kelxml/console.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/platform/encoding.h"
 #include "tools/kelxml/platform/files.h"
 
 namespace kelxml {
@@ -48,6 +48,11 @@ bool wantsColour() {
     return isTerminal(stdout) && !isDumbTerminal() && !isSet("NO_COLOR");
 }
 
+bool isShownToPeople() {
+    static const bool isTerminalThere = isTerminal(stdout);
+    return isTerminalThere;
+}
+
 bool isBlank(unsigned char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
@@ -72,13 +77,20 @@ void chooseColour(ColourChoice choice) noexcept {
     colourChoice = choice;
 }
 
-Output::Output() : coloured_(wantsColour()) {}
+Output::Output(ByteTaker* taker) : taker_(taker), coloured_(wantsColour()) {}
 
 void Output::write(std::string_view utf8, Ink ink) {
     const std::string_view escape = coloured_ ? escapeOf(ink) : std::string_view();
     put(escape);
-    put(utf8);
+    if (isShownToPeople())
+        put(inTerminalEncoding(utf8));
+    else
+        put(utf8);
     if (!escape.empty()) put("\x1b[0m");
+}
+
+void Output::writeBytes(std::string_view bytes) {
+    put(bytes);
 }
 
 void Output::writeHeading(std::string_view file) {
@@ -91,13 +103,10 @@ void Output::put(std::string_view bytes) {
 }
 
 void Output::drain() {
-    const bool written = std::fwrite(buffer_.data(), 1, buffer_.size(), stdout) == buffer_.size();
-    if (!written || std::fflush(stdout) != 0) {
-        const int error = errno;
-        if (error == EPIPE) throw ReaderGone();
-        throw Failure(kRefused,
-                      tr("cannot write to standard output: %1", std::generic_category().message(error)));
-    }
+    if (taker_ == nullptr)
+        writeOutput(buffer_);
+    else
+        taker_->take(buffer_);
     buffer_.clear();
 }
 
@@ -112,13 +121,24 @@ void Output::copyFile(const std::filesystem::path& path) {
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
         put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
     }
-    if (!file.eof()) throw Failure(kRefused, tr("cannot read %1 back", kelhost::utf8Of(path)));
+    if (!file.eof()) throw Failure(kRejected, tr("cannot read %1 back", kelhost::utf8Of(path)));
 }
 
 void writeText(std::string_view utf8) {
     Output output;
     output.write(utf8);
     output.finish();
+}
+
+std::string printable(std::string_view utf8) {
+    std::string text;
+    for (std::size_t at = 0; at < utf8.size();) {
+        const auto lead = static_cast<unsigned char>(utf8[at]);
+        const std::string_view sequence = utf8.substr(at, sequenceLength(lead));
+        at += sequence.size();
+        text += isControl(sequence) && lead != '\n' && lead != '\t' ? std::string_view("?") : sequence;
+    }
+    return text;
 }
 
 std::string oneLine(std::string_view utf8, std::size_t limit) {

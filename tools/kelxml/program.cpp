@@ -1,12 +1,18 @@
 #include "tools/kelxml/program.h"
 
 #include <algorithm>
+#include <array>
 
 namespace kelxml {
 
 const Verb* Program::find(std::string_view verb) const noexcept {
     const auto found = std::ranges::find(verbs, verb, &Verb::name);
     return found == verbs.end() ? nullptr : &*found;
+}
+
+bool isPath(std::string_view value) {
+    static constexpr std::array<std::string_view, 5> kPaths{"FILE", "OUT", "PATH", "SCHEMA", "STYLE"};
+    return std::ranges::find(kPaths, value) != kPaths.end();
 }
 
 std::vector<std::string> choicesOf(std::string_view value) {

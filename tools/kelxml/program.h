@@ -56,6 +56,9 @@ struct Program {
     [[nodiscard]] const Verb* find(std::string_view verb) const noexcept;  // null: there is none
 };
 
+// Whether a value or argument of this name is a path.
+[[nodiscard]] bool isPath(std::string_view value);
+
 // The choices of a value or argument; empty if it is not a choice.
 [[nodiscard]] std::vector<std::string> choicesOf(std::string_view value);
 

@@ -1,44 +1,43 @@
 #include <algorithm>
-#include <fstream>
+#include <iterator>
+#include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/text.h"
+#include "KelBasicTypes/binfile.h"
 #include "tools/kelxml/compare.h"
-#include "tools/kelxml/complaint.h"
+#include "tools/kelxml/document.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
-#include "tools/kelxml/progress.h"
+#include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/result.h"
 #include "tools/kelxml/unwritable.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr std::size_t kPlacesShown = 5;
 
-// Whether the bytes "<![CDATA[" stand in the file, in any encoding that has them as ASCII with or without
-// zero bytes around. A false alarm, from a comment say, costs time and changes nothing.
-HiddenText lookForCData(const fs::path& path) {
-    static constexpr std::string_view kStart = "<![CDATA[";
-    std::error_code absent;
-    if (!fs::is_regular_file(path, absent)) return HiddenText::Possible;  // a pipe cannot be read twice
-    std::ifstream file(path, std::ios::binary);
-    std::vector<char> block(1 << 16);
-    std::string window;
-    while (file) {
-        file.read(block.data(), static_cast<std::streamsize>(block.size()));
-        const auto end = block.begin() + file.gcount();
-        std::copy_if(block.begin(), end, std::back_inserter(window), [](char byte) { return byte != '\0'; });
-        if (window.find(kStart) != std::string::npos) return HiddenText::Possible;
-        if (window.size() >= kStart.size()) window.erase(0, window.size() - (kStart.size() - 1));
+// Notices the bytes "<![CDATA[" as they go by, in any encoding that has them as ASCII with or without zero
+// bytes around. A false alarm, from a comment say, costs time and changes nothing.
+class CDataWatch {
+public:
+    void see(std::string_view bytes) {
+        static constexpr std::string_view kStart = "<![CDATA[";
+        if (found_ == HiddenText::Possible) return;
+        std::ranges::copy_if(bytes, std::back_inserter(window_), [](char byte) { return byte != '\0'; });
+        if (window_.find(kStart) != std::string::npos) found_ = HiddenText::Possible;
+        if (window_.size() >= kStart.size()) window_.erase(0, window_.size() - (kStart.size() - 1));
     }
-    return HiddenText::None;
-}
+
+    [[nodiscard]] HiddenText found() const noexcept { return found_; }
+
+private:
+    std::string window_;
+    HiddenText found_ = HiddenText::None;
+};
 
 std::string listOf(const std::vector<Difference>& differences) {
     std::string list;
@@ -49,45 +48,49 @@ std::string listOf(const std::vector<Difference>& differences) {
 }
 
 // The file is written here and not by the parser, which does not report what the disk refuses.
-void write(IKelDOMXml& parser, Result& result) {
-    const Progress progress(tr("writing"));
+void write(IKelDOMXml& parser, Result& result, const std::string& file) {
     KelString text;
-    if (!parser.saveToString(text))
-        throw Failure(kRefused,
-                      describeError(*parser.getError(), InputFile(result.path(), tr("the result"))));
-    result.write(text.narrow(), LineEnds::Platform);
+    if (!parser.saveToString(text)) throw Failure(kRejected, diagnosticOf(parser, file));
+    result.write(withPlatformLineEnds(text.narrow()));
 }
 
 // What is wrong with the result; empty if nothing is.
-std::string check(const Session& session, const InputFile& input, IKelDOMXml& original,
-                  const fs::path& result) {
-    const Progress progress(tr("reading back"));
-    const IPtr<IKelDOMXmlV2> copy = session.makeParser();
-    if (!copy->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(result)))) {
-        const std::string error = describeError(*copy->getError(), InputFile(result, tr("the result")));
-        return tr("the result would not be well formed: %1", error) +
+std::string check(const Session& session, IKelDOMXml& original, Result& result, HiddenText hidden) {
+    const DocumentPtr copy = session.makeParser();
+    BinInputFile written(result.openAgain().release());
+    if (!copy->loadStream(written, 0)) {
+        const Diagnostic error = diagnosticOf(*copy, {});
+        const std::string place = std::to_string(error.line) + ':' + std::to_string(error.column) + ": ";
+        return tr("the result would not be well formed: %1", place + error.reason) +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
     }
-    const std::vector<Difference> differences =
-        compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()),
-                     lookForCData(input.path()), kPlacesShown);
+    const std::vector<Difference> differences = compareTrees(
+        *ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()), hidden, kPlacesShown);
     return differences.empty() ? "" : tr("the result would differ from the document:") + listOf(differences);
+}
+
+void saveOne(const Session& session, const SaveOptions& options, Task& task) {
+    CDataWatch watch;
+    Source source(task.file(), &task.progress());
+    source.setObserver([&watch](std::string_view bytes) { watch.see(bytes); });
+    const DocumentPtr original = loadDocument(session, source, loadOptions(options.allowDtd));
+    Result result(options.out, task.output());
+    task.progress().setPhase(tr("writing"));
+    write(*original, result, task.file());
+    task.progress().setPhase(tr("reading back"));
+    const std::string wrong = check(session, *original, result, watch.found());
+    if (!wrong.empty() && !options.force) {
+        throw Failure(kRejected, wrong + '\n' + tr("Nothing was written; --force writes it all the same."));
+    }
+    if (!wrong.empty()) task.report({Severity::Warning, task.file(), wrong});
+    result.deliver();
 }
 
 }  // namespace
 
 void save(Session& session, const SaveOptions& options) {
-    const InputFile input(options.file);
-    const IPtr<IKelDOMXmlV2> original = loadWithProgress(session, input);
-    Result result(options.out);
-    write(*original, result);
-    const std::string complaint = check(session, input, *original, result.path());
-    if (!complaint.empty() && !options.force) {
-        throw Failure(kRefused,
-                      complaint + '\n' + tr("Nothing was written; --force writes it all the same."));
-    }
-    if (!complaint.empty()) tell(tr("warning: %1", complaint));
-    result.deliver();
+    forEachFile({options.file},
+                [&]() -> Work { return [&](Task& task) { saveOne(session, options, task); }; });
 }
 
 }  // namespace kelxml

@@ -11,7 +11,6 @@
 #include "host/text.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "tools/kelxml/compare.h"
-#include "tools/kelxml/complaint.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
@@ -21,7 +20,7 @@ namespace kelxml {
 
 namespace {
 
-using ParserPtr = IPtr<IKelDOMXmlV2>;
+using ParserPtr = IPtr<IKelDOMXmlV3>;
 
 constexpr const char16_t* kDocument =
     u"<shelf owner=\"Ana\"><book year=\"1815\">Emma</book><book year=\"1008\">\u6E90\u6C0F\u7269\u8A9E</book>"
@@ -40,14 +39,14 @@ constexpr const char* kSchema =
 
 // Throws Failure with what was expected.
 void expect(bool holds, const char* what) {
-    if (!holds) throw Failure(kRefused, what);
+    if (!holds) throw Failure(kRejected, what);
 }
 
 void put(const TemporaryFile& file, const std::string& content) {
     std::ofstream stream(file.path(), std::ios::binary);
     stream << content;
     if (!stream.flush())
-        throw Failure(kRefused, tr("cannot write the result: %1", kelhost::utf8Of(file.path())));
+        throw Failure(kRejected, tr("cannot write the result: %1", kelhost::utf8Of(file.path())));
 }
 
 KelString pathOf(const TemporaryFile& file) {
@@ -57,7 +56,7 @@ KelString pathOf(const TemporaryFile& file) {
 ParserPtr parse(const Session& session, const char16_t* text) {
     ParserPtr parser = session.makeParser();
     if (!parser->loadFromString(text))
-        throw Failure(kRefused, kelhost::toUtf8(parser->getError()->getMessage()));
+        throw Failure(kRejected, kelhost::toUtf8(parser->getError()->getMessage()));
     return parser;
 }
 
@@ -95,7 +94,7 @@ void saveAndReadBack(const Session& session) {
     expect(copy->loadFromFile(pathOf(file)), "loadFromFile");
     const auto differences = compareTrees(*ElementPtr(original->getRootElement()),
                                           *ElementPtr(copy->getRootElement()), HiddenText::None, 1);
-    if (!differences.empty()) throw Failure(kRefused, differences[0].place + ": " + differences[0].what);
+    if (!differences.empty()) throw Failure(kRejected, differences[0].place + ": " + differences[0].what);
 }
 
 void transformDocument(const Session& session) {
@@ -146,7 +145,7 @@ void refuseMalformed(const Session& session) {
     expect(parser->getError()->getCode() == IKelDOMXml::kRefusedByEngine, "error 3");
     const std::string message = kelhost::toUtf8(parser->getError()->getMessage());
     if (message.find('2') == std::string::npos || message.find("book") == std::string::npos)
-        throw Failure(kRefused, message);
+        throw Failure(kRejected, message);
     expect(!parser->loadFromFile(u"no/such/file.xml"), "no/such/file.xml");
     expect(parser->getError()->getCode() == IKelDOMXml::kFileNotReadable, "error 1");
 }
@@ -168,7 +167,7 @@ std::vector<KelClassId> ownTestsOf(const Session& session) {
 void runOwnTest(const Session& session, const KelClassId& id) {
     const auto test = session.component().create<IKelSelfTest>(id);
     std::string reason;
-    if (!test->run(reason)) throw Failure(kRefused, reason);
+    if (!test->run(reason)) throw Failure(kRejected, reason);
 }
 
 struct Step {
@@ -192,7 +191,7 @@ bool report(Output& output, const std::string& name, const std::function<void()>
     try {
         run();
     } catch (...) {
-        complaint = complaintOfCurrentException().message;
+        complaint = failureOfCurrentException().what();
     }
     if (complaint.empty())
         output.write(tr("ok"), Ink::Text);
@@ -218,8 +217,8 @@ void selfTest(Session& session) {
     }
     output.finish();
     if (failed > 0)
-        throw Failure(kRefused, tr("%1 of %2 steps failed", std::to_string(failed),
-                                   std::to_string(std::size(kSteps) + ownTests.size())));
+        throw Failure(kRejected, tr("%1 of %2 steps failed", std::to_string(failed),
+                                    std::to_string(std::size(kSteps) + ownTests.size())));
 }
 
 }  // namespace kelxml

@@ -20,9 +20,21 @@ std::string randomName() {
     return name;
 }
 
+fs::path folderOf(const fs::path& target) {
+    return target.has_parent_path() ? target.parent_path() : fs::path(".");
+}
+
 }  // namespace
 
-TemporaryFile::TemporaryFile(const fs::path& folder, Access access) {
+TemporaryFile::TemporaryFile(const fs::path& folder, Access access, Name name)
+    : unnamed_(name == Name::IfNeeded ? UnnamedFile::in(folder, access) : std::nullopt) {
+    if (unnamed_)
+        path_ = unnamed_->path();
+    else
+        createNamed(folder, access);
+}
+
+void TemporaryFile::createNamed(const fs::path& folder, Access access) {
     const UninterruptedWork both;  // create and register
     fs::path path;
     do {
@@ -32,20 +44,30 @@ TemporaryFile::TemporaryFile(const fs::path& folder, Access access) {
     path_ = std::move(path);
 }
 
+void TemporaryFile::giveNameIn(const fs::path& folder) {
+    fs::path path;
+    do {
+        path = folder / randomName();
+    } while (!unnamed_->giveName(path));
+    registerTemporaryFile(path);
+    unnamed_.reset();
+    path_ = std::move(path);
+}
+
 TemporaryFile TemporaryFile::beside(const fs::path& target) {
-    return {target.has_parent_path() ? target.parent_path() : fs::path("."), Access::Usual};
+    return {folderOf(target), Access::Usual, Name::IfNeeded};
 }
 
 TemporaryFile TemporaryFile::inTemporaryFolder() {
-    return inFolder(fs::temp_directory_path());
+    return {fs::temp_directory_path(), Access::Private, Name::IfNeeded};
 }
 
-TemporaryFile TemporaryFile::inFolder(const fs::path& folder) {
-    return {folder, Access::Private};
+TemporaryFile TemporaryFile::namedIn(const fs::path& folder) {
+    return {folder, Access::Private, Name::Always};
 }
 
 TemporaryFile::~TemporaryFile() {
-    if (path_.empty()) return;
+    if (path_.empty() || unnamed_) return;
     const UninterruptedWork both;  // remove and forget
     removeFile(path_);
     forgetTemporaryFile(path_);
@@ -53,7 +75,8 @@ TemporaryFile::~TemporaryFile() {
 
 void TemporaryFile::takePlaceOf(const fs::path& target) {
     settleFile(path_, target);
-    const UninterruptedWork both;  // rename and forget
+    const UninterruptedWork all;  // give a name, rename and forget: a name that stays would be litter
+    if (unnamed_) giveNameIn(folderOf(target));
     replaceFile(target, path_);
     forgetTemporaryFile(path_);
     path_.clear();

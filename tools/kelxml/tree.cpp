@@ -4,10 +4,9 @@
 
 #include "host/text.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
-#include "tools/kelxml/complaint.h"
+#include "tools/kelxml/document.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
-#include "tools/kelxml/progress.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
@@ -41,8 +40,7 @@ std::size_t countOf(IKelDOMXmlElementItr& children) {
 
 std::string countOfCut(IKelDOMXmlElementItr& children) {
     const std::size_t count = countOf(children);
-    return "  (" + (count == 1 ? tr("1 child element") : tr("%1 child elements", std::to_string(count))) +
-           ')';
+    return "  (" + trCount("%1 child element", "%1 child elements", count) + ')';
 }
 
 void outline(Output& output, IKelDOMXmlV2& document, std::size_t depthLimit) {
@@ -72,13 +70,12 @@ void outline(Output& output, IKelDOMXmlV2& document, std::size_t depthLimit) {
 }  // namespace
 
 void tree(Session& session, const TreeOptions& options) {
-    const bool areSeveral = options.files.size() > 1;
-    forEachFile(options.files, [&](const std::string& file) {
-        const IPtr<IKelDOMXmlV2> document = loadWithProgress(session, InputFile(file));
-        Output output;
-        if (areSeveral) output.writeHeading(file);
-        outline(output, *document, static_cast<std::size_t>(options.depth));
-        output.finish();
+    forEachFile(options.files, [&]() -> Work {
+        return [&](Task& task) {
+            const DocumentPtr document = loadDocument(session, task, loadOptions(options.allowDtd));
+            if (task.isOneOfSeveral()) task.output().writeHeading(task.file());
+            outline(task.output(), *document, static_cast<std::size_t>(options.depth));
+        };
     });
 }
 

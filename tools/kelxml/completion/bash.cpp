@@ -26,17 +26,13 @@ std::string patternOf(const Option& option) {
     return option.shortName.empty() ? option.longName : option.shortName + '|' + option.longName;
 }
 
-bool takesPath(const Option& option) {
-    return option.value == "OUT" || option.value == "PATH";
-}
-
 std::string valueCases(const std::vector<Option>& options) {
     std::string cases;
     for (const Option& option : options) {
         if (option.value.empty()) continue;
         const std::vector<std::string> choices = choicesOf(option.value);
         cases += "        " + patternOf(option) + ") ";
-        if (takesPath(option))
+        if (isPath(option.value))
             cases += "_kelxml_files; return ;;\n";
         else
             cases += "_kelxml_words \"" + joined(choices, " ") + "\"; return ;;\n";

@@ -30,8 +30,7 @@ std::string optionLine(const std::string& condition, const Option& option, const
     line += " -l " + option.longName.substr(2);
     if (!option.value.empty()) {
         const std::string choices = choiceList(option.value, program);
-        const bool takesPath = option.value == "OUT" || option.value == "PATH";
-        line += takesPath ? " -r -F" : " -x";
+        line += isPath(option.value) ? " -r -F" : " -x";
         if (!choices.empty()) line += " -a " + quoted(choices);
     }
     return line + " -d " + quoted(option.help) + '\n';

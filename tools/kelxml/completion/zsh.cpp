@@ -27,7 +27,7 @@ std::string actionOf(const std::string& name) {
         return '(' + list + ')';
     }
     if (name == "VERB") return "_kelxml_verbs";
-    return name == "N" || name == "URI" ? " " : "_files";
+    return isPath(name) ? "_files" : " ";
 }
 
 std::string rule(const Option& option) {

@@ -1,5 +1,5 @@
 // Ending in the middle of work: a person pressed Ctrl-C, the terminal went away, the system shuts down.
-// Threads: files are registered by one thread; the interruption may come to any.
+// Threads: any may register files; the interruption may come to any.
 #pragma once
 
 #include <filesystem>

@@ -21,9 +21,6 @@ inline constexpr const char* kDescription = "[^]+";  // of a refused style sheet
 // Events of elements with namespace declarations.
 inline constexpr const char* kEventsOfTwoDeclarations = "<e 0 a=1></e>";
 inline constexpr const char* kEventsOfEqualLocalNames = "<e 0 A=3 a=1 b=0></e>";
-// What xmlns:p='u' adds to the attributes that kelxml writes as JSON, and how many it counts.
-inline constexpr const char* kDeclarationInJson = "";
-inline constexpr int kAttributesOfDeclaration = 0;
 // What a transformation to "<b/>" gives as UTF-8.
 inline constexpr const char* kDeclarationOfUtf8 =
     "<\\?xml version=\"1.0\" encoding=\"UTF-8\"\\?>\\s*<b/>\\s*";

@@ -27,9 +27,6 @@ inline constexpr const char* kDescription = "[^]*";  // Wine: often none
 // Events of elements with namespace declarations: they are attributes, too, without a local name.
 inline constexpr const char* kEventsOfTwoDeclarations = "<e 0 =u a=1></e>";
 inline constexpr const char* kEventsOfEqualLocalNames = "<e 0 =u A=3 a=1 b=0></e>";
-// What xmlns:p='u' adds to the attributes that kelxml writes as JSON, and how many it counts.
-inline constexpr const char* kDeclarationInJson = "\"\":\"u\",";
-inline constexpr int kAttributesOfDeclaration = 1;
 // What a transformation to "<b/>" gives as UTF-8; Wine names no encoding.
 inline constexpr const char* kDeclarationOfUtf8 =
     "<\\?xml version=\"1.0\"( encoding=\"UTF-8\")?\\?>\\s*<b/>\\s*";

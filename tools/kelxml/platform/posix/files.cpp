@@ -6,9 +6,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include "host/text.h"
 
 namespace kelxml {
 
@@ -31,6 +35,19 @@ void syncToDisk(const fs::path& path) {
 
 }  // namespace
 
+std::FILE* openAs(const fs::path& path, const char* mode) noexcept {
+    const char closing[] = {mode[0], 'b', 'e', '\0'};  // not for programs that are started meanwhile
+    return std::fopen(path.c_str(), closing);
+}
+
+bool isNameForComponent(const std::string& name) {
+    return name.find('\\') == std::string::npos && kelhost::toUtf8(kelhost::fromUtf8(name)) == name;
+}
+
+std::string withPlatformLineEnds(std::string text) {
+    return text;
+}
+
 bool createFile(const fs::path& path, Access access) {
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                             access == Access::Private ? 0600 : 0666);
@@ -47,10 +64,41 @@ void removeFile(const fs::path& path) noexcept {
     (void)::unlink(path.c_str());
 }
 
-void settleFile(const fs::path& file, const fs::path& target) {
+std::optional<UnnamedFile> UnnamedFile::in(const fs::path& folder, Access access) {
+    const int file =
+        ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, access == Access::Private ? 0600 : 0666);
+    if (file < 0) return std::nullopt;
+    UnnamedFile unnamed(file);
     std::error_code absent;
-    const fs::file_status old = fs::status(target, absent);
-    if (!absent && fs::exists(old)) fs::permissions(file, old.permissions());
+    if (!fs::exists(unnamed.path(), absent)) return std::nullopt;  // without /proc it cannot be named
+    return unnamed;
+}
+
+UnnamedFile::UnnamedFile(UnnamedFile&& other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
+
+UnnamedFile::~UnnamedFile() {
+    if (handle_ >= 0) ::close(handle_);
+}
+
+fs::path UnnamedFile::path() const {
+    return "/proc/self/fd/" + std::to_string(handle_);
+}
+
+bool UnnamedFile::giveName(const fs::path& path) const {
+    if (::linkat(AT_FDCWD, this->path().c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) return true;
+    const int error = errno;
+    if (error != EEXIST) throwSystemError(error, path);
+    return false;
+}
+
+void settleFile(const fs::path& file, const fs::path& target) {
+    struct stat old {};
+    if (::stat(target.c_str(), &old) == 0) {
+        // Who may not give files away keeps what is his; at least the group may be one of his.
+        if (::chown(file.c_str(), old.st_uid, old.st_gid) != 0)
+            (void)!::chown(file.c_str(), static_cast<uid_t>(-1), old.st_gid);
+        if (::chmod(file.c_str(), old.st_mode & 07777) != 0) throwSystemError(errno, file);
+    }
     syncToDisk(file);
 }
 

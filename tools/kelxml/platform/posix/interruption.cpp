@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstring>
+#include <mutex>
 
 #include <limits.h>
 #include <unistd.h>
@@ -14,9 +16,18 @@ namespace {
 
 constexpr std::array kInterruptions{SIGINT, SIGTERM, SIGHUP};
 
-// Plain memory, for a signal handler must not allocate; changed only while the signals are blocked.
-using Path = std::array<char, PATH_MAX>;
-std::array<Path, 8> registered{};
+// Plain memory, for a signal handler must not allocate. A path is whole before its flag is set, for the
+// signal may come to another thread than the one that registers.
+struct Slot {
+    std::array<char, PATH_MAX> path{};
+    std::atomic<bool> isUsed{false};
+};
+std::array<Slot, 16> registered{};
+std::mutex registering;
+
+// A thread that holds interruptions back already, as those that work beside the first one do, goes on so.
+thread_local int depth = 0;
+thread_local sigset_t before;
 
 sigset_t interruptions() noexcept {
     sigset_t set;
@@ -26,8 +37,8 @@ sigset_t interruptions() noexcept {
 }
 
 extern "C" void onInterruption(int signal) {
-    for (const Path& path : registered) {
-        if (path[0] != '\0') ::unlink(path.data());
+    for (const Slot& slot : registered) {
+        if (slot.isUsed) ::unlink(slot.path.data());
     }
     // The shell is to see that it was the signal that ended us.
     std::signal(signal, SIG_DFL);
@@ -50,24 +61,26 @@ void removeTemporaryFilesWhenInterrupted() noexcept {
 
 UninterruptedWork::UninterruptedWork() noexcept {
     const sigset_t set = interruptions();
-    ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &set, depth++ == 0 ? &before : nullptr);
 }
 
 UninterruptedWork::~UninterruptedWork() {
-    const sigset_t set = interruptions();
-    ::pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    if (--depth == 0) ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void registerTemporaryFile(const std::filesystem::path& path) noexcept {
-    const auto place = std::ranges::find_if(registered, [](const Path& each) { return each[0] == '\0'; });
-    if (place == registered.end() || path.native().size() >= place->size()) return;
-    std::memcpy(place->data(), path.c_str(), path.native().size() + 1);
+    const std::lock_guard lock(registering);
+    const auto slot = std::ranges::find_if(registered, [](const Slot& each) { return !each.isUsed; });
+    if (slot == registered.end() || path.native().size() >= slot->path.size()) return;
+    std::memcpy(slot->path.data(), path.c_str(), path.native().size() + 1);
+    slot->isUsed = true;
 }
 
 void forgetTemporaryFile(const std::filesystem::path& path) noexcept {
-    const auto place =
-        std::ranges::find_if(registered, [&path](const Path& each) { return path.native() == each.data(); });
-    if (place != registered.end() && !path.empty()) place->front() = '\0';
+    const std::lock_guard lock(registering);
+    const auto slot = std::ranges::find_if(
+        registered, [&path](const Slot& each) { return each.isUsed && path.native() == each.path.data(); });
+    if (slot != registered.end()) slot->isUsed = false;
 }
 
 }  // namespace kelxml

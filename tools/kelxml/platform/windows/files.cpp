@@ -30,6 +30,36 @@ void syncToDisk(const fs::path& path) {
 
 }  // namespace
 
+std::FILE* openAs(const fs::path& path, const char* mode) noexcept {
+    return _wfopen(path.c_str(), *mode == 'r' ? L"rb" : L"wb");
+}
+
+bool isNameForComponent(const std::string& /*name*/) {
+    return true;
+}
+
+std::string withPlatformLineEnds(std::string text) {
+    for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
+        text.insert(at, 1, '\r');
+    return text;
+}
+
+std::optional<UnnamedFile> UnnamedFile::in(const fs::path& /*folder*/, Access /*access*/) {
+    return std::nullopt;
+}
+
+UnnamedFile::UnnamedFile(UnnamedFile&& other) noexcept : handle_(other.handle_) {}
+
+UnnamedFile::~UnnamedFile() = default;
+
+fs::path UnnamedFile::path() const {
+    return {};
+}
+
+bool UnnamedFile::giveName(const fs::path& path) const {
+    throwSystemError(ERROR_NOT_SUPPORTED, path);
+}
+
 // Who may use a file is inherited from its folder here, and the temporary folder is the user's own.
 bool createFile(const fs::path& path, Access /*access*/) {
     const HANDLE file =

@@ -14,7 +14,7 @@ namespace kelxml {
 namespace {
 
 using Path = std::array<wchar_t, 1024>;
-std::array<Path, 8> registered{};  // guarded by the lock
+std::array<Path, 16> registered{};  // guarded by the lock
 
 kel::platform::CriticalSection& lock() {
     static auto& section = *new kel::platform::CriticalSection;  // the process may end while it is held
