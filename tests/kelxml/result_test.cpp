@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "runner.h"
@@ -127,6 +129,12 @@ public:
 
     [[nodiscard]] bool isThere() const { return !name_.empty(); }
 
+    void setColumns(unsigned short columns) const {
+        struct winsize size {};
+        size.ws_col = columns;
+        EXPECT_EQ(::ioctl(writing_, TIOCSWINSZ, &size), 0);
+    }
+
     [[nodiscard]] std::string show(const std::vector<std::string>& command) const {
         EXPECT_EQ(kel::test::run(command, {.outputDevice = name_}).status, 0);
         std::array<char, 4096> block{};
@@ -148,6 +156,24 @@ TEST_F(KelxmlTest, ColoursAreForTerminalsWithoutNoColor) {
     EXPECT_THAT(terminal.show({KELXML_PROGRAM, "tree", file}), HasSubstr("\x1b["));
     EXPECT_THAT(terminal.show({"/usr/bin/env", "NO_COLOR=1", KELXML_PROGRAM, "tree", file}),
                 Not(HasSubstr("\x1b[")));
+}
+
+// Commands are not broken: they are there to be copied.
+TEST_F(KelxmlTest, HelpIsAsWideAsTheTerminal) {
+    const Terminal terminal;
+    if (!terminal.isThere()) GTEST_SKIP() << "this system gives out no terminals";
+    for (const unsigned short columns : {40, 120}) {
+        terminal.setColumns(columns);
+        std::istringstream help(
+            terminal.show({"/usr/bin/env", "LC_ALL=C.UTF-8", KELXML_PROGRAM, "check", "-h"}));
+        std::size_t longest = 0;
+        for (std::string line; std::getline(help, line);) {
+            if (line.ends_with('\r')) line.pop_back();
+            if (line.find("kelxml check") == std::string::npos) longest = std::max(longest, line.size());
+        }
+        EXPECT_LE(longest, columns);
+        EXPECT_GT(longest + 15, columns);
+    }
 }
 
 }  // namespace

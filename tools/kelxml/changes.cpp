@@ -41,6 +41,7 @@ struct Attribute {
 std::vector<Attribute> attributesOf(IKelDOMXmlElement& element) {
     std::vector<Attribute> attributes;
     const int count = element.getAttributeCount();
+    attributes.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         attributes.push_back({element.getAttributeName(i), element.getAttributeValue(i)});
     return attributes;

@@ -1,5 +1,7 @@
 #include "tools/kelxml/document.h"
 
+#include <utility>
+
 #include "host/text.h"
 #include "tools/kelxml/message.h"
 
@@ -50,12 +52,11 @@ Diagnostic diagnosticOf(IKelXmlError& error, const std::string& file) {
 DocumentPtr loadDocument(const Session& session, Source& source, unsigned options) {
     DocumentPtr document = session.makeParser();
     if (document->loadStream(source, options)) return document;
-    const Failure failure = failureOf(static_cast<IKelDOMXml&>(*document), source);
+    Diagnostic diagnostic = failureOf(static_cast<IKelDOMXml&>(*document), source).diagnostic();
     const bool isAllowed = (options & IKelDOMXmlV3::kAllowDoctype) != 0;
-    if (isAllowed || !isAboutDoctype(failure.what())) throw failure;
-    Diagnostic explained = failure.diagnostic();
-    explained.reason += ' ' + tr("--allow-dtd reads its internal subset.");
-    throw Failure(kRejected, explained);
+    if (!isAllowed && isAboutDoctype(diagnostic.reason))
+        diagnostic.reason += ' ' + tr("--allow-dtd reads its internal subset.");
+    throw Failure(kRejected, std::move(diagnostic));
 }
 
 DocumentPtr loadDocument(const Session& session, Task& task, unsigned options) {

@@ -5,33 +5,50 @@
 #include <utility>
 
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/platform/terminal.h"
 #include "tools/kelxml/textwidth.h"
 
 namespace kelxml {
 
 namespace {
 
-constexpr std::size_t kLineInColumns = 80;
+constexpr std::size_t kUsualColumns = 80;
+constexpr std::size_t kNarrowestColumns = 30;
+constexpr std::size_t kWidestColumns = 120;  // longer lines are hard to read
+// Where the explanations of options begin; on a narrow terminal they begin below.
 constexpr std::size_t kHelpColumn = 24;
+constexpr std::size_t kNarrowHelpColumn = 10;
+constexpr std::size_t kNarrowInColumns = 60;
+
+std::size_t lineInColumns() {
+    static const std::size_t width =
+        std::clamp(terminalColumns().value_or(kUsualColumns), kNarrowestColumns, kWidestColumns);
+    return width;
+}
+
+std::size_t helpColumn() {
+    return lineInColumns() < kNarrowInColumns ? kNarrowHelpColumn : kHelpColumn;
+}
 
 std::string paragraph(std::string_view text) {
     std::string result;
-    for (const std::string& line : wrapped(text, kLineInColumns)) result += line + '\n';
+    for (const std::string& line : wrapped(text, lineInColumns())) result += line + '\n';
     return result;
 }
 
 // "  --output OUT          what it does", with the rest of the text below its beginning.
 std::string definition(const std::string& term, std::string_view meaning) {
     std::string result = "  " + term;
-    if (result.size() + 2 > kHelpColumn) {
-        result += '\n' + std::string(kHelpColumn, ' ');
+    const std::size_t column = helpColumn();
+    if (result.size() + 2 > column) {
+        result += '\n' + std::string(column, ' ');
     } else {
-        result.resize(kHelpColumn, ' ');
+        result.resize(column, ' ');
     }
-    const char* separator = "";
-    for (const std::string& line : wrapped(meaning, kLineInColumns - kHelpColumn)) {
+    std::string separator;
+    for (const std::string& line : wrapped(meaning, lineInColumns() - column)) {
         result += separator + line;
-        separator = "\n                        ";
+        separator = '\n' + std::string(column, ' ');
     }
     return result + '\n';
 }
@@ -55,7 +72,7 @@ std::string exampleLines(const std::vector<Example>& examples) {
     std::string result;
     for (const Example& example : examples) {
         result += "  " + example.command + '\n';
-        for (const std::string& line : wrapped(example.explanation, kLineInColumns - 6))
+        for (const std::string& line : wrapped(example.explanation, lineInColumns() - 6))
             result += "      " + line + '\n';
     }
     return result;

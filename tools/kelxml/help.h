@@ -1,4 +1,4 @@
-// Help for people at a terminal, 80 columns wide.
+// Help for people, as wide as their terminal; 80 columns where it goes elsewhere.
 #pragma once
 
 #include <string>
