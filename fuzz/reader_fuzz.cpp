@@ -11,14 +11,14 @@
 
 namespace {
 
-using engine::reader::Input;
 using engine::reader::ReadOptions;
 using engine::reader::test::disagreement;
 using engine::reader::test::readAll;
 using engine::reader::test::Reading;
+using engine::source::Input;
 
 void print(const char* parser, const Reading& reading) {
-    const engine::reader::ParseError& error = reading.error;
+    const engine::source::ParseError& error = reading.error;
     std::fprintf(stderr, "%s: %08X at %u:%u: %s\n%s\n", parser, static_cast<unsigned>(error.code),
                  error.position.line, error.position.column, error.reason.c_str(), reading.events.c_str());
 }

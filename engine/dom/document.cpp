@@ -7,9 +7,9 @@
 #include "engine/dom/documentwriter.h"
 #include "engine/dom/parseerror.h"
 #include "engine/dom/utf8text.h"
-#include "engine/reader/comstream.h"
+#include "engine/source/comstream.h"
+#include "engine/text/chars.h"
 #include "engine/text/utf.h"
-#include "engine/text/xmlnames.h"
 
 namespace engine::dom {
 
@@ -162,8 +162,8 @@ HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
                 SUCCEEDED(source.punkVal->QueryInterface(IID_ISequentialStream, &found))) {
                 const auto stream =
                     com::Ref<ISequentialStream>::adopt(static_cast<ISequentialStream*>(found));
-                reader::ComByteStream bytes(*stream);
-                return loadFrom(reader::Input::stream(bytes), {}, loaded);
+                source::ComByteStream bytes(*stream);
+                return loadFrom(source::Input::stream(bytes), {}, loaded);
             }
         }
         if (source.vt != VT_BSTR) {
@@ -176,7 +176,7 @@ HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
                 0};
             return fail(E_INVALIDARG, lastError_.reason);
         }
-        const reader::Input input = reader::Input::location(textOf(source.bstrVal));
+        const source::Input input = source::Input::location(textOf(source.bstrVal));
         return loadFrom(input, input.path(), loaded);
     });
 }
@@ -184,12 +184,12 @@ HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
 HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     if (loaded == nullptr) return com::nullPointer("loadXML");
     *loaded = VARIANT_FALSE;
-    return loadFrom(reader::Input::text(textOf(text)), {}, loaded);
+    return loadFrom(source::Input::text(textOf(text)), {}, loaded);
 }
 
 // S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is
 // the one that the document has, if it was never used; otherwise it is made first, when there is memory.
-HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
+HRESULT Document::loadFrom(const source::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree empty;
     const HRESULT status = guarded([&] {
         if (!content_->isUnused()) empty = newTree();
@@ -214,8 +214,8 @@ HRESULT Document::loadFrom(const reader::Input& input, std::string url, VARIANT_
 }
 
 // Reads into an empty tree and, if that is wanted, validates what came.
-reader::ParseError Document::build(const reader::Input& input, LiveTree& target) {
-    reader::ParseError error = dom::load(target.tree(), input, whiteSpace_, dtd_);
+source::ParseError Document::build(const source::Input& input, LiveTree& target) {
+    source::ParseError error = dom::load(target.tree(), input, whiteSpace_, dtd_);
     if (error.failed() || !validatesOnParse_ || !schemas_) return error;
     std::vector<reader::Violation> found;
     const HRESULT status =
@@ -271,7 +271,7 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
             schemas_->validateTree(liveTree().source(kDocumentNode), validation_, found.get());
         if (FAILED(status)) return status;
         const bool isValid = found->empty();
-        *error = isValid ? com::make<ParseErrorObject>(reader::ParseError()).detach()
+        *error = isValid ? com::make<ParseErrorObject>(source::ParseError()).detach()
                          : com::make<ParseErrorObject>(std::move(found), std::size_t{0}).detach();
         return isValid ? S_OK : S_FALSE;
     });
@@ -293,7 +293,7 @@ namespace {
 std::vector<std::pair<std::string, std::string>> prefixesIn(std::u16string_view declarations) {
     const std::u16string element = u"<e " + std::u16string(declarations) + u"/>";
     Tree tree;
-    const bool isRead = !dom::load(tree, reader::Input::text(element), WhiteSpace::KeepAll).failed();
+    const bool isRead = !dom::load(tree, source::Input::text(element), WhiteSpace::KeepAll).failed();
     const NodeId root = isRead ? tree.documentElement() : kNoNode;
     std::vector<std::pair<std::string, std::string>> prefixes;
     bool isWrong = !isRead || tree.firstChild(root) != kNoNode || tree.nextSibling(root) != kNoNode;
@@ -418,7 +418,7 @@ HRESULT Document::getPosition(IXMLDOMNode* element, LONG* line, LONG* column) {
         const Binding* const binding = Binding::of(element);
         if (binding == nullptr || binding->kind() != NodeKind::Element)
             throw Failure(E_INVALIDARG, "Only elements of this XML library have a position.");
-        const reader::Position position = binding->liveTree().position(binding->node());
+        const source::Position position = binding->liveTree().position(binding->node());
         *line = static_cast<LONG>(position.line);
         *column = static_cast<LONG>(position.column);
         return position.line == 0 ? S_FALSE : S_OK;

@@ -69,15 +69,15 @@ private:
 
     template <typename Made>
     [[nodiscard]] com::Ref<Made> made(NodeId node);
-    HRESULT loadFrom(const reader::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept;
-    reader::ParseError build(const reader::Input& input, LiveTree& target);
+    HRESULT loadFrom(const source::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept;
+    source::ParseError build(const source::Input& input, LiveTree& target);
     [[nodiscard]] OwnedTree newTree();
     void clear();
     void install(OwnedTree content) noexcept;
 
     std::uint32_t mostTextInBytes_;
     OwnedTree content_;
-    reader::ParseError lastError_;
+    source::ParseError lastError_;
     WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;
     reader::ReadOptions::Dtd dtd_ = reader::ReadOptions::Dtd::Prohibit;
     bool validatesOnParse_ = true;

@@ -10,18 +10,18 @@
 #include <vector>
 
 #include "engine/com/status.h"
-#include "engine/reader/detail/chars.h"
-#include "engine/reader/encoder.h"
+#include "engine/source/encoder.h"
+#include "engine/text/chars.h"
 
 namespace engine::dom {
 
 namespace {
 
 using com::Failure;
-using reader::Encoder;
-using reader::detail::decodeAt;
-using reader::detail::Decoded;
-using reader::detail::isSpace;
+using source::Encoder;
+using text::decodeAt;
+using text::Decoded;
+using text::isSpace;
 using Declaration = WriteSettings::Declaration;
 
 constexpr std::size_t kBufferInBytes = std::size_t{64} << 10;
@@ -162,7 +162,7 @@ public:
             const std::uint8_t own = tree_.names().flags(name);
             flags |= own;
             if ((own & Names::kDeclaration) == 0) continue;
-            if (const NameId prefix = tree_.names().prefix(name); prefix != reader::kNoName) {
+            if (const NameId prefix = tree_.names().prefix(name); prefix != tables::kNoName) {
                 ++counts_[prefix];
                 declares = true;
             }
@@ -176,7 +176,7 @@ public:
         for (std::uint32_t i = 0; i < tree_.attributeCount(element); ++i) {
             const NameId name = tree_.attributeNameId(element, i);
             if ((tree_.names().flags(name) & Names::kDeclaration) == 0) continue;
-            if (const NameId prefix = tree_.names().prefix(name); prefix != reader::kNoName)
+            if (const NameId prefix = tree_.names().prefix(name); prefix != tables::kNoName)
                 --counts_[prefix];
         }
     }
@@ -191,7 +191,7 @@ private:
     }
     void checkName(NameId name) const {
         const NameId prefix = tree_.names().prefix(name);
-        if (prefix == reader::kNoName || counts_[prefix] != 0 || tree_.names().text(prefix) == "xml") return;
+        if (prefix == tables::kNoName || counts_[prefix] != 0 || tree_.names().text(prefix) == "xml") return;
         refuse("The prefix of '" + std::string(tree_.names().text(name)) +
                "' is not declared on its element or around it.");
     }
@@ -478,7 +478,7 @@ private:
     [[nodiscard]] Decoded checked(NodeId node, const char* at, const char* end) const {
         Decoded next = decodeAt(at);
         next.length = std::min(next.length, static_cast<std::size_t>(end - at));
-        if (!reader::detail::isXmlCharacter(next.character)) {
+        if (!text::isXmlCharacter(next.character)) {
             refuse("The text of " + describe(node) + " contains " + codePoint(next.character) +
                    ", which an XML document cannot contain.");
         }

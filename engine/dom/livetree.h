@@ -73,8 +73,8 @@ public:
     [[nodiscard]] const std::string& url() const noexcept { return url_; }
     void setUrl(std::string url) noexcept { url_ = std::move(url); }
     // Where a loaded element's start tag stands in the source; 0 and 0 for what was not loaded.
-    [[nodiscard]] reader::Position position(NodeId element) {
-        if (positions_ == nullptr) positions_ = std::make_unique<reader::PositionIndex>(tree_.source());
+    [[nodiscard]] source::Position position(NodeId element) {
+        if (positions_ == nullptr) positions_ = std::make_unique<source::PositionIndex>(tree_.source());
         return tree_.position(element, *positions_);
     }
     // A node as a service takes it.
@@ -171,7 +171,7 @@ private:
     Idle idleTexts_;
     std::unique_ptr<Kept>
         keptStyle_;  // what the transformer has made of it; refers to the tree and the address
-    std::unique_ptr<reader::PositionIndex> positions_;  // of the source, made on first use
+    std::unique_ptr<source::PositionIndex> positions_;  // of the source, made on first use
     std::unique_ptr<Kept> keptCopy_;                    // what expressions look at
     bool isCurrent_ = true;
 };

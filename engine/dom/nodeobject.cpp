@@ -10,8 +10,8 @@
 #include "engine/dom/document.h"
 #include "engine/dom/services.h"
 #include "engine/dom/utf8text.h"
+#include "engine/text/chars.h"
 #include "engine/text/utf.h"
-#include "engine/text/xmlnames.h"
 
 namespace engine::dom {
 

@@ -14,7 +14,7 @@ class ParseErrorObject final : public com::Object<ParseErrorObject, IXMLDOMParse
 public:
     using All = std::shared_ptr<const std::vector<reader::Violation>>;
 
-    explicit ParseErrorObject(const reader::ParseError& error) : error_(error) {}
+    explicit ParseErrorObject(const source::ParseError& error) : error_(error) {}
     // One of those that a validation has found.
     ParseErrorObject(All all, std::size_t index)
         : error_((*all)[index].error), path_((*all)[index].path), all_(std::move(all)) {}
@@ -29,7 +29,7 @@ public:
     HRESULT get_allErrors(IXMLDOMParseErrorCollection** errors) override;
 
 private:
-    const reader::ParseError error_;
+    const source::ParseError error_;
     const std::string path_;
     const All all_;  // null: this error alone
 };

@@ -68,17 +68,17 @@ std::optional<std::uint32_t> Tree::findAttribute(NodeId element, std::string_vie
     return std::nullopt;
 }
 
-reader::Position Tree::position(NodeId element) const noexcept {
+source::Position Tree::position(NodeId element) const noexcept {
     const std::uint32_t offset = sourceOffset(element);
     if (offset == kNoOffset) return {};
-    reader::TextMark mark;
-    reader::advance(mark, source_.text.data(), offset);
+    source::TextMark mark;
+    source::advance(mark, source_.text.data(), offset);
     return mark.position;
 }
 
-void Tree::adoptSource(reader::SourceText source) {
+void Tree::adoptSource(source::SourceText source) {
     assert(nodes_.size() == kDocumentNode + 1);
-    if (source.text.size() > mostText_) reader::detail::tableIsFull();
+    if (source.text.size() > mostText_) tables::detail::tableIsFull();
     source_ = std::move(source);
     text_ = Table<char>(mostText_ - sourceSize());
 }
@@ -90,7 +90,7 @@ Tree::Span Tree::store(std::string_view text) {
         return {static_cast<std::uint32_t>(text.data() - source_.text.data()), length};
     if (isWithin(text.data(), {text_.data(), text_.size()}))
         return {sourceSize() + static_cast<std::uint32_t>(text.data() - text_.data()), length};
-    if (text.size() > text_.most()) reader::detail::tableIsFull();
+    if (text.size() > text_.most()) tables::detail::tableIsFull();
     const std::uint32_t offset = text_.size();
     std::memcpy(text_.extend(length), text.data(), length);
     return {sourceSize() + offset, length};

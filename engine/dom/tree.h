@@ -17,17 +17,17 @@
 #include <string_view>
 
 #include "engine/reader/events.h"
-#include "engine/reader/names.h"
-#include "engine/reader/position.h"
-#include "engine/reader/sourcetext.h"
-#include "engine/reader/table.h"
+#include "engine/source/position.h"
+#include "engine/source/sourcetext.h"
+#include "engine/tables/names.h"
+#include "engine/tables/table.h"
 
 namespace engine::dom {
 
-using reader::AllocationFailure;
-using reader::NameId;
-using reader::Names;
-using reader::Table;
+using tables::AllocationFailure;
+using tables::NameId;
+using tables::Names;
+using tables::Table;
 
 using NodeId = std::uint32_t;
 inline constexpr NodeId kNoNode = 0;
@@ -100,12 +100,12 @@ public:
     }
     // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: for
     // many positions use an index.
-    [[nodiscard]] reader::Position position(NodeId element) const noexcept;
-    // Line and column of a loaded element, from a reader::PositionIndex over the tree's source.
+    [[nodiscard]] source::Position position(NodeId element) const noexcept;
+    // Line and column of a loaded element, from a source::PositionIndex over the tree's source.
     [[nodiscard]] std::string_view source() const noexcept { return source_.text; }
-    [[nodiscard]] reader::Position position(NodeId element, reader::PositionIndex& index) const {
+    [[nodiscard]] source::Position position(NodeId element, source::PositionIndex& index) const {
         const std::uint32_t offset = sourceOffset(element);
-        return offset == kNoOffset ? reader::Position{} : index.at(offset);
+        return offset == kNoOffset ? source::Position{} : index.at(offset);
     }
 
     // Calls `use` with each piece of the text in the subtree of `node`, in document order. Linear.
@@ -118,7 +118,7 @@ public:
 
     // Takes the text that the document is about to be read from; the tree must be empty. Throws com::Failure
     // if it is longer than the tree's limit.
-    void adoptSource(reader::SourceText source);
+    void adoptSource(source::SourceText source);
     [[nodiscard]] std::uint32_t mostTextInBytes() const noexcept { return mostText_; }
 
     // Making nodes, which belong nowhere at first. Names are taken as they are.
@@ -226,7 +226,7 @@ private:
     Table<Node> nodes_;
     Table<Attribute> attributes_;
     std::uint32_t mostText_;  // in source and store together
-    reader::SourceText source_;
+    source::SourceText source_;
     Table<char> text_;              // the store
     Table<std::uint32_t> offsets_;  // in the source, by id; for nodes that were loaded
     Names names_;

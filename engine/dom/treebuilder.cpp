@@ -44,9 +44,9 @@ void TreeBuilder::endDocument() {
     locator_ = nullptr;
 }
 
-reader::Position TreeBuilder::position() const noexcept {
+source::Position TreeBuilder::position() const noexcept {
     const std::uint32_t placed = tree_.offsets_.size();
-    return placed == 0 ? reader::Position{} : tree_.position(placed - 1);
+    return placed == 0 ? source::Position{} : tree_.position(placed - 1);
 }
 
 bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,
@@ -69,7 +69,7 @@ void TreeBuilder::startElement(std::string_view name, std::span<const reader::At
 }
 
 std::uint32_t TreeBuilder::addAttributes(std::span<const reader::IdAttribute> attributes) {
-    if (attributes.size() > tree_.attributes_.most()) reader::detail::tableIsFull();
+    if (attributes.size() > tree_.attributes_.most()) tables::detail::tableIsFull();
     const std::uint32_t first = tree_.attributes_.size();
     Tree::Attribute* to = tree_.attributes_.extend(static_cast<std::uint32_t>(attributes.size()));
     const std::string_view source = tree_.source_.text;
@@ -130,7 +130,7 @@ void TreeBuilder::keepWaiting() {
 void TreeBuilder::appendText(std::string_view text) {
     if (text.empty()) return;
     const std::uint32_t storeStart = tree_.sourceSize();
-    if (text.size() > tree_.text_.most()) reader::detail::tableIsFull();
+    if (text.size() > tree_.text_.most()) tables::detail::tableIsFull();
     if (text_.length == 0) {
         text_.offset = storeStart + tree_.text_.size();
     } else if (text_.offset < storeStart) {
@@ -251,18 +251,18 @@ void addDoctype(Tree& tree) {
 
 }  // namespace
 
-reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace,
+source::ParseError load(Tree& tree, const source::Input& input, WhiteSpace whiteSpace,
                         reader::ReadOptions::Dtd dtd) {
     reader::ReadOptions options;
     options.dtd = dtd;
     options.lengthLimitInBytes = tree.mostTextInBytes();
-    reader::detail::TextSource source(input, options, reader::detail::TextSource::Extent::Whole);
+    source::TextSource source(input, options, source::TextSource::Extent::Whole);
     TreeBuilder builder(tree, whiteSpace);
     try {
-        if (const reader::detail::Fault fault = source.open()) return source.describe(fault);
-        if (source.fault().code == reader::ErrorCode::TooLong) reader::detail::tableIsFull();
+        if (const source::Fault fault = source.open()) return source.describe(fault);
+        if (source.fault().code == source::ErrorCode::TooLong) tables::detail::tableIsFull();
         tree.adoptSource(source.takeText());
-        reader::ParseError error = reader::detail::parse(source, options, builder);
+        source::ParseError error = reader::detail::parse(source, options, builder);
         if (!error.failed() && dtd == reader::ReadOptions::Dtd::Internal) addDoctype(tree);
         return error;
     } catch (const com::Failure& failure) {

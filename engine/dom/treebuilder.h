@@ -70,7 +70,7 @@ public:
     void processingInstruction(std::string_view target, std::string_view data) override;
 
     // Where the newest element stands: as near as can be said when the tree itself gives up.
-    [[nodiscard]] reader::Position position() const noexcept;
+    [[nodiscard]] source::Position position() const noexcept;
 
 private:
     struct Open {
@@ -153,7 +153,7 @@ private:
 // any other, with the status that the tree's operations give. Throws std::bad_alloc; the tree is good for
 // nothing then, nor after an error. Where a DOCTYPE is allowed, it becomes a node that holds it as it was
 // written; what it declares is in the tree: entities expanded, defaults of attributes added.
-[[nodiscard]] reader::ParseError load(Tree& tree, const reader::Input& input, WhiteSpace whiteSpace,
+[[nodiscard]] source::ParseError load(Tree& tree, const source::Input& input, WhiteSpace whiteSpace,
                                       reader::ReadOptions::Dtd dtd = reader::ReadOptions::Dtd::Prohibit);
 
 }  // namespace engine::dom

@@ -2,9 +2,15 @@
 
 #include <string_view>
 
-#include "engine/reader/detail/chars.h"
+#include "engine/text/chars.h"
 
 namespace engine::reader::detail {
+
+using namespace text;
+using source::ErrorCode;
+using source::Fault;
+using source::TextSource;
+
 namespace {
 
 constexpr std::string_view kStart = "<?xml";

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "engine/reader/detail/chars.h"
+#include "engine/text/chars.h"
 
 namespace engine::reader::detail {
 namespace {

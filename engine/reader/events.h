@@ -5,25 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "engine/reader/namespaces.h"
-#include "engine/reader/position.h"
+#include "engine/source/errors.h"
 
 namespace engine::reader {
 
-// Why a document was rejected. `code` is negative, as a COM status is; 0 means that nothing is wrong.
-struct ParseError {
-    std::int32_t code = 0;
-    Position position;
-    std::string reason;  // UTF-8, one line of plain English, no trailing newline, names the offending thing
-    std::string sourceText;  // UTF-8, the line of the position (long lines are cut to a window); empty for an
-                             // element that was opened before the part of the file that is still at hand
-    std::uint64_t filePosition = 0;  // of the position, in characters from the start of the document
-
-    [[nodiscard]] bool failed() const noexcept { return code != 0; }
-};
+using source::ParseError;
+using source::Position;
 
 // Asks the running reader where it stands; valid during a callback only.
 class Locator {

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <tuple>
 
-#include "engine/reader/detail/chars.h"
+#include "engine/text/chars.h"
 
 namespace engine::reader {
 namespace {
 
-using detail::quoted;
+using text::quoted;
 
 constexpr std::string_view kXmlUri = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlnsUri = "http://www.w3.org/2000/xmlns/";

@@ -12,10 +12,16 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/reader/errors.h"
-#include "engine/reader/names.h"
+#include "engine/source/errors.h"
+#include "engine/tables/names.h"
 
 namespace engine::reader {
+
+using source::ErrorCode;
+using tables::kNoName;
+using tables::NameId;
+using tables::Names;
+using tables::Table;
 
 struct Attribute {
     std::string_view name;   // as written, prefix included

@@ -1,5 +1,5 @@
 #include "engine/reader/detail/declaration.h"
-#include "engine/reader/detail/libxml2_parser.h"
+#include "engine/reader/detail/libxml2parser.h"
 #include "engine/reader/detail/parse.h"
 
 namespace engine::reader {

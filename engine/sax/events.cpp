@@ -41,7 +41,7 @@ std::u16string_view Utf16Scratch::add(std::string_view utf8) noexcept {
     return {to, length};
 }
 
-Utf16Names::Name Utf16Names::convert(reader::NameId id) {
+Utf16Names::Name Utf16Names::convert(tables::NameId id) {
     constexpr std::size_t kBlockInUnits = 2048;
     if (generation_ != names_->generation()) {
         known_.clear();
@@ -93,11 +93,11 @@ HRESULT SaxLocator::getLineNumber(int* line) {
     return S_OK;
 }
 
-std::u16string_view Utf16Uris::of(const reader::Namespaces& names, reader::NameId attribute) {
+std::u16string_view Utf16Uris::of(const reader::Namespaces& names, tables::NameId attribute) {
     std::uint32_t index = 0;
     const reader::Namespaces::Binding* const binding = names.bindingOfAttribute(attribute, index);
     if (binding == nullptr) {
-        const bool isPrefixed = (names.names().flags(attribute) & reader::Names::kPrefixed) != 0;
+        const bool isPrefixed = (names.names().flags(attribute) & tables::Names::kPrefixed) != 0;
         return isPrefixed ? u"http://www.w3.org/XML/1998/namespace" : std::u16string_view();
     }
     if (index >= known_.size()) known_.resize(index + std::size_t{1});
@@ -112,7 +112,7 @@ void SaxAttributes::set(std::span<const reader::IdAttribute> attributes, const r
     names_ = &names;
     shown_.clear();
     for (const reader::IdAttribute& attribute : attributes) {
-        if ((names.names().flags(attribute.name) & reader::Names::kDeclaration) != 0) continue;
+        if ((names.names().flags(attribute.name) & tables::Names::kDeclaration) != 0) continue;
         const std::u16string_view value = scratch.add(attribute.value);
         shown_.push_back({units.of(attribute.name), unitsOf(value), static_cast<std::uint32_t>(value.size()),
                           attribute.name});
@@ -206,7 +206,7 @@ std::u16string_view SaxEvents::uriOfElement() {
     std::uint32_t index = 0;
     const reader::Namespaces::Binding* const binding = names_->bindingOfElement(index);
     if (binding == nullptr) {
-        if ((names_->names().flags(names_->elementId()) & reader::Names::kPrefixed) == 0) return {};
+        if ((names_->names().flags(names_->elementId()) & tables::Names::kPrefixed) == 0) return {};
         const std::string_view uri = names_->element().uri;  // none, or that of the prefix xml
         if (uri.empty()) return {};
         rareUri_ = text::toUtf16(uri);
@@ -222,7 +222,7 @@ void SaxEvents::startElement(std::string_view name, std::span<const reader::Attr
     startElement(names_->elementId(), name, names_->attributes());
 }
 
-void SaxEvents::startElement(reader::NameId id, std::string_view name,
+void SaxEvents::startElement(tables::NameId id, std::string_view name,
                              std::span<const reader::IdAttribute> attributes) {
     if (!handlers_.content) return;
     for (const reader::NamespaceDeclaration& declared : names_->declarations()) {

@@ -42,17 +42,17 @@ public:
     };
 
     // Borrows the names, and forgets its own when those are put together anew.
-    void follow(const reader::Names& names) noexcept { names_ = &names; }
-    [[nodiscard]] Name of(reader::NameId id) {
+    void follow(const tables::Names& names) noexcept { names_ = &names; }
+    [[nodiscard]] Name of(tables::NameId id) {
         if (id < known_.size() && generation_ == names_->generation() && known_[id].units != nullptr)
             return known_[id];
         return convert(id);
     }
 
 private:
-    [[nodiscard]] Name convert(reader::NameId id);
+    [[nodiscard]] Name convert(tables::NameId id);
 
-    const reader::Names* names_ = nullptr;
+    const tables::Names* names_ = nullptr;
     std::uint32_t generation_ = 0;
     std::vector<Name> known_;
     std::vector<std::unique_ptr<char16_t[]>> blocks_;
@@ -82,7 +82,7 @@ private:
 class Utf16Uris final {
 public:
     // Empty: in none. Lives as long as the event.
-    [[nodiscard]] std::u16string_view of(const reader::Namespaces& names, reader::NameId attribute);
+    [[nodiscard]] std::u16string_view of(const reader::Namespaces& names, tables::NameId attribute);
 
 private:
     struct Uri {
@@ -116,7 +116,7 @@ private:
         Utf16Names::Name units;
         const char16_t* value;
         std::uint32_t valueLength;
-        reader::NameId name;
+        tables::NameId name;
     };
     [[nodiscard]] const Shown* at(int index) const noexcept;
     std::vector<Shown> shown_;
@@ -153,7 +153,7 @@ public:
     void startDocument(const reader::Locator& locator) override;
     void endDocument() override;
     void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
-    void startElement(reader::NameId id, std::string_view name,
+    void startElement(tables::NameId id, std::string_view name,
                       std::span<const reader::IdAttribute> attributes);
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;

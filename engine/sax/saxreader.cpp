@@ -9,8 +9,8 @@
 #include "engine/com/object.h"
 #include "engine/com/reports.h"
 #include "engine/com/status.h"
-#include "engine/reader/comstream.h"
 #include "engine/reader/detail/parse.h"
+#include "engine/source/comstream.h"
 #include "engine/text/utf.h"
 
 namespace engine::sax {
@@ -29,10 +29,10 @@ HRESULT unknownName(const char* sort, std::u16string_view name) noexcept {
     });
 }
 
-static_assert(isLimitStatus(statusOf(reader::ErrorCode::TooLong)) &&
-              isLimitStatus(statusOf(reader::ErrorCode::TooDeep)) &&
-              isLimitStatus(statusOf(reader::ErrorCode::TooManyAttributes)) &&
-              isLimitStatus(statusOf(reader::ErrorCode::EntityTooLarge)));
+static_assert(isLimitStatus(statusOf(source::ErrorCode::TooLong)) &&
+              isLimitStatus(statusOf(source::ErrorCode::TooDeep)) &&
+              isLimitStatus(statusOf(source::ErrorCode::TooManyAttributes)) &&
+              isLimitStatus(statusOf(source::ErrorCode::EntityTooLarge)));
 
 // The object in a variant; null for none. Throws com::Failure if it is something else, or has no such
 // interface.
@@ -50,7 +50,7 @@ com::Ref<T> objectIn(const VARIANT& value, REFIID iid, const char* what) {
 // Where an error is, for the error handler; stays right for as long as it is kept.
 class ErrorPlace final : public com::Object<ErrorPlace, ISAXLocator, IXMLErrorPlace> {
 public:
-    ErrorPlace(reader::Position position, std::string path) : position_(position), path_(std::move(path)) {}
+    ErrorPlace(source::Position position, std::string path) : position_(position), path_(std::move(path)) {}
 
     HRESULT getColumnNumber(int* column) override { return give(position_.column, column); }
     HRESULT getLineNumber(int* line) override { return give(position_.line, line); }
@@ -65,7 +65,7 @@ private:
         *out = static_cast<int>(number);
         return S_OK;
     }
-    const reader::Position position_;
+    const source::Position position_;
     const std::string path_;
 };
 
@@ -88,7 +88,7 @@ public:
         events_.startElement(name, attributes);
     }
     // The validator asks the locator for the attributes.
-    void startElement(reader::NameId id, std::string_view name,
+    void startElement(tables::NameId id, std::string_view name,
                       std::span<const reader::IdAttribute> attributes) {
         validator_.startElement(name, {});
         events_.startElement(id, name, attributes);
@@ -115,16 +115,16 @@ private:
 
 // reader::read with the parser compiled into this sink.
 template <typename Sink>
-reader::ParseError read(const reader::Input& input, const reader::ReadOptions& options, Sink& sink) {
-    using reader::detail::TextSource;
+source::ParseError read(const source::Input& input, const reader::ReadOptions& options, Sink& sink) {
+    using source::TextSource;
     TextSource source(input, options, TextSource::Extent::Window);
-    if (const reader::detail::Fault fault = source.open()) return source.describe(fault);
+    if (const source::Fault fault = source.open()) return source.describe(fault);
     return reader::detail::parse(source, options, sink);
 }
 
 // Thrown through the reader by the first violation, if one is enough.
 struct Invalid {
-    reader::ParseError error;
+    source::ParseError error;
 };
 
 }  // namespace
@@ -252,16 +252,16 @@ reader::ReadOptions SaxReader::options() const {
 
 HRESULT SaxReader::parseURL(const OLECHAR* url) {
     if (url == nullptr) return com::fail(E_POINTER, "There is no path or address to read from.");
-    reader::Input input;
+    source::Input input;
     const HRESULT status = com::guarded([&] {
-        input = reader::Input::location(url);
+        input = source::Input::location(url);
         return S_OK;
     });
     return FAILED(status) ? status : parse(input, options());
 }
 
 HRESULT SaxReader::parse(VARIANT input) {
-    if (input.vt == VT_BSTR) return parse(reader::Input::text(com::textOf(input.bstrVal)), options());
+    if (input.vt == VT_BSTR) return parse(source::Input::text(com::textOf(input.bstrVal)), options());
     com::Ref<ISequentialStream> stream;
     const HRESULT status = com::guarded([&] {
         stream = objectIn<ISequentialStream>(input, IID_ISequentialStream, "a text or a stream of bytes");
@@ -269,11 +269,11 @@ HRESULT SaxReader::parse(VARIANT input) {
         return S_OK;
     });
     if (FAILED(status)) return status;
-    reader::ComByteStream bytes(*stream);
-    return parse(reader::Input::stream(bytes), options());
+    source::ComByteStream bytes(*stream);
+    return parse(source::Input::stream(bytes), options());
 }
 
-HRESULT SaxReader::parse(const reader::Input& input, const reader::ReadOptions& options) {
+HRESULT SaxReader::parse(const source::Input& input, const reader::ReadOptions& options) {
     if (isParsing_)
         return com::fail(E_UNEXPECTED, "The reader is reading already: an event cannot start another parse.");
     // The caller may let go of the reader during an event.
@@ -297,7 +297,7 @@ HRESULT SaxReader::parse(const reader::Input& input, const reader::ReadOptions& 
     }
 }
 
-HRESULT SaxReader::parseGuarded(const reader::Input& input, const reader::ReadOptions& options,
+HRESULT SaxReader::parseGuarded(const source::Input& input, const reader::ReadOptions& options,
                                 bool& inHandler) {
     lastError_ = {};
     SaxEvents events(handlers_, inHandler);
@@ -317,7 +317,7 @@ HRESULT SaxReader::parseGuarded(const reader::Input& input, const reader::ReadOp
     return lastError_.failed() ? reportError(lastError_, inHandler) : S_OK;
 }
 
-HRESULT SaxReader::reportError(const reader::ParseError& error, bool& inHandler) {
+HRESULT SaxReader::reportError(const source::ParseError& error, bool& inHandler) {
     if (errorHandler_) {
         const auto place = com::make<ErrorPlace>(error.position, std::string());
         const std::u16string reason = text::toUtf16(error.reason);

@@ -40,9 +40,9 @@ public:
     HRESULT STDMETHODCALLTYPE parse(VARIANT input) override;
 
     // As parseURL, from any input and with the options given; a DOCTYPE is theirs to allow.
-    HRESULT parse(const reader::Input& input, const reader::ReadOptions& options);
+    HRESULT parse(const source::Input& input, const reader::ReadOptions& options);
     // Of the last parse; no error if it went well or if the handler ended it. Lent until the next one.
-    [[nodiscard]] const reader::ParseError& lastError() const noexcept { return lastError_; }
+    [[nodiscard]] const source::ParseError& lastError() const noexcept { return lastError_; }
 
 private:
     SaxReader() = default;
@@ -51,8 +51,8 @@ private:
     [[nodiscard]] reader::ReadOptions options() const;
     template <typename Handler>
     void exchange(com::Ref<Handler>& handler, com::Ref<Handler> next);
-    HRESULT parseGuarded(const reader::Input& input, const reader::ReadOptions& options, bool& inHandler);
-    HRESULT reportError(const reader::ParseError& error, bool& inHandler);
+    HRESULT parseGuarded(const source::Input& input, const reader::ReadOptions& options, bool& inHandler);
+    HRESULT reportError(const source::ParseError& error, bool& inHandler);
     void reportViolation(const reader::Violation& violation, bool& inHandler);
 
     std::uint32_t count_ = 1;
@@ -66,7 +66,7 @@ private:
     std::uint32_t depthLimit_ = reader::ReadOptions().depthLimit;
     std::vector<com::Ref<IUnknown>> retired_;  // replaced during a parse, where they may still be running
     bool isParsing_ = false;
-    reader::ParseError lastError_;
+    source::ParseError lastError_;
 };
 
 }  // namespace engine::sax

@@ -4,7 +4,7 @@
 
 namespace engine::schema {
 
-void ElementPath::enter(reader::NameId id, std::uint32_t generation, std::string_view name) {
+void ElementPath::enter(tables::NameId id, std::uint32_t generation, std::string_view name) {
     if (generation != generation_) {
         generation_ = generation;
         counts_.clear();

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/reader/names.h"
+#include "engine/tables/names.h"
 
 namespace engine::schema {
 
@@ -24,7 +24,7 @@ public:
     ElementPath() { levels_.push_back({}); }  // the document
 
     // The name lives until `leave`. A new `generation`: all ids have changed.
-    void enter(reader::NameId id, std::uint32_t generation, std::string_view name);
+    void enter(tables::NameId id, std::uint32_t generation, std::string_view name);
     void leave() noexcept;
 
     [[nodiscard]] std::size_t depth() const noexcept { return levels_.size() - 1; }
@@ -45,7 +45,7 @@ private:
         std::uint64_t count = 0;
     };
     struct PutAside {
-        reader::NameId name;
+        tables::NameId name;
         Count count;
     };
 

@@ -48,8 +48,8 @@ HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
         if (source.vt != VT_BSTR) {
             throw Failure(E_INVALIDARG, "A schema is added by its path or file URL, given as a string.");
         }
-        const reader::Input input = reader::Input::location(com::textOf(source.bstrVal));
-        if (input.kind() != reader::Input::Kind::File) {
+        const source::Input input = source::Input::location(com::textOf(source.bstrVal));
+        if (input.kind() != source::Input::Kind::File) {
             throw Failure(E_ACCESSDENIED, "The schema '" + input.path() +
                                               "' is refused: only local files are read, never the network.");
         }

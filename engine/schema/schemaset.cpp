@@ -74,7 +74,7 @@ std::string namespaceWords(const std::string& uri) {
 void checkRoot(const SchemaFile& file, const std::string& text) {
     RootReader root;
     try {
-        const reader::ParseError error = reader::read(reader::Input::bytes(text), {}, root);
+        const source::ParseError error = reader::read(source::Input::bytes(text), {}, root);
         if (error.failed()) refuse(file, error.position.line, error.reason);
     } catch (const RootReader::Found&) {
         // as it should be
@@ -164,7 +164,7 @@ void findPaths(Violations& violations) {
 }
 
 void findPlaces(Violations& violations) {
-    reader::PositionIndex positions{violations.tree.source()};
+    source::PositionIndex positions{violations.tree.source()};
     for (std::size_t i = 0; i < violations.nodes.size(); ++i) {
         if (violations.nodes[i] == dom::kNoNode) continue;
         violations.found[i].error.position = violations.tree.position(violations.nodes[i], positions);

@@ -77,7 +77,7 @@ void StreamValidator::listen(void* self, xml2::ErrorPointer error) noexcept {
 // What is found, of the element at `position`, is reported when libxml2 is done with the call: a report may
 // throw.
 template <typename Call>
-void StreamValidator::validate(reader::Position position, Call&& call) {
+void StreamValidator::validate(source::Position position, Call&& call) {
     {
         const libstate::LastError theirs;
         const libstate::RefusedMemory memory;

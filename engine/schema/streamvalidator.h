@@ -65,10 +65,10 @@ private:
         const xmlChar* prefix;
         const xmlChar* uri;
         ElementTexts::Mark texts;  // before it
-        reader::Position position;
+        source::Position position;
     };
     template <typename Call>
-    void validate(reader::Position position, Call&& call);
+    void validate(source::Position position, Call&& call);
     void deliverText();
     void putAttributes(const reader::Namespaces& names);
     [[nodiscard]] const xmlChar* orNull(std::string_view text) {

@@ -11,7 +11,6 @@ namespace engine::text {
 
 namespace {
 
-constexpr std::size_t kBlock = 16;
 constexpr char32_t kReplacement = 0xFFFD;
 
 bool isAsciiBlock(const char* bytes) noexcept {

@@ -394,7 +394,7 @@ private:
     };
 
     const Tree& tree_;
-    reader::PositionIndex positions_{tree_.source()};
+    source::PositionIndex positions_{tree_.source()};
     const HandOver& options_;
     DocHandle doc_;
     Memory memory_;

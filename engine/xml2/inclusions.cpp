@@ -127,7 +127,7 @@ const std::string* Inclusions::read(const std::string& uri) {
     options.dtd = reader::ReadOptions::Dtd::Internal;
     options.refuseExternalEntities = true;  // without its text the style sheet or schema would be another one
     try {
-        const reader::ParseError error = reader::read(reader::Input::file(localPath(uri)), options, sink);
+        const source::ParseError error = reader::read(source::Input::file(localPath(uri)), options, sink);
         if (error.failed()) {
             addCause(uri, error.position.line, error.reason);
             return nullptr;

@@ -15,7 +15,7 @@ using xml2::view;
 
 class Nowhere final : public reader::Locator {
 public:
-    [[nodiscard]] reader::Position position() const override { return {}; }
+    [[nodiscard]] source::Position position() const override { return {}; }
 };
 
 bool isWhite(std::string_view text) {

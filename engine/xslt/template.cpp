@@ -7,8 +7,8 @@
 #include "engine/com/status.h"
 #include "engine/dom/livetree.h"
 #include "engine/libstate/initialise.h"
+#include "engine/text/chars.h"
 #include "engine/text/utf.h"
-#include "engine/text/xmlnames.h"
 #include "engine/xslt/resultevents.h"
 
 namespace engine::xslt {

@@ -17,7 +17,7 @@ reader::ReadOptions optionsFor(Parser parser) {
     return options;
 }
 
-std::string describe(const reader::ParseError& error) {
+std::string describe(const engine::source::ParseError& error) {
     return std::to_string(error.position.line) + ":" + std::to_string(error.position.column) + ": " +
            error.reason;
 }
@@ -52,9 +52,9 @@ void Recorder::processingInstruction(std::string_view target, std::string_view d
     asHandler_.processingInstruction(target, data);
 }
 
-Outcome readInto(Recorder& events, const reader::Input& input, Parser parser) {
+Outcome readInto(Recorder& events, const engine::source::Input& input, Parser parser) {
     Outcome outcome;
-    const reader::ParseError error = reader::read(input, optionsFor(parser), events);
+    const engine::source::ParseError error = reader::read(input, optionsFor(parser), events);
     outcome.accepted = !error.failed();
     if (error.failed()) outcome.reason = describe(error);
     outcome.canonical = events.whole().text();
@@ -63,21 +63,21 @@ Outcome readInto(Recorder& events, const reader::Input& input, Parser parser) {
 
 Outcome tryDirect(const std::string& path) {
     Recorder events;
-    return readInto(events, reader::Input::file(path), Parser::Direct);
+    return readInto(events, engine::source::Input::file(path), Parser::Direct);
 }
 
 Outcome tryDirectText(const std::u16string& text) {
     Recorder events;
-    return readInto(events, reader::Input::text(text), Parser::Direct);
+    return readInto(events, engine::source::Input::text(text), Parser::Direct);
 }
 
 Outcome tryLibxml2(const std::string& path) {
     Recorder events;
-    return readInto(events, reader::Input::file(path), Parser::Libxml2);
+    return readInto(events, engine::source::Input::file(path), Parser::Libxml2);
 }
 
 std::string disagreement(const std::string& path) {
-    const reader::Input input = reader::Input::file(path);
+    const engine::source::Input input = engine::source::Input::file(path);
     const reader::test::Reading direct = reader::test::readAll(input, optionsFor(Parser::Direct));
     const reader::test::Reading libxml2 = reader::test::readAll(input, optionsFor(Parser::Libxml2));
     const std::string difference = reader::test::disagreement(direct, libxml2);

@@ -34,7 +34,7 @@ private:
 };
 
 // Internal entities are expanded, external ones are left out.
-[[nodiscard]] Outcome readInto(Recorder& events, const engine::reader::Input& input,
+[[nodiscard]] Outcome readInto(Recorder& events, const engine::source::Input& input,
                                engine::reader::ReadOptions::Parser parser);
 
 }  // namespace conformance

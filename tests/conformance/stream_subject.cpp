@@ -99,7 +99,7 @@ Outcome tryStream(const std::string& path) {
     outcome.accepted = SUCCEEDED(parser->parseURL(address.c_str()));
     Recorder events;
     const Outcome read =
-        readInto(events, engine::reader::Input::file(path), engine::reader::ReadOptions::Parser::Automatic);
+        readInto(events, engine::source::Input::file(path), engine::reader::ReadOptions::Parser::Automatic);
     outcome.reason = read.reason;
     outcome.canonical = read.canonical;
     outcome.contradiction = contradiction(outcome, handler, read.accepted, events);

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/reader/errors.h"
+#include "engine/source/errors.h"
 #include "tests/engine/reader_log.h"
 
 namespace engine::reader::test {

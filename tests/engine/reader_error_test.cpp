@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "engine/reader/errors.h"
+#include "engine/source/errors.h"
 #include "engine/text/utf.h"
 #include "tests/engine/reader_log.h"
 

@@ -9,9 +9,9 @@
 
 #include "engine/com/object.h"
 #include "engine/com/ref.h"
-#include "engine/reader/comstream.h"
-#include "engine/reader/detail/block.h"
-#include "engine/reader/errors.h"
+#include "engine/source/comstream.h"
+#include "engine/source/errors.h"
+#include "engine/text/block.h"
 #include "tests/engine/reader_log.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -56,7 +56,7 @@ private:
 
 Reading readThroughStream(std::string_view document, std::size_t piece) {
     const auto stream = com::make<Dripping>(document, piece);
-    ComByteStream bytes(*stream);
+    source::ComByteStream bytes(*stream);
     ReadOptions options;
     options.dtd = ReadOptions::Dtd::Internal;
     return readAll(Input::stream(bytes), options);
@@ -65,7 +65,7 @@ Reading readThroughStream(std::string_view document, std::size_t piece) {
 TEST(ReaderInput, AStreamThatFailsIsNoShorterDocument) {
     for (const std::size_t after : {1u, 5u, 13u}) {
         const auto stream = com::make<Dripping>("<r><a/>text</r>  ", std::size_t{1}, after);
-        ComByteStream bytes(*stream);
+        source::ComByteStream bytes(*stream);
         const Reading got = readAll(Input::stream(bytes), {});
         EXPECT_EQ(got.error.code, statusOf(ErrorCode::CannotRead)) << after;
     }
@@ -102,9 +102,9 @@ TEST(ReaderInput, APipeOrStreamReadsLikeTheBytesThatComeThroughIt) {
 }
 
 TEST(ReaderInput, BlocksWithoutVectorInstructionsSeeTheSame) {
-    using detail::Block;
-    using detail::kBlock;
-    using detail::PortableBlock;
+    using text::Block;
+    using text::kBlock;
+    using text::PortableBlock;
     std::mt19937 random(7);
     for (int round = 0; round < 2000; ++round) {
         char bytes[kBlock];

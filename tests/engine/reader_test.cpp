@@ -10,7 +10,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "engine/reader/errors.h"
+#include "engine/source/errors.h"
 #include "engine/text/utf.h"
 #include "tests/engine/parser_agreement.h"
 #include "tests/engine/reader_log.h"

@@ -9,8 +9,8 @@
 
 #include "engine/com/msxml.h"
 #include "engine/com/ref.h"
-#include "engine/reader/errors.h"
 #include "engine/sax/saxreader.h"
+#include "engine/source/errors.h"
 #include "engine/text/utf.h"
 
 namespace engine::sax {
@@ -128,7 +128,7 @@ protected:
         EXPECT_EQ(recorder.count, 1u) << "a reference was kept";
         return status;
     }
-    [[nodiscard]] const reader::ParseError& lastError() const {
+    [[nodiscard]] const source::ParseError& lastError() const {
         return static_cast<SaxReader*>(reader.get())->lastError();
     }
 
@@ -177,7 +177,7 @@ TEST_F(SaxTest, NeverTearsASurrogatePairApart) {
 TEST_F(SaxTest, AnswersWithTheFirstErrorAndDescribesIt) {
     Recorder recorder;
     const HRESULT status = parse(recorder, "<a>\n<b>x</c></a>");
-    EXPECT_EQ(status, reader::statusOf(reader::ErrorCode::MismatchedEndTag));
+    EXPECT_EQ(status, source::statusOf(source::ErrorCode::MismatchedEndTag));
     EXPECT_EQ(recorder.log, "start\n<{}a|a\n[\n]\n<{}b|b\n");
     EXPECT_EQ(recorder.characterData, "x");
     EXPECT_EQ(lastError().position.line, 2u);
@@ -189,7 +189,7 @@ TEST_F(SaxTest, AnswersWithTheFirstErrorAndDescribesIt) {
     EXPECT_EQ(text::toUtf8(description), "Line 2, column 5: End tag 'c' does not match the start tag 'b'.");
     SysFreeString(description);
 
-    EXPECT_EQ(reader->parseURL(u"/no/such/file.xml"), reader::statusOf(reader::ErrorCode::CannotOpen));
+    EXPECT_EQ(reader->parseURL(u"/no/such/file.xml"), source::statusOf(source::ErrorCode::CannotOpen));
     EXPECT_EQ(reader->parseURL(nullptr), E_POINTER);
     EXPECT_EQ(parse(recorder, "<a/>"), S_OK);  // and goes on working
     EXPECT_FALSE(lastError().failed());

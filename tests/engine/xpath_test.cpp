@@ -58,7 +58,7 @@ std::vector<std::string> expressions() {
     return lines;
 }
 
-std::unique_ptr<Tree> loaded(const engine::reader::Input& input) {
+std::unique_ptr<Tree> loaded(const engine::source::Input& input) {
     auto tree = std::make_unique<Tree>();
     const auto error = load(*tree, input, WhiteSpace::KeepAll);
     EXPECT_FALSE(error.failed()) << error.reason;
@@ -127,7 +127,7 @@ TEST(XPath, AgreesWithTheLibraryOnRealDocuments) {
         if (fs::file_size(path) > 3'000'000) continue;  // nothing new, and half of the time
         SCOPED_TRACE(path);
         const Handle<xmlDoc> doc = parsed(path, XML_PARSE_NOCDATA);
-        const std::unique_ptr<Tree> tree = loaded(engine::reader::Input::file(path));
+        const std::unique_ptr<Tree> tree = loaded(engine::source::Input::file(path));
         const auto pairs = pairNodes(*doc, *tree);
         const bool isLarge = fs::file_size(path) > 100'000;
         const Handle<xmlXPathContext> context(xmlXPathNewContext(doc.get()), xmlXPathFreeContext);
@@ -191,19 +191,19 @@ std::string canonical(const Handle<xmlDoc>& doc) {
 TEST(Written, HasTheCanonicalFormOfWhatWasRead) {
     for (const std::string& path : documents()) {
         SCOPED_TRACE(path);
-        const std::unique_ptr<Tree> tree = loaded(engine::reader::Input::file(path));
+        const std::unique_ptr<Tree> tree = loaded(engine::source::Input::file(path));
         const std::string bytes = written(*tree, false);
         const Handle<xmlDoc> again(
             xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr, XML_PARSE_HUGE),
             xmlFreeDoc);
         EXPECT_TRUE(canonical(again) == canonical(parsed(path, 0)));
-        EXPECT_TRUE(written(*loaded(engine::reader::Input::bytes(bytes)), false) == bytes) << "not stable";
+        EXPECT_TRUE(written(*loaded(engine::source::Input::bytes(bytes)), false) == bytes) << "not stable";
         // Indented, for a reader who drops layout.
         Tree plain;
-        ASSERT_FALSE(load(plain, engine::reader::Input::file(path), WhiteSpace::DropLayout).failed());
+        ASSERT_FALSE(load(plain, engine::source::Input::file(path), WhiteSpace::DropLayout).failed());
         const std::string indented = written(plain, true);
         Tree relaid;
-        ASSERT_FALSE(load(relaid, engine::reader::Input::bytes(indented), WhiteSpace::DropLayout).failed());
+        ASSERT_FALSE(load(relaid, engine::source::Input::bytes(indented), WhiteSpace::DropLayout).failed());
         EXPECT_TRUE(written(relaid, false) == written(plain, false));
         EXPECT_TRUE(written(relaid, true) == indented);
     }

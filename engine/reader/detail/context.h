@@ -8,10 +8,16 @@
 #include <memory_resource>
 #include <optional>
 
-#include "engine/reader/detail/text_source.h"
 #include "engine/reader/events.h"
+#include "engine/source/textsource.h"
+#include "engine/text/chars.h"
 
 namespace engine::reader::detail {
+
+using namespace text;  // characters and names
+using source::Fault;
+using source::kNoOffset;
+using source::TextSource;
 
 inline constexpr std::string_view kDoctypeProhibited =
     "A DOCTYPE is not allowed here: documents with a document type declaration are refused.";

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/reader/detail/context.h"
-#include "engine/reader/detail/direct_parser.h"
+#include "engine/reader/detail/directparser.h"
 #include "engine/reader/reader.h"
 
 namespace engine::reader::detail {

@@ -1,0 +1,492 @@
+// Our own parser: for documents without a DOCTYPE, of which it is the only judge. It stands in its consumer:
+// a sink whose class is known gets its events as direct calls.
+//
+// One token is looked at after the other, over the buffer of a TextSource. A token that the window does not
+// hold whole is looked at again from its start when the window has grown; only text and CDATA sections are
+// delivered in pieces. So nothing but the open elements lives from one token to the next, and memory does not
+// grow with the document. Every loop stops at the NUL behind the text: only where something is not as it
+// should be is the end of the window looked for, and what stands there is either cut off there (`cut`: more
+// is needed) or an error
+// (`fail`). The functions that take a token return where the next one starts, or null and leave the reason in
+// `stop_`.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <memory_resource>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/reader/detail/context.h"
+#include "engine/reader/reader.h"
+#include "engine/source/errors.h"
+#include "engine/text/block.h"
+#include "engine/text/chars.h"
+
+namespace engine::reader::detail {
+
+// Everything that does not depend on the sink, above all the rare.
+class DirectParserBase {
+public:
+    enum class Outcome : std::uint8_t {
+        Done,
+        Rejected,  // `error` says why
+        Doctype,   // not for this parser: another goes on at `offset`
+    };
+    [[nodiscard]] ParseError error();
+    [[nodiscard]] std::uint64_t offset() const noexcept { return offsetOf(cursor_); }
+
+protected:
+    enum class Stop : std::uint8_t { Done, NeedMore, Failed, Doctype };
+    struct Open {
+        std::uint64_t offset;  // of its start tag
+        NameId name;
+        std::uint32_t declared;  // namespaces
+    };
+    // What came after a name when it was met last.
+    struct Follow {
+        NameId attribute = kNoName;  // after the name of an element or attribute
+        NameId child = kNoName;      // after the start tag
+        NameId sibling = kNoName;    // after the end tag
+    };
+    static constexpr std::size_t kFirstFollow = 32;
+    struct Place {
+        std::uint64_t offset;
+        ParseError place;
+    };
+    struct Name {
+        NameId id;
+        const char* end;  // null: none, `stop_` says why
+    };
+    struct Markup {
+        std::string_view target;
+        std::string_view content;
+        const char* end;  // null: none, `stop_` says why
+    };
+
+    DirectParserBase(Context& context, const ReadOptions& options)
+        : source_(context.source()),
+          options_(options),
+          context_(context),
+          names_(context.names()),
+          namespaces_(context.resolved()),
+          opens_(context.memory()),
+          places_(context.memory()),
+          written_(context.memory()),
+          follow_(context.memory()),
+          values_(context.memory()),
+          stamps_(context.memory()) {}
+
+    [[nodiscard]] bool begin();
+    [[nodiscard]] const char* grow();
+    void look() noexcept;  // at the window, which has moved
+    [[nodiscard]] std::uint64_t offsetOf(const char* at) const noexcept {
+        return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(at)) + offsetDelta_;
+    }
+    void event(const char* at) noexcept { context_.event = offsetOf(at); }
+
+    [[nodiscard]] static bool startsWith(const char* at, std::string_view text) noexcept {
+        return std::strncmp(at, text.data(), text.size()) == 0;
+    }
+    [[nodiscard]] static std::string_view view(const char* from, const char* to) noexcept {
+        return {from, static_cast<std::size_t>(to - from)};
+    }
+    [[nodiscard]] static const char* skipSpace(const char* at) noexcept {
+        while (isSpace(*at)) ++at;
+        return at;
+    }
+    // Of what may be a name: other characters than ASCII are looked at when a name is new.
+    [[nodiscard]] static const char* endOfName(const char* at) noexcept {
+        if ((classOf(*at) & kNameStart) == 0) return at;
+        for (;;) {
+            if ((classOf(at[1]) & kNameChar) == 0) return at + 1;
+            if ((classOf(at[2]) & kNameChar) == 0) return at + 2;
+            if ((classOf(at[3]) & kNameChar) == 0) return at + 3;
+            if ((classOf(at[4]) & kNameChar) == 0) return at + 4;
+            at += 4;
+        }
+    }
+    [[nodiscard]] static const char* endOfPlainText(const char* at) noexcept {
+        for (;; at += kBlock) {
+            const std::uint32_t found = Block::load(at).textStops();
+            if (found != 0) return at + std::countr_zero(found);
+        }
+    }
+    [[nodiscard]] static const char* endOfPlainValue(const char* at, char quote) noexcept {
+        for (;; at += kBlock) {
+            const std::uint32_t found = Block::load(at).valueStops(quote);
+            if (found != 0) return at + std::countr_zero(found);
+        }
+    }
+    // Where `text` begins first from `at` on, or null.
+    [[nodiscard]] const char* find(const char* at, std::string_view text) const;
+
+    // The same, and whether there is nothing but white space before it.
+    struct Run {
+        const char* end;
+        bool isWhite;
+    };
+    [[nodiscard]] static Run plainText(const char* at) noexcept {
+        for (bool isWhite = true;; at += kBlock) {
+            const Block block = Block::load(at);
+            const std::uint32_t found = block.textStops();
+            const std::uint32_t black = block.upTo(' ') ^ 0xFFFF;
+            if (found != 0)
+                return {at + std::countr_zero(found), isWhite && (black & ((found & -found) - 1)) == 0};
+            isWhite = isWhite && black == 0;
+        }
+    }
+    // The name at `at`, which is not empty. Documents repeat themselves: `guess`, what stood in such a place
+    // before, is tried first, and becomes what was found.
+    [[nodiscard, gnu::always_inline]] Name nameAt(const char* at, NameId& guess) {
+        if (guess != kNoName && names_.standsAt(guess, at)) [[likely]] {
+            const char* const end = at + names_.length(guess);
+            if ((classOf(*end) & kNameChar) == 0) [[likely]]
+                return {guess, end};
+        }
+        return nameFor(at, guess);
+    }
+    [[nodiscard, gnu::noinline]] Name nameFor(const char* at, NameId& guess) {
+        const char* const end = endOfName(at);
+        const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at));
+        if ((names_.flags(id) & Names::kNotAName) != 0) [[unlikely]]
+            return nameWithin(at);
+        guess = id;
+        if (names_.size() > follow_.size()) [[unlikely]]
+            follow_.resize(std::max(std::size_t{names_.size()} * 2, kFirstFollow));
+        return {id, end};
+    }
+    [[nodiscard]] Name nameWithin(const char* at);
+    [[nodiscard]] bool isAnyDuplicate() {
+        constexpr std::uint32_t kFew = 8;
+        const std::uint32_t count = attributes_.size();
+        if (count > kFew) return findDuplicate() != count;
+        for (std::uint32_t i = 1; i < count; ++i) {
+            for (std::uint32_t k = 0; k < i; ++k) {
+                if (attributes_[i].name == attributes_[k].name) return true;
+            }
+        }
+        return false;
+    }
+    [[nodiscard]] std::uint32_t findDuplicate();
+    [[nodiscard]] const char* attributeAt(std::uint32_t index) const;
+    [[nodiscard]] std::span<const Attribute> written();
+    [[nodiscard]] const char* expandValue(const char* at, const char* start, char quote);
+    [[nodiscard]] const char* reference(const char* start, char32_t& character);
+    [[nodiscard]] const char* characterReference(const char* start, char32_t& character);
+    [[nodiscard]] Markup comment(const char* at);
+    [[nodiscard]] Markup instruction(const char* at);
+    [[nodiscard]] const char* outsideRoot(const char* at);
+    [[nodiscard]] const char* doctype(const char* at);
+    [[nodiscard]] bool isCDataStart(const char* at);
+
+    // All return null.
+    const char* stop(Stop why) noexcept {
+        stop_ = why;
+        return nullptr;
+    }
+    [[gnu::cold]] const char* cut();
+    [[gnu::cold]] const char* fail(ErrorCode code, const char* offending, std::string reason);
+    [[gnu::cold]] const char* failNames();
+    [[gnu::cold]] const char* failStartTag(const char* at);
+    [[gnu::cold]] const char* failInStartTag(const char* at);
+    [[gnu::cold]] const char* failSpace(const char* at);
+    [[gnu::cold]] const char* failAttribute(const char* at, const char* name);
+    [[gnu::cold]] const char* failQuote(const char* at, const char* name);
+    [[gnu::cold]] const char* failDuplicate();
+    [[gnu::cold]] const char* failRoot(std::string_view name);
+    [[gnu::cold]] const char* failDepth();
+    [[gnu::cold]] const char* failEndTag(const char* at);
+    [[gnu::cold]] const char* failCDataEnd(const char* at);
+    [[gnu::cold]] const char* failMarkup(const char* at);
+    [[gnu::cold]] const char* finish();
+    [[gnu::cold]] Fault unfinishedToken() const;
+
+    TextSource& source_;
+    const ReadOptions& options_;
+    Context& context_;
+    Names& names_;
+    Namespaces& namespaces_;
+
+    const char* cursor_ = nullptr;   // start of the token
+    const char* end_ = nullptr;      // of the window
+    std::uint64_t offsetDelta_ = 0;  // from an address in the window to its offset
+    Stop stop_ = Stop::Done;
+    bool isEnded_ = false;  // the window will not grow any more
+    bool isInCData_ = false;
+    bool hasRoot_ = false;
+    bool isLastOpen_ = false;
+    NameId last_ = kNoName;          // the name in the last tag, a start tag if `isLastOpen_`
+    bool isEmpty_ = true;            // but for white space
+    std::uint64_t cDataOffset_ = 0;  // of the section being delivered
+    std::pmr::vector<Open> opens_;
+    std::pmr::vector<Place> places_;  // of those that were open when the window moved, the outermost first
+    Table<IdAttribute> attributes_;
+    std::pmr::vector<Attribute> written_;  // the same for a sink that does not know the names
+    std::pmr::vector<Follow> follow_;      // by name
+    NameId firstName_ = kNoName;           // of the root: a guess like those of `follow_`
+    std::pmr::vector<std::unique_ptr<std::string>> values_;  // of attributes that are not as written
+    std::size_t valuesUsed_ = 0;                             // by the tag
+    std::pmr::vector<std::uint32_t> stamps_;  // by name: the last tag of many attributes that had it
+    std::uint32_t stamp_ = 0;
+    Fault fault_;
+
+private:
+    void keepPlaces();
+    void forgetNames();
+    std::size_t namesKept_ = 0;  // bytes, when they were last put together
+};
+
+template <typename Sink>
+class DirectParser final : public DirectParserBase {
+public:
+    // Borrows all three.
+    DirectParser(Context& context, const ReadOptions& options, Sink& sink)
+        : DirectParserBase(context, options), sink_(sink) {}
+
+    // The source has been opened and stands at its start. What the sink throws comes out.
+    [[nodiscard]] Outcome run() {
+        sink_.startDocument(context_);
+        if (!begin()) return Outcome::Rejected;
+        const char* at = cursor_;
+        for (;;) {
+            cursor_ = at;
+            at = *at == '<' ? markup(at) : text(at);
+            while (at == nullptr) {
+                if (stop_ == Stop::Failed) return Outcome::Rejected;
+                if (stop_ == Stop::Doctype) return Outcome::Doctype;
+                if (stop_ == Stop::Done) {
+                    event(end_);
+                    sink_.endDocument();
+                    return Outcome::Done;
+                }
+                at = grow();
+                if (isInCData_) at = cData(at);
+            }
+        }
+    }
+
+private:
+    [[nodiscard]] const char* markup(const char* at) {
+        const char c = at[1];
+        if (c == '/') return endTag(at);
+        if (c == '!') return declarationMarkup(at);
+        if (c == '?') {
+            const Markup found = instruction(at);
+            if (found.end == nullptr) return nullptr;
+            event(at);
+            sink_.processingInstruction(found.target, found.content);
+            return found.end;
+        }
+        return startTag(at);
+    }
+
+    [[nodiscard]] const char* startTag(const char* at) {
+        const char* const nameStart = at + 1;
+        if ((classOf(*nameStart) & kNameStart) == 0) [[unlikely]]
+            return failStartTag(nameStart);
+        NameId& guess = last_ == kNoName ? firstName_
+                        : isLastOpen_    ? follow_[last_].child
+                                         : follow_[last_].sibling;
+        const Name element = nameAt(nameStart, guess);
+        if (element.end == nullptr) return nullptr;
+        std::uint8_t flags = 0;  // of the attributes
+        NameId lastName = element.id;
+        attributes_.truncate(0);
+        valuesUsed_ = 0;
+        at = element.end;
+        for (;;) {
+            const char* const before = at;
+            if (*at == ' ') ++at;
+            if (isSpace(*at)) at = skipSpace(at + 1);
+            if (*at == '>' || *at == '/') break;
+            if (at == before) [[unlikely]]
+                return failSpace(at);
+            if ((classOf(*at) & kNameStart) == 0) [[unlikely]]
+                return failInStartTag(at);
+            at = attribute(at, flags, lastName);
+            if (at == nullptr) return nullptr;
+        }
+        const bool isEmpty = *at == '/';
+        if (isEmpty && *++at != '>') [[unlikely]]
+            return failInStartTag(at == end_ ? at : at - 1);
+        if (attributes_.size() > 1 && isAnyDuplicate()) [[unlikely]]
+            return failDuplicate();
+        const std::string_view name = view(nameStart, element.end);
+        if (opens_.empty()) [[unlikely]] {
+            if (hasRoot_) return failRoot(name);
+            hasRoot_ = true;
+        }
+        if (opens_.size() >= options_.depthLimit) [[unlikely]]
+            return failDepth();
+        const std::span<const IdAttribute> attributes(attributes_.data(), attributes_.size());
+        if (!namespaces_.enter(element.id, attributes, flags)) [[unlikely]]
+            return failNames();
+        const std::uint32_t declared = namespaces_.declared();
+        event(cursor_);
+        if constexpr (requires { sink_.startElement(element.id, name, attributes); }) {
+            sink_.startElement(element.id, name, attributes);
+        } else {
+            sink_.startElement(name, written());
+        }
+        last_ = element.id;
+        isLastOpen_ = !isEmpty;
+        if (!isEmpty) {
+            opens_.push_back({context_.event, element.id, declared});
+            return at + 1;
+        }
+        namespaces_.beginLeave(element.id, declared);
+        sink_.endElement(name);
+        namespaces_.leave(declared);
+        return at + 1;
+    }
+
+    // Adds the attribute at `at` and its name's flags. `last` is the name before, and then the attribute's.
+    [[nodiscard, gnu::always_inline]] const char* attribute(const char* at, std::uint8_t& flags,
+                                                            NameId& last) {
+        const char* const nameStart = at;
+        const Name name = nameAt(at, follow_[last].attribute);
+        if (name.end == nullptr) return nullptr;
+        last = name.id;
+        flags |= names_.flags(name.id);
+        at = name.end;
+        if (*at != '=') [[unlikely]] {
+            at = skipSpace(at);
+            if (*at != '=') return failAttribute(at, nameStart);
+        }
+        ++at;
+        if (*at != '"' && *at != '\'') [[unlikely]] {
+            at = skipSpace(at);
+            if (*at != '"' && *at != '\'') return failQuote(at, nameStart);
+        }
+        const char quote = *at++;
+        const char* const start = at;
+        at = endOfPlainValue(at, quote);
+        attributes_.append({name.id, view(start, at)});
+        if (*at != quote) [[unlikely]]
+            return expandValue(at, start, quote);
+        return at + 1;
+    }
+
+    [[nodiscard]] const char* endTag(const char* at) {
+        if (opens_.empty()) [[unlikely]]
+            return failEndTag(at + 2);
+        const Open open = opens_.back();
+        const char* const nameStart = at + 2;
+        if (!names_.standsAt(open.name, nameStart)) [[unlikely]]
+            return failEndTag(nameStart);
+        at = nameStart + names_.length(open.name);
+        if (*at != '>') [[unlikely]] {
+            at = skipSpace(at);
+            if (*at != '>') return failEndTag(nameStart);
+        }
+        event(cursor_);
+        namespaces_.beginLeave(open.name, open.declared);
+        sink_.endElement(view(nameStart, nameStart + names_.length(open.name)));
+        namespaces_.leave(open.declared);
+        opens_.pop_back();
+        last_ = open.name;
+        isLastOpen_ = false;
+        return at + 1;
+    }
+
+    [[nodiscard]] const char* text(const char* at) {
+        if (opens_.empty()) [[unlikely]]
+            return outsideRoot(at);
+        const Run run = plainText(at);
+        const char* from = at;
+        at = run.end;
+        if (*at == '<') [[likely]] {
+            event(from);
+            if constexpr (requires { sink_.text(std::string_view(), true); }) {
+                sink_.text(view(from, at), run.isWhite);
+            } else {
+                sink_.characters(view(from, at));
+            }
+            return at;
+        }
+        for (;; at = endOfPlainText(at)) {
+            if (*at == '<') {
+                deliver(from, at);
+                return at;
+            }
+            if (at == end_) return textAtEnd(from);
+            if (*at == '>') {
+                if (at - from >= 2 && at[-1] == ']' && at[-2] == ']') {
+                    deliver(from, at - 2);  // as it would be in smaller pieces
+                    return failCDataEnd(at - 2);
+                }
+                ++at;
+                continue;
+            }
+            deliver(from, at);
+            cursor_ = at;
+            char32_t character = 0;
+            at = reference(at, character);
+            if (at == nullptr) return nullptr;
+            char bytes[4];
+            event(cursor_);
+            sink_.characters({bytes, static_cast<std::size_t>(writeUtf8(bytes, character) - bytes)});
+            cursor_ = from = at;
+        }
+    }
+
+    // Brackets at the end may turn out to be the start of "]]>".
+    [[nodiscard]] const char* textAtEnd(const char* from) {
+        const char* safe = end_;
+        for (int i = 0; i < 2 && !isEnded_ && safe != from && safe[-1] == ']'; ++i) --safe;
+        deliver(from, safe);
+        cursor_ = safe;
+        return isEnded_ ? finish() : stop(Stop::NeedMore);
+    }
+
+    void deliver(const char* from, const char* to) {
+        if (from == to) return;
+        event(from);
+        sink_.characters(view(from, to));
+    }
+
+    [[nodiscard]] const char* declarationMarkup(const char* at) {
+        if (startsWith(at, "<!--")) {
+            const Markup found = comment(at);
+            if (found.end == nullptr) return nullptr;
+            event(at);
+            sink_.comment(found.content);
+            return found.end;
+        }
+        if (!isCDataStart(at)) return doctype(at);
+        if (stop_ == Stop::Failed) return nullptr;
+        event(at);
+        sink_.startCData();
+        isInCData_ = true;
+        cDataOffset_ = context_.event;
+        cursor_ = at + 9;
+        return cData(cursor_);
+    }
+
+    // A section may be long: what the window holds is delivered at once, but for what may be the start of
+    // "]]>".
+    [[nodiscard]] const char* cData(const char* at) {
+        const char* const end = find(at, "]]>");
+        if (end == nullptr) {
+            const char* safe = end_;
+            for (int i = 0; i < 2 && safe != at && safe[-1] == ']'; ++i) --safe;
+            deliver(at, safe);
+            cursor_ = safe;
+            return cut();
+        }
+        deliver(at, end);
+        isInCData_ = false;
+        event(end);
+        sink_.endCData();
+        return end + 3;
+    }
+
+    Sink& sink_;
+};
+
+}  // namespace engine::reader::detail

@@ -1,0 +1,318 @@
+// The DOCTYPE's share of the libxml2 parser, and its errors in our words.
+#include <libxml/SAX2.h>
+#include <libxml/parserInternals.h>
+
+#include <algorithm>
+#include <new>
+
+#include "engine/reader/detail/libxml2parser.h"
+#include "engine/text/chars.h"
+
+namespace engine::reader::detail {
+namespace {
+
+std::string_view viewOf(const xmlChar* text) {
+    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+std::string notExpanded(std::string_view entity) {
+    return "Entity " + quoted(entity) + " is not expanded";
+}
+
+std::string firstLine(const char* message) {
+    std::string_view text = message == nullptr ? "no details" : message;
+    text = text.substr(0, text.find('\n'));
+    return std::string(text);
+}
+
+}  // namespace
+
+std::uint64_t Libxml2Parser::offending() const {
+    const std::uint64_t at = here();
+    return at == lastReference_ ? referenceStart_ : at;
+}
+
+void Libxml2Parser::refuseColon(std::string_view name, std::string_view what) {
+    if (name.find(':') == std::string_view::npos) return;
+    refuse(ErrorCode::BadQualifiedName, here(),
+           "The name " + quoted(name) + " of this " + std::string(what) + " must not hold a colon.");
+}
+
+void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* publicId,
+                                  const xmlChar* systemId, xmlChar* content) {
+    eventEnds();
+    if (isSubsetIncomplete_) return;
+    refuseColon(viewOf(name), "entity");
+    if (isStopped_) return;
+    xmlDoc* const document = context_->myDoc;
+    const bool isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
+    const bool isKnown =
+        (isParameter ? xmlGetParameterEntity(document, name) : xmlGetDocEntity(document, name)) != nullptr;
+    if (isKnown) return;  // the first declaration counts
+    static xmlChar nothing[] = "";
+    if (type == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
+        externalGeneral_.emplace(viewOf(name), viewOf(systemId));
+        xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_GENERAL_ENTITY, nullptr, nullptr, nothing);
+    } else if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
+        externalParameter_.emplace(viewOf(name), viewOf(systemId));
+        xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, nothing);
+    } else {
+        if (!TagWidth().add(viewOf(content))) {
+            return refuse(ErrorCode::TooManyAttributes, here(),
+                          "An element in entity " + quoted(viewOf(name)) + " has more than " +
+                              std::to_string(TagWidth::kMax) + " attributes.");
+        }
+        // A carriage return got here by reference, but libxml2 would take it for a line end.
+        std::string text(viewOf(content));
+        const bool isMarkup = text.find('<') != std::string::npos;
+        for (std::size_t at = 0; !isMarkup && (at = text.find('\r', at)) != std::string::npos;)
+            text.replace(at, 1, "&#13;");
+        auto* const replacement = reinterpret_cast<xmlChar*>(text.data());
+        xmlSAX2EntityDecl(context_.get(), name, type, publicId, systemId,
+                          content == nullptr ? nullptr : replacement);
+    }
+}
+
+// libxml2 lets one without an identifier pass.
+void Libxml2Parser::declareNotation(std::string_view name, bool hasIdentifier) {
+    refuseColon(name, "notation");
+    if (!hasIdentifier && !isStopped_) {
+        refuse(
+            ErrorCode::BadDoctype, here(),
+            "The declaration of notation " + quoted(name) + " must hold SYSTEM or PUBLIC and an identifier.");
+    }
+    eventEnds();
+}
+
+void Libxml2Parser::declareAttribute(const xmlChar* element, const xmlChar* name, int type,
+                                     const xmlChar* defaultValue) {
+    eventEnds();
+    if (isSubsetIncomplete_) return;
+    std::optional<std::string> value;
+    if (defaultValue != nullptr) value = viewOf(defaultValue);
+    attributeDeclarations_.declare(viewOf(element), viewOf(name), type != XML_ATTRIBUTE_CDATA,
+                                   std::move(value));
+}
+
+xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
+    xmlEntity* entity = xmlGetDocEntity(context_->myDoc, name);
+    if (entity == nullptr && isUriBad_) {
+        static xmlChar noAddress[] = "";
+        declareEntity(name, XML_EXTERNAL_GENERAL_PARSED_ENTITY, nullptr, noAddress, nullptr);
+        entity = xmlGetDocEntity(context_->myDoc, name);
+    }
+    // Inside an entity the document's own position does not move: what is nested was charged with the
+    // outermost.
+    const std::uint64_t at = here();
+    const bool isNested = at == lastReference_;
+    if (!isNested) {
+        lastReference_ = at;
+        referenceStart_ = at - viewOf(name).size() - 2;  // the name, '&' and ';'
+    }
+    if (entity == nullptr && !mayBeDeclaredOutside()) return nullptr;
+    if (isRefusedAsExternal(externalGeneral_, entity, viewOf(name)) || entity == nullptr) return nullptr;
+    if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
+        refuse(ErrorCode::BadEntity, offending(),
+               "Entity " + quoted(viewOf(name)) +
+                   " is external and must not be used in the value of an attribute.");
+        return nullptr;
+    }
+    if (context_->inSubset != 0) {
+        // A default value. More entities may follow, so the whole cannot be known; each is charged with its
+        // own text.
+        return isAffordable(viewOf(entity->content).size() + 1, notExpanded(viewOf(name))) ? entity : nullptr;
+    }
+    return isNested || isExpansionAllowed(viewOf(name)) ? entity : nullptr;
+}
+
+xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {
+    xmlEntity* entity = xmlGetParameterEntity(context_->myDoc, name);
+    if (entity == nullptr && isUriBad_) {
+        static xmlChar noAddress[] = "";
+        declareEntity(name, XML_EXTERNAL_PARAMETER_ENTITY, nullptr, noAddress, nullptr);
+        entity = xmlGetParameterEntity(context_->myDoc, name);
+    }
+    if (isRefusedAsExternal(externalParameter_, entity, viewOf(name)) || entity == nullptr) return nullptr;
+    if (externalParameter_.contains(viewOf(name)) && !shared_.isStandalone) isSubsetIncomplete_ = true;
+    return isAffordable(viewOf(entity->content).size() + 1, notExpanded(viewOf(name))) ? entity : nullptr;
+}
+
+bool Libxml2Parser::mayBeDeclaredOutside() const {
+    return options_.refuseExternalEntities && context_->hasExternalSubset != 0;
+}
+
+bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEntity* entity,
+                                        std::string_view name) {
+    if (!options_.refuseExternalEntities) return false;
+    const auto found = external.find(name);
+    if (found != external.end()) {
+        refuse(ErrorCode::BadEntity, offending(),
+               "Entity " + quoted(name) + " is external (" + quoted(found->second) +
+                   ") and not read; the file itself would have to declare what it stands for.");
+    } else if (entity == nullptr && mayBeDeclaredOutside()) {
+        refuse(ErrorCode::UnknownEntity, offending(),
+               "Entity " + quoted(name) +
+                   " is not declared in the file itself, and the external part of its DOCTYPE is not read.");
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool Libxml2Parser::isExpansionAllowed(std::string_view name) {
+    const EntitySizes::Size& size = sizes_.sizeOf(name);
+    if (size.isLoop) {
+        refuse(ErrorCode::EntityLoop, offending(), "Entity " + quoted(name) + " refers to itself.");
+        return false;
+    }
+    if (size.isTooDeep) {
+        refuse(ErrorCode::EntityTooLarge, offending(),
+               "Entity " + quoted(name) + " holds entities nested more than " +
+                   std::to_string(EntitySizes::kDeepest) + " deep.");
+        return false;
+    }
+    return isAffordable(size.bytes, notExpanded(name));
+}
+
+bool Libxml2Parser::isAffordable(std::uint64_t bytes, std::string_view refusal) {
+    if (bytes == 0) return true;
+    const std::uint64_t at = here();
+    const std::uint64_t allowed = std::max(options_.entityFloorInBytes, options_.entityFactor * at);
+    if (bytes <= allowed && expandedBytes_ <= allowed - bytes) {
+        expandedBytes_ += bytes;
+        return true;
+    }
+    refuse(ErrorCode::EntityTooLarge, offending(),
+           std::string(refusal) + ": the document's entities and defaults would grow to more than " +
+               std::to_string(allowed) + " bytes.");
+    return false;
+}
+
+// libxml2 goes on after errors that are none to a parser which reads no external subset, and after fatal
+// ones, too: what it delivers then is not for the sink.
+void Libxml2Parser::failed(const xmlError& error) {
+    if (error.code == XML_ERR_NO_MEMORY) throw std::bad_alloc();
+    if (error.code == XML_ERR_INVALID_URI) isUriBad_ = true;
+    if (error.level != XML_ERR_FATAL || fault_) return;
+    describe(error);
+    stop();
+}
+
+namespace {
+
+struct Wording {
+    int code;  // libxml2's
+    ErrorCode ours;
+    bool isOfTag;           // it concerns the tag that has begun last, not the place where libxml2 noticed
+    std::string_view text;  // "%" stands for the name that libxml2 gives, quoted
+};
+
+constexpr Wording kWordings[] = {
+    {XML_ERR_TAG_NOT_FINISHED, ErrorCode::UnclosedElement, false,
+     "Element % is not closed: its end tag is missing."},
+    {XML_ERR_DOCUMENT_EMPTY, ErrorCode::NoRoot, false, "The document has no root element."},
+    {XML_ERR_UNDECLARED_ENTITY, ErrorCode::UnknownEntity, false, "Entity % is not declared."},
+    {XML_ERR_ENTITY_LOOP, ErrorCode::EntityLoop, false, "An entity refers to itself."},
+    {XML_ERR_UNPARSED_ENTITY, ErrorCode::BadEntity, false,
+     "Entity % is not text (NDATA) and must not be referred to."},
+    {XML_ERR_ENTITYREF_SEMICOL_MISSING, ErrorCode::BareAmpersand, false,
+     "A reference must end with ';'; write '&amp;' for a plain '&'."},
+    {XML_ERR_LT_IN_ATTRIBUTE, ErrorCode::LessThanInValue, false,
+     "'<' is not allowed in the value of an attribute: write '&lt;', or close the quotes before it."},
+    {XML_ERR_ATTRIBUTE_REDEFINED, ErrorCode::DuplicateAttribute, false, "Duplicate attribute %."},
+    {XML_ERR_ATTRIBUTE_NOT_STARTED, ErrorCode::BadAttribute, false,
+     "The value of an attribute must stand in quotes."},
+    {XML_ERR_ATTRIBUTE_NOT_FINISHED, ErrorCode::BadTag, true, "The value of an attribute is not closed."},
+    {XML_ERR_ATTRIBUTE_WITHOUT_VALUE, ErrorCode::BadAttribute, false,
+     "Attribute % has no value: '=' and a value in quotes must follow."},
+    {XML_ERR_GT_REQUIRED, ErrorCode::BadTag, true, "The tag is not finished: '>' is missing."},
+    {XML_ERR_SPACE_REQUIRED, ErrorCode::BadTag, false, "Whitespace is missing."},
+    {XML_ERR_INVALID_CHARREF, ErrorCode::BadCharacterReference, false,
+     "A character reference stands for a character that XML does not allow."},
+    {XML_ERR_INVALID_CHAR, ErrorCode::BadCharacterReference, false,
+     "A character reference stands for a character that XML does not allow."},
+    {XML_ERR_INVALID_DEC_CHARREF, ErrorCode::BadCharacterReference, false,
+     "A character reference must hold a number and end with ';'."},
+    {XML_ERR_INVALID_HEX_CHARREF, ErrorCode::BadCharacterReference, false,
+     "A character reference must hold a number and end with ';'."},
+    {XML_ERR_MISPLACED_CDATA_END, ErrorCode::CDataEndInText, false,
+     "']]>' is not allowed in text: write ']]&gt;'."},
+    {XML_ERR_HYPHEN_IN_COMMENT, ErrorCode::BadComment, false, "'--' is not allowed inside a comment."},
+    {XML_ERR_COMMENT_NOT_FINISHED, ErrorCode::BadComment, false,
+     "A comment is not closed: '-->' is missing."},
+    {XML_ERR_CDATA_NOT_FINISHED, ErrorCode::BadCData, false,
+     "A CDATA section is not closed: ']]>' is missing."},
+    {XML_ERR_PI_NOT_STARTED, ErrorCode::BadInstruction, false,
+     "A processing instruction must begin with a name."},
+    {XML_ERR_PI_NOT_FINISHED, ErrorCode::BadInstruction, false,
+     "A processing instruction is not closed: '?>' is missing."},
+    {XML_ERR_RESERVED_XML_NAME, ErrorCode::LateDeclaration, false,
+     "The XML declaration is allowed at the very start of the document only."},
+};
+
+std::string worded(std::string_view text, std::string_view name) {
+    std::string reason(text);
+    if (const std::size_t at = reason.find('%'); at != std::string::npos) reason.replace(at, 1, name);
+    return reason;
+}
+
+}  // namespace
+
+// The first fatal error, in our words where there are some.
+void Libxml2Parser::describe(const xmlError& error) {
+    if (source_.fault() && here() == source_.offsetOf(source_.end())) {
+        fault_ = source_.fault();  // that is why the text ends here
+        return;
+    }
+    const std::string message = firstLine(error.message);
+    const std::string name = error.str1 == nullptr ? std::string() : quoted(error.str1);
+    const bool isInEntity = here() == lastReference_;
+    const bool isInDoctype = context_->inSubset != 0 || context_->instate == XML_PARSER_DTD;
+    fault_.offset = offending();
+    const auto* const wording = std::find_if(std::begin(kWordings), std::end(kWordings),
+                                             [&](const Wording& w) { return w.code == error.code; });
+    const bool isOfEntity = error.code == XML_ERR_UNDECLARED_ENTITY || error.code == XML_ERR_ENTITY_LOOP ||
+                            error.code == XML_ERR_UNPARSED_ENTITY;
+    if (isInDoctype && !isOfEntity) return describeInDoctype(message);
+    if (isInEntity && !isOfEntity) {
+        fault_.code = ErrorCode::BadEntity;
+        fault_.reason = "The text of an entity does not fit in here: " + message + ".";
+        return;
+    }
+    if (error.code == XML_ERR_TAG_NAME_MISMATCH && error.str2 != nullptr) {
+        fault_.code = ErrorCode::MismatchedEndTag;
+        fault_.offset = lastInText('<');
+        fault_.reason = "End tag " + quoted(error.str2) + " does not match the start tag " + name + ".";
+    } else if (wording != std::end(kWordings)) {
+        fault_.code = wording->ours;
+        if (wording->isOfTag) fault_.offset = lastInText('<');
+        fault_.reason = worded(wording->text, name);
+    } else {
+        describeUnexpected(message);
+    }
+}
+
+void Libxml2Parser::describeInDoctype(const std::string& message) {
+    fault_.code = ErrorCode::BadDoctype;
+    fault_.reason = "The document type declaration is not well formed: " + message + ".";
+    if (here() != source_.offsetOf(source_.end()) || source_.fault()) return;
+    if (doctypeStart_ != kNoOffset) fault_.offset = doctypeStart_;
+    fault_.reason = "This DOCTYPE is not finished: '>' is missing.";
+}
+
+// For what libxml2 has no code of its own: what stands there tells.
+void Libxml2Parser::describeUnexpected(const std::string& message) {
+    const std::uint64_t tag = lastInText('<');
+    const std::string_view rest(source_.at(tag), static_cast<std::size_t>(source_.end() - source_.at(tag)));
+    if (rest.starts_with("<!DOCTYPE") && doctypeStart_ != kNoOffset && tag > doctypeStart_) {
+        fault_ = {ErrorCode::MisplacedDoctype, tag, "A document has one DOCTYPE."};
+    } else if (context_->instate == XML_PARSER_EPILOG || context_->instate == XML_PARSER_EOF) {
+        fault_.code = ErrorCode::TextOutsideRoot;
+        fault_.reason = "Nothing but comments and processing instructions may follow the root element.";
+    } else {
+        fault_.code = ErrorCode::BadMarkup;
+        fault_.reason = "The document is not well formed: " + message + ".";
+    }
+}
+
+}  // namespace engine::reader::detail

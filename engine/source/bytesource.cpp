@@ -1,0 +1,100 @@
+#include "engine/source/bytesource.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace engine::source {
+namespace {
+
+// Our own words: the system's follow the user's language.
+std::string describe(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            return "there is no such file";
+        case EACCES:
+        case EPERM:
+            return "there is no right to read it";
+        case EISDIR:
+            return "it is a directory";
+        case EMFILE:
+        case ENFILE:
+            return "too many files are open";
+        case EIO:
+            return "the device reports an error";
+        default:
+            return "system error " + std::to_string(error);
+    }
+}
+
+}  // namespace
+
+ByteSource::~ByteSource() {
+    if (file_ >= 0) ::close(file_);
+}
+
+Fault ByteSource::systemFault(ErrorCode code, int error) const {
+    return {code, kNoOffset, "The file '" + input_.path() + "' cannot be read: " + describe(error) + "."};
+}
+
+Fault ByteSource::open() {
+    if (input_.kind() == Input::Kind::Refused) {
+        return {ErrorCode::AddressRefused, kNoOffset,
+                "The address '" + input_.path() + "' is rejected: only files can be read."};
+    }
+    if (input_.kind() != Input::Kind::File) return {};
+    if (input_.path().find('\0') != std::string::npos) return systemFault(ErrorCode::CannotOpen, ENOENT);
+    do file_ = ::open(input_.path().c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    while (file_ < 0 && errno == EINTR);
+    return file_ < 0 ? systemFault(ErrorCode::CannotOpen, errno) : Fault{};
+}
+
+std::uint64_t ByteSource::expectedBytes() const noexcept {
+    if (file_ < 0) return input_.bytes().size();
+    struct stat status {};
+    return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode)
+               ? static_cast<std::uint64_t>(status.st_size)
+               : 0;
+}
+
+std::size_t ByteSource::readStream(char* to, std::size_t count) {
+    ByteStream& stream = *input_.stream();
+    std::size_t given = 0;
+    while (given != count) {
+        const std::size_t now = std::min(stream.read(to + given, count - given), count - given);
+        if (now == 0) break;
+        given += now;
+    }
+    if (stream.hasFailed()) fault_ = {ErrorCode::CannotRead, kNoOffset, "The stream cannot be read."};
+    return given;
+}
+
+std::size_t ByteSource::read(char* to, std::size_t count) {
+    if (input_.stream() != nullptr) return readStream(to, count);
+    if (file_ < 0) {
+        const std::size_t given = std::min(count, input_.bytes().size() - position_);
+        if (given != 0) std::memcpy(to, input_.bytes().data() + position_, given);
+        position_ += given;
+        return given;
+    }
+    std::size_t given = 0;
+    while (given != count && !fault_) {
+        const ssize_t now = ::read(file_, to + given, count - given);
+        if (now > 0) {
+            given += static_cast<std::size_t>(now);
+        } else if (now == 0) {
+            break;
+        } else if (errno != EINTR) {
+            fault_ = systemFault(ErrorCode::CannotRead, errno);
+        }
+    }
+    return given;
+}
+
+}  // namespace engine::source

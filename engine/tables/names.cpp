@@ -1,0 +1,159 @@
+// An open-addressing table over records. A record holds the first sixteen bytes of its name, so that looking
+// up a name of usual length compares two words and touches neither the name's bytes nor any other record. The
+// hash is a multiplication by secrets of the document's own.
+#include "engine/tables/names.h"
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "engine/text/chars.h"
+
+namespace engine::tables {
+
+namespace {
+
+constexpr std::uint32_t kFirstBytes = 256;
+
+std::uint64_t wordAt(const char* from) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+bool isNameText(std::string_view name) {
+    using namespace text;
+    const char* at = name.data();
+    const char* const end = at + name.size();
+    for (std::uint8_t wanted = kNameStart; at < end; wanted = kNameChar) {
+        while (at < end && (classOf(*at) & (wanted | kNonAscii)) == wanted) {
+            wanted = kNameChar;
+            ++at;
+        }
+        if (at == end) return true;
+        if ((classOf(*at) & kNonAscii) == 0) return false;
+        const Decoded next = decodeAt(at);
+        if (wanted == kNameStart ? !isNameStart(next.character) : !isNameCharacter(next.character))
+            return false;
+        at += next.length;
+    }
+    return true;
+}
+
+}  // namespace
+
+const unsigned char Names::kMasks[2 * kReadableBytes] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                                         0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+
+// A clock is slow to ask for each of many small documents: it is asked once, and the documents are counted.
+Names::Names() noexcept {
+    static std::atomic<std::uint64_t> documents =
+        static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+    const std::uint64_t document = documents.fetch_add(0x9E3779B97F4A7C15u, std::memory_order_relaxed);
+    secret_[0] = mix(document, reinterpret_cast<std::uintptr_t>(this) ^ 0xA0761D6478BD642Fu);
+    secret_[1] = mix(secret_[0] ^ 0xE7037ED1A0B428DBu, 0x8EBC6AF09C88C6E3u);
+}
+
+std::uint64_t Names::hashRest(std::uint64_t hash, const char* name, std::size_t length) const noexcept {
+    for (std::size_t at = kReadableBytes; at + 8 < length; at += 8)
+        hash = mix(hash ^ wordAt(name + at), secret_[1]);
+    return mix(hash ^ wordAt(name + length - 8), secret_[0]);
+}
+
+NameId Names::intern(std::string_view name) {
+    if (name.size() >= kReadableBytes) return internAt(name.data(), name.size());
+    char readable[kReadableBytes] = {};
+    name.copy(readable, name.size());
+    return internAt(readable, name.size());
+}
+
+std::optional<NameId> Names::find(std::string_view name) const noexcept {
+    char readable[kReadableBytes] = {};
+    const char* from = name.data();
+    if (name.size() < kReadableBytes) {
+        name.copy(readable, name.size());
+        from = readable;
+    }
+    const Start start = startOf(from, name.size());
+    for (std::uint32_t at = hashOf(start, from, name.size()) & mask_;; at = (at + 1) & mask_) {
+        const std::uint32_t slot = slots_[at];
+        if (slot == 0) return std::nullopt;
+        if (isAt(slot - 1, start, from, name.size())) return slot - 1;
+    }
+}
+
+NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash) {
+    if (name.size() > bytes_.most()) detail::tableIsFull();
+    const std::uint32_t prefixAndFlags = examine(name);
+    if (std::uint64_t{records_.size()} * 2 > mask_) growSlots();
+    if (records_.capacity() == 0) {
+        records_.reserve(kFirstSlots / 2);
+        bytes_.reserve(kFirstBytes);
+    }
+    records_.reserve(1);
+    const auto length = static_cast<std::uint32_t>(name.size());
+    const std::uint32_t offset = bytes_.size();
+    if (length != 0) std::memcpy(bytes_.extend(length), name.data(), length);
+    std::uint32_t at = hash & mask_;
+    while (slots_[at] != 0) at = (at + 1) & mask_;
+    slots_[at] = records_.size() + 1;
+    records_.append({start, offset, length, prefixAndFlags, hash});
+    return records_.size() - 1;
+}
+
+// What is to be known about a new name. Its prefix, or the prefix that it declares, becomes a name by itself.
+std::uint32_t Names::examine(std::string_view name) {
+    std::uint32_t flags = isNameText(name) ? 0 : kNotAName;
+    const std::size_t colon = name.find(':');
+    if (colon == std::string_view::npos) return name == "xmlns" ? flags | kDeclaration : flags;
+    const std::string_view prefix = name.substr(0, colon);
+    const std::string_view local = name.substr(colon + 1);
+    const bool isQualified = !prefix.empty() && !local.empty() && local.find(':') == std::string_view::npos &&
+                             text::isNameStart(text::decodeAt(local.data()).character);
+    if (!isQualified) flags |= kNotQualified;
+    const bool isDeclaration = prefix == "xmlns";
+    flags |= isDeclaration ? kDeclaration : kPrefixed;
+    const std::string_view named = isDeclaration ? local : prefix;
+    if (named.empty()) return flags;
+    // The name may stand in our own bytes, which move when there are more.
+    const std::string copy(named);
+    return (intern(copy) + 1) << kFlagBits | flags;
+}
+
+void Names::growSlots() {
+    const std::uint32_t count = (mask_ + 1) * 2;
+    Table<std::uint32_t> slots;
+    std::memset(slots.extend(count), 0, std::size_t{count} * sizeof(std::uint32_t));
+    for (NameId id = 0; id < records_.size(); ++id) {
+        std::uint32_t at = records_[id].hash & (count - 1);
+        while (slots[at] != 0) at = (at + 1) & (count - 1);
+        slots[at] = id + 1;
+    }
+    manySlots_ = std::move(slots);
+    slots_ = manySlots_.data();
+    mask_ = count - 1;
+}
+
+void Names::compact(std::span<NameId* const> kept) {
+    std::vector<std::string> texts;
+    texts.reserve(kept.size());
+    for (const NameId* id : kept) texts.emplace_back(text(*id));
+    records_.truncate(0);
+    bytes_.truncate(0);
+    std::memset(slots_, 0, (std::size_t{mask_} + 1) * sizeof(std::uint32_t));
+    for (std::size_t i = 0; i < kept.size(); ++i) *kept[i] = intern(texts[i]);
+    ++generation_;
+}
+
+std::size_t Names::sizeInBytes() const noexcept {
+    return std::size_t{records_.capacity()} * sizeof(Record) + bytes_.capacity() +
+           std::size_t{manySlots_.capacity()} * sizeof(std::uint32_t);
+}
+
+void Names::trim() {
+    records_.trim();
+    bytes_.trim();
+}
+
+}  // namespace engine::tables

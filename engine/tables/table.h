@@ -1,0 +1,103 @@
+// A growing array of plain records with 32-bit indices. Grows by half, so that appending is cheap and little
+// is left over, and gives back the rest when asked. Threads: as the object it belongs to.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+namespace engine::tables {
+
+namespace detail {
+// realloc and free; throws std::bad_alloc and then leaves `block` as it was.
+void* resizeBlock(void* block, std::size_t sizeInBytes);
+void freeBlock(void* block) noexcept;
+[[noreturn]] void tableIsFull();
+}  // namespace detail
+
+// While it lives, the n-th request of this thread for table memory fails, and every one after it. For tests.
+class AllocationFailure final {
+public:
+    explicit AllocationFailure(std::int64_t requestsThatSucceed) noexcept;
+    ~AllocationFailure();
+    AllocationFailure(const AllocationFailure&) = delete;
+    AllocationFailure& operator=(const AllocationFailure&) = delete;
+};
+
+template <typename T>
+class Table final {
+    static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+    static constexpr std::uint32_t kMost = 0xFFFFFFF0u;
+
+    explicit Table(std::uint32_t most = kMost) noexcept : most_(most) {}
+    Table(Table&& other) noexcept
+        : data_(std::exchange(other.data_, nullptr)),
+          size_(std::exchange(other.size_, 0)),
+          capacity_(std::exchange(other.capacity_, 0)),
+          most_(other.most_) {}
+    Table& operator=(Table&& other) noexcept {
+        std::swap(data_, other.data_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+        std::swap(most_, other.most_);
+        return *this;
+    }
+    ~Table() { detail::freeBlock(data_); }
+
+    [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
+    [[nodiscard]] std::uint32_t capacity() const noexcept { return capacity_; }
+    [[nodiscard]] std::uint32_t most() const noexcept { return most_; }
+    [[nodiscard]] T* data() noexcept { return data_; }
+    [[nodiscard]] const T* data() const noexcept { return data_; }
+    T& operator[](std::uint32_t index) noexcept { return data_[index]; }
+    const T& operator[](std::uint32_t index) const noexcept { return data_[index]; }
+    T& back() noexcept { return data_[size_ - 1]; }
+
+    // Both throw std::bad_alloc or, beyond the limit, com::Failure; the table is then unchanged.
+    void append(const T& value) {
+        const T copy = value;  // it may stand in this table
+        reserve(1);
+        data_[size_++] = copy;
+    }
+    // `count` more records, for the caller to fill.
+    T* extend(std::uint32_t count) {
+        reserve(count);
+        T* first = data_ + size_;
+        size_ += count;
+        return first;
+    }
+    // Room for `count` more records: appending them afterwards cannot fail.
+    void reserve(std::uint32_t count) {
+        if (count > capacity_ - size_) grow(count);
+    }
+    void truncate(std::uint32_t size) noexcept { size_ = size; }
+    // What is left over goes back to the heap, unless it is too little to be worth the call.
+    void trim() {
+        constexpr std::size_t kLittle = 2048;
+        if (size_ != 0 && std::size_t{capacity_ - size_} * sizeof(T) > kLittle) resize(size_);
+    }
+
+private:
+    void grow(std::uint32_t count) {
+        if (count > most_ - size_) detail::tableIsFull();
+        const std::uint64_t wanted = std::uint64_t{size_} + count;
+        const std::uint64_t roomy = std::uint64_t{capacity_} + capacity_ / 2 + 16;
+        const std::uint64_t next = wanted > roomy ? wanted : roomy;
+        resize(static_cast<std::uint32_t>(next < most_ ? next : most_));
+    }
+    void resize(std::uint32_t capacity) {
+        data_ = static_cast<T*>(detail::resizeBlock(data_, std::size_t{capacity} * sizeof(T)));
+        capacity_ = capacity;
+    }
+
+    T* data_ = nullptr;
+    std::uint32_t size_ = 0;
+    std::uint32_t capacity_ = 0;
+    std::uint32_t most_;
+};
+
+}  // namespace engine::tables
