@@ -21,4 +21,6 @@ public:
     // A new handle with count 0 on the element that the cursor stands on, which moves on to the next before
     // it returns: the element may be removed. Null at the end.
     virtual IKelDOMXmlElementV2* takeNext() = 0;
+    // As getElement(), with the operations of the second version at hand.
+    virtual IKelDOMXmlElementV2* getElementV2() = 0;
 };

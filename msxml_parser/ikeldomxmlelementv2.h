@@ -48,4 +48,6 @@ public:
 
     // Over the child elements of this qualified name, all child elements if `name` is empty.
     virtual IKelDOMXmlElementItrV2* getChildrenNamed(const KelString& name) = 0;
+    // The same; null if there are none, which is quick to find out.
+    virtual IKelDOMXmlElementItrV2* findChildren(const KelString& name) = 0;
 };

@@ -54,7 +54,8 @@ public:
     }
 
     // Each replaces the whole document, in the encoding that the byte-order mark or the declaration says,
-    // else UTF-8. `bytes` is borrowed for the call. A stream is read raw, from where it stands to its end.
+    // else UTF-8. `bytes` is borrowed for the call. A stream is read raw, from where it stands to its end;
+    // one that fails is code 1.
     virtual bool loadBytes(const void* bytes, std::size_t byteCount, unsigned options) = 0;
     virtual bool loadStream(BinInput& in, unsigned options) = 0;
     virtual bool loadFile(const KelString& path, unsigned options) = 0;

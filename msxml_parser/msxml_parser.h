@@ -1,6 +1,8 @@
 // Everything the component offers.
 #pragma once
 
+#include "framework/object/needscxx20.h"  // first
+
 #include "framework/object/iptr.h"
 #include "msxml_parser/entrypoint.h"
 #include "msxml_parser/ikeldomxml.h"

@@ -15,6 +15,10 @@ namespace msxml {
     if (text == nullptr) return {};
     return {reinterpret_cast<const char16_t*>(text), length};
 }
+// As callbacks of SAX hand texts over; a negative length is none.
+[[nodiscard]] inline std::u16string_view textOfEvent(const OLECHAR* text, int length) noexcept {
+    return toUnits(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
 [[nodiscard]] inline const OLECHAR* toOleChars(const char16_t* text) noexcept {
     return reinterpret_cast<const OLECHAR*>(text);
 }

@@ -88,6 +88,7 @@ public:
     int getLine() override;
     int getColumn() override;
     IKelDOMXmlElementItrV2* getChildrenNamed(const KelString& name) override;
+    IKelDOMXmlElementItrV2* findChildren(const KelString& name) override;
 
 private:
     template <typename String>

@@ -10,34 +10,49 @@ using msxml::check;
 using msxml::Element;
 using msxml::Node;
 
-MSDOMXmlElementItrV2::MSDOMXmlElementItrV2(Element parent, std::u16string name, NodeList list) noexcept
-    : parent_(std::move(parent)), name_(std::move(name)), list_(std::move(list)) {}
+namespace {
 
-MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::started(MSDOMXmlElementItrV2* created) {
-    // Not yet counted, so it is deleted outright should the first step throw.
-    std::unique_ptr<MSDOMXmlElementItrV2> itr(created);
-    if (itr == nullptr) throw _com_error(E_OUTOFMEMORY);
-    itr->first();
-    return itr.release();
-}
-
-MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::overChildren(Element parent, std::u16string name) {
-    return started(new (std::nothrow) MSDOMXmlElementItrV2(std::move(parent), std::move(name), {}));
-}
-
-MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::overList(NodeList list) {
-    return started(new (std::nothrow) MSDOMXmlElementItrV2({}, {}, std::move(list)));
-}
-
-Element MSDOMXmlElementItrV2::skipToWanted(Node node) const {
+// `node` or the first sibling after it that is an element of this name.
+Element skipToWanted(Node node, std::u16string_view wanted) {
     Element element = msxml::skipToElement(std::move(node));
-    while (element && !name_.empty()) {
+    while (element && !wanted.empty()) {
         msxml::BStr name;
         check(element->get_nodeName(name.receive()), element);
-        if (name.view() == name_) break;
+        if (name.view() == wanted) break;
         element = msxml::skipToElement(msxml::nextSiblingOf(element));
     }
     return element;
+}
+
+MSDOMXmlElementItrV2* made(MSDOMXmlElementItrV2* cursor) {
+    if (cursor == nullptr) throw _com_error(E_OUTOFMEMORY);
+    return cursor;
+}
+
+}  // namespace
+
+MSDOMXmlElementItrV2::MSDOMXmlElementItrV2(Element parent, std::u16string_view name, Element first)
+    : parent_(std::move(parent)), name_(name), current_(std::move(first)) {}
+
+MSDOMXmlElementItrV2::MSDOMXmlElementItrV2(NodeList list) noexcept : list_(std::move(list)) {}
+
+MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::overChildren(Element parent, std::u16string_view name) {
+    Element first = skipToWanted(msxml::firstChildOf(parent), name);
+    return made(new (std::nothrow) MSDOMXmlElementItrV2(std::move(parent), name, std::move(first)));
+}
+
+MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::overChildrenIfAny(const Element& parent,
+                                                              std::u16string_view name) {
+    Element first = skipToWanted(msxml::firstChildOf(parent), name);
+    if (!first) return nullptr;
+    return made(new (std::nothrow) MSDOMXmlElementItrV2(parent, name, std::move(first)));
+}
+
+MSDOMXmlElementItrV2* MSDOMXmlElementItrV2::overList(NodeList list) {
+    // Not yet counted, so it is deleted outright should the first step throw.
+    std::unique_ptr<MSDOMXmlElementItrV2> itr(made(new (std::nothrow) MSDOMXmlElementItrV2(std::move(list))));
+    itr->first();
+    return itr.release();
 }
 
 Element MSDOMXmlElementItrV2::listed() const {
@@ -48,13 +63,13 @@ Element MSDOMXmlElementItrV2::listed() const {
 
 void MSDOMXmlElementItrV2::first() {
     index_ = 0;
-    current_ = parent_ ? skipToWanted(msxml::firstChildOf(parent_)) : listed();
+    current_ = parent_ ? skipToWanted(msxml::firstChildOf(parent_), name_) : listed();
 }
 
 void MSDOMXmlElementItrV2::next() {
     if (!current_) return;
     if (parent_) {
-        current_ = skipToWanted(msxml::nextSiblingOf(current_));
+        current_ = skipToWanted(msxml::nextSiblingOf(current_), name_);
     } else {
         ++index_;
         current_ = listed();
@@ -66,7 +81,7 @@ IKelDOMXmlElement* MSDOMXmlElementItrV2::getElementAs(bool shared) {
     return current_ ? MSDOMXmlElement::create(current_) : nullptr;
 }
 
-IKelDOMXmlElement* MSDOMXmlElementItrV2::getSharedElement() {
+MSDOMXmlElement* MSDOMXmlElementItrV2::sharedElement() {
     if (!current_) return nullptr;
     if (shared_ && shared_->refCount() == 1) {
         shared_->standOn(current_);
@@ -74,6 +89,14 @@ IKelDOMXmlElement* MSDOMXmlElementItrV2::getSharedElement() {
         shared_ = MSDOMXmlElement::create(current_);
     }
     return shared_.get();
+}
+
+IKelDOMXmlElement* MSDOMXmlElementItrV2::getSharedElement() {
+    return sharedElement();
+}
+
+IKelDOMXmlElementV2* MSDOMXmlElementItrV2::getElementV2() {
+    return sharedElement();
 }
 
 IKelDOMXmlElementV2* MSDOMXmlElementItrV2::takeNext() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "framework/object/implements.h"
 #include "framework/object/iptr.h"
@@ -20,7 +21,9 @@ public:
 
     // New cursors with count 0, on the first element; E_OUTOFMEMORY when there is no memory. An empty name
     // stands for all; the nodes of a list are elements.
-    [[nodiscard]] static MSDOMXmlElementItrV2* overChildren(msxml::Element parent, std::u16string name);
+    [[nodiscard]] static MSDOMXmlElementItrV2* overChildren(msxml::Element parent, std::u16string_view name);
+    [[nodiscard]] static MSDOMXmlElementItrV2* overChildrenIfAny(const msxml::Element& parent,
+                                                                 std::u16string_view name);  // null: none
     [[nodiscard]] static MSDOMXmlElementItrV2* overList(NodeList list);
 
     void first() override;
@@ -29,12 +32,13 @@ public:
     IKelDOMXmlElement* getElementAs(bool shared) override;
     IKelDOMXmlElement* getSharedElement() override;
     IKelDOMXmlElementV2* takeNext() override;
+    IKelDOMXmlElementV2* getElementV2() override;
 
 private:
-    MSDOMXmlElementItrV2(msxml::Element parent, std::u16string name, NodeList list) noexcept;
-    [[nodiscard]] static MSDOMXmlElementItrV2* started(MSDOMXmlElementItrV2* created);
-    [[nodiscard]] msxml::Element skipToWanted(msxml::Node node) const;
+    MSDOMXmlElementItrV2(msxml::Element parent, std::u16string_view name, msxml::Element first);
+    MSDOMXmlElementItrV2(NodeList list) noexcept;
     [[nodiscard]] msxml::Element listed() const;
+    [[nodiscard]] MSDOMXmlElement* sharedElement();
 
     const msxml::Element parent_;  // empty: the list
     const std::u16string name_;

@@ -1,5 +1,5 @@
 // The element handle: what its second version adds.
-#include <string>
+#include <utility>
 
 #include "msxml_parser/detail/enginespecific.h"
 #include "msxml_parser/detail/failure.h"
@@ -70,9 +70,16 @@ KelString& MSDOMXmlElement::getAllText(KelString& out) {
 
 void MSDOMXmlElement::insertChild(IKelDOMXmlElement* child, IKelDOMXmlElement* before) {
     const Element& added = engineElementOf(child);
-    const Variant place(before == nullptr ? nullptr : engineElementOf(before).get());
+    Node place;
+    if (before != nullptr) place = engineElementOf(before);
+    // Before itself is before the one that follows it. Not every engine survives to be asked for the former;
+    // ours, which does, also judges one that is last.
+    if (place.get() == added.get()) {
+        if (Node next = msxml::nextSiblingOf(added)) place = std::move(next);
+    }
+    const Variant where(place.get());
     Node inserted;
-    check(element_->insertBefore(added.get(), place.get(), inserted.receive()), element_);
+    check(element_->insertBefore(added.get(), where.get(), inserted.receive()), element_);
 }
 
 void MSDOMXmlElement::removeChild(IKelDOMXmlElement* child) {
@@ -103,6 +110,9 @@ int MSDOMXmlElement::getColumn() {
 
 IKelDOMXmlElementItrV2* MSDOMXmlElement::getChildrenNamed(const KelString& name) {
     if (!element_) msxml::raiseNullReference();
-    return msxml::atBorder(
-        [&] { return MSDOMXmlElementItrV2::overChildren(element_, std::u16string(name.view())); });
+    return msxml::atBorder([&] { return MSDOMXmlElementItrV2::overChildren(element_, name.view()); });
+}
+
+IKelDOMXmlElementItrV2* MSDOMXmlElement::findChildren(const KelString& name) {
+    return msxml::atBorder([&] { return MSDOMXmlElementItrV2::overChildrenIfAny(element_, name.view()); });
 }

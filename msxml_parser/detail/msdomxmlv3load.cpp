@@ -94,6 +94,7 @@ bool MSDOMXml::loadStreamOf(msxml::InputStream& in, unsigned options) {
     source.punkVal = static_cast<IStream*>(&in);  // borrowed, never cleared
     const bool loaded = loadFrom(source, options, nullptr);
     in.rethrow();
+    if (!loaded && in.hasFailed()) error_.setCode(kFileNotReadable);  // the message says what came of it
     return loaded;
 }
 

@@ -9,6 +9,7 @@
 #include "msxml_parser/detail/msdomxmlelement.h"
 #include "msxml_parser/detail/msdomxmlelementitrv2.h"
 #include "msxml_parser/detail/text.h"
+#include "msxml_parser/detail/xmltext.h"
 
 using msxml::BStr;
 using msxml::check;
@@ -18,26 +19,6 @@ using msxml::Node;
 namespace {
 
 using NodeList = msxml::ComPtr<IXMLDOMNodeList>;
-
-std::u16string escaped(std::u16string_view value) {
-    std::u16string text;
-    for (const char16_t unit : value) {
-        switch (unit) {
-            case u'&':
-                text += u"&amp;";
-                break;
-            case u'<':
-                text += u"&lt;";
-                break;
-            case u'"':
-                text += u"&quot;";
-                break;
-            default:
-                text += unit;
-        }
-    }
-    return text;
-}
 
 // Whether both are the same object.
 bool isSame(const msxml::ComPtr<IXMLDOMDocument2>& one, const msxml::ComPtr<IXMLDOMDocument>& other) {
@@ -60,7 +41,7 @@ bool areElements(const NodeList& nodes) {
 bool MSDOMXml::setPrefix(const KelString& prefix, const KelString& uri) {
     return msxml::atBorder([&] {
         const std::u16string name(prefix.view());
-        if (name.empty() || name == u"xml" || name == u"xmlns" || !document_) return false;
+        if (!msxml::isUnprefixedName(name) || name == u"xml" || name == u"xmlns" || !document_) return false;
         auto prefixes = prefixes_;
         if (uri.isEmpty()) {
             prefixes.erase(name);
@@ -72,7 +53,7 @@ bool MSDOMXml::setPrefix(const KelString& prefix, const KelString& uri) {
             declarations.append(u"xmlns:")
                 .append(declared)
                 .append(u"=\"")
-                .append(escaped(value))
+                .append(msxml::escapedValue(value))
                 .append(u"\" ");
         const BStr property(u"SelectionNamespaces");
         const msxml::Variant text(declarations);

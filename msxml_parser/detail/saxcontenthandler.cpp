@@ -4,13 +4,7 @@
 
 #include "msxml_parser/detail/bstr.h"
 
-namespace {
-
-void assignUnits(KelString& out, const OLECHAR* text, int length) {
-    out.assign(msxml::toUnits(text, length > 0 ? static_cast<std::size_t>(length) : 0));
-}
-
-}  // namespace
+using msxml::textOfEvent;
 
 // Kept: identity and counting do nothing.
 HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::QueryInterface(REFIID, void**) {
@@ -49,7 +43,7 @@ HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::startElement(const OLECHAR*, in
                                                               int localNameLength, const OLECHAR*, int,
                                                               ISAXAttributes* attributes) {
     if (receivers_.empty()) return S_OK;
-    assignUnits(currentText_, localName, localNameLength);
+    currentText_.assign(textOfEvent(localName, localNameLength));
     emptyAttributes();
     if (attributes != nullptr) readAttributes(*attributes);
     receivers_.back()->startElement(currentText_, depth_, attributes_);
@@ -61,7 +55,7 @@ HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::startElement(const OLECHAR*, in
 HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::endElement(const OLECHAR*, int, const OLECHAR* localName,
                                                             int localNameLength, const OLECHAR*, int) {
     if (!receivers_.empty()) {
-        assignUnits(currentText_, localName, localNameLength);
+        currentText_.assign(textOfEvent(localName, localNameLength));
         receivers_.back()->endElement(currentText_);
     }
     --depth_;
@@ -70,7 +64,7 @@ HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::endElement(const OLECHAR*, int,
 
 HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::characters(const OLECHAR* text, int length) {
     if (receivers_.empty()) return S_OK;
-    assignUnits(currentText_, text, length);
+    currentText_.assign(textOfEvent(text, length));
     receivers_.back()->characters(currentText_);
     return S_OK;
 }
@@ -95,11 +89,11 @@ void SAXContentHandlerImpl::readAttributes(ISAXAttributes& attributes) {
         const OLECHAR* text = nullptr;
         int length = 0;
         (void)attributes.getLocalName(index, &text, &length);
-        assignUnits(attributeName_, text, length);
+        attributeName_.assign(textOfEvent(text, length));
         text = nullptr;
         length = 0;
         (void)attributes.getValue(index, &text, &length);
-        assignUnits(attributeValue_, text, length);
+        attributeValue_.assign(textOfEvent(text, length));
         addAttribute();
     }
 }

@@ -9,10 +9,6 @@
 namespace msxml {
 namespace {
 
-std::u16string_view viewOf(const OLECHAR* text, int length) noexcept {
-    return toUnits(text, length > 0 ? static_cast<std::size_t>(length) : 0);
-}
-
 KelSAXXmlName nameOf(std::u16string_view uri, std::u16string_view local,
                      std::u16string_view qualified) noexcept {
     const std::size_t prefix = qualified.size() > local.size() ? qualified.size() - local.size() - 1 : 0;
@@ -94,8 +90,8 @@ HRESULT STDMETHODCALLTYPE SaxEvents::startPrefixMapping(const OLECHAR* prefix, i
     return deliver([&](IKelSAXXmlHandlerV2&) {
         if (declaredCount_ == declared_.size()) declared_.emplace_back();
         Declared& one = declared_[declaredCount_++];
-        one.prefix = viewOf(prefix, prefixLength);
-        one.uri = viewOf(uri, uriLength);
+        one.prefix = textOfEvent(prefix, prefixLength);
+        one.uri = textOfEvent(uri, uriLength);
     });
 }
 
@@ -120,11 +116,11 @@ void SaxEvents::readAttributes(ISAXAttributes& attributes) {
         int valueLength = 0;
         check(
             attributes.getName(index, &uri, &uriLength, &local, &localLength, &qualified, &qualifiedLength));
-        if (isDeclaration(viewOf(qualified, qualifiedLength))) continue;
+        if (isDeclaration(textOfEvent(qualified, qualifiedLength))) continue;
         check(attributes.getValue(index, &value, &valueLength));
-        attributes_.push_back(
-            {nameOf(viewOf(uri, uriLength), viewOf(local, localLength), viewOf(qualified, qualifiedLength)),
-             viewOf(value, valueLength)});
+        attributes_.push_back({nameOf(textOfEvent(uri, uriLength), textOfEvent(local, localLength),
+                                      textOfEvent(qualified, qualifiedLength)),
+                               textOfEvent(value, valueLength)});
     }
 }
 
@@ -153,8 +149,8 @@ HRESULT STDMETHODCALLTYPE SaxEvents::startElement(const OLECHAR* uri, int uriLen
         attributes_.clear();
         if (attributes != nullptr) readAttributes(*attributes);
         showDeclarations();
-        handler.startElement(nameOf(viewOf(uri, uriLength), viewOf(localName, localNameLength),
-                                    viewOf(qualifiedName, qualifiedNameLength)),
+        handler.startElement(nameOf(textOfEvent(uri, uriLength), textOfEvent(localName, localNameLength),
+                                    textOfEvent(qualifiedName, qualifiedNameLength)),
                              attributes_, declarations_);
     });
 }
@@ -164,13 +160,13 @@ HRESULT STDMETHODCALLTYPE SaxEvents::endElement(const OLECHAR* uri, int uriLengt
                                                 int qualifiedNameLength) {
     --depth_;
     return deliver([&](IKelSAXXmlHandlerV2& handler) {
-        handler.endElement(nameOf(viewOf(uri, uriLength), viewOf(localName, localNameLength),
-                                  viewOf(qualifiedName, qualifiedNameLength)));
+        handler.endElement(nameOf(textOfEvent(uri, uriLength), textOfEvent(localName, localNameLength),
+                                  textOfEvent(qualifiedName, qualifiedNameLength)));
     });
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::characters(const OLECHAR* text, int length) {
-    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.characters(viewOf(text, length)); });
+    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.characters(textOfEvent(text, length)); });
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::ignorableWhitespace(const OLECHAR* text, int length) {
@@ -180,7 +176,7 @@ HRESULT STDMETHODCALLTYPE SaxEvents::ignorableWhitespace(const OLECHAR* text, in
 HRESULT STDMETHODCALLTYPE SaxEvents::processingInstruction(const OLECHAR* target, int targetLength,
                                                            const OLECHAR* data, int dataLength) {
     return deliver([&](IKelSAXXmlHandlerV2& handler) {
-        handler.processingInstruction(viewOf(target, targetLength), viewOf(data, dataLength));
+        handler.processingInstruction(textOfEvent(target, targetLength), textOfEvent(data, dataLength));
     });
 }
 
@@ -210,7 +206,7 @@ HRESULT STDMETHODCALLTYPE SaxEvents::endCDATA() {
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::comment(const OLECHAR* text, int length) {
-    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.comment(viewOf(text, length)); });
+    return deliver([&](IKelSAXXmlHandlerV2& handler) { handler.comment(textOfEvent(text, length)); });
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::error(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "KelBasicTypes/binfile.h"
+#include "KelBasicTypes/binmemory.h"
 #include "KelBasicTypes/utf8.h"
 #include "msxml_parser/msxml_parser.h"
 
@@ -158,6 +159,54 @@ bool edit(Objects& o) {
     child->setText(KelString(u"another text"));
     o.element->addChild(made.get());
     return o.document->addProcessingInstruction(KelString(u"target"), KelString(u"data"));
+}
+
+// The third version of the document's parser.
+IKelDOMXmlV3& third(Objects& o) {
+    return *kel::queryInterface<IKelDOMXmlV3>(o.document.get());
+}
+
+bool select(Objects& o) {
+    o.text.makeEmpty();
+    if (!third(o).setPrefix(KelString(u"s"), o.uri)) return false;
+    const IPtr<IKelDOMXmlElementItrV2> found(third(o).select(o.path, nullptr));
+    if (!found) return false;
+    while (const IPtr<IKelDOMXmlElementV2> element{found->takeNext()})
+        o.text.append(element->getAttribute(KelString(u"id")));
+    double number = 0;
+    KelString value;
+    if (!third(o).evaluateNumber(KelString(u"count(//s:book)"), nullptr, number) ||
+        !third(o).evaluateText(KelString(u"string(//s:book[2])"), nullptr, value))
+        return false;
+    o.text.append(KelString(number)).append(value);
+    return true;
+}
+
+bool rearrange(Objects& o) {
+    const auto second = [](IKelDOMXmlElement* element) {
+        const Element owner(element);
+        return IPtr<IKelDOMXmlElementV2>(kel::queryInterface<IKelDOMXmlElementV2>(element));
+    };
+    const auto root = second(o.document->getRootElement());
+    const IPtr<IKelDOMXmlElementV2> made(
+        third(o).createElementInNamespace(KelString(u"urn:new"), KelString(u"n:made")));
+    if (!root || !made) return false;  // as documented, for want of memory
+    const IPtr<IKelDOMXmlElementItrV2> books(root->getChildrenNamed(KelString(u"book")));
+    const IPtr<IKelDOMXmlElementV2> first(books->takeNext());
+    const IPtr<IKelDOMXmlElementV2> other(books->takeNext());
+    root->insertChild(made.get(), first.get());
+    root->insertChild(other.get(), made.get());
+    first->removeFromParent();
+    (void)other->removeAttribute(KelString(u"id"));
+    KelString text;
+    other->setAttribute(KelString(u"all"), other->getAllText(text));
+    return true;
+}
+
+std::string writtenOf(Objects& o) {
+    KelString text;
+    (void)third(o).writeString(text, 0);
+    return utf8(text);
 }
 
 // Events as text. Its strings are the component's affair while it parses, so they are kept as they come.
@@ -394,6 +443,44 @@ public:
         dom("edit", document, edit, documentOf);
     }
 
+    void addThirdVersion() {
+        const auto prepared = [](const std::string& path) {
+            return [path] {
+                Objects o;
+                o.document = loaded(kDocument);
+                o.path = wide(path);
+                o.uri = wide("urn:s");
+                return o;
+            };
+        };
+        const std::string path = folder_ + "/written.xml";
+        const auto content = [path](Objects&) { return contentOf(path); };
+        dom(
+            "load bytes", prepared(""),
+            [](Objects& o) { return third(o).loadBytes(kWithDoctype, std::strlen(kWithDoctype), 3); },
+            writtenOf);
+        dom(
+            "load a stream", prepared(""),
+            [](Objects& o) {
+                BinInputMemory in({reinterpret_cast<const std::uint8_t*>(kDocument), std::strlen(kDocument)});
+                return third(o).loadStream(in, 0);
+            },
+            writtenOf);
+        dom(
+            "write a file", prepared(path),
+            [](Objects& o) { return third(o).writeFile(o.path, IKelDOMXmlV3::kIndent, KelString()); },
+            content);
+        dom(
+            "write a file in another encoding", prepared(path),
+            [](Objects& o) { return third(o).writeFile(o.path, 0, KelString(u"KOI8-R")); }, content);
+        dom(
+            "write a string", prepared(""), [](Objects& o) { return third(o).writeString(o.text, 1); },
+            [](Objects& o) { return utf8(o.text); });
+        dom("select", prepared("//s:book[starts-with(@id, 'b')][position() < 3]"), select,
+            [](Objects& o) { return utf8(o.text); });
+        dom("rearrange", prepared(""), rearrange, writtenOf);
+    }
+
     void addTransforming() {
         (void)file("part.xsl", kStylePart);
         const auto prepared = [path = file("style.xsl", kStyle)] {
@@ -470,6 +557,7 @@ std::vector<Operation> operationsIn(const std::string& folder) {
     Sweep sweep(folder);
     sweep.addLoading();
     sweep.addTree();
+    sweep.addThirdVersion();
     sweep.addTransforming();
     sweep.addValidating();
     sweep.addNewer();

@@ -158,12 +158,14 @@
     KEL_SLOT(IKelDOMXmlElementV2, getLine, 10)              \
     KEL_SLOT(IKelDOMXmlElementV2, getColumn, 11)            \
     KEL_SLOT(IKelDOMXmlElementV2, getChildrenNamed, 12)     \
+    KEL_SLOT(IKelDOMXmlElementV2, findChildren, 13)         \
     KEL_SLOT(IKelDOMXmlElementItr, first, 0)                \
     KEL_SLOT(IKelDOMXmlElementItr, next, 1)                 \
     KEL_SLOT(IKelDOMXmlElementItr, isEnd, 2)                \
     KEL_SLOT(IKelDOMXmlElementItr, getElementAs, 3)         \
     KEL_SLOT(IKelDOMXmlElementItr, getSharedElement, 4)     \
     KEL_SLOT(IKelDOMXmlElementItrV2, takeNext, 0)           \
+    KEL_SLOT(IKelDOMXmlElementItrV2, getElementV2, 1)       \
     KEL_SLOT(IKelDOMXmlError, setCode, 0)                   \
     KEL_SLOT(IKelDOMXmlError, getCode, 1)                   \
     KEL_SLOT(IKelDOMXmlError, setMessage, 2)                \

@@ -6,32 +6,13 @@
 
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/enginespecific.h"
+#include "msxml_parser/detail/xmltext.h"
 
 namespace msxml {
 
 namespace {
 
 using Document = ComPtr<IXMLDOMDocument2>;
-
-std::u16string escaped(std::u16string_view text) {
-    std::u16string result;
-    for (const char16_t unit : text) {
-        switch (unit) {
-            case u'&':
-                result += u"&amp;";
-                break;
-            case u'<':
-                result += u"&lt;";
-                break;
-            case u'"':
-                result += u"&quot;";
-                break;
-            default:
-                result += unit;
-        }
-    }
-    return result;
-}
 
 void writeValue(const Document& document, const Node& context, const std::u16string& expression, BStr& out) {
     const BStr property(u"SelectionNamespaces");
@@ -40,7 +21,7 @@ void writeValue(const Document& document, const Node& context, const std::u16str
     std::u16string sheet = u"<xsl:stylesheet version=\"1.0\" ";
     sheet.append(u"xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" ").append(prefixes.text());
     sheet.append(u"><xsl:output method=\"text\"/><xsl:template match=\"/|*\"><xsl:value-of select=\"");
-    sheet.append(escaped(expression)).append(u"\"/></xsl:template></xsl:stylesheet>");
+    sheet.append(escapedValue(expression)).append(u"\"/></xsl:template></xsl:stylesheet>");
     Document style;
     const HRESULT made = createEngineObject(kDocumentClass, style);
     if (FAILED(made)) throw _com_error(made);

@@ -45,7 +45,6 @@ inline constexpr const char* kTakesParameters = nullptr;
 inline constexpr const char* kDeliversInstructions = nullptr;
 inline constexpr const char* kKnowsItsDocuments = nullptr;
 inline constexpr const char* kProhibitsDoctypes = nullptr;
-inline constexpr const char* kInsertsBeforeItself = nullptr;
 inline constexpr const char* kRefusesStrangeNeighbours = nullptr;
 inline constexpr const char* kRejectsExpressions = nullptr;
 inline constexpr const char* kPositionsOfEvents = nullptr;

@@ -57,7 +57,6 @@ inline const char* const kKnowsItsDocuments =
     onWine("Wine hands out one document as several objects, so no element is known to be in it");
 inline const char* const kRejectsExpressions = onWine("Wine takes a wrong expression for an empty one");
 inline const char* const kProhibitsDoctypes = onWine("Wine reads every DOCTYPE, and drops its entities");
-inline const char* const kInsertsBeforeItself = onWine("Wine crashes where an element is put before itself");
 inline const char* const kRefusesStrangeNeighbours =
     onWine("Wine puts an element before one that is no child of the same parent");
 inline constexpr const char* kPositionsOfEvents = "this engine tells where an event ends";
