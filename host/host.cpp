@@ -122,14 +122,14 @@ Component Host::load(const fs::path& library) {
     }
     const std::lock_guard guard(manager_->loadingLock());
     try {
-        void* const entryPoint = loadSymbol(library, "EntryPoint");
+        const LibrarySymbol entryPoint = loadSymbol(library, "EntryPoint");
         // The system's loader knows no types; the name stands for this one.
-        IKelComponent& entered = enter(reinterpret_cast<EntryPointFunction>(entryPoint), name);
+        IKelComponent& entered = enter(reinterpret_cast<EntryPointFunction>(entryPoint.address), name);
         Component component(entered);
         // Once only: other threads may be using it, and read its link to this host without a lock.
         if (const std::optional<Component> known = manager_->componentOf(component.classId())) return *known;
-        warn(*manager_,
-             manager_->standard().translators->addComponent(component.classId(), component.name(), library));
+        warn(*manager_, manager_->standard().translators->addComponent(component.classId(), component.name(),
+                                                                       entryPoint.file));
         component.component_->initialize(manager_);
         manager_->addComponent(component);
         return component;

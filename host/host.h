@@ -11,6 +11,8 @@
 // the host is atomic.
 #pragma once
 
+#include "framework/object/needscxx20.h"  // first
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -70,8 +72,9 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // Loads a component library and initialises its component with this host. A component that this host has
-    // loaded before stays as it is. Throws HostError.
+    // Loads a component library and initialises its component with this host. A bare name that no file in the
+    // current folder has, such as "libmsxml_parser.so.6", is found where the system finds libraries. A
+    // component that this host has loaded before stays as it is. Throws HostError.
     Component load(const std::filesystem::path& library);
 
     // Loads every component library that stands directly in the folder; what is no library is passed over.

@@ -7,9 +7,16 @@
 
 namespace kelhost {
 
-// Loads the library and looks up what it exports under `symbol`. The library stays loaded until the process
+// What a library exports, and the file that the library came from.
+struct LibrarySymbol {
+    void* address;
+    std::filesystem::path file;
+};
+
+// Loads the library and looks up what it exports under `symbol`. A bare name that no file in the current
+// folder has is looked for where the system looks for libraries. The library stays loaded until the process
 // ends: its objects may be anywhere by then. Throws std::runtime_error with the system's own reason.
-[[nodiscard]] void* loadSymbol(const std::filesystem::path& library, const char* symbol);
+[[nodiscard]] LibrarySymbol loadSymbol(const std::filesystem::path& library, const char* symbol);
 
 // Whether a file of this name is a library by the platform's custom.
 [[nodiscard]] bool isLibraryName(const std::filesystem::path& file);

@@ -41,3 +41,29 @@ separate_arguments(flags UNIX_COMMAND "${run_output}")
 separate_arguments(cxx UNIX_COMMAND "${CXX}")
 run(${cxx} -std=c++20 ${EXAMPLES}/direct.cpp ${flags} -Wl,-rpath,${WORK}/prefix/${LIBDIR} -o ${WORK}/build/by_pkg_config)
 run(${CMAKE_COMMAND} -E chdir ${WORK}/run ${WORK}/build/by_pkg_config)
+
+# A compiler in another mode is told so, and nothing else.
+foreach(header msxml_parser/xml.h msxml_parser/msxml_parser.h host/host.h)
+    file(WRITE ${WORK}/cxx17.cpp "#include \"${header}\"\n")
+    execute_process(COMMAND ${cxx} -std=c++17 -fsyntax-only ${flags} ${WORK}/cxx17.cpp RESULT_VARIABLE status
+        OUTPUT_QUIET ERROR_VARIABLE output)
+    string(REGEX MATCHALL " error: " errors "${output}")
+    list(LENGTH errors count)
+    if(status EQUAL 0 OR count GREATER 2 OR NOT output MATCHES "msxml_parser needs C\\+\\+20")
+        message(FATAL_ERROR "${header} in C++17: ${output}")
+    endif()
+endforeach()
+
+# By its bare name the library is found where the system finds libraries, and its messages with it.
+file(READ ${EXAMPLES}/expected/embed.txt expected)
+string(REPLACE "@VERSION@" ${VERSION} expected "${expected}")
+run(${CMAKE_COMMAND} -E chdir ${WORK}/run ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${WORK}/prefix/${LIBDIR}
+    ${WORK}/examples/embed libmsxml_parser.so.6 orders.xml)
+if(NOT run_output STREQUAL expected)
+    message(FATAL_ERROR "loaded by its name: ${run_output}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${WORK}/prefix/${LIBDIR} LC_ALL=de_DE.UTF-8
+    ${WORK}/examples/embed libmsxml_parser.so.6 broken.xml WORKING_DIRECTORY ${WORK}/run ERROR_VARIABLE output)
+if(NOT output MATCHES "Zeile 3")
+    message(FATAL_ERROR "loaded by its name, it says: ${output}")
+endif()

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <dlfcn.h>
 
@@ -14,16 +15,26 @@ namespace {
     throw std::runtime_error(reason != nullptr ? reason : "the system's loader gives no reason");
 }
 
+// What the system's loader understands: a name with a slash is a path to it, one without is searched for.
+std::filesystem::path loaderName(const std::filesystem::path& library) {
+    std::error_code unknown;
+    const bool isSearched = !library.has_parent_path() && !std::filesystem::exists(library, unknown);
+    return isSearched || library.has_parent_path() ? library : "." / library;
+}
+
+std::filesystem::path fileOf(const void* address, const std::filesystem::path& library) {
+    Dl_info info{};
+    return ::dladdr(address, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : library;
+}
+
 }  // namespace
 
-void* loadSymbol(const std::filesystem::path& library, const char* symbol) {
-    // A bare name would be searched along the system's library path; a path is what the caller means.
-    const std::filesystem::path file = library.has_parent_path() ? library : "." / library;
-    void* const handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+LibrarySymbol loadSymbol(const std::filesystem::path& library, const char* symbol) {
+    void* const handle = ::dlopen(loaderName(library).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) throwLoaderError();
     void* const address = ::dlsym(handle, symbol);
     if (address == nullptr) throwLoaderError();
-    return address;
+    return {address, library.has_parent_path() ? library : fileOf(address, library)};
 }
 
 // libshelf.so, libshelf.so.6 and libshelf.so.6.3

@@ -1,0 +1,30 @@
+# What `cmake --install` takes from the build tree is what the target `installable` makes, which `./dev demo` builds: no
+# more is needed before an installation. Run with -D for: BUILD, NINJA
+cmake_minimum_required(VERSION 3.25)
+
+execute_process(COMMAND ${NINJA} -C ${BUILD} -t commands installable OUTPUT_VARIABLE commands
+    COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE scripts ${BUILD}/cmake_install.cmake)
+set(count 0)
+foreach(script IN LISTS scripts)
+    file(READ ${script} text)
+    string(REGEX MATCHALL "FILES [^)]*" rules "${text}")
+    string(REGEX MATCHALL "\"${BUILD}/[^\"]+\"" files "${rules}")
+    foreach(file IN LISTS files)
+        string(REPLACE "\"" "" file "${file}")
+        file(RELATIVE_PATH relative ${BUILD} ${file})
+        # What configuring wrote is there before any build.
+        if(relative MATCHES "^(CMakeFiles/|[^/]*\\.(cmake|pc)$)")
+            continue()
+        endif()
+        math(EXPR count "${count} + 1")
+        string(FIND "${commands}" " ${relative}" relative_at)
+        string(FIND "${commands}" " ${file}" at)
+        if(at EQUAL -1 AND relative_at EQUAL -1)
+            message(SEND_ERROR "${relative} is installed and not made by the target `installable`")
+        endif()
+    endforeach()
+endforeach()
+if(count LESS 8)
+    message(FATAL_ERROR "only ${count} files that are built are installed")
+endif()
