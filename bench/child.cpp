@@ -12,6 +12,7 @@
 #include "bench/scaling.h"
 #include "bench/streams.h"
 #include "bench/trees.h"
+#include "msxml_parser/xml.h"
 
 namespace bench {
 namespace {
@@ -37,6 +38,22 @@ void memoryOfLoad(const TreeLibrary& library, const std::string& path, const std
     library.load(warmUpPath).reset();
     const std::uint64_t before = residency().nowInBytes;
     const std::unique_ptr<Tree> tree = library.load(path);
+    report(before);
+}
+
+// Ours alone: the others' trees write what is indented.
+void memoryOfFaithfulSave(const std::string& path, const std::string& output, const std::string& warmUpPath) {
+    const auto loaded = [](const std::string& from) {
+        msxml_parser::Document document(newDomParser().get());
+        document.loadFile(from, {.keepWhiteSpace = true});
+        return document;
+    };
+    loaded(warmUpPath).saveFile(output);
+    const msxml_parser::Document document = loaded(path);
+    trimHeap();
+    resetPeak();
+    const std::uint64_t before = residency().nowInBytes;
+    document.saveFile(output);
     report(before);
 }
 
@@ -90,6 +107,8 @@ void runTask(std::vector<std::string> arguments) {
     const std::string& task = arguments.at(0);
     if (task == "memory/load")
         memoryOfLoad(named(treeLibraries(), arguments.at(1)), arguments.at(2), arguments.at(3));
+    else if (task == "memory/faithful")
+        memoryOfFaithfulSave(arguments.at(1), arguments.at(2), arguments.at(3));
     else if (task == "memory/sax")
         memoryOfStream(named(streamLibraries(), arguments.at(1)), arguments.at(2));
     else if (task == "cold")

@@ -12,6 +12,7 @@ inline constexpr const char* kChild = "--child";  // the program's first argumen
 
 // Does the task, prints its numbers and returns the exit status. Arguments by task:
 //   memory/load LIBRARY DOCUMENT WARM-UP   the max rise of resident memory, and what is kept of it, in bytes;
+//   memory/faithful DOCUMENT OUTPUT WARM-UP  the same of writing, beyond the tree
 //   memory/sax LIBRARY DOCUMENT            WARM-UP is a short document that is loaded before
 //   cold LIBRARY DOCUMENT                  CPU seconds of the first load of the process, digest of the tree
 //   scaling/load LIBRARY DOCUMENT [host]   throughput of two threads over that of one, digest of what was

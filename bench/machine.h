@@ -18,6 +18,9 @@ struct Residency {
 };
 [[nodiscard]] Residency residency();  // throws std::runtime_error where the system does not tell
 
+// Forgets the peak so far. Throws as residency.
+void resetPeak();
+
 // Gives free heap memory back to the system, so far as the allocator can.
 void trimHeap() noexcept;
 

@@ -48,7 +48,9 @@ bench::Suite allRows(const bench::Documents& documents) {
     bench::addColdRows(suite, documents);
     bench::addMemoryRows(suite, documents);
     bench::addWalkRows(suite, documents);
+    bench::addHeaderRows(suite, documents);
     bench::addSaveRows(suite, documents);
+    bench::addFaithfulRows(suite, documents);
     bench::addBuildRows(suite);
     bench::addSaxRows(suite, documents);
     bench::addTransformRows(suite, documents);

@@ -12,7 +12,9 @@ void addSmallRows(Suite& suite);                                  // small/
 void addColdRows(Suite& suite, const Documents& documents);       // cold/
 void addMemoryRows(Suite& suite, const Documents& documents);     // memory/
 void addWalkRows(Suite& suite, const Documents& documents);       // walk/
+void addHeaderRows(Suite& suite, const Documents& documents);     // walk/DOC/utf16 and utf8
 void addSaveRows(Suite& suite, const Documents& documents);       // save/
+void addFaithfulRows(Suite& suite, const Documents& documents);   // save/DOC/faithful and memory/
 void addBuildRows(Suite& suite);                                  // build/ and edit/
 void addSaxRows(Suite& suite, const Documents& documents);        // sax/
 void addTransformRows(Suite& suite, const Documents& documents);  // transform/

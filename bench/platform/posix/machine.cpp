@@ -73,6 +73,11 @@ Residency residency() {
     return {kilobytes("VmRSS:"), kilobytes("VmHWM:")};
 }
 
+void resetPeak() {
+    std::ofstream file("/proc/self/clear_refs");
+    if (!(file << "5" << std::flush)) throw std::runtime_error("/proc/self/clear_refs cannot be written");
+}
+
 void trimHeap() noexcept {
     malloc_trim(0);
 }
