@@ -1,27 +1,24 @@
 // The direct path: a program that links the library and runs no host.
-#include <cstdio>
+#include <iostream>
 
-#include "msxml_parser/msxml_parser.h"
+#include "msxml_parser/xml.h"
 
-int main() {
-    // [begin document]
-    XmlDOM xml;  // makes the thread ready; every getParser() is a new document
-    IPtr<IKelDOMXmlV2> parser(xml.getParser());
-    if (!parser->loadFromString(u"<shelf><book year=\"1815\">Emma</book></shelf>")) {
-        std::fprintf(stderr, "%s\n", parser->getError()->getMessage().narrow());
-        return 1;
-    }
-    IPtr<IKelDOMXmlElement> shelf(parser->getRootElement());
-    for (IPtr<IKelDOMXmlElementItr> book(shelf->getChildren()); !book->isEnd(); book->next()) {
-        const KelString title = book->getElement()->getText();
-        const KelString year = book->getElement()->getAttribute(u"year");
-        std::printf("%s, %s\n", title.narrow(), year.narrow());
-    }
-    IPtr<IKelDOMXmlElement> added(parser->createElement(u"book"));
-    added->setAttribute(u"year", u"1817");
-    added->setText(u"Persuasion");
-    shelf->addChild(added.get());
-    const bool isSaved = parser->saveToFile(u"shelf.xml");
-    // [end document]
-    return isSaved ? 0 : 1;
+namespace xml = msxml_parser;
+
+int main() try {
+    xml::Document document;
+    document.loadBytes("<shelf><book year='1815'>Emma</book><book>Ivanhoe</book></shelf>");
+    xml::Element shelf = document.root();
+    for (const xml::Element book : shelf.children("book"))
+        std::cout << book.text() << ", " << book.attribute("year").value_or("undated") << '\n';
+    for (xml::Element book : document.select("//book[not(@year)]")) book.remove();
+    xml::Element added = document.createElement("book");
+    added.setAttribute("year", "1817");
+    added.setText("Persuasion");
+    shelf.append(added);
+    document.saveFile("shelf.xml", {.indent = true});
+    return 0;
+} catch (const xml::Exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

@@ -22,6 +22,8 @@ function(run_example program expected_status)
 endfunction()
 
 run_example(direct 0)
+run_example(interfaces 0)
+run_example(orders 0)
 run_example(shelf 0)
 run_example(subtree 0 orders.xml)
 run_example(transform 0 orders.xsl orders.xml)
