@@ -77,7 +77,7 @@ inline DocumentRef parse(std::string_view utf8) {
     return loaded == VARIANT_TRUE ? document : DocumentRef();
 }
 
-// The description of the thread's last failure; whoever fails must have one.
+// The description of the thread's last failure; a failure must have one.
 inline std::string takeDescription() {
     Ref<IErrorInfo> info;
     if (GetErrorInfo(0, info.receive()) != S_OK) fail("a failure without a description");

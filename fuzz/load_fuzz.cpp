@@ -1,5 +1,6 @@
 // Any bytes at all as a file that a document loads, and as a text: the tree holds what the direct parser
-// reports to a sink, reading in pieces; a rejected document is rejected at the same place in the same words.
+// reports to a sink, reading in pieces; a rejected document is rejected at the same position in the same
+// words.
 #include <cstdio>
 #include <cstdlib>
 #include <string>

@@ -1,4 +1,5 @@
-// Any schema and any document: both are taken or refused with a description, with the same answer each time.
+// Any schema and any document: both are accepted or rejected with a description, with the same result each
+// time.
 #include "fuzz/documents.h"
 #include "fuzz/inputfile.h"
 
@@ -37,6 +38,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     attached.pdispVal = schemas.get();
     (void)document->putref_schemas(attached);
     const std::string once = validate(*document);
-    if (validate(*document) != once) fail("another answer the second time", once);
+    if (validate(*document) != once) fail("another result the second time", once);
     return 0;
 }

@@ -1,4 +1,4 @@
-// Is told of failed assertions. The operation that failed goes on afterwards; without any handler the process
+// Receives failed assertions. The operation that failed goes on afterwards; without any handler the process
 // would end. Threads: any.
 #pragma once
 

@@ -13,7 +13,7 @@
 
 namespace kelhost {
 
-// What() names the library, class, interface or service that was refused, and why.
+// What() names the library, class, interface or service that was rejected, and why.
 class HostError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

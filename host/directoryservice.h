@@ -3,7 +3,7 @@
 //     temp, home, config, data, state, cache, runtime, desktop, documents, downloads, music, pictures, videos
 //
 // POSIX: TMPDIR, and the XDG variables with their defaults and user-dirs.dirs; Windows: the known folders.
-// Threads: any, as long as nobody changes the environment meanwhile.
+// Threads: any, while no thread changes the environment.
 #pragma once
 
 #include <map>

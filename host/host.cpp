@@ -1,3 +1,4 @@
+// The host: it makes the manager, offers the standard services, and loads components, one library at a time.
 #include "host/host.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ IKelComponent& enter(EntryPointFunction entryPoint, const std::string& library) 
 }
 
 void offerIn(ServiceRegistry& registry, const std::string& interfaceName, IKelUnknown& service) {
-    // Held while it is looked at: refused, a service that nobody else holds goes away, but not before it is
+    // Held while it is looked at: rejected, a service without another holder goes away, but not before it is
     // named.
     const IPtr<IKelUnknown> held(&service);
     if (registry.add(interfaceName, service)) return;

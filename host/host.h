@@ -41,7 +41,7 @@ struct HostOptions {
     std::filesystem::path settingsFile = {};
 };
 
-// A library that a folder had and that was refused.
+// A library that a folder had and that was rejected.
 struct RefusedLibrary {
     std::filesystem::path library;  // the file
     std::string reason;             // what HostError would have said
@@ -94,17 +94,17 @@ public:
         return componentWith(classId).create<Interface>(classId);
     }
 
-    // Offers a service under the name of its interface, to everybody or inside a named container, and keeps a
-    // reference to it for good. It takes the place of a standard service; a component that has asked before
-    // keeps what it got, so offer before loading. Throws HostError if the service has no such interface or
-    // the application has offered one there; a service that nobody holds is then destroyed.
+    // Offers a service under the name of its interface, to all components or inside a named container, and
+    // keeps a reference to it for good. It takes the place of a standard service; a component that has asked
+    // before keeps what it got, so offer before loading. Throws HostError if the service has no such
+    // interface or the application has offered one there; a service without another holder is then destroyed.
     void offer(const std::string& interfaceName, IKelUnknown& service);
     void offer(const std::string& containerName, const std::string& interfaceName, IKelUnknown& service);
 
     // Takes a service, standard or not, out of the offer. Components fall back to what they do without it.
     void leaveOut(const std::string& interfaceName);
 
-    [[nodiscard]] std::vector<std::string> serviceNames() const;  // offered to everybody, sorted
+    [[nodiscard]] std::vector<std::string> serviceNames() const;  // offered to all components, sorted
 
     // From now on messages are in these languages, "ja:de"; empty: the user's.
     void setLanguages(std::string_view languages);

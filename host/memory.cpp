@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "KelBasicTypes/detail/systemfigures.h"
+#include "KelBasicTypes/detail/memorylog.h"
 #include "KelBasicTypes/platform/process.h"
 
 namespace kelhost {
@@ -121,7 +121,7 @@ bool MemoryChecker::isAvailable() {
 }
 
 void MemoryChecker::figures(MemoryFigures& result, std::uint32_t divisor) {
-    (void)kel::detail::systemFigures(result, divisor);  // zeros where the system does not tell
+    (void)kel::detail::systemFigures(result, divisor);  // zeros where the system does not report it
 }
 
 }  // namespace kelhost

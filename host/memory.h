@@ -23,7 +23,7 @@ namespace kelhost {
 class MemoryManager final : public kel::Implements<MemoryManager, KelMM::IKelMManager> {
 public:
     static constexpr const char* kClassName = "MemoryManager";
-    static constexpr std::size_t kReserveInBytes = std::size_t{1} << 20;  // unless told otherwise
+    static constexpr std::size_t kReserveInBytes = std::size_t{1} << 20;  // by default
 
     // Frees something that the application can do without, such as a cache, and says how many bytes; 0: there
     // is nothing. It must not allocate. It runs on the thread that has run out of memory, inside whatever
@@ -71,7 +71,7 @@ private:
         std::uint64_t limit;
     };
     [[nodiscard]] bool reclaim();
-    [[nodiscard]] Reclaimer* reclaimerAt(std::size_t index);  // null behind the last one
+    [[nodiscard]] Reclaimer* reclaimerAt(std::size_t index);  // null after the last one
     [[nodiscard]] std::uint64_t reserveInUse() const;
     [[nodiscard]] Sums sums() const;
 

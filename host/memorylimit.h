@@ -19,7 +19,7 @@ namespace kelhost {
 // Threads: any. It lives until the process ends, for a thread of its own may look at it until then.
 class MemoryLimit final {
 public:
-    // Memory in use by the process, in bytes; 0 if the system does not tell.
+    // Memory in use by the process, in bytes; 0 if the system does not report it.
     using Usage = std::function<std::uint64_t()>;
     // In bytes. What it throws reaches the caller of `check`, or, on the watching thread, goes nowhere.
     using Report = std::function<void(std::uint64_t inUse, std::int64_t limit)>;

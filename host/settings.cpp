@@ -1,3 +1,5 @@
+// The store of settings. Changes come one after the other (`changing_`); receivers are called without the
+// lock of the values, so that they can read and set.
 #include "host/settings.h"
 
 #include <cerrno>

@@ -7,9 +7,9 @@
 //     [Directories]
 //     Logs Directory = "/var/log/my app "
 //
-// Files are UTF-8. Blanks around names and values do not count, unless the value stands in quotes. Keys are
-// case-sensitive. Threads: any. A receiver is called on the thread that makes the change, one change at a
-// time, and may read and change settings itself.
+// Files are UTF-8. White space around names and values does not count, unless the value stands in quotes.
+// Keys are case-sensitive. Threads: any. A receiver is called on the thread that makes the change, one change
+// at a time, and may read and change settings itself.
 #pragma once
 
 #include <filesystem>
@@ -49,13 +49,13 @@ class Settings final : public kel::Implements<Settings, IDataStore, IDataStoreV2
 public:
     static constexpr const char* kClassName = "Settings";
 
-    // Replaces all settings by those of the file and tells receivers what changed by that. Throws
+    // Replaces all settings by those of the file and reports the changes to receivers. Throws
     // SettingsError, and changes nothing, for a file that cannot be read, or has a line that is no setting, a
     // key twice, or a value of the wrong type for a key that the component library reads.
     void load(const std::filesystem::path& file);
     void parse(std::string_view content, const std::string& name);  // `name` is what errors call it
 
-    // Tell the receivers if anything changes by it.
+    // Receivers get a report if anything changes.
     void set(const std::string& key, std::string value);
     void remove(const std::string& key);
     [[nodiscard]] std::optional<std::string> text(const std::string& key) const;  // UTF-8; empty: not set
@@ -66,8 +66,8 @@ public:
     double readDouble(const char* key, double fallback) override;  // with a point, whatever the locale
     void readText(const char* key, KelString& result) override;    // empty if it is not set
 
-    // Told of every change of the setting: its number, 1 or 0 for a truth value, and NaN for any other text
-    // or when it is no longer set. Added twice, told twice; null is ignored. The store keeps a reference
+    // Receives every change of the setting: its number, 1 or 0 for a truth value, and NaN for any other text
+    // or when it is no longer set. Added twice, called twice; null is ignored. The store keeps a reference
     // until the receiver is removed.
     void addReceiver(IKelDataReceiver* receiver, const char* key) override;
     void removeReceiver(IKelDataReceiver& receiver);  // for all keys

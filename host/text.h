@@ -1,4 +1,4 @@
-// UTF-8, as files, terminals and command lines have it, from and to the framework's strings.
+// UTF-8, as files and terminals have it, from and to the framework's strings. Threads: pure functions.
 #pragma once
 
 #include <filesystem>

@@ -1,5 +1,5 @@
 // The exception that carries a failed engine call, `_com_error`, as callers of the component catch it: the
-// platform's own on Windows, elsewhere our engine's, with the same operations for status and description.
+// platform's own on Windows, elsewhere our engine's, with the same operations. Threads: a value.
 #pragma once
 
 #include <string>

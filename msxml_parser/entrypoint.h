@@ -1,4 +1,4 @@
-// Where a host with a component manager enters the library.
+// Where a host with a component manager enters the library. Threads: any.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // Marks what the shared library shows the outside. The one place that knows how a compiler spells it. On
-// Windows a definition file lists the names: a mark on a class would show its inline members, too.
+// Windows a definition file lists the names: a mark on a class shows its inline members. Threads: no state.
 #pragma once
 
 #if defined(__GNUC__) && !defined(_WIN32)

@@ -1,7 +1,7 @@
 // A light handle on one element of a document. It copies nothing: every operation reads or edits the tree,
 // and two handles on one element see each other's edits.
 //
-// Failure: what the engine refuses leaves as `_com_error` (msxml_parser/comerror.h) with the engine's status;
+// Failure: what the engine rejects leaves as `_com_error` (msxml_parser/comerror.h) with the engine's status;
 // a handle that stands on nothing (the parent of a root element, the root of an empty document) throws
 // E_POINTER on first use. Ownership: elements and iterators that an operation returns come with reference
 // count 0; take them into an IPtr. A handle keeps its document alive, and releasing it never removes the

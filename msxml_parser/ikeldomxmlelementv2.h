@@ -3,7 +3,7 @@
 // for it by its name, or take it from an operation that returns it.
 //
 // Ownership, failures and threads are as for IKelDOMXmlElement: results come with reference count 0, and what
-// the engine refuses leaves as `_com_error`. An argument that must be an element and is null, or of another
+// the engine rejects leaves as `_com_error`. An argument that must be an element and is null, or of another
 // implementation, is E_INVALIDARG. Operations with an output argument replace its content and return it.
 #pragma once
 

@@ -2,7 +2,7 @@
 // each load; documents written as they are; expressions that select elements and compute values.
 //
 // Every parser of the component has this interface; ask for it by its name. Results, ownership and threads
-// are as for IKelDOMXml, with one difference: what the engine refuses is reported in the error object, with
+// are as for IKelDOMXml, with one difference: what the engine rejects is reported in the error object, with
 // the codes below, and only memory that ran out leaves as `_com_error`. The error object has the interface
 // IKelDOMXmlErrorV2, which gives line and column.
 #pragma once
@@ -28,7 +28,7 @@ public:
         kNotElements = 11,    // selects attributes, texts or other nodes: ask for its value
     };
 
-    // Options of a load, added together; 0: white space of layout is dropped, a DOCTYPE is refused, nothing
+    // Options of a load, added together; 0: white space of layout is dropped, a DOCTYPE is rejected, nothing
     // is validated. They hold for that load alone.
     enum LoadOption : unsigned {
         kKeepWhiteSpace = 0x1,  // all of it
@@ -77,7 +77,7 @@ public:
     // failure.
     virtual bool writeString(KelString& out, unsigned options) = 0;
 
-    // A new element of a namespace, which it declares, with count 0; it belongs to no parent yet. Refused
+    // A new element of a namespace, which it declares, with count 0; it belongs to no parent yet. Rejected
     // names raise _com_error, as createElement does. An empty URI: no namespace, and then no prefix.
     virtual IKelDOMXmlElementV2* createElementInNamespace(const KelString& uri, const KelString& name) = 0;
 

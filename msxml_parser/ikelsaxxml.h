@@ -21,7 +21,7 @@ public:
     };
 
     // False, with the error object set, when the file cannot be opened or there is no reader. A malformed
-    // document answers true, with the events up to the fault delivered. An exception thrown by a receiver
+    // document returns true, with the events up to the fault delivered. An exception thrown by a receiver
     // ends the parse and leaves as it is; the parser can parse again.
     virtual bool parseFile(const KelString& path) = 0;
 

@@ -1,6 +1,6 @@
 // The receiver of all that a document holds, in the order in which it stands there; for IKelSAXXmlV3. It is
 // implemented by the caller and not counted. KelSAXXmlEvents is one that ignores everything: derive from it
-// and override what is of interest.
+// and override what is of interest. Threads: called on the thread that parses.
 #pragma once
 
 #include <span>

@@ -5,7 +5,7 @@
 //     IPtr<IKelSAXXmlV3> reader(kel::queryInterface<IKelSAXXmlV3>(sax.getParser()));
 //     if (!reader->readFile(path, handler)) print(reader->getError()->getMessage());
 //
-// The older operations, their receivers and what they answer are untouched by it. Ownership and threads: as
+// The older operations, their receivers and results are untouched by it. Ownership and threads: as
 // for IKelSAXXml. What these operations use of the engine goes with the parser.
 #pragma once
 

@@ -18,8 +18,8 @@
 class BinInput;
 class IKelDOMXml;
 
-// One thing in a document that does not fit the schema. The views are valid during the call that hands them
-// over.
+// One thing in a document that does not fit the schema. The views are valid during the call that passes
+// them.
 struct KelXmlViolation {
     int line;    // of the element's start tag, from 1; 0: unknown, as of elements that were not loaded
     int column;  // in characters, from 1

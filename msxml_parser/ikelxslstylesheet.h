@@ -40,7 +40,7 @@ public:
     static constexpr const char* interfaceName() noexcept { return "IKelXslStyleSheet"; }
 
     // False, with the error object set and the style sheet of before still there: it cannot be read, is not
-    // well formed, or is refused; the reason names each cause on a line of its own.
+    // well formed, or is rejected; the reason names each cause on a line of its own.
     virtual bool compileFile(const KelString& path) = 0;
     // What it includes is sought from the working directory. A declared encoding is ignored.
     virtual bool compileString(const KelString& text) = 0;

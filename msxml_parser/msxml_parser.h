@@ -1,4 +1,4 @@
-// Everything the component offers.
+// Everything the component offers. Threads: see each header.
 #pragma once
 
 #include "framework/object/needscxx20.h"  // first

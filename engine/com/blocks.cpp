@@ -8,7 +8,7 @@ namespace engine::com::detail {
 namespace {
 
 constexpr std::size_t kBytesKept = 4096;
-constexpr std::size_t kFewestKept = 4;
+constexpr std::size_t kMinKept = 4;
 
 enum class CacheState : unsigned char { Unused, Live, Ended };
 constinit thread_local CacheState state = CacheState::Unused;
@@ -35,7 +35,7 @@ void startCache() {
     state = CacheState::Live;
     for (std::size_t sizeClass = 0; sizeClass < kClassCount; ++sizeClass) {
         blockCache.lists[sizeClass].room =
-            static_cast<std::uint32_t>(std::max(kBytesKept / sizeOfClass(sizeClass), kFewestKept));
+            static_cast<std::uint32_t>(std::max(kBytesKept / sizeOfClass(sizeClass), kMinKept));
     }
 }
 

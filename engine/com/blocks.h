@@ -6,6 +6,11 @@
 // Threads: a block may be given back on another thread than the one that took it.
 #pragma once
 
+// A compiler that comes without this header has no AddressSanitizer either.
+#if __has_include(<sanitizer/asan_interface.h>)
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -13,9 +18,20 @@
 #include <cstdint>
 #include <new>
 
-#include "engine/com/poison.h"
-
 namespace engine::com {
+
+// Marks memory that must not be touched for AddressSanitizer; nothing without it.
+inline void poison([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t sizeInBytes) noexcept {
+#ifdef ASAN_POISON_MEMORY_REGION
+    ASAN_POISON_MEMORY_REGION(memory, sizeInBytes);
+#endif
+}
+
+inline void unpoison([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t sizeInBytes) noexcept {
+#ifdef ASAN_UNPOISON_MEMORY_REGION
+    ASAN_UNPOISON_MEMORY_REGION(memory, sizeInBytes);
+#endif
+}
 
 namespace detail {
 

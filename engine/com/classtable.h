@@ -1,6 +1,7 @@
 // The classes that CoCreateInstance can create. A library of the engine registers its classes while the
 // program or the shared library loads; tests take classes away or make their creation fail. Threads:
-// registration happens before threads start; refusals are for tests that create objects on one thread.
+// registration happens before threads start; failures on request are for tests that create objects on one
+// thread.
 #pragma once
 
 #include "engine/com/com.h"

@@ -1,6 +1,6 @@
 // The slice of COM and OLE Automation that this project uses, under the platform's own names and signatures:
 // code written against this header compiles against the platform's headers as well. Ownership follows COM:
-// out-parameters hand over a reference or a string of the caller's own, in-parameters are borrowed for the
+// out-parameters give a reference or a string of the caller's own, in-parameters are borrowed for the
 // call. Threads: an object belongs to the thread that made it; the functions may be called from any thread,
 // and what they keep (the COM count, the error information, cached strings) is kept per thread.
 #pragma once
@@ -190,8 +190,8 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept;  // takes it a
 
 // Throws _com_error for `status`.
 [[noreturn]] void _com_issue_error(HRESULT status);
-// As above, with the thread's error information as description. `object` and `iid` tell whose call failed;
-// every object of this engine supports error information, so they are not asked.
+// As above, with the thread's error information as description. `object` and `iid` identify the call that
+// failed; every object of this engine supports error information, so they are not asked.
 [[noreturn]] void _com_issue_errorex(HRESULT status, IUnknown* object, REFIID iid);
 
 // Objects.

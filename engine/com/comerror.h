@@ -1,4 +1,4 @@
-// The exception that carries a failed engine call to whoever can act on it: a status and, if there is one, a
+// The exception that carries a failed engine call to the caller: a status and, if there is one, a
 // description a person can read. Public and self-contained, for programs outside catch it across the library
 // boundary: everything here is inline and owns its memory through the standard library.
 // Threads: const operations may run together.

@@ -1,4 +1,4 @@
-// Error information of each thread, and the ways a failure is told.
+// Error information of each thread, and the ways a failure is reported.
 #include <exception>
 
 #include "engine/com/com.h"
@@ -79,7 +79,7 @@ HRESULT fail(HRESULT status, std::string_view utf8Description) noexcept {
 
 HRESULT nullPointer(std::string_view operation) noexcept {
     return guarded([&]() -> HRESULT {
-        throw Failure(E_POINTER, std::string(operation) + " was given no place for its result.");
+        throw Failure(E_POINTER, std::string(operation) + " was given no address for its result.");
     });
 }
 
@@ -93,7 +93,7 @@ HRESULT detail::translateException() noexcept {
     } catch (const std::exception& exception) {
         return fail(E_FAIL, std::string_view(exception.what()));
     } catch (...) {
-        return fail(E_FAIL, "The operation failed for a reason that it did not tell.");
+        return fail(E_FAIL, "The operation failed for a reason that it did not give.");
     }
 }
 

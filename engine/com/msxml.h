@@ -29,7 +29,7 @@ enum DOMNodeType {
     NODE_NOTATION = 12,
 };
 
-// Asking twice for one node gives the same object while the first answer lives. Attribute nodes are made
+// Asking twice for one node gives the same object while the first result lives. Attribute nodes are made
 // anew.
 struct IXMLDOMNode : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_nodeName(BSTR* name) = 0;
@@ -98,7 +98,7 @@ struct IXMLDOMNamedNodeMap : IDispatch {
 struct IXMLDOMParseError : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE get_errorCode(LONG* code) = 0;  // 0 and S_FALSE: nothing was wrong
     virtual HRESULT STDMETHODCALLTYPE get_reason(BSTR* reason) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_srcText(BSTR* text) = 0;    // the line that holds the culprit
+    virtual HRESULT STDMETHODCALLTYPE get_srcText(BSTR* text) = 0;    // the line with the offending token
     virtual HRESULT STDMETHODCALLTYPE get_line(LONG* line) = 0;       // from 1; 0: no position
     virtual HRESULT STDMETHODCALLTYPE get_linepos(LONG* column) = 0;  // in characters, from 1; 0: no position
     virtual HRESULT STDMETHODCALLTYPE get_filepos(LONG* position) = 0;  // in characters from the start
@@ -143,7 +143,7 @@ struct IXMLDOMDocument2 : IXMLDOMDocument {
     virtual HRESULT STDMETHODCALLTYPE get_schemas(VARIANT* schemas) = 0;  // VT_NULL and S_FALSE: none
     virtual HRESULT STDMETHODCALLTYPE putref_schemas(VARIANT schemas) = 0;
     virtual HRESULT STDMETHODCALLTYPE validate(IXMLDOMParseError** error) = 0;
-    // "ProhibitDTD" (VT_BOOL, true at first): a load refuses a DOCTYPE. Where it is allowed, the internal
+    // "ProhibitDTD" (VT_BOOL, true at first): a load rejects a DOCTYPE. Where it is allowed, the internal
     // subset is read under the reader's limits, and nothing external is. "SelectionNamespaces" (VT_BSTR): the
     // prefixes of expressions, as declarations are written in a start tag. "MultipleErrorMessages" (VT_BOOL,
     // false at first): `validate` finds every error, not just the first. Others: E_INVALIDARG.
@@ -211,7 +211,7 @@ struct ISAXContentHandler : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE skippedEntity(const OLECHAR* name, int length) = 0;
 };
 
-// This engine tells of comments and CDATA sections, and of nothing else.
+// This engine reports comments and CDATA sections, and of nothing else.
 struct ISAXLexicalHandler : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE startDTD(const OLECHAR* name, int nameLength, const OLECHAR* publicId,
                                                int publicIdLength, const OLECHAR* systemId,
@@ -233,9 +233,9 @@ struct ISAXErrorHandler : IUnknown {
                                                        HRESULT code) = 0;
 };
 
-// Features: "schema-validation", "exhaustive-errors" (validation goes on after an error, which is then told
-// by `error`), "prohibit-dtd" and the two of external entities, which are never read. Properties: "schemas",
-// "max-element-depth" and the lexical handler's. Others are E_INVALIDARG.
+// Features: "schema-validation", "exhaustive-errors" (validation goes on after an error, which is then
+// reported by `error`), "prohibit-dtd" and the two of external entities, which are never read. Properties:
+// "schemas", "max-element-depth" and the lexical handler's. Others are E_INVALIDARG.
 struct ISAXXMLReader : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE getFeature(const OLECHAR* name, VARIANT_BOOL* value) = 0;
     virtual HRESULT STDMETHODCALLTYPE putFeature(const OLECHAR* name, VARIANT_BOOL value) = 0;

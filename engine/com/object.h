@@ -1,11 +1,11 @@
-// What every COM object of the engine is made of: the count, the answers to QueryInterface, and pooled
+// What every COM object of the engine is made of: the count, QueryInterface, and pooled
 // memory. A class lists the interfaces it implements:
 //
 //     class Shelf final : public com::Object<Shelf, IShelf> { ... };
 //
-// It answers for each of them, for what they extend, and for what its own function `part` adds. Objects count
-// from 1 and destroy themselves with the last Release. Threads: a count is plain; an object belongs to one
-// thread at a time.
+// It has a part for each of them, for what they extend, and for what its own function `part` adds. Objects
+// count from 1 and destroy themselves with the last Release. Threads: a count is plain; an object belongs to
+// one thread at a time.
 #pragma once
 
 #include <type_traits>

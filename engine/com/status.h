@@ -45,7 +45,7 @@ HRESULT guarded(Body&& body) noexcept {
     }
 }
 
-// For an operation that was given no place for its result.
+// For an operation that was given no address for its result.
 HRESULT nullPointer(std::string_view operation) noexcept;
 
 // The frame of an operation with one out-parameter: clears it, and stores what `make` returns, an owned

@@ -1,3 +1,6 @@
+// The document object. A load builds a tree beside the current one and installs it when the reader is done;
+// the old tree is retired and lives on while there are handles on its nodes. What the transformer, the
+// validator and the evaluator do is reached through the services that they registered.
 #include "engine/dom/document.h"
 
 #include <algorithm>
@@ -57,8 +60,8 @@ Evaluator* evaluator() noexcept {
     return theEvaluator;
 }
 
-Document::Document(std::uint32_t mostTextInBytes)
-    : Object(nullptr, kDocumentNode), mostTextInBytes_(mostTextInBytes), content_(newTree()) {
+Document::Document(std::uint32_t maxTextInBytes)
+    : Object(nullptr, kDocumentNode), maxTextInBytes_(maxTextInBytes), content_(newTree()) {
     standIn(*content_);
 }
 
@@ -74,7 +77,7 @@ void Document::install(OwnedTree content) noexcept {
 }
 
 Document::OwnedTree Document::newTree() {
-    return OwnedTree(new LiveTree(*this, mostTextInBytes_));
+    return OwnedTree(new LiveTree(*this, maxTextInBytes_));
 }
 
 void Document::replaceContent(const std::function<void(reader::EventSink&)>& fill) {
@@ -187,7 +190,7 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     return loadFrom(source::Input::text(textOf(text)), {}, loaded);
 }
 
-// S_FALSE tells of a document that was refused; the record says why. The empty tree that stays behind then is
+// S_FALSE means that the document was rejected; the record says why. The empty tree that stays behind then is
 // the one that the document has, if it was never used; otherwise it is made first, when there is memory.
 HRESULT Document::loadFrom(const source::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree empty;
@@ -240,7 +243,7 @@ HRESULT Document::put_validateOnParse(VARIANT_BOOL validate) {
     return S_OK;
 }
 
-// Kept: only VARIANT_TRUE keeps all white space; 1, which looks just as true, does not.
+// Intentional: only VARIANT_TRUE keeps all white space; 1, which looks just as true, does not.
 HRESULT Document::put_preserveWhiteSpace(VARIANT_BOOL preserve) {
     whiteSpace_ = preserve == VARIANT_TRUE ? WhiteSpace::KeepAll : WhiteSpace::DropLayout;
     return S_OK;
@@ -326,6 +329,12 @@ ExpressionValue Document::evaluate(const NodeSource& context, BSTR expression, E
             error.column() == 0 ? "" : "Column " + std::to_string(error.column()) + " : ";
         throw Failure(E_INVALIDARG, place + error.reason());
     }
+}
+
+ExpressionValue selectFrom(LiveTree& tree, NodeId node, BSTR expression) {
+    // Every document of a tree is of this class.
+    auto& document = static_cast<Document&>(tree.document());
+    return document.evaluate(tree.source(node), expression, ExpressionValue::Kind::Nodes);
 }
 
 HRESULT Document::evaluate(IXMLDOMNode* context, BSTR expression, BSTR* text, double* number,

@@ -20,7 +20,7 @@ class Document final
     : public com::Object<Document, NodeObject<IXMLDOMDocument2>, IContentTarget, IXMLDocumentExtension> {
 public:
     // An empty document; throws std::bad_alloc. The limit is for tests; see Table.
-    explicit Document(std::uint32_t mostTextInBytes = Table<char>::kMost);
+    explicit Document(std::uint32_t maxTextInBytes = Table<char>::kMost);
     ~Document();
 
     // As the class table wants it.
@@ -75,7 +75,7 @@ private:
     void clear();
     void install(OwnedTree content) noexcept;
 
-    std::uint32_t mostTextInBytes_;
+    std::uint32_t maxTextInBytes_;
     OwnedTree content_;
     source::ParseError lastError_;
     WhiteSpace whiteSpace_ = WhiteSpace::DropLayout;

@@ -58,7 +58,7 @@ std::string codePoint(char32_t c) {
     throw Failure(E_INVALIDARG, why);
 }
 
-// The value of a part of an XML declaration, whose data begins behind the target; empty if it has none.
+// The value of a part of an XML declaration, whose data begins after the target; empty if it has none.
 std::string_view partOf(std::string_view data, std::string_view name) {
     std::size_t at = data.find(name);
     while (at != data.npos && at != 0 && !isSpace(data[at - 1])) at = data.find(name, at + 1);

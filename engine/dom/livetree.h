@@ -14,6 +14,7 @@
 
 #include "engine/com/blocks.h"
 #include "engine/com/msxml.h"
+#include "engine/com/ref.h"
 #include "engine/dom/services.h"
 #include "engine/dom/tree.h"
 
@@ -56,8 +57,8 @@ inline constexpr IID kBindingId{0x5E0C9D0B, 0x51D7, 0x4C0F, {0x9B, 0x0A, 0x3D, 0
 class LiveTree final : public com::Pooled {
 public:
     // Belongs to `document`, which outlives it or is kept alive by it, until `retire`.
-    LiveTree(IXMLDOMDocument2& document, std::uint32_t mostTextInBytes)
-        : document_(&document), tree_(mostTextInBytes) {}
+    LiveTree(IXMLDOMDocument2& document, std::uint32_t maxTextInBytes)
+        : document_(&document), tree_(maxTextInBytes) {}
     LiveTree(const LiveTree&) = delete;
     LiveTree& operator=(const LiveTree&) = delete;
 
@@ -179,5 +180,13 @@ private:
 inline Tree& Binding::tree() const noexcept {
     return tree_->tree();
 }
+
+// The object of a node, made if there is none; empty for kNoNode, and for the document node of a tree that
+// the document has replaced. (nodeobject.cpp)
+[[nodiscard]] com::Ref<IXMLDOMNode> nodeObject(LiveTree& tree, NodeId node);
+
+// The nodes that an expression selects from a node, with the prefixes of the tree's document. Throws Failure;
+// the document then knows the position in the expression. (document.cpp)
+[[nodiscard]] ExpressionValue selectFrom(LiveTree& tree, NodeId node, BSTR expression);
 
 }  // namespace engine::dom

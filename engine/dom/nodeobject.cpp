@@ -1,3 +1,5 @@
+// What all nodes have in common, written once as a template over the COM interface of the kind of node and
+// instantiated at the end; then the operations of elements.
 #include "engine/dom/nodeobject.h"
 
 #include <algorithm>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "engine/com/status.h"
-#include "engine/dom/document.h"
 #include "engine/dom/services.h"
 #include "engine/dom/utf8text.h"
 #include "engine/text/chars.h"
@@ -403,11 +404,6 @@ HRESULT NodeObject<Interface>::transformNodeToObject(IXMLDOMNode* styleSheet, VA
 
 namespace {
 
-// Borrowed from the document that the tree belongs to; every one is of this class.
-Document& documentOf(const LiveTree& tree) noexcept {
-    return static_cast<Document&>(tree.document());
-}
-
 com::Ref<IXMLDOMNode> selectedObject(LiveTree& tree, const SelectedNode& selected) {
     com::Ref<IXMLDOMNode> node = nodeObject(tree, selected.node);
     if (selected.attribute == SelectedNode::kNoAttribute || !node) return node;
@@ -420,9 +416,7 @@ com::Ref<IXMLDOMNode> selectedObject(LiveTree& tree, const SelectedNode& selecte
 template <typename Interface>
 HRESULT NodeObject<Interface>::selectNodes(BSTR expression, IXMLDOMNodeList** nodes) {
     return com::give(nodes, "selectNodes", [&] {
-        const ExpressionValue value =
-            documentOf(liveTree())
-                .evaluate(liveTree().source(node()), expression, ExpressionValue::Kind::Nodes);
+        const ExpressionValue value = selectFrom(liveTree(), node(), expression);
         std::vector<com::Ref<IXMLDOMNode>> objects;
         objects.reserve(value.nodes.size());
         for (const SelectedNode& selected : value.nodes)
@@ -434,9 +428,7 @@ HRESULT NodeObject<Interface>::selectNodes(BSTR expression, IXMLDOMNodeList** no
 template <typename Interface>
 HRESULT NodeObject<Interface>::selectSingleNode(BSTR expression, IXMLDOMNode** node) {
     return com::give(node, "selectSingleNode", [&] {
-        const ExpressionValue value =
-            documentOf(liveTree())
-                .evaluate(liveTree().source(this->node()), expression, ExpressionValue::Kind::Nodes);
+        const ExpressionValue value = selectFrom(liveTree(), this->node(), expression);
         return value.nodes.empty() ? com::Ref<IXMLDOMNode>()
                                    : selectedObject(liveTree(), value.nodes.front());
     });

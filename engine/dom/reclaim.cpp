@@ -1,6 +1,6 @@
 // Taking back what edits left behind.
 //
-// Nodes cut out of the document live as long as somebody holds a COM object for a node of their subtree. When
+// Nodes cut out of the document live while there is a COM object for a node of their subtree. When
 // as many nodes were made as there were, the document and those subtrees are marked, and the unmarked rest
 // goes to the free list. Replaced texts and moved attribute runs are only counted; when half of the stores
 // may be waste, the live ones are copied together. The source stays as it is: positions refer to it. Both

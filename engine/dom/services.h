@@ -101,7 +101,7 @@ protected:
 void setEvaluator(Evaluator* evaluator) noexcept;
 [[nodiscard]] Evaluator* evaluator() noexcept;
 
-// What a schema collection answers to when it is put into a document.
+// What a schema collection is asked for when it is put into a document.
 struct ISchemaValidator : IUnknown {
     enum class Find : std::uint8_t { First, All };
     // Validates the document node or element. S_OK: `found` holds the first violation, without its path, or
@@ -113,7 +113,7 @@ struct ISchemaValidator : IUnknown {
 inline constexpr IID IID_ISchemaValidator{
     0xA1F3C6D2, 0x0B5E, 0x4E0B, {0x8C, 0x57, 0x2D, 0x91, 0x64, 0xE8, 0x3F, 0x70}};
 
-// What a document answers to when it is to take the result of a transformation.
+// What a document is asked for when it is to take the result of a transformation.
 struct IContentTarget : IUnknown {
     // Takes the events that `fill` sends as the document's new content. What `fill` throws passes through,
     // and the document then keeps what it had.

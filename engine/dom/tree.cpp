@@ -2,10 +2,10 @@
 //
 // The children of a node form a list whose links to the next end at the last child, while those to the
 // previous one run in a circle: the first child's previous is the last child. So both ends, and cutting a
-// node out, are at hand without a field for the last child.
+// node out, are reached without a field for the last child.
 //
 // An element's attributes are a run of records. A run that has to grow moves to the end of its table and
-// leaves spare records behind it, as many as it has attributes, so that adding one costs constant time on
+// leaves spare records after it, as many as it has attributes, so that adding one costs constant time on
 // average.
 #include "engine/dom/tree.h"
 
@@ -20,8 +20,8 @@ namespace {
 constinit std::atomic<std::uint64_t> lastSerial{0};
 }
 
-Tree::Tree(std::uint32_t mostTextInBytes)
-    : mostText_(mostTextInBytes), text_(mostTextInBytes), serial_(++lastSerial) {
+Tree::Tree(std::uint32_t maxTextInBytes)
+    : maxText_(maxTextInBytes), text_(maxTextInBytes), serial_(++lastSerial) {
     nodes_.append({});
     (void)allocate(NodeKind::Document, 0, 0, 0);
 }
@@ -78,9 +78,9 @@ source::Position Tree::position(NodeId element) const noexcept {
 
 void Tree::adoptSource(source::SourceText source) {
     assert(nodes_.size() == kDocumentNode + 1);
-    if (source.text.size() > mostText_) tables::detail::tableIsFull();
+    if (source.text.size() > maxText_) tables::detail::tableIsFull();
     source_ = std::move(source);
-    text_ = Table<char>(mostText_ - sourceSize());
+    text_ = Table<char>(maxText_ - sourceSize());
 }
 
 Tree::Span Tree::store(std::string_view text) {
@@ -248,7 +248,7 @@ void Tree::removeAttribute(NodeId element, std::uint32_t index) noexcept {
     run[--record.count] = {kSpare, 0, 0};
 }
 
-// Makes sure that the record behind the element's run is free for it.
+// Makes sure that the record after the element's run is free for it.
 void Tree::growAttributes(NodeId element) {
     Node& record = nodes_[element];
     const std::uint32_t end = record.first + record.count;

@@ -54,7 +54,7 @@ struct AttributeView {
 class Tree final {
 public:
     // An empty document. The limit is for tests; see Table.
-    explicit Tree(std::uint32_t mostTextInBytes = Table<char>::kMost);
+    explicit Tree(std::uint32_t maxTextInBytes = Table<char>::kMost);
 
     // Reading. All of it in constant time but where stated.
     [[nodiscard]] NodeKind kind(NodeId node) const noexcept {
@@ -119,7 +119,7 @@ public:
     // Takes the text that the document is about to be read from; the tree must be empty. Throws com::Failure
     // if it is longer than the tree's limit.
     void adoptSource(source::SourceText source);
-    [[nodiscard]] std::uint32_t mostTextInBytes() const noexcept { return mostText_; }
+    [[nodiscard]] std::uint32_t maxTextInBytes() const noexcept { return maxText_; }
 
     // Making nodes, which belong nowhere at first. Names are taken as they are.
     [[nodiscard]] NodeId createElement(std::string_view name);
@@ -143,14 +143,14 @@ public:
     void insertAfter(NodeId parent, NodeId previous, NodeId child) noexcept;  // kNoNode: as the first
     void replace(NodeId replacement, NodeId replaced) noexcept;
     void unlink(NodeId node) noexcept;
-    // Takes an unlinked subtree back at once; nobody may hold an id of it.
+    // Takes an unlinked subtree back at once; no id of it may be in use.
     void free(NodeId node) noexcept;
 
     [[nodiscard]] bool isUnused() const noexcept { return nodes_.size() == kDocumentNode + 1; }
 
-    // Tells this tree from every other of the process.
+    // Distinguishes this tree from every other of the process.
     [[nodiscard]] std::uint64_t serial() const noexcept { return serial_; }
-    // Counts the changes that move a child to another index; appending one behind the others does not.
+    // Counts the changes that move a child to another index; appending one after the others does not.
     [[nodiscard]] std::uint64_t orderRevision() const noexcept { return orderRevision_; }
     // Counts all changes.
     [[nodiscard]] std::uint64_t revision() const noexcept { return orderRevision_ + otherRevision_; }
@@ -225,7 +225,7 @@ private:
 
     Table<Node> nodes_;
     Table<Attribute> attributes_;
-    std::uint32_t mostText_;  // in source and store together
+    std::uint32_t maxText_;  // in source and store together
     source::SourceText source_;
     Table<char> text_;              // the store
     Table<std::uint32_t> offsets_;  // in the source, by id; for nodes that were loaded

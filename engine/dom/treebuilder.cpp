@@ -155,8 +155,8 @@ void TreeBuilder::startCData() {
     closeText();
 }
 
-// A section is markup and always kept; what is in it decides, like any other text, whether blanks around are
-// layout.
+// A section is markup and always kept; what is in it decides, like any other text, whether white space around
+// is layout.
 void TreeBuilder::endCData() {
     const Tree::Span span = text_;
     text_ = {0, 0};
@@ -255,7 +255,7 @@ source::ParseError load(Tree& tree, const source::Input& input, WhiteSpace white
                         reader::ReadOptions::Dtd dtd) {
     reader::ReadOptions options;
     options.dtd = dtd;
-    options.lengthLimitInBytes = tree.mostTextInBytes();
+    options.lengthLimitInBytes = tree.maxTextInBytes();
     source::TextSource source(input, options, source::TextSource::Extent::Whole);
     TreeBuilder builder(tree, whiteSpace);
     try {

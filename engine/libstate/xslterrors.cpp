@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <mutex>
 
-#include "engine/libstate/refusedmemory.h"
+#include "engine/libstate/libstate.h"
 
 namespace engine::libstate {
 

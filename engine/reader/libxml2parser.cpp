@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "engine/libstate/initialise.h"
+#include "engine/libstate/libstate.h"
 #include "engine/text/chars.h"
 
 namespace engine::reader::detail {

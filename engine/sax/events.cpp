@@ -1,3 +1,5 @@
+// Events of the reader as calls of a content handler. Names are converted to UTF-16 once for each document
+// and kept by their number; texts and attribute values go through one scratch buffer for each event.
 #include "engine/sax/events.h"
 
 #include <algorithm>
@@ -6,17 +8,15 @@
 #include <utility>
 
 #include "engine/com/status.h"
-#include "engine/sax/utf16.h"
 #include "engine/text/utf.h"
 
 namespace engine::sax {
 namespace {
 
-// A length for the handler. Texts this long are attribute values of gigabytes: refused, not cut.
+// A length for the handler. Texts this long are attribute values of gigabytes: rejected, not cut.
 int lengthOf(std::u16string_view text) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY,
-                           "A name or an attribute value is longer than a handler can be told.");
+        throw com::Failure(E_OUTOFMEMORY, "A name or an attribute value is longer than a handler can take.");
     }
     return static_cast<int>(text.size());
 }
@@ -36,7 +36,7 @@ void Utf16Scratch::start(std::size_t bytes) {
 
 std::u16string_view Utf16Scratch::add(std::string_view utf8) noexcept {
     char16_t* const to = units_.data() + used_;
-    const std::size_t length = convertValid(utf8, to);
+    const std::size_t length = text::convertValid(utf8, to);
     used_ += length;
     return {to, length};
 }
@@ -58,7 +58,7 @@ Utf16Names::Name Utf16Names::convert(tables::NameId id) {
         blockUsed_ = 0;
     }
     char16_t* const to = blocks_.back().get() + blockUsed_;
-    const std::size_t length = convertValid(text, to);
+    const std::size_t length = text::convertValid(text, to);
     blockUsed_ += length;
     const std::uint32_t prefix = names_->prefixLength(id);
     const std::size_t localStart = prefix == 0 ? 0 : std::u16string_view(to, length).find(u':') + 1;
@@ -236,7 +236,7 @@ void SaxEvents::startElement(tables::NameId id, std::string_view name,
     std::size_t bytes = name.size();
     for (const reader::IdAttribute& attribute : attributes) bytes += attribute.value.size();
     if (bytes > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY, "A start tag is longer than a handler can be told.");
+        throw com::Failure(E_OUTOFMEMORY, "A start tag is longer than a handler can take.");
     }
     scratch_.start(bytes);
     const std::u16string_view uri = uriOfElement();

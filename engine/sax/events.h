@@ -13,7 +13,7 @@
 
 namespace engine::sax {
 
-// Thrown through the reader when a handler answers with a failing status.
+// Thrown through the reader when a handler returns a failing status.
 struct HandlerStatus {
     HRESULT status;
 };

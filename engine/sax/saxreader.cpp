@@ -1,3 +1,5 @@
+// The SAX reader's object: features and properties, the parse, and its errors and violations as calls of the
+// error handler.
 #include "engine/sax/saxreader.h"
 
 #include <memory>
@@ -6,8 +8,8 @@
 #include <utility>
 
 #include "engine/com/classtable.h"
+#include "engine/com/extension.h"
 #include "engine/com/object.h"
-#include "engine/com/reports.h"
 #include "engine/com/status.h"
 #include "engine/reader/detail/parse.h"
 #include "engine/source/comstream.h"

@@ -1,4 +1,4 @@
-// The streaming reader: tells a content handler about a document while it is read, in UTF-16, and validates
+// The streaming reader: reports a document to a content handler while it is read, in UTF-16, and validates
 // it meanwhile if that is wanted. An object of the class table (CLSID_SAXXMLReader, CLSID_SAXXMLReader60),
 // counted from 1. Threads: one at a time; events arrive on the thread that calls parse or parseURL, inside
 // that call.

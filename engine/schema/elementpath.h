@@ -4,8 +4,8 @@
 // Each name remembers how often the innermost parent that has it has had it. What it remembered of an outer
 // parent is put aside and comes back when the inner one ends, so an element costs a few operations however
 // many siblings or names there are. When the names get new ids, the counts of the open elements are lost;
-// their further children are then told by their position among all siblings: "/list[1]/*[100001]". Threads:
-// as the walk.
+// their further children are then identified by their position among all siblings: "/list[1]/*[100001]".
+// Threads: as the walk.
 #pragma once
 
 #include <cstdint>

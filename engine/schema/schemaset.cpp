@@ -5,13 +5,11 @@
 #include <unordered_map>
 
 #include "engine/com/status.h"
-#include "engine/libstate/initialise.h"
-#include "engine/libstate/refusedmemory.h"
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
 #include "engine/reader/reader.h"
 #include "engine/schema/elementpath.h"
-#include "engine/xml2/handover.h"
 #include "engine/xml2/inclusions.h"
+#include "engine/xml2/treeexport.h"
 #include "engine/xml2/uri.h"
 
 namespace engine::schema {
@@ -111,7 +109,7 @@ xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
 
 using Find = dom::ISchemaValidator::Find;
 
-// libxml2 tells of every violation.
+// libxml2 reports every violation.
 struct Violations {
     const dom::Tree& tree;
     const Find find;
@@ -225,9 +223,9 @@ std::vector<reader::Violation> SchemaSet::validate(const dom::NodeSource& source
     Violations violations{source.tree, find, {}, {}};
     const libstate::ThreadSettings settings({&violations, listenToValidation, nullptr}, xml2::OpenFrom::hook);
     const xml2::OpenFrom open(none);
-    xml2::HandOver options;
+    xml2::ExportOptions options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
-    const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
+    const xml2::ExportedTree document = xml2::exportTree(source.tree, source.node, options);
     const ValidatorHandle validator(orThrow(xmlSchemaNewValidCtxt(schema_.get())));
     xmlSchemaSetValidStructuredErrors(validator.get(), listenToValidation, &violations);
     const int result = xmlSchemaValidateDoc(validator.get(), &document.doc());

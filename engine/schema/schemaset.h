@@ -44,7 +44,7 @@ private:
 }
 
 // Whether a report of libxml2's is a violation: not one that another violation has left a key without its
-// value, which it tells as an error, too.
+// value, which it reports as an error, too.
 [[nodiscard]] bool isViolation(const xmlError& error) noexcept;
 // libxml2's words for a violation, on one line and of bounded length.
 [[nodiscard]] std::string violationText(const char* message);

@@ -1,3 +1,5 @@
+// Feeds libxml2's SAX validator from our reader's events; texts go in pieces, for its lengths are of type
+// int.
 #include "engine/schema/streamvalidator.h"
 
 #include <algorithm>
@@ -5,9 +7,7 @@
 #include <utility>
 
 #include "engine/com/status.h"
-#include "engine/libstate/initialise.h"
-#include "engine/libstate/refusedmemory.h"
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
 
 namespace engine::schema {
 
@@ -108,10 +108,10 @@ void StreamValidator::endDocument() {
 
 void StreamValidator::deliverText() {
     if (text_.empty()) return;
-    constexpr std::size_t kMost = 1u << 30;  // the length of a call is an int
-    for (std::string_view rest = text_; !rest.empty(); rest.remove_prefix(std::min(rest.size(), kMost)))
-        events_->characters(user_, bytesOf(rest), static_cast<int>(std::min(rest.size(), kMost)));
-    if (text_.capacity() > kMost / 1024) {
+    constexpr std::size_t kMax = 1u << 30;  // the length of a call is an int
+    for (std::string_view rest = text_; !rest.empty(); rest.remove_prefix(std::min(rest.size(), kMax)))
+        events_->characters(user_, bytesOf(rest), static_cast<int>(std::min(rest.size(), kMax)));
+    if (text_.capacity() > kMax / 1024) {
         text_ = {};  // a long one is the exception
     } else {
         text_.clear();

@@ -1,6 +1,6 @@
 // Sixteen bytes, or eight units of UTF-16, at a time: the one place that knows of vector instructions. A mask
 // has one bit a byte, the first byte in the lowest bit. The portable forms are compiled everywhere: tests
-// hold each pair against each other. Threads: plain values.
+// compare each pair. Threads: plain values.
 #pragma once
 
 #include <cstddef>

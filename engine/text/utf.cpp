@@ -42,7 +42,7 @@ std::size_t sequenceLength(unsigned char lead) noexcept {
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-// The character at `at`, which is moved behind it; a byte that starts no whole sequence counts by itself.
+// The character at `at`, which is moved past it; a byte that starts no whole sequence counts by itself.
 char32_t decode(const char*& at, const char* end) noexcept {
     const auto lead = static_cast<unsigned char>(*at);
     const std::size_t length = sequenceLength(lead);
@@ -59,7 +59,7 @@ char32_t decode(const char*& at, const char* end) noexcept {
     return valid ? c : kReplacement;
 }
 
-// The character at `at`, which is moved behind it; a surrogate without its other half is given as it is.
+// The character at `at`, which is moved past it; a surrogate without its other half is given as it is.
 char32_t decode(const char16_t*& at, const char16_t* end) noexcept {
     const char32_t first = *at++;
     if (!isHighSurrogate(first) || at == end || !isLowSurrogate(*at)) return first;
@@ -144,6 +144,18 @@ bool narrowShort(std::u16string_view from, char* out) noexcept {
         bits |= from[i];
     }
     return bits < 0x80;
+}
+
+constexpr std::size_t kShortBlock = 8;
+
+bool isAsciiShortBlock(const char* eight) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, eight, kShortBlock);
+    return (word & 0x8080808080808080u) == 0;
+}
+
+char32_t byteAt(const char* at, std::size_t i) noexcept {
+    return static_cast<unsigned char>(at[i]);
 }
 
 }  // namespace
@@ -232,6 +244,39 @@ std::size_t convertToUtf8(std::u16string_view utf16, char* out) noexcept {
         while (at < stop) out = encode(decode(at, end), out);
     }
     return static_cast<std::size_t>(out - start);
+}
+
+std::size_t convertValid(std::string_view utf8, char16_t* out) noexcept {
+    const char* at = utf8.data();
+    const char* const end = at + utf8.size();
+    char16_t* const begin = out;
+    while (at != end) {
+        while (static_cast<std::size_t>(end - at) >= kShortBlock && isAsciiShortBlock(at)) {
+            for (std::size_t i = 0; i < kShortBlock; ++i) out[i] = static_cast<unsigned char>(at[i]);
+            at += kShortBlock;
+            out += kShortBlock;
+        }
+        while (at != end && byteAt(at, 0) < 0x80) *out++ = static_cast<unsigned char>(*at++);
+        while (at != end && byteAt(at, 0) >= 0x80) {
+            const char32_t first = byteAt(at, 0);
+            if (first < 0xE0) {
+                *out++ = static_cast<char16_t>(((first & 0x1F) << 6) | (byteAt(at, 1) & 0x3F));
+                at += 2;
+            } else if (first < 0xF0) {
+                *out++ = static_cast<char16_t>(((first & 0x0F) << 12) | ((byteAt(at, 1) & 0x3F) << 6) |
+                                               (byteAt(at, 2) & 0x3F));
+                at += 3;
+            } else {
+                const char32_t c = (((first & 0x07) << 18) | ((byteAt(at, 1) & 0x3F) << 12) |
+                                    ((byteAt(at, 2) & 0x3F) << 6) | (byteAt(at, 3) & 0x3F)) -
+                                   0x10000;
+                *out++ = static_cast<char16_t>(0xD800 + (c >> 10));
+                *out++ = static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+                at += 4;
+            }
+        }
+    }
+    return static_cast<std::size_t>(out - begin);
 }
 
 std::u16string toUtf16(std::string_view utf8) {

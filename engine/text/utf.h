@@ -19,6 +19,9 @@ namespace engine::text {
 std::size_t convertToUtf16(std::string_view utf8, char16_t* out) noexcept;
 std::size_t convertToUtf8(std::u16string_view utf16, char* out) noexcept;
 
+// The first of the two for text that is known to be valid, as everything is that a reader delivers; faster.
+std::size_t convertValid(std::string_view utf8, char16_t* out) noexcept;
+
 [[nodiscard]] std::u16string toUtf16(std::string_view utf8);
 [[nodiscard]] std::string toUtf8(std::u16string_view utf16);
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstdarg>
 
-#include "engine/libstate/refusedmemory.h"
+#include "engine/libstate/libstate.h"
 #include "engine/libstate/xslterrors.h"
 #include "engine/xml2/uri.h"
 
@@ -12,7 +12,7 @@ namespace engine::xml2 {
 
 namespace {
 
-constexpr std::size_t kMostLines = 25;
+constexpr std::size_t kMaxLines = 25;
 constexpr std::size_t kLongestLine = 2000;  // bytes
 
 // The library's words for work that goes on and on, and ours.
@@ -57,7 +57,7 @@ std::string contextPlace(std::string_view line) {
     return placeText(rest, number);
 }
 
-// The library's function names are of no use to whoever wrote the document, and some lines say again what the
+// The library's function names are of no use to the author of the document, and some lines say again what the
 // line before said.
 std::string plainWords(std::string_view line) {
     if (line.ends_with(kLimitReached)) return std::string(kEndless);
@@ -90,8 +90,8 @@ void Causes::keep(std::string line) {
         line.resize(end);
         line += "...";
     }
-    if (!lines_.empty() && lines_.back() == line) return;  // both channels tell some things
-    if (lines_.size() == kMostLines) {
+    if (!lines_.empty() && lines_.back() == line) return;  // both channels report some errors
+    if (lines_.size() == kMaxLines) {
         ++dropped_;
         return;
     }

@@ -30,7 +30,7 @@ struct FreeText {
 };
 using TextHandle = std::unique_ptr<xmlChar, FreeText>;
 
-// libxml2 answers a request for memory that failed with null.
+// libxml2 returns null when memory runs out.
 template <typename T>
 [[nodiscard]] T* orThrow(T* object) {
     if (object == nullptr) throw std::bad_alloc();

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "engine/libstate/refusedmemory.h"
+#include "engine/libstate/libstate.h"
 #include "engine/reader/reader.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/servedtext.h"

@@ -37,18 +37,18 @@ public:
 
     explicit Inclusions(Dialect dialect) noexcept : dialect_(dialect) {}
 
-    // A call begins: where causes of refusals go until it ends; null: nowhere.
+    // A call begins: where causes of rejections go until it ends; null: nowhere.
     void setCauses(Causes* causes) noexcept {
         causes_ = causes;
         documents_ = textInBytes_ = 0;
     }
 
     // Admits what the top-level elements of `document` name. False: a cause was added, do not go on. An
-    // import of a schema that is refused loses its location instead, for the location is only a hint.
+    // import of a schema that is rejected loses its location instead, for the location is only a hint.
     [[nodiscard]] bool admitFrom(xmlDoc& document);
     // Admits one file by its URI without looking at it.
     void admit(const std::string& uri) { admitted_.insert(uri); }
-    // Admits `uri` with what `text` gives when somebody asks.
+    // Admits `uri` with what `text` gives on request.
     void provide(const std::string& uri, std::function<std::string()> text);
 
     [[nodiscard]] bool isAdmitted(const std::string& uri) const { return admitted_.contains(uri); }

@@ -1,4 +1,4 @@
-// A tag that spans several lines would move everything after it up, for attributes are written one behind
+// A tag that spans several lines would move everything after it up, for attributes are written one after
 // the other. So the '>' of a tag waits until the next event says on which line it stands, and the missing
 // line ends go before the '>', where they mean nothing.
 #include "engine/xml2/servedtext.h"

@@ -1,5 +1,5 @@
 // A document as UTF-8 text that needs nothing from outside: no DOCTYPE, entities expanded, every element and
-// text on the line where it stood in the file. Threads: as the reader that tells it the events.
+// text on the line where it stood in the file. Threads: as the reader that delivers the events.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ public:
         std::uint32_t line;
     };
 
-    // False: a reference was refused and its cause added.
+    // False: a reference was rejected and its cause added.
     [[nodiscard]] bool accepted() const noexcept { return accepted_; }
     [[nodiscard]] std::string takeText() noexcept { return std::move(out_); }
 

@@ -16,12 +16,10 @@
 #include <vector>
 
 #include "engine/com/status.h"
-#include "engine/libstate/initialise.h"
-#include "engine/libstate/refusedmemory.h"
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
 #include "engine/xml2/errors.h"
-#include "engine/xml2/handover.h"
-#include "engine/xslt/limits.h"
+#include "engine/xml2/treeexport.h"
+#include "engine/xslt/meter.h"
 #include "engine/xslt/platform/stack.h"
 #include "engine/xslt/steps.h"
 
@@ -45,7 +43,7 @@ using ObjectHandle = std::unique_ptr<xmlXPathObject, xml2::FreeBy<xmlXPathFreeOb
 
 constexpr int kFirstCode = XML_XPATH_EXPRESSION_OK;  // of its codes for expressions
 constexpr std::size_t kBytesPerLevel = 2000;         // of stack, for what one more character may nest
-constexpr std::size_t kMostLevels = 5000;            // libxml2's own limit
+constexpr std::size_t kMaxLevels = 5000;             // libxml2's own limit
 constexpr std::size_t kReserve = std::size_t{128} << 10;
 constexpr std::size_t kBigStack = std::size_t{64} << 20;
 constexpr std::size_t kLongestExpression = std::size_t{1} << 20;
@@ -54,7 +52,7 @@ constexpr std::size_t kLongestExpression = std::size_t{1} << 20;
 class Copy final : public dom::Kept {
 public:
     Copy(const Tree& tree, NodeId root, const std::string& uri)
-        : root_(root), revision_(tree.revision()), copy_(xml2::handOver(tree, root, options(uri))) {
+        : root_(root), revision_(tree.revision()), copy_(xml2::exportTree(tree, root, options(uri))) {
         (void)xmlXPathOrderDocElems(&copy_.doc());  // for libxml2's own comparisons
         numberNodes(copy_.doc());
     }
@@ -73,8 +71,8 @@ public:
     }
 
 private:
-    static xml2::HandOver options(const std::string& uri) {
-        xml2::HandOver options;
+    static xml2::ExportOptions options(const std::string& uri) {
+        xml2::ExportOptions options;
         options.uri = uri;
         options.depthLimit = kSourceDepthLimit;
         options.declarationLimit = kDeclarationLimit;
@@ -99,7 +97,7 @@ private:
 
     NodeId root_;
     std::uint64_t revision_;
-    xml2::HandedOver copy_;
+    xml2::ExportedTree copy_;
     std::vector<xmlNode*> elements_;  // by id; empty until an element is asked for
 };
 
@@ -351,7 +349,7 @@ public:
         Evaluation evaluation(expression, *copy, node);
         ExpressionValue value;
         const auto run = [&] { value = evaluation.run(context.tree, kind); };
-        const std::size_t levels = std::min(expression.text.size(), kMostLevels);
+        const std::size_t levels = std::min(expression.text.size(), kMaxLevels);
         if (platform::stackLeftInBytes() > levels * kBytesPerLevel + kReserve) {
             run();
         } else if (!platform::runOnStack(kBigStack, run)) {

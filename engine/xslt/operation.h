@@ -7,8 +7,7 @@
 #include <string_view>
 
 #include "engine/com/status.h"
-#include "engine/libstate/refusedmemory.h"
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
 #include "engine/libstate/xslterrors.h"
 #include "engine/xml2/inclusions.h"
 #include "engine/xslt/steps.h"

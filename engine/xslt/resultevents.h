@@ -1,4 +1,4 @@
-// Tells the result tree of a transformation as events, so that it becomes a document like any other.
+// Delivers the result tree of a transformation as events, so that it becomes a document like any other.
 // Threads: as the tree.
 #pragma once
 

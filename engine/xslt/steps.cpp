@@ -39,7 +39,7 @@ public:
         context_.opCount += static_cast<unsigned long>(found.nodesetval->nodeNr) / kNodesPerStep;
         for (int i = 0; i < found.nodesetval->nodeNr; ++i) {
             xmlNode* node = found.nodesetval->nodeTab[i];
-            // Namespace nodes are copies, told apart by what they say.
+            // Namespace nodes are copies, distinguished by what they say.
             const bool isCopy = node->type == XML_NAMESPACE_DECL;
             if (!isCopy && !seen_.insert(node).second) continue;
             const int status = isCopy ? xmlXPathNodeSetAdd(nodes_.get(), node)

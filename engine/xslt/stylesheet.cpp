@@ -1,25 +1,93 @@
+// Compiling and running. A style sheet is exported to libxml2, its expressions are replaced where libxml2
+// would be slow (Steps), its instructions are equipped to be measured (Meter), and it is compiled; each run
+// exports the source, chooses a stack for its depth, and stops at the limits of the meter.
 #include "engine/xslt/stylesheet.h"
-
-#include <libxml/xpathInternals.h>
-#include <libxslt/extensions.h>
-#include <libxslt/imports.h>
-#include <libxslt/security.h>
-#include <libxslt/transform.h>
-#include <libxslt/xsltutils.h>
 
 #include <algorithm>
 #include <cstdarg>
+#include <new>
 #include <utility>
 
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
+#include <libxslt/extra.h>
+#include <libxslt/imports.h>
+#include <libxslt/security.h>
+#include <libxslt/templates.h>
+#include <libxslt/transform.h>
+#include <libxslt/variables.h>
+#include <libxslt/xsltutils.h>
+
 #include "engine/text/utf.h"
-#include "engine/xml2/handover.h"
+#include "engine/xml2/handles.h"
+#include "engine/xml2/treeexport.h"
 #include "engine/xml2/uri.h"
-#include "engine/xslt/functions.h"
-#include "engine/xslt/limits.h"
 #include "engine/xslt/meter.h"
 #include "engine/xslt/operation.h"
 
 namespace engine::xslt {
+
+namespace {
+
+// The extension functions that style sheets may call: node-set of urn:schemas-microsoft-com:xslt, node-set
+// and object-type of EXSLT's common module.
+using xml2::chars;
+
+constexpr const char* kMicrosoft = "urn:schemas-microsoft-com:xslt";
+constexpr const char* kCommon = "http://exslt.org/common";
+
+// EXSLT's node-set also takes a plain value, of which it makes a text node.
+void nodeSet(xmlXPathParserContextPtr parser, int count) {
+    if (count != 1) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    if (xmlXPathStackIsNodeSet(parser)) return xsltFunctionNodeSet(parser, count);
+    xsltTransformContext* context = xsltXPathGetTransformContext(parser);
+    xmlDoc* fragment = context == nullptr ? nullptr : xsltCreateRVT(context);
+    if (fragment == nullptr) return xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    (void)xsltRegisterLocalRVT(context, fragment);
+    const xml2::TextHandle value(xmlXPathPopString(parser));
+    xmlNode* text = xmlNewDocText(fragment, value.get());
+    if (text == nullptr) return xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    (void)xmlAddChild(reinterpret_cast<xmlNode*>(fragment), text);
+    valuePush(parser, xmlXPathNewNodeSet(text));
+}
+
+const char* nameOfType(xmlXPathObjectType type) {
+    switch (type) {
+        case XPATH_STRING:
+            return "string";
+        case XPATH_NUMBER:
+            return "number";
+        case XPATH_BOOLEAN:
+            return "boolean";
+        case XPATH_NODESET:
+            return "node-set";
+        case XPATH_XSLT_TREE:
+            return "RTF";
+        default:
+            return "external";
+    }
+}
+
+void objectType(xmlXPathParserContextPtr parser, int count) {
+    if (count != 1) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    xmlXPathObject* value = valuePop(parser);
+    if (value == nullptr) return xmlXPathErr(parser, XPATH_STACK_ERROR);
+    const char* name = nameOfType(value->type);
+    xmlXPathFreeObject(value);
+    valuePush(parser, xmlXPathNewCString(name));
+}
+
+void add(xsltTransformContext& context, const char* name, const char* uri, xmlXPathFunction function) {
+    if (xsltRegisterExtFunction(&context, chars(name), chars(uri), function) != 0) throw std::bad_alloc();
+}
+
+void addFunctions(xsltTransformContext& context) {
+    add(context, "node-set", kMicrosoft, nodeSet);
+    add(context, "node-set", kCommon, nodeSet);
+    add(context, "object-type", kCommon, objectType);
+}
+
+}  // namespace
 
 namespace {
 
@@ -45,7 +113,7 @@ struct Run {
     const RunOptions& options;
 };
 
-// The xsl:message that is being told, or null.
+// The xsl:message that is being reported, or null.
 const xmlNode* messageOf(const xsltTransformContext& context) {
     const xmlNode* node = context.inst;
     const bool isMessage = node != nullptr && node->type == XML_ELEMENT_NODE && node->ns != nullptr &&
@@ -53,7 +121,7 @@ const xmlNode* messageOf(const xsltTransformContext& context) {
     return isMessage ? node : nullptr;
 }
 
-// A message that does not is nobody's cause of failure.
+// A message that does not is no cause of failure.
 bool endsTransformation(const xmlNode& message) {
     const xml2::TextHandle terminate(xmlGetNoNsProp(&message, chars("terminate")));
     return view(terminate.get()) == "yes";
@@ -196,26 +264,26 @@ StyleSheet::StyleSheet(const dom::NodeSource& source) : source_(source) {
     compile();
 }
 
-xml2::DocHandle StyleSheet::handOverStyle() const {
-    xml2::HandOver options;
+xml2::DocHandle StyleSheet::exportStyle() const {
+    xml2::ExportOptions options;
     options.uri = uri_;
-    options.use = xml2::HandOver::Use::Change;
+    options.use = xml2::ExportOptions::Use::Change;
     options.depthLimit = styleSheetDepthLimit();
     options.declarationLimit = kDeclarationLimit;
     options.attributeLimit = kAttributeLimit;
-    return xml2::handOver(source_.tree, source_.node, options).takeDoc();
+    return xml2::exportTree(source_.tree, source_.node, options).takeDoc();
 }
 
 void StyleSheet::compile() {
     Operation operation(inclusions_, steps_);
     uri_ = source_.url.empty() ? xml2::workingDirectoryUri() : xml2::fileUri(source_.url);
-    xml2::DocHandle document = handOverStyle();
+    xml2::DocHandle document = exportStyle();
     if (!inclusions_.admitFrom(*document)) operation.fail({});
     steps_.replaceIn(*document);
     inclusions_.setRewriter([this](std::string_view element, std::string_view name, std::string_view value) {
         return steps_.attribute(element, name, value);
     });
-    inclusions_.provide(uri_, [this] { return dump(*handOverStyle()); });
+    inclusions_.provide(uri_, [this] { return dump(*exportStyle()); });
     style_.reset(xsltParseStylesheetDoc(document.get()));
     if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
     (void)document.release();  // the style sheet's from now on, also when it has errors
@@ -235,15 +303,15 @@ void StyleSheet::setEncoding(const std::string& encoding) {
 
 xml2::DocHandle StyleSheet::transform(const dom::NodeSource& source, const RunOptions& runOptions) {
     Operation operation(inclusions_, steps_);
-    xml2::HandOver options;
+    xml2::ExportOptions options;
     if (!source.url.empty()) options.uri = xml2::fileUri(source.url);
     options.depthLimit = kSourceDepthLimit;
     options.declarationLimit = kDeclarationLimit;
     options.attributeLimit = kAttributeLimit;
     const xml2::DictHandle names(orThrow(xmlDictCreateSub(style_->dict)));
     options.dict = names.get();
-    if (stripsSpace(*style_)) options.use = xml2::HandOver::Use::Change;
-    const xml2::HandedOver document = xml2::handOver(source.tree, source.node, options);
+    if (stripsSpace(*style_)) options.use = xml2::ExportOptions::Use::Change;
+    const xml2::ExportedTree document = xml2::exportTree(source.tree, source.node, options);
     xml2::DocHandle result;
     const xml2::Extent& extent = document.extent();
     const WorkLimits limits = workLimits(extent.nodes, extent.textInBytes);

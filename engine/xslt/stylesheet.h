@@ -71,7 +71,7 @@ private:
     void setEncoding(const std::string& encoding);
     [[nodiscard]] xml2::DocHandle run(xmlDoc& document, std::size_t templateDepth, const WorkLimits& limits,
                                       const RunOptions& options);
-    [[nodiscard]] xml2::DocHandle handOverStyle() const;
+    [[nodiscard]] xml2::DocHandle exportStyle() const;
 
     const dom::NodeSource source_;
     std::string uri_;

@@ -1,3 +1,5 @@
+// Templates and processors as COM objects over StyleSheet: parameters, messages, and results as text, events
+// or bytes.
 #include "engine/xslt/template.h"
 
 #include <algorithm>
@@ -6,7 +8,7 @@
 
 #include "engine/com/status.h"
 #include "engine/dom/livetree.h"
-#include "engine/libstate/initialise.h"
+#include "engine/libstate/libstate.h"
 #include "engine/text/chars.h"
 #include "engine/text/utf.h"
 #include "engine/xslt/resultevents.h"
@@ -50,11 +52,11 @@ void deliver(IXSLReports* reports, const std::vector<Report>& said) {
 }
 
 void writeAll(ISequentialStream& stream, std::string_view bytes) {
-    constexpr std::size_t kMost = std::size_t{1} << 30;
+    constexpr std::size_t kMax = std::size_t{1} << 30;
     while (!bytes.empty()) {
         ULONG done = 0;
         const HRESULT status =
-            stream.Write(bytes.data(), static_cast<ULONG>(std::min(bytes.size(), kMost)), &done);
+            stream.Write(bytes.data(), static_cast<ULONG>(std::min(bytes.size(), kMax)), &done);
         if (FAILED(status) || done == 0)
             throw Failure(FAILED(status) ? status : E_FAIL, "The stream took no more of the result.");
         bytes.remove_prefix(std::min<std::size_t>(done, bytes.size()));

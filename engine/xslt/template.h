@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "engine/com/extension.h"
 #include "engine/com/object.h"
 #include "engine/com/ref.h"
-#include "engine/com/reports.h"
 #include "engine/dom/services.h"
 #include "engine/xslt/compiled.h"
 

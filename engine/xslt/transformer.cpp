@@ -4,7 +4,7 @@
 #include "engine/com/classtable.h"
 #include "engine/com/status.h"
 #include "engine/dom/services.h"
-#include "engine/libstate/initialise.h"
+#include "engine/libstate/libstate.h"
 #include "engine/xslt/compiled.h"
 #include "engine/xslt/evaluator.h"
 #include "engine/xslt/resultevents.h"

@@ -1,4 +1,4 @@
-// What a component library exports, in two lines:
+// What a component library exports, in two lines (threads: any may enter):
 //
 //     extern "C" KEL_COMPONENT_EXPORT int EntryPoint(std::uint32_t* version, IKelComponent** component) {
 //         return kel::enterComponent(version, component, [] { return new Shelves; });
@@ -13,7 +13,7 @@ class IKelComponent;
 
 namespace kel {
 
-// How a host and EntryPoint talk; a host refuses any other number.
+// How a host and EntryPoint talk; a host rejects any other number.
 inline constexpr std::uint32_t kEntryProtocolVersion = 100;
 
 // Hands out what `make` returns, a new component with count 0, of which the host takes the first reference.

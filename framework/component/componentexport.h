@@ -1,5 +1,5 @@
 // Marks the one function that a component library shows to hosts. The one place that knows how a compiler
-// spells it.
+// spells it. Threads: no state.
 #pragma once
 
 #if defined(_WIN32)

@@ -1,4 +1,4 @@
-// Makes objects by class identifier and enumerates the classes it knows. Not counted.
+// Makes objects by class identifier; enumerates its classes. Not counted. Threads: create may run on any.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Makes the component object. Not counted.
+// Makes the component object. Not counted. Threads: any.
 #pragma once
 
 class IKelComponent;

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "framework/component/componentstate.h"
-#include "framework/component/detail/selftestrun.h"
+#include "framework/component/detail/componentstate.h"
 #include "framework/component/ikelcomponentcustomizer.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Makes the objects of one class. An item factory registers itself when it is made and lives as long as the
-// process:
+// process. Threads: made while the library loads; create may run on any.
 //
 //     auto& shelfFactory = *new KelTClassItemFactory<Shelf>(&kShelfClassId, "Shelf", nullptr);
 #pragma once
@@ -47,7 +47,7 @@ public:
         *created = 1;
         try {
             return new T;
-        } catch (...) {  // the constructor may refuse for reasons of its own
+        } catch (...) {  // the constructor may fail for reasons of its own
             return nullptr;
         }
     }

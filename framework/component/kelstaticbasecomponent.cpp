@@ -1,7 +1,9 @@
 #include "framework/component/kelstaticbasecomponent.h"
 
+#include <new>
+
 #include "framework/component/componentstate.h"
-#include "framework/component/detail/selftestrun.h"
+#include "framework/component/detail/componentstate.h"
 #include "framework/component/ikelclassfactory.h"
 #include "framework/component/ikelcomponentcustomizer.h"
 #include "framework/object/hostlink.h"
@@ -67,4 +69,8 @@ void KelStaticBaseComponent::setBreakEnabled(bool on) {
 }
 bool KelStaticBaseComponent::isBreakEnabled() const {
     return kel::isBreakEnabled();
+}
+
+IKelComponent* KelStaticBaseComponentFact::createComponent() {
+    return new (std::nothrow) KelStaticBaseComponent;
 }

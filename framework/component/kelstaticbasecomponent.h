@@ -1,8 +1,9 @@
-// The component object that a host gets. It has no state of its own: every component object of a process
-// answers alike, from componentstate.h and framework/object/hostlink.h. Threads: as those say. The self-test
-// guards against re-entry on its own thread only.
+// The component object that a host gets. It has no state of its own: all component objects of a process share
+// that of componentstate.h and framework/object/hostlink.h. Threads: as those say. The self-test guards
+// against re-entry on its own thread only.
 #pragma once
 
+#include "framework/component/ikelcomponentfactory.h"
 #include "framework/object/ikelcompinternal.h"
 #include "framework/object/ikelcomponent.h"
 #include "framework/object/implements.h"
@@ -35,4 +36,12 @@ public:
     [[nodiscard]] const std::string& containerName() const override;
     void setBreakEnabled(bool on) override;
     [[nodiscard]] bool isBreakEnabled() const override;
+};
+
+// Makes KelStaticBaseComponent objects.
+
+// Makes KelStaticBaseComponent objects.
+class KelStaticBaseComponentFact final : public IKelComponentFactory {
+public:
+    IKelComponent* createComponent() override;
 };

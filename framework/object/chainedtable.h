@@ -50,7 +50,7 @@ public:
         return nullptr;
     }
 
-    // A key that is there already gets the new value.
+    // A key that exists gets the new value.
     void insertOrReplace(Key key, Value value) {
         if (const Entry* const present = find(key)) {
             entries_[static_cast<std::size_t>(present - entries_.data())].value = std::move(value);

@@ -12,7 +12,7 @@ class IKelComponentManager;
 
 namespace kel {
 
-// The host, borrowed; null until the host initialises the component. Whoever sets it keeps it alive.
+// The host, borrowed; null until the host initialises the component. The setter keeps it alive.
 extern IKelComponentManager* hostCore;
 
 // Looks a service up by the name of its interface: in the host's container of our name if we have one, then

@@ -1,4 +1,4 @@
-// The face of a component that its host inspects: identity, classes, self-test.
+// What a host inspects of a component: identity, classes, self-test. Threads: one at a time.
 #pragma once
 
 #include <cstdint>

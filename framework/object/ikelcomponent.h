@@ -1,4 +1,4 @@
-// The face of a component that its host drives.
+// What a host calls of a component. Threads: one initialises and shuts down; createObject: any.
 #pragma once
 
 #include <cstdint>

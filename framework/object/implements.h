@@ -6,8 +6,8 @@
 //         static constexpr bool kIsHidden = true;  // only for a class that describes nothing of itself
 //         ...
 //
-// The lookup tries the class's own name (which hands out the object itself), "IKelUnknown", then the
-// interfaces in the order in which they stand here.
+// The lookup tries the class's own name (which gives the object itself), "IKelUnknown", then the
+// interfaces in the order given here. Threads: it reads constants only.
 //
 // What a class says of itself is a contract. An interface that it is given later is found by its name, but
 // not described:

@@ -1,5 +1,5 @@
 // A class identifier: 16 bytes laid out as a GUID. Equal when all 16 bytes are; in the order of their text
-// form (KelBasicTypes/classidtext.h); fit to be a key, hashed or ordered.
+// form (KelBasicTypes/classidtext.h); fit to be a key, hashed or ordered. Threads: a value; no shared state.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// Root of every class of the object model.
+// Root of every class of the object model. Threads: as the class says.
 #pragma once
 
 class KelObject {

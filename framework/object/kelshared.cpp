@@ -16,7 +16,7 @@ void KelShared::release() noexcept {
 }
 
 void KelShared::releaseNoDelete() noexcept {
-    (void)dropReference();  // the storage belongs to somebody else
+    (void)dropReference();  // the storage has another owner
 }
 
 std::int32_t KelShared::refCount() const noexcept {

@@ -1,5 +1,5 @@
 // Reference counting and the link to the object's weak reference.
-// Counts start at 0: `new` hands out an object that nobody holds yet, and the first holder's addRef makes
+// Counts start at 0: `new` hands out an object without a holder, and the first holder's addRef makes
 // it 1. Threads: counting goes through the host once there is one (see hostlink.h) and is then as atomic as
 // the host makes it; without a host it is plain, so an object then belongs to one thread. weakRef is never
 // guarded.

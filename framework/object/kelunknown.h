@@ -1,4 +1,4 @@
-// Root of every interface.
+// Root of every interface. Threads: lookup any; counting as KelShared says.
 // Every interface derives from it as a virtual base, so an object has one count however many interfaces it
 // has. An interface declares no destructor: its own table then starts with its first operation.
 #pragma once
@@ -11,7 +11,7 @@ class IKelUnknown : public KelShared {
 public:
     static constexpr const char* interfaceName() noexcept { return "IKelUnknown"; }
 
-    // Answers in *out the part of this object that has this name, null if it has none; the comparison is
+    // Returns in *out the part of this object that has this name, null if it has none; the comparison is
     // exact. Adds no reference: a caller that keeps the pointer calls addRef. `flag` is ignored. With a null
     // name, `out` is the address of a KelClassDescription instead, which is filled (kel::describeClass says
     // it with types).

@@ -1,4 +1,4 @@
-// Tells whether an object is still alive without keeping it alive. Obtained from KelShared::weakRef.
+// Reports whether an object is alive without keeping it so; from KelShared::weakRef. Threads: the object's.
 #pragma once
 
 #include "framework/object/kelshared.h"

@@ -1,4 +1,4 @@
-// A growing list whose first entry has number 1.
+// A growing list whose first entry has number 1. Threads: one at a time for each list.
 #pragma once
 
 #include <cstddef>

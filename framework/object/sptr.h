@@ -1,5 +1,5 @@
 // A pointer to a service of the host. It fills itself when it is made and is null when the host has no such
-// service.
+// service. Threads: a pointer belongs to one thread; the lookup is the host's.
 #pragma once
 
 #include "framework/object/hostlink.h"

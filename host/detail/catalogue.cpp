@@ -100,7 +100,7 @@ Catalogue Catalogue::parse(std::string content) {
                                       catalogue.checkedPlace(texts + i * kDescriptorInBytes, swapped),
                                       numberAt(bytes, texts + i * kDescriptorInBytes, swapped)});
     }
-    // Sorted already, by whoever wrote the file with the usual tools.
+    // The usual tools write it sorted.
     std::ranges::stable_sort(catalogue.entries_, {},
                              [&](const Entry& entry) { return catalogue.at(entry.key); });
     catalogue.checkEncoding();

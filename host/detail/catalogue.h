@@ -1,4 +1,4 @@
-// A gettext catalogue (.mo), read whole and checked before use: a damaged file is refused, never trusted.
+// A gettext catalogue (.mo), read whole and checked before use: a damaged file is rejected, never trusted.
 // Threads: constant once it is read.
 #pragma once
 

@@ -1,5 +1,5 @@
 // The user's languages as the environment has them, weighed as gettext does.
-// Threads: any, as long as nobody changes the environment meanwhile.
+// Threads: any, while no thread changes the environment.
 #pragma once
 
 #include <optional>

@@ -17,7 +17,7 @@ class ServiceRegistry {
 public:
     // Takes a reference of its own, kept as long as the registry lives, so that what a lookup lent stays
     // good. Returns false, and changes nothing, if the name is taken by anything but a standard service,
-    // which it replaces, or if the object does not answer to the name.
+    // which it replaces, or if the object has no interface of that name.
     [[nodiscard]] bool add(const std::string& interfaceName, IKelUnknown& service);
 
     // A service that `add` may replace. Nothing changes if the name is taken.
@@ -32,7 +32,7 @@ public:
 
 private:
     struct Service {
-        IPtr<IKelUnknown> object;  // not null, answers to its name
+        IPtr<IKelUnknown> object;  // not null, has the interface of its name
         bool isStandard;
     };
 

@@ -1,5 +1,5 @@
 // The platform's own places for files, by the names that host/directoryservice.h lists.
-// Threads: any, as long as nobody changes the environment meanwhile.
+// Threads: any, while no thread changes the environment.
 #pragma once
 
 #include <string>

@@ -20,7 +20,7 @@ public:
 
     std::string& toNarrow(const char16_t* text, std::string& result) override;
 
-    // In the locale's order. Only equal texts compare equal: what the locale does not tell apart is ordered
+    // In the locale's order. Only equal texts compare equal: what the locale does not distinguish is ordered
     // by units.
     std::int32_t compare(const char16_t* a, const char16_t* b) override;
 

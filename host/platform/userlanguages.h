@@ -1,5 +1,5 @@
 // The languages that the user of this process wants to read.
-// Threads: any, as long as nobody changes the environment meanwhile.
+// Threads: any, while no thread changes the environment.
 #pragma once
 
 #include <string>

@@ -9,8 +9,15 @@
 
 namespace msxml {
 
-[[noreturn]] void raiseNullReference();
-[[noreturn]] void raise(HRESULT status, IUnknown* object, REFIID iid);
+[[noreturn]] inline void raiseNullReference() {
+    _com_issue_error(E_POINTER);
+    throw _com_error(E_POINTER);  // reached where the platform does not promise that the call above throws
+}
+
+[[noreturn]] inline void raise(HRESULT status, IUnknown* object, REFIID iid) {
+    _com_issue_errorex(status, object, iid);
+    throw _com_error(status);  // likewise
+}
 
 // The identifier of an engine interface: one overload for each in use.
 template <typename T>
@@ -114,7 +121,7 @@ public:
     }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
-    // The same object seen as U; empty when this is empty or the object is no U. Other refusals raise.
+    // The same object seen as U; empty when this is empty or the object is no U. Other rejections raise.
     template <typename U>
     [[nodiscard]] ComPtr<U> as() const {
         ComPtr<U> result;

@@ -10,13 +10,13 @@
 
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "KelBasicTypes/stringsupport.h"
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 namespace {
 
-constexpr std::size_t kFlushLength = 512;  // in units; the file gets a chunk when more have gathered
-constexpr std::size_t kHandOverLength =
+constexpr std::size_t kChunkLength = 512;  // in units; the file gets a chunk when more have gathered
+constexpr std::size_t kFlushLength =
     4096;  // likewise for the output string; small enough to stay in the cache
 
 // A text that is this long does not go through the buffer on its way to the output string.
@@ -88,10 +88,10 @@ void ElementWriter::write(const Element& root) {
     try {
         writeTree(root);
     } catch (...) {
-        handOver();
+        flush();
         throw;
     }
-    handOver();
+    flush();
 }
 
 void ElementWriter::writeTree(const Element& root) {
@@ -131,8 +131,8 @@ void ElementWriter::openElement(const Element& element) {
     }
     buffer_.append(u'>');
     if (hasText) {
-        // Kept: the text of the whole subtree, which the child elements write again. See behaviour.md, "Mixed
-        // content".
+        // Intentional: the text of the whole subtree, which the child elements write again. See behaviour.md,
+        // "Mixed content".
         if (!content.textIsWhole) check(element->get_text(content.text.receive()), element);
         appendEscaped(content.text.view());
     }
@@ -179,7 +179,7 @@ void ElementWriter::appendAttributes(const Element& element) {
 void ElementWriter::appendEscaped(std::u16string_view text) {
     const std::u16string_view escaped = escaper_.escape(text);
     if (options_.file != nullptr || escaped.size() < kLongText) return buffer_.append(escaped);
-    handOver();
+    flush();
     out_.append(escaped);
 }
 
@@ -193,8 +193,8 @@ void ElementWriter::appendEndTag(std::size_t nameStart) {
 void ElementWriter::endLine(std::size_t depth) {
     buffer_.append(lineEnd());
     if (options_.file == nullptr) {
-        if (buffer_.size() > kHandOverLength) handOver();
-    } else if (depth == 0 || buffer_.size() > kFlushLength) {
+        if (buffer_.size() > kFlushLength) flush();
+    } else if (depth == 0 || buffer_.size() > kChunkLength) {
         writeToFile();
     }
 }
@@ -217,7 +217,7 @@ void ElementWriter::writeNarrow() {
     (void)std::fwrite(narrow.data(), 1, narrow.size(), options_.file);
 }
 
-void ElementWriter::handOver() {
+void ElementWriter::flush() {
     // The engine's texts hold no NUL, so that none has to be looked for.
     const std::u16string_view text = buffer_.view();
     if (text.size() < kLongText) {

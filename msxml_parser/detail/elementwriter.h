@@ -32,7 +32,7 @@ public:
 private:
     // An element whose start tag is written and whose children are being written.
     struct OpenElement {
-        Element nextChild;         // the next child element; empty behind the last
+        Element nextChild;         // the next child element; empty after the last
         std::size_t nameStart;     // of its escaped name in names_
         std::size_t indentLength;  // of its own line in indent_
     };
@@ -46,7 +46,7 @@ private:
     void endLine(std::size_t depth);
     void writeToFile();
     void writeNarrow();
-    void handOver();
+    void flush();
 
     [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }
 

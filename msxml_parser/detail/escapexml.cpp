@@ -1,17 +1,17 @@
 // The result is defined by this procedure over a four-row table of characters and entities: a pass counter
 // runs from 0 to 3, and the pass of row i replaces its character wherever the text does not already hold the
-// entity there. Three traits of it are required behaviour:
+// entity there. Three traits of it are kept intentionally:
 //  - The comparison with the entity counts with the pass counter itself. A pass that compared at all
 //  therefore goes
 //    on with the row after the index where its last comparison ended (the first difference, or the entity's
 //    length), so passes are skipped, or run twice.
-//  - The comparison starts behind the character, at index 1, and is made only if more units than the entity's
+//  - The comparison starts after the character, at index 1, and is made only if more units than the entity's
 //  length
 //    are left from the character on; an entity at the very end is not recognised.
-//  - A comparison that agrees leaves the text alone there and goes on behind the entity.
+//  - A comparison that agrees leaves the text alone there and goes on after the entity.
 //
 // Within one pass every decision looks only at units from the current position on, and those are still the
-// units the pass began with: replacing happens behind the position. So a pass is one scan that reads the old
+// units the pass began with: replacing happens after the position. So a pass is one scan that reads the old
 // text and appends to a new one, without inserting into the middle; "units left" is counted in the old text,
 // for replacing lengthens text and position alike.
 //
@@ -49,7 +49,8 @@ std::size_t runPass(std::size_t row, std::u16string_view text, std::u16string& o
         copied = at;
         bool isEscaped = false;
         if (text.size() - at > entity.size()) {
-            counter = compareBehindFirst(text.substr(at), entity);  // Kept: the row counter counts here.
+            counter =
+                compareBehindFirst(text.substr(at), entity);  // Intentional: the row counter counts here.
             isEscaped = counter == entity.size();
         }
         if (isEscaped) {

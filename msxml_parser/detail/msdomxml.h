@@ -29,7 +29,7 @@ public:
     static constexpr const char* interfaceName() noexcept { return kClassName; }
 
     // Without a document, and the reason in the error object, if the engine makes none. Raises _com_error if
-    // it makes one but refuses to set it up.
+    // it makes one but fails to set it up.
     MSDOMXml();
 
     // Empty only if the engine made none.

@@ -54,7 +54,7 @@ KelString MSDOMXmlElement::getNameCopy() {
     return name;
 }
 
-// Kept: attributes are not carried over. See behaviour.md, "Renaming an element".
+// Intentional: attributes are not carried over. See behaviour.md, "Renaming an element".
 void MSDOMXmlElement::setName(const KelString& name) {
     BStr current;
     check(element_->get_tagName(current.receive()), element_);
@@ -246,7 +246,7 @@ void MSDOMXmlElement::addChild(IKelDOMXmlElement* child) {
     check(element_->appendChild(ours->engineElement().get(), added.receive()), element_);
 }
 
-// Kept: of a root element a handle on nothing, for the document is no element.
+// Intentional: of a root element a handle on nothing, for the document is no element.
 IKelDOMXmlElement* MSDOMXmlElement::getParent() {
     Node parent;
     check(element_->get_parentNode(parent.receive()), element_);

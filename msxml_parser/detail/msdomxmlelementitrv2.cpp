@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/text.h"
 
 using msxml::check;
 using msxml::Element;

@@ -4,7 +4,7 @@
 
 #include "KelBasicTypes/kelstring.h"
 #include "framework/object/implements.h"
-#include "msxml_parser/detail/sourceposition.h"
+#include "msxml_parser/detail/text.h"
 #include "msxml_parser/ikeldomxmlerror.h"
 #include "msxml_parser/ikeldomxmlv3.h"
 #include "msxml_parser/ikelsaxxmlv3.h"

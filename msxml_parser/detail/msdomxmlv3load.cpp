@@ -3,11 +3,10 @@
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/msdomxml.h"
-#include "msxml_parser/detail/parseerror.h"
+#include "msxml_parser/detail/text.h"
 
 using msxml::check;
 using msxml::fail;

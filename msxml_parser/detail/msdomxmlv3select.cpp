@@ -2,7 +2,6 @@
 #include <string>
 #include <utility>
 
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/enginespecific.h"
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/msdomxml.h"

@@ -1,17 +1,16 @@
+// Schemas: a collection of the engine is attached to the document, or to the engine's reader, for one
+// validation, and each violation that the engine reports goes to the handler.
 #include "msxml_parser/detail/msxmlschema.h"
 
 #include <utility>
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/enginereports.h"
 #include "msxml_parser/detail/failure.h"
-#include "msxml_parser/detail/fullreader.h"
 #include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/msdomxml.h"
-#include "msxml_parser/detail/parseerror.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
@@ -202,7 +201,7 @@ bool MSXmlSchema::conclude(const KelString* path, HRESULT status) {
     if (listener_.violation().status != S_OK)
         return reject(path, IKelXmlError::kNotValid, listener_.violation(), kInvalidAt, kInvalid);
     if (SUCCEEDED(status)) return true;
-    try {  // an engine that told the error handler nothing
+    try {  // an engine that reported nothing to the error handler
         check(status, reader_);
     } catch (const _com_error& error) {
         const ViolationListener::Found found{status, 0, 0, msxml::descriptionOf(error)};

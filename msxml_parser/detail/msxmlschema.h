@@ -11,7 +11,7 @@
 
 namespace msxml {
 
-// Hands the violations that the engine's reader tells of to a handler. No exception crosses the engine. Life:
+// Hands the violations that the engine's reader reports to a handler. No exception crosses the engine. Life:
 // its owner's business; counting does nothing.
 class ViolationListener final : public ISAXErrorHandler {
 public:

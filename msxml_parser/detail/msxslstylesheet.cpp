@@ -1,16 +1,14 @@
+// Style sheets: a template of the engine, made by a compilation, and a processor for each transformation.
 #include "msxml_parser/detail/msxslstylesheet.h"
 
 #include <utility>
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/failure.h"
-#include "msxml_parser/detail/fullreader.h"
 #include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/outputstream.h"
-#include "msxml_parser/detail/parseerror.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;

@@ -1,17 +1,19 @@
 // What the component sets up while the library is loaded, in this order and in this one file, for across
-// files the order would be the linker's. None of it is ever destroyed: nobody knows who calls last while a
-// process ends.
+// files the order would be the linker's. None of it is ever destroyed: which library calls last while a
+// process ends is not known. Its self-test is registered here, too.
 #include "KelBasicTypes/selftests.h"
+#include "KelBasicTypes/utf8.h"
 #include "framework/component/componentstate.h"
 #include "framework/component/keldefaultclassfactory.h"
 #include "framework/component/kelitemfactory.h"
-#include "framework/component/kelstaticbasecomponentfact.h"
+#include "framework/component/kelstaticbasecomponent.h"
 #include "framework/object/hostlink.h"
+#include "framework/object/ikelselftest.h"
+#include "framework/object/implements.h"
+#include "framework/object/iptr.h"
 #include "msxml_parser/detail/customizer.h"
 #include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/mssaxxml.h"
-#include "msxml_parser/detail/outlive.h"
-#include "msxml_parser/detail/selftest.h"
 
 namespace {
 
@@ -29,6 +31,50 @@ constexpr KelClassId kPoolTestId{
     0x7B03F5A8, 0x14DE, 0x49C2, {0x96, 0xEB, 0x50, 0x2A, 0xC8, 0x71, 0x3D, 0x04}};
 constexpr KelClassId kStreamTestId{
     0xD1568E0C, 0x5BF9, 0x4A73, {0x8C, 0x20, 0xF6, 0x9B, 0x14, 0x0D, 0xE7, 0x58}};
+
+// What is wrong, empty if nothing is.
+std::string tryDocument() {
+    const IPtr<IKelDOMXmlV2> parser(new MSDOMXml);
+    if (!parser->loadFromString(u"<shelf><book year=\"1815\">Emma</book></shelf>"))
+        return kel::toUtf8(parser->getError()->getMessage().view());
+    const IPtr<IKelDOMXmlElement> root(parser->getRootElement());
+    const IPtr<IKelDOMXmlElement> book(root->getChild(u"book"));
+    if (!book || !(book->getText() == u"Emma") || !(book->getAttribute(u"year") == u"1815"))
+        return "expected the text 'Emma' and the year 1815 in the document";
+    KelString saved;
+    if (!parser->saveToString(saved) || kel::toUtf8(saved.view()).find("Emma") == std::string::npos)
+        return "expected the saved document to have the text 'Emma'";
+    return {};
+}
+
+std::string tryMalformed() {
+    const IPtr<IKelDOMXmlV2> parser(new MSDOMXml);
+    if (parser->loadFromString(u"<shelf><book></shelf>") ||
+        parser->getError()->getCode() != IKelDOMXml::kRefusedByEngine)
+        return "expected error 3 for a malformed document";
+    return {};
+}
+
+std::string tryEvents() {
+    const IPtr<IKelSAXXmlV2> parser(new MSSAXXml);
+    if (parser->parseFile(u"no/such/file.xml")) return "expected the SAX parser to report a missing file";
+    return {};
+}
+
+// The component's own self-test: both parsers, on documents of a line. Counts start at 0.
+class MSXMLSelfTest final : public kel::Implements<MSXMLSelfTest, IKelSelfTest> {
+public:
+    static constexpr const char* kClassName = "MSXMLSelfTest";
+
+    // Lets out what the engine throws when it cannot be used at all.
+    bool run(std::string& reason) override {
+        for (const auto test : {tryDocument, tryMalformed, tryEvents}) {
+            reason = test();
+            if (!reason.empty()) return false;
+        }
+        return true;
+    }
+};
 
 // Registered by being made, as all item factories are; see below.
 template <class T>

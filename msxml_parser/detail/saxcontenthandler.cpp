@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/text.h"
 
 using msxml::textOfEvent;
 
-// Kept: identity and counting do nothing.
+// Intentional: identity and counting do nothing.
 HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::QueryInterface(REFIID, void**) {
     return S_OK;
 }
@@ -51,7 +51,7 @@ HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::startElement(const OLECHAR*, in
     return S_OK;
 }
 
-// Kept: the depth goes down even where no receiver let it go up. See behaviour.md, "SAX depth".
+// Intentional: the depth goes down even where no receiver let it go up. See behaviour.md, "SAX depth".
 HRESULT STDMETHODCALLTYPE SAXContentHandlerImpl::endElement(const OLECHAR*, int, const OLECHAR* localName,
                                                             int localNameLength, const OLECHAR*, int) {
     if (!receivers_.empty()) {

@@ -1,6 +1,6 @@
 // What the SAX parser attaches to the engine's reader: turns the engine's callbacks into events for the
 // receiver on top of the receiver stack. Life: its owner's business alone. The engine's counting and queries
-// have no effect on it, and every callback answers S_OK, so that the engine is never asked to stop. An
+// have no effect on it, and every callback returns S_OK, so that the engine is never asked to stop. An
 // exception of a receiver passes through. Threads: the thread that runs the parse.
 #pragma once
 
@@ -44,7 +44,7 @@ public:
                                                     const OLECHAR* data, int dataLength) override;
     HRESULT STDMETHODCALLTYPE skippedEntity(const OLECHAR* name, int length) override;
 
-    // Behind the interface's operations: it has no destructor in its table.
+    // After the interface's operations: it has no destructor in its table.
     virtual ~SAXContentHandlerImpl() = default;
 
 private:

@@ -1,8 +1,9 @@
+// Between the engine's events and the newer handler: names are taken apart, declarations separated from
+// attributes, exceptions of the handler carried over the engine, and the limit of depth kept.
 #include "msxml_parser/detail/saxevents.h"
 
 #include <utility>
 
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/enginereports.h"
 #include "msxml_parser/detail/text.h"
 
@@ -214,7 +215,7 @@ HRESULT STDMETHODCALLTYPE SaxEvents::error(ISAXLocator* locator, const OLECHAR* 
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::fatalError(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {
-    if (failure_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform tells of that, too
+    if (failure_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform reports that, too
     try {
         failure_.reason = trimmedReason(message);
     } catch (...) {

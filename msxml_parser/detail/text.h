@@ -1,15 +1,92 @@
-// Between the engine's texts and the framework's strings.
+// Texts between the engine and the framework: owned strings and variants of the engine, its descriptions of
+// errors as framework strings. Threads: no shared state.
 #pragma once
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "KelBasicTypes/kelcstring.h"
 #include "KelBasicTypes/kelstring.h"
 #include "msxml_parser/comerror.h"
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/comptr.h"
+#include "msxml_parser/detail/platformcom.h"
 
 namespace msxml {
+
+// The one place that knows the platform's wide unit: it is 16 bits everywhere, under different names.
+[[nodiscard]] inline std::u16string_view toUnits(const OLECHAR* text, std::size_t length) noexcept {
+    static_assert(sizeof(OLECHAR) == sizeof(char16_t));
+    if (text == nullptr) return {};
+    return {reinterpret_cast<const char16_t*>(text), length};
+}
+// As callbacks of SAX pass texts; a negative length is none.
+[[nodiscard]] inline std::u16string_view textOfEvent(const OLECHAR* text, int length) noexcept {
+    return toUnits(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+[[nodiscard]] inline const OLECHAR* toOleChars(const char16_t* text) noexcept {
+    return reinterpret_cast<const OLECHAR*>(text);
+}
+
+// An owned engine string. Null and empty are one to its readers.
+class BStr final {
+public:
+    BStr() noexcept = default;
+    explicit BStr(std::u16string_view text);  // raises _com_error with E_OUTOFMEMORY
+    BStr(BStr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
+    BStr& operator=(BStr&& other) noexcept {
+        std::swap(text_, other.text_);
+        return *this;
+    }
+    ~BStr() { SysFreeString(text_); }
+
+    [[nodiscard]] BSTR get() const noexcept { return text_; }
+    [[nodiscard]] BSTR detach() noexcept { return std::exchange(text_, nullptr); }
+    // For out-parameters: frees what is held and takes over what is written.
+    [[nodiscard]] BSTR* receive() noexcept {
+        SysFreeString(std::exchange(text_, nullptr));
+        return &text_;
+    }
+    [[nodiscard]] std::u16string_view view() const& noexcept { return toUnits(text_, SysStringLen(text_)); }
+    std::u16string_view view() && = delete;
+
+private:
+    BSTR text_ = nullptr;
+};
+
+// An owned variant.
+class Variant final {
+public:
+    Variant() noexcept { VariantInit(&value_); }
+    explicit Variant(std::u16string_view text);  // VT_BSTR; raises _com_error with E_OUTOFMEMORY
+    explicit Variant(
+        IDispatch* object) noexcept;  // VT_DISPATCH with a count of its own; null is held as null
+    Variant(const Variant&) = delete;
+    Variant& operator=(const Variant&) = delete;
+    ~Variant() { clear(); }
+
+    // For calls that take a variant by value: borrowed, still owned here.
+    [[nodiscard]] const VARIANT& get() const noexcept { return value_; }
+    // For out-parameters: clears what is held and takes over what is written.
+    [[nodiscard]] VARIANT* receive() noexcept {
+        clear();
+        return &value_;
+    }
+    // The text of a VT_BSTR; every other type is empty.
+    [[nodiscard]] std::u16string_view text() const& noexcept {
+        if (value_.vt != VT_BSTR) return {};
+        return toUnits(value_.bstrVal, SysStringLen(value_.bstrVal));
+    }
+    std::u16string_view text() && = delete;
+
+private:
+    void clear() noexcept {
+        if (value_.vt == VT_EMPTY) return;
+        (void)VariantClear(&value_);  // nothing could be done about a failure
+    }
+
+    VARIANT value_;
+};
 
 // Replaces the string's content, in its own buffer if that is large enough. The engine's texts hold no NUL,
 // so that none has to be looked for.
@@ -25,5 +102,24 @@ inline void assign(KelCString& out, std::u16string_view text) {
 
 // The description attached to an engine failure; empty if there is none.
 [[nodiscard]] KelString descriptionOf(const _com_error& error);
+
+// A position in a document.
+struct SourcePosition {
+    int line = 0;  // from 1; 0: unknown
+    int column = 0;
+};
+
+// The engine's record of a rejected document, as texts for a message.
+struct RefusalTexts {
+    KelString line;
+    KelString column;
+    KelString reason;  // as the engine gives it
+    SourcePosition position;
+};
+
+// Raises _com_error if the record cannot be read.
+[[nodiscard]] RefusalTexts readRefusal(const ComPtr<IXMLDOMParseError>& record);
+[[nodiscard]] KelString readReason(const ComPtr<IXMLDOMParseError>& record);
+[[nodiscard]] bool holdsError(const ComPtr<IXMLDOMParseError>& record);
 
 }  // namespace msxml

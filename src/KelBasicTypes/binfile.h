@@ -1,6 +1,6 @@
 // Binary streams over files.
 // A file that cannot be opened leaves the stream without one: reads deliver nothing, writes take nothing,
-// good() answers false.
+// good() returns false. Threads: one at a time for each stream.
 #pragma once
 
 #include <cstdint>

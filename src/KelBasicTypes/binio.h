@@ -2,10 +2,10 @@
 // first, in as many bytes as the caller says; binnumbers.h transfers them. All bytes of those transfers pass
 // through the process-wide scrambler, if there is one; the raw operations touch the medium itself.
 //
-// Nothing is read ahead: between two calls the medium stands behind the last byte delivered. What is written
+// Nothing is read ahead: between two calls the medium stands after the last byte delivered. What is written
 // gathers in the buffer; the medium's own position is behind by that much until the buffer is flushed.
 //
-// Failure: a transfer answers false when the medium delivers or takes nothing; what was transferred by then
+// Failure: a transfer returns false when the medium delivers or takes nothing; what was transferred by then
 // stays transferred. Threads: a stream belongs to one thread at a time.
 #pragma once
 
@@ -84,7 +84,7 @@ public:
     virtual void close() = 0;
 
     // Whether writers may seek in the medium; on at first. Switched off for a medium that only takes bytes
-    // one after the other (a pipe, a socket): KelFileWrite, which writes lengths back, then refuses to start.
+    // one after the other (a pipe, a socket): KelFileWrite, which writes lengths back, then fails to start.
     [[nodiscard]] bool option() const noexcept { return option_; }
     void setOption(bool on) noexcept { option_ = on; }
 

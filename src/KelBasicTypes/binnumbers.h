@@ -1,10 +1,10 @@
-// Numbers and records to and from binary streams.
+// Numbers and records to and from binary streams. Threads: those of the stream.
 //
 // An element takes `width` bytes in the stream, 1 to 8 whatever its type: the lowest bytes of its value, most
 // significant first, are written. Read back, a signed element takes its sign from the top bit of the first
 // byte, and an unsigned one has zeros above.
 //
-// Each answers whether all elements were transferred; also false, and nothing done, for a width out of range.
+// Each returns whether all elements were transferred; also false, and nothing done, for a width out of range.
 #pragma once
 
 #include <cstddef>
@@ -68,7 +68,7 @@ private:
     std::int32_t word_ = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, BinIO_Version version);  // major, a blank, minor
+std::ostream& operator<<(std::ostream& out, BinIO_Version version);  // major, a space, minor
 
 namespace kel {
 

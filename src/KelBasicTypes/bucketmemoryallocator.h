@@ -11,7 +11,7 @@ public:
     // Lives until the process ends, as every block's header may name it.
     [[nodiscard]] static BucketMemoryAllocator& instance() noexcept;
 
-    // A block of exactly this many bytes behind its header. The caller owns it; freeBlock of this allocator
+    // A block of exactly this many bytes after its header. The caller owns it; freeBlock of this allocator
     // ends it.
     [[nodiscard]] void* newBlock(std::size_t sizeInBytes);
 

@@ -13,17 +13,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "KelBasicTypes/detail/blockheader.h"
 #include "KelBasicTypes/ibucketmemorypool.h"
 #include "framework/object/implements.h"
 
 namespace kel::detail {
 
 class ThreadCache;
-
-// An unused block; the first word of the caller's bytes links it to others of its class.
-struct FreeBlock {
-    FreeBlock* next;  // null: the last
-};
 
 // Which sizes, in bytes, share a class. Classes are numbered from 0.
 class SizeClasses final {

@@ -14,7 +14,6 @@
 #include "KelBasicTypes/bucketmemoryallocator.h"
 #include "KelBasicTypes/bucketmemorypool.h"
 #include "KelBasicTypes/detail/heap.h"
-#include "KelBasicTypes/detail/librarylock.h"
 #include "KelBasicTypes/detail/poolselection.h"
 #include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
@@ -57,7 +56,7 @@ struct Retired {
     IBucketMemoryPool* pool = nullptr;
 };
 
-// Under the lock. Nobody is in a pool of this library that is replaced here: its caches are closed.
+// Under the lock. No thread is in a pool of this library that is replaced here: its caches are closed.
 void replaceCurrent(IBucketMemoryPool* pool, bool isOwn, Retired& retired) {
     if (BucketMemoryPool* const before = current.local.load(std::memory_order_relaxed)) before->closeCaches();
     if (pool != nullptr) pool->addRef();

@@ -1,6 +1,6 @@
 // Where the buffers of strings come from and go back to: the current pool of the process. That is the host's
 // pool if the host offers one, else a pool of this library, which asks for the host's again after every 601
-// takes and then hands over what it keeps. Threads: any; a block may be given back by another thread than the
+// takes and then passes on what it keeps. Threads: any; a block may be given back by another thread than the
 // one that took it, and by another component, for the header in front of every block names the allocator that
 // frees it.
 #pragma once

@@ -1,7 +1,10 @@
+// Texts of class identifiers, and of the tags and kinds of data-model records.
 #include "KelBasicTypes/classidtext.h"
 
 #include <charconv>
 #include <cstdio>
+
+#include "KelBasicTypes/datamodel.h"
 
 namespace kel {
 
@@ -50,6 +53,40 @@ std::optional<KelClassId> classIdOf(std::string_view text) noexcept {
         if (!takeNumber(text, 2, id.data4[i])) return std::nullopt;
     }
     return id;
+}
+
+std::string dataTagText(DataTag tag) {
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const auto byte = static_cast<unsigned char>(tag >> shift & 0xFF);
+        if (byte < 0x20 || byte > 0x7E) {
+            char number[sizeof "0x00000000"];
+            std::snprintf(number, sizeof number, "0x%08X", tag);
+            return number;
+        }
+        text += static_cast<char>(byte);
+    }
+    return text;
+}
+
+std::string dataKindText(DataKind kind) {
+    switch (kind) {
+        case DataKind::Block:
+            return "block";
+        case DataKind::Bool:
+            return "bool";
+        case DataKind::Integers:
+            return "integers";
+        case DataKind::Reals:
+            return "reals";
+        case DataKind::Text:
+            return "text";
+        case DataKind::Bytes:
+            return "bytes";
+        case DataKind::ClassId:
+            return "class-id";
+    }
+    return "kind " + std::to_string(static_cast<int>(kind));
 }
 
 }  // namespace kel

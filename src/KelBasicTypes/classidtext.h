@@ -15,8 +15,8 @@ enum class ClassIdBraces { With, Without };
 // 38 characters, or 36 without braces; digits above 9 as capitals.
 [[nodiscard]] std::string classIdText(const KelClassId& id, ClassIdBraces braces = ClassIdBraces::With);
 
-// From exactly that form, with both braces or none, digits in either case. Anything else, blanks around it
-// included, gives no identifier.
+// From exactly that form, with both braces or none, digits in either case. Anything else, white space around
+// it included, gives no identifier.
 [[nodiscard]] std::optional<KelClassId> classIdOf(std::string_view text) noexcept;
 
 }  // namespace kel

@@ -3,7 +3,7 @@
 //
 // A file is a header and records. A record is a tag, a kind and a length, and is skipped by readers that do
 // not know its tag or its kind; so a later version of a program may add records without breaking earlier
-// ones. A block holds a version and records.
+// ones. A block holds a version and records. Threads: values and pure functions.
 #pragma once
 
 #include <cstdint>

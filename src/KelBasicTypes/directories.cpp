@@ -84,7 +84,7 @@ bool collapseParentSteps(KelString& path) {
         const std::size_t start = startOfStep(text, step);
         if (start == std::u16string_view::npos) return isChanged;
         path = path.replaceRange(start, step + kBackslashStep.size() - 1,
-                                 {});  // the separator behind the dots stays
+                                 {});  // the separator after the dots stays
         isChanged = true;
     }
 }

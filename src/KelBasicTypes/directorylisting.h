@@ -10,7 +10,7 @@
 
 namespace kel {
 
-// What stands behind a name in a folder.
+// What a name in a folder stands for.
 enum class EntryKind {
     File,
     Folder,
@@ -21,9 +21,9 @@ struct DirectoryEntry {
     KelString name;                     // seen from the folder that was listed: "a.xml", "sub\\b.xml"
     EntryKind kind = EntryKind::Other;  // of what a link leads to
     bool isLink = false;                // a symbolic link
-    bool isReadable = true;            // false: the system does not tell size and time, or, for a folder that
-                                       // was to be listed, what it holds
-    std::uint64_t sizeInBytes = 0;     // of a file
+    bool isReadable = true;         // false: the system does not report size and time, or, for a folder that
+                                    // was to be listed, what it holds
+    std::uint64_t sizeInBytes = 0;  // of a file
     std::int64_t modifiedSeconds = 0;  // since the start of 1970, UTC
 };
 

@@ -76,6 +76,14 @@ void heapRelease(void* block) noexcept {
     if (!isFromReserve(block)) current.release(block);
 }
 
+void* allocateWithManager(std::size_t sizeInBytes) {
+    KelMM::IKelMManager* const manager = allocationHooks.memoryManager();
+    while (manager != nullptr && manager->giveMemoryBack()) {
+        if (void* const block = heapAllocate(sizeInBytes)) return block;
+    }
+    return nullptr;
+}
+
 void openReserve() noexcept {
     reserveOwner = platform::currentThread();
 }

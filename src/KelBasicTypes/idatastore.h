@@ -50,7 +50,7 @@ public:
     virtual void reserved33() {}
     virtual void reserved34() {}
 
-    // 35. From now on every change of the setting is told to the receiver, of which the store takes a
+    // 35. From now on every change of the setting is reported to the receiver, of which the store takes a
     // reference.
     virtual void addReceiver(IKelDataReceiver* receiver, const char* key) = 0;
 };

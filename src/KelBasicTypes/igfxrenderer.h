@@ -1,4 +1,4 @@
-// The host's drawing, which has to make way for a message box. Positions are relied upon.
+// The host's drawing, which makes way for a message box. Positions are relied upon. Threads: any.
 #pragma once
 
 #include "framework/object/kelunknown.h"

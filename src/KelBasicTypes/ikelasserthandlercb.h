@@ -1,4 +1,4 @@
-// Told of failed assertions when no callback is installed (see assertion.h). The host may offer it.
+// Receives failed assertions without a callback (see assertion.h). The host may offer it. Threads: any.
 #pragma once
 
 #include <cstdint>

@@ -26,7 +26,7 @@ public:
     static constexpr const char* interfaceName() noexcept { return "IKelDataModelReader"; }
 
     // 0. The next record of the current block, at first of the file. False at the block's end, where reading
-    // goes on with leaveBlock, and after a failure: hasFailed tells the two apart.
+    // goes on with leaveBlock, and after a failure: hasFailed distinguishes the two.
     virtual bool next(kel::DataRecord& record) = 0;
 
     // 1. Into the block that `next` returned. False, and no failure, if that was none or is entered already.

@@ -1,4 +1,4 @@
-// Is told when a setting changes. Positions are relied upon.
+// Receives changes of settings. Positions are relied upon.
 // Threads: the store's, one change at a time for each receiver.
 #pragma once
 

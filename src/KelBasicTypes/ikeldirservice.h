@@ -1,4 +1,4 @@
-// The host's special directories by name. Positions are relied upon.
+// The host's special directories by name. Positions are relied upon. Threads: called from any.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// A directory service that lists, makes and enters folders, too. Positions are relied upon.
+// A directory service that lists, makes and enters folders, too. Positions are relied upon. Threads: any.
 #pragma once
 
 #include "KelBasicTypes/directorylisting.h"

@@ -1,4 +1,4 @@
-// Takes over the reporting of fatal conditions. The host may offer it. Positions are relied upon.
+// Reports fatal conditions. The host may offer it. Positions are relied upon. Threads: any.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Knows how much memory the machine has, better than the operating system tells. Positions are relied upon.
+// How much memory the machine has, where the system reports it wrongly. Positions are relied upon. Threads: any.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,7 @@
 //     while (!ready) condition.wait(mutex);
 //
 // The mutex must be held once, not recursively, while waiting, and by the broadcaster while it broadcasts.
-// Threads: any; it may be destroyed when nobody waits. The first one of a process is made before other
+// Threads: any; it may be destroyed when no thread waits. The first one of a process is made before other
 // threads make conditions: it reads the environment variable KEL_SPIN_COUNT for all of them.
 #pragma once
 

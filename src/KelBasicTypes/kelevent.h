@@ -1,4 +1,4 @@
-// A manual-reset event: not signalled when created; once set it lets everybody through until it is reset.
+// A manual-reset event: not signalled when created; once set it lets every thread through until it is reset.
 // Threads: any; creating and closing need the object to themselves.
 #pragma once
 
@@ -17,10 +17,10 @@ public:
     ~KelEvent();  // closes
 
     bool create() noexcept;  // false when it is not null, which changes nothing, or when the system refuses
-    bool close() noexcept;   // false when null; nobody may be waiting
+    bool close() noexcept;   // false when null; no thread may be waiting
     [[nodiscard]] bool isNull() const noexcept { return event_ == nullptr; }  // not created, or closed
 
-    // Each answers false on a null event and does nothing.
+    // Each returns false on a null event and does nothing.
     bool set() noexcept;
     bool reset() noexcept;
     bool wait() noexcept;

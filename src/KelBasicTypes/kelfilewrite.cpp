@@ -19,7 +19,7 @@ using kel::DataTag;
 
 namespace {
 
-constexpr std::size_t kMostElements = DataFormat::kUnfinishedRecord / sizeof(std::int64_t) - 1;
+constexpr std::size_t kMaxElements = DataFormat::kUnfinishedRecord / sizeof(std::int64_t) - 1;
 
 // Text is written through a buffer, for a unit of text is no 16-bit number to the language.
 bool writeUnits(BinOutput& out, std::u16string_view text) {
@@ -105,13 +105,13 @@ bool KelFileWrite::writeBool(DataTag tag, bool value) {
 }
 
 bool KelFileWrite::writeIntegers(DataTag tag, const std::int64_t* values, std::size_t count) {
-    const std::uint64_t length = sizeof(std::int64_t) * std::min(count, kMostElements);
+    const std::uint64_t length = sizeof(std::int64_t) * std::min(count, kMaxElements);
     return beginRecord(tag, DataKind::Integers, length) &&
            written(kel::writeNumbers(*out_, values, sizeof(std::int64_t), count), length);
 }
 
 bool KelFileWrite::writeReals(DataTag tag, const double* values, std::size_t count) {
-    const std::uint64_t length = sizeof(double) * std::min(count, kMostElements);
+    const std::uint64_t length = sizeof(double) * std::min(count, kMaxElements);
     if (!beginRecord(tag, DataKind::Reals, length)) return false;
     return written(std::all_of(values, values + count, [&](double value) { return writeBits(*out_, value); }),
                    length);

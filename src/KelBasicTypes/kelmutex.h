@@ -18,7 +18,7 @@ public:
     KelMutex& operator=(const KelMutex&) = delete;
     ~KelMutex();  // closes
 
-    // Each gives a null object a mutex that nobody owns yet; false when it is not null, which changes
+    // Each gives a null object a mutex without an owner; false when it is not null, which changes
     // nothing, and when the system refuses. A new or existing mutex of this name; an empty name is refused;
     // `open` finds only a name that some living process holds.
     bool create() noexcept;

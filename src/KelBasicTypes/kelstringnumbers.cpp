@@ -44,7 +44,7 @@ template <class Number>
 void render(KelString& out, const char* format, Number value) {
     char text[kBufferSize];
     const int length = std::snprintf(text, sizeof text, format, value);
-    const auto size = static_cast<std::size_t>(std::max(length, 0));  // a refused format renders nothing
+    const auto size = static_cast<std::size_t>(std::max(length, 0));  // a rejected format renders nothing
     if (size < sizeof text) {
         out.assignNarrow(std::string_view(text, size));
         return;

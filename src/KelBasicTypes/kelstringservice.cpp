@@ -1,12 +1,18 @@
 // What a string leaves to the host's string support, with the fallbacks for a host that offers none.
 #include <algorithm>
+#include <atomic>
 #include <cctype>
+#include <cstddef>
+#include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 
+#include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/stringsupport.h"
+#include "framework/object/hostlink.h"
 
 namespace {
 
@@ -115,3 +121,51 @@ char* KelString::roomForNarrow(std::size_t length) const {
     }
     return narrow_;
 }
+
+namespace kel {
+
+namespace {
+
+constinit std::atomic<IKelStrSupport*> support{nullptr};  // holds a reference
+constinit std::atomic<bool> isLookedUp{false};
+
+// Recursive, for the host may use strings of ours while it is asked. Never destroyed; in place, for the first
+// string to ask may be one of a process that has run out of memory.
+std::recursive_mutex& lookupLock() {
+    alignas(std::recursive_mutex) static std::byte storage[sizeof(std::recursive_mutex)];
+    static auto& lock = *new (storage) std::recursive_mutex;
+    return lock;
+}
+
+void lookUpOnce() {
+    const std::scoped_lock guard(lookupLock());
+    static constinit bool isRunning = false;
+    if (isRunning || isLookedUp.load(std::memory_order_relaxed)) return;
+    struct Running {
+        Running() { isRunning = true; }
+        ~Running() { isRunning = false; }
+    } const running;
+    void* service = nullptr;
+    (void)lookupService(IKelStrSupport::interfaceName(), &service);  // absent: the fallbacks serve
+    auto* const found = static_cast<IKelStrSupport*>(service);
+    if (found != nullptr) found->addRef();
+    support.store(found, std::memory_order_relaxed);
+    isLookedUp.store(true, std::memory_order_release);
+}
+
+}  // namespace
+
+IKelStrSupport* stringSupport() {
+    if (!isLookedUp.load(std::memory_order_acquire)) lookUpOnce();
+    return support.load(std::memory_order_relaxed);
+}
+
+namespace detail {
+
+void resetStringSupport() {
+    isLookedUp = false;
+    if (IKelStrSupport* const held = support.exchange(nullptr)) held->release();
+}
+
+}  // namespace detail
+}  // namespace kel

@@ -1,7 +1,7 @@
-// The translator of a component whose host offers none: the key is the text.
+// The translator of a component whose host offers none: the key is the text. Threads: any, if lookUp is.
 // Derive from it to translate: lookUp alone decides the text, the rest completes it. A class that derives is
 // looked up as the translator that it is, under this name; one that wants a name of its own derives from
-// kel::Implements as well and says who answers.
+// kel::Implements as well and says which class it is.
 #pragma once
 
 #include "KelBasicTypes/ikeltranslator.h"

@@ -3,11 +3,10 @@
 
 #include "KelBasicTypes/detail/memorylog.h"
 #include "KelBasicTypes/detail/quietlookup.h"
-#include "KelBasicTypes/detail/systemfigures.h"
 #include "KelBasicTypes/idatastore.h"
 #include "KelBasicTypes/imemchecker.h"
 #include "KelBasicTypes/kelstring.h"
-#include "KelBasicTypes/outofmemory.h"
+#include "KelBasicTypes/platform/memorystatus.h"
 #include "KelBasicTypes/platform/rawfile.h"
 
 namespace kel::detail {
@@ -44,13 +43,12 @@ MemoryFigures figures() {
     if (checker && checker->isAvailable()) {
         checker->figures(result, kKilobyte);
     } else {
-        (void)systemFigures(result, kKilobyte);  // zeros where the system does not tell
+        (void)systemFigures(result, kKilobyte);  // zeros where the system does not report it
     }
     return result;
 }
 
-void addManager(LogText& log) {
-    KelMM::IKelMManager* const manager = memoryManager();
+void addManager(LogText& log, KelMM::IKelMManager* manager) {
     if (manager == nullptr) return log.line("kelmm not available");
     log.line("kelmm core now:", manager->coreInUse() * kManagerUnitInKilobytes, 'k');
     log.line("kelmm core limit:", manager->coreLimit() * kManagerUnitInKilobytes, 'k');
@@ -80,7 +78,7 @@ KelString logPath() {
 
 }  // namespace
 
-void writeMemoryLog(std::uint64_t attemptedBytes) {
+void writeMemoryLog(std::uint64_t attemptedBytes, KelMM::IKelMManager* manager) {
     const KelString path = logPath();
     platform::RawFile file(path.view(), platform::RawFile::Creation::Replace);
     if (!file.isOpen()) return;
@@ -95,9 +93,26 @@ void writeMemoryLog(std::uint64_t attemptedBytes) {
     log.line("swap free:", now.swapFree, 'k');
     log.line("swap total:", now.swapTotal, 'k');
     log.line("");
-    addManager(log);
+    addManager(log, manager);
     log.line("");
-    (void)file.write(log.text(), log.size());  // nobody is left to hear of a full disk
+    (void)file.write(log.text(), log.size());  // a full disk cannot be reported any more
+}
+
+bool systemFigures(MemoryFigures& result, std::uint32_t divisor) noexcept {
+    result = {};
+    platform::MemoryStatus status;
+    if (!platform::readMemoryStatus(status)) return false;
+    const std::uint64_t unit = std::max<std::uint32_t>(divisor, 1);
+    const auto beyond = [](std::uint64_t whole, std::uint64_t part) {
+        return whole > part ? whole - part : 0;
+    };
+    const std::uint64_t swapTotal =
+        std::min(beyond(status.totalVirtual, status.totalPhysical), status.totalPageFile);
+    const std::uint64_t swapFree = std::min(
+        {swapTotal, beyond(status.availableVirtual, status.availablePhysical), status.availablePageFile});
+    result = {status.availablePhysical / unit, status.totalPhysical / unit, swapFree / unit,
+              swapTotal / unit};
+    return true;
 }
 
 }  // namespace kel::detail

@@ -1,4 +1,4 @@
-// How a number is written into a string.
+// How a number is written into a string. Threads: a value; `flags` is borrowed.
 #pragma once
 
 struct KelNumberFormat {

@@ -1,14 +1,19 @@
+// What happens when the heap refuses: the host's memory manager, growth by way of a temporary file, the
+// report to the user and the end of the process.
 #include "KelBasicTypes/outofmemory.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <iterator>
+#include <optional>
 
 #include "KelBasicTypes/detail/heap.h"
 #include "KelBasicTypes/detail/memorylog.h"
 #include "KelBasicTypes/detail/quietlookup.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
+#include "KelBasicTypes/directories.h"
 #include "KelBasicTypes/idatastore.h"
 #include "KelBasicTypes/igfxrenderer.h"
 #include "KelBasicTypes/ikelerrorservice.h"
@@ -16,6 +21,7 @@
 #include "KelBasicTypes/message.h"
 #include "KelBasicTypes/platform/messagebox.h"
 #include "KelBasicTypes/platform/process.h"
+#include "KelBasicTypes/platform/rawfile.h"
 
 namespace kel {
 namespace {
@@ -104,7 +110,7 @@ KelMM::IKelMManager* memoryManager() noexcept {
 
 void writeMemorySnapshot(std::uint64_t attemptedBytes) noexcept {
     try {
-        detail::writeMemoryLog(attemptedBytes);
+        detail::writeMemoryLog(attemptedBytes, memoryManager());
     } catch (...) {
         // a service of the host failed: there is no log, as when the file cannot be opened
     }
@@ -136,3 +142,54 @@ void resetMemoryManager() {
 
 }  // namespace detail
 }  // namespace kel
+
+using kel::platform::RawFile;
+
+namespace kel::detail {
+namespace {
+
+// Null when the file cannot be created; the name may fail as well, for services and strings take part in it.
+void openSpillFile(std::optional<RawFile>& file) noexcept {
+    try {
+        KelString path;
+        makeTempFileName(path);
+        file.emplace(path.view(), RawFile::Creation::NewTemporary);
+        if (!file->isOpen()) file.reset();
+    } catch (...) {
+        file.reset();
+    }
+}
+
+[[noreturn]] void end(std::optional<RawFile>& file, std::size_t attempted, MemoryFailure failure) noexcept {
+    file.reset();
+    endOutOfMemory(attempted, failure);
+}
+
+[[noreturn]] void endRefused(std::uint64_t attemptedBytes) noexcept {
+    endOutOfMemory(attemptedBytes, MemoryFailure::HeapRefused);
+}
+
+void moveThroughSpillFile(void*& block, std::size_t oldBytes, std::size_t newBytes) {
+    std::optional<RawFile> file;
+    openSpillFile(file);
+    if (!file) end(file, newBytes, MemoryFailure::SpillNotCreated);
+    if (!file->write(block, oldBytes)) end(file, newBytes, MemoryFailure::SpillNotWritten);
+
+    heapRelease(block);
+    block = heapAllocate(newBytes);
+    if (block == nullptr) block = allocateWithManager(newBytes);
+    if (block == nullptr) end(file, newBytes, MemoryFailure::HeapRefused);
+
+    if (!file->seekToStart() || !file->read(block, oldBytes)) {
+        heapRelease(block);
+        block = nullptr;
+        end(file, newBytes, MemoryFailure::SpillNotRead);
+    }
+    std::memset(static_cast<std::byte*>(block) + oldBytes, 0, newBytes - oldBytes);
+}
+
+}  // namespace
+
+constinit const AllocationHooks allocationHooks{memoryManager, moveThroughSpillFile, endRefused};
+
+}  // namespace kel::detail

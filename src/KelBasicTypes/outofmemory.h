@@ -25,9 +25,9 @@ enum class MemoryFailure : std::int32_t {
 // one. A file that cannot be opened is left out without a word. 0: no size was attempted.
 void writeMemorySnapshot(std::uint64_t attemptedBytes) noexcept;
 
-// Tells the user, through the host's error service if the setting "Memory/UseErrorService" is true (and then
-// not at all if the host has none), else in a message box. Codes other than -5 to -1 tell nothing. Always
-// false.
+// Reports to the user, through the host's error service if the setting "Memory/UseErrorService" is true (and
+// then not at all if the host has none), else in a message box. Codes other than -5 to -1 report nothing.
+// Always false.
 bool outOfMemoryHandler(std::int32_t failureCode) noexcept;
 
 // Snapshot, handler, end of the process with exit status -1.

@@ -1,17 +1,19 @@
+// Guarded allocation, and the allocator of buffers on top of it. See oxarealloc.h for the order of attempts.
 #include "KelBasicTypes/oxarealloc.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cinttypes>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "KelBasicTypes/assertion.h"
+#include "KelBasicTypes/bucketmemoryallocator.h"
 #include "KelBasicTypes/detail/heap.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
-#include "KelBasicTypes/detail/spill.h"
-#include "KelBasicTypes/outofmemory.h"
 
 namespace kel {
 namespace {
@@ -35,8 +37,8 @@ bool isTraceWanted() noexcept {
 
 // What is too large to be counted is too large to be had: no heap grants it.
 std::size_t byteSize(std::uint64_t elementSize, std::uint64_t count) noexcept {
-    constexpr std::uint64_t kMost = std::numeric_limits<std::size_t>::max();
-    return elementSize != 0 && count > kMost / elementSize ? kMost : elementSize * count;
+    constexpr std::uint64_t kMax = std::numeric_limits<std::size_t>::max();
+    return elementSize != 0 && count > kMax / elementSize ? kMax : elementSize * count;
 }
 
 void traceMalloc(std::uint64_t elementSize, std::uint64_t count, std::size_t bytes) noexcept {
@@ -68,7 +70,7 @@ struct Growth {
     }
 
     [[nodiscard]] bool tryWithManager(std::uint64_t count) const {
-        KelMM::IKelMManager* const manager = memoryManager();
+        KelMM::IKelMManager* const manager = detail::allocationHooks.memoryManager();
         if (manager == nullptr) return false;
         const std::size_t missing = byteSize(elementSize, count) - oldBytes;
         const std::size_t requests = missing / KelMM::IKelMManager::kUnitInBytes + 1;
@@ -80,8 +82,8 @@ struct Growth {
     }
 };
 
-// Attempts between the one that was refused and the minimum, each half as far from it. 0 when all are
-// refused.
+// Attempts between the one that failed and the minimum, each half as far from it. 0 when all
+// fail.
 std::uint64_t growLess(const Growth& growth, std::uint64_t minimum, std::uint64_t refused) {
     std::uint64_t attempt = refused;
     for (int step = kFirstStep; step >= 0 && minimum < attempt; --step) {
@@ -99,7 +101,7 @@ std::uint64_t oxaMalloc(void*& block, std::uint64_t elementSize, std::uint64_t c
     traceMalloc(elementSize, count, bytes);
     block = detail::heapAllocate(bytes);
     if (block == nullptr && bytes != 0) block = detail::allocateWithManager(bytes);
-    if (block == nullptr && bytes != 0) endOutOfMemory(bytes, MemoryFailure::HeapRefused);
+    if (block == nullptr && bytes != 0) detail::allocationHooks.end(bytes);
     return count;
 }
 
@@ -124,7 +126,7 @@ std::uint64_t oxaRealloc(void*& block, std::uint64_t elementSize, std::uint64_t 
     if (const std::uint64_t got = growLess(growth, minimumCount, chosen)) return got;
 
     const std::size_t minimumBytes = byteSize(elementSize, minimumCount);
-    detail::moveThroughSpillFile(block, growth.oldBytes, minimumBytes);
+    detail::allocationHooks.moveThroughSpillFile(block, growth.oldBytes, minimumBytes);
     return minimumCount;
 }
 
@@ -144,3 +146,23 @@ void rereadTraceVariable() {
 
 }  // namespace detail
 }  // namespace kel
+
+using kel::detail::BlockHeader;
+using kel::detail::FreeBlock;
+using kel::detail::headerOf;
+
+BucketMemoryAllocator& BucketMemoryAllocator::instance() noexcept {
+    static constinit BucketMemoryAllocator theAllocator;
+    return theAllocator;
+}
+
+void* BucketMemoryAllocator::newBlock(std::size_t sizeInBytes) {
+    void* storage = nullptr;
+    kel::oxaMalloc(storage, 1, sizeof(BlockHeader) + std::max(sizeInBytes, sizeof(FreeBlock)));
+    auto* const header = new (storage) BlockHeader{this};
+    return header + 1;
+}
+
+void BucketMemoryAllocator::freeBlock(void* block) noexcept {
+    kel::oxaFree(headerOf(block));
+}

@@ -1,7 +1,7 @@
-// Guarded allocation: every buffer of this library comes from here, and nobody who calls these tests for
+// Guarded allocation: every buffer of this library comes from here, and no caller tests for
 // null. When the system heap refuses, the host's memory manager is asked to give memory back; when that does
-// not help either, the process writes a snapshot to "memory.log", tells the user and ends with exit status -1
-// (outofmemory.h). Threads: any; no lock is held here.
+// not help either, the process writes a snapshot to "memory.log", reports to the user and ends with exit
+// status -1 (outofmemory.h). Threads: any; no lock is held here.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ inline constexpr std::uint64_t kSameAsMinimum = std::numeric_limits<std::uint64_
 std::uint64_t oxaMalloc(void*& block, std::uint64_t elementSize, std::uint64_t count);
 
 // Grows a block of oxaMalloc from currentCount elements to as many as can be had, maximum at most, minimum at
-// least. Its contents stay, the bytes behind them become zero. Returns the elements it now has. A maximum of
+// least. Its contents stay, the bytes after them become zero. Returns the elements it now has. A maximum of
 // kSameAsMinimum stands for the minimum.
 //
 // A minimum equal to currentCount changes nothing; so does one below, unless the maximum is lower still: then

@@ -88,7 +88,7 @@ private:
         const char16_t* text;
         std::size_t units;
     };
-    // Text before and argument of each placeholder, and the text behind the last. Only the first count_ are
+    // Text before and argument of each placeholder, and the text after the last. Only the first count_ are
     // set: clearing the others would take as long as the rest of the work.
     Piece pieces_[2 * kMaxPlaceholders + 1];
     std::size_t count_ = 0;

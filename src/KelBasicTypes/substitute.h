@@ -1,5 +1,5 @@
 // Completes message templates: puts argument texts in place of numbered placeholders.
-// Both forms have irregularities that translators rely on; they are said here and kept.
+// Both forms have irregularities that translators rely on; they stay. Threads: no shared state.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Between the framework's 16-bit text and UTF-8.
+// Between the framework's 16-bit text and UTF-8. Threads: pure functions.
 #pragma once
 
 #include <string>

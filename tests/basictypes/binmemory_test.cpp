@@ -1,4 +1,4 @@
-// Streams over memory, and what streams tell of themselves.
+// Streams over memory, and what streams report of themselves.
 #include "KelBasicTypes/binmemory.h"
 
 #include <gtest/gtest.h>

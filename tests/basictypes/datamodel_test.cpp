@@ -1,4 +1,4 @@
-// Data-model files: what is written reads back, and what is damaged is refused with its position and at a
+// Data-model files: what is written reads back, and what is damaged is rejected with its position and at a
 // cost that follows its size.
 #include "KelBasicTypes/datamodel.h"
 
@@ -317,7 +317,7 @@ TEST(DataModel, SurvivesAnyByteChanged) {
     }
 }
 
-// Takes so many bytes, then nothing; may refuse to be positioned.
+// Takes so many bytes, then nothing; may fail to be positioned.
 class LimitedMedium final : public BinOutput {
 public:
     LimitedMedium(std::size_t limit, bool canSeek) : limit_(limit), canSeek_(canSeek) {}

@@ -1,4 +1,4 @@
-// Services for tests, each recognisable by what it answers.
+// Services for tests, each recognisable by its results.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@
 #include "KelBasicTypes/keltrivialtranslator.h"
 #include "tests/object/fakehost.h"
 
-// Orders backwards, calls '7' the only digit and '_' the only space, answers "<n>" for n units.
+// Orders backwards, calls '7' the only digit and '_' the only space, returns "<n>" for n units.
 class FakeStrSupport final : public kel::Implements<FakeStrSupport, IKelStrSupport> {
 public:
     static constexpr const char* kClassName = "FakeStrSupport";

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "KelBasicTypes/detail/spincount.h"
+#include "KelBasicTypes/detail/resetbasictypes.h"
 #include "KelBasicTypes/kelevent.h"
 #include "KelBasicTypes/kelmutex.h"
 #include "environment.h"
@@ -268,7 +268,7 @@ TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {
     for (const Case& c :
          {Case{"4000", 4000}, Case{"-7", -1}, Case{"0", 0}, Case{"many", 0}, Case{nullptr, -1}}) {
         SCOPED_TRACE(c.text == nullptr ? "unset" : c.text);
-        kel::forgetProcessSpinCount();
+        kel::detail::resetSpinCount();
         kel::test::unsetVariable("KEL_SPIN_COUNT");
         if (c.text != nullptr) kel::test::setVariable("KEL_SPIN_COUNT", c.text);
         const KelCondition first;
@@ -278,7 +278,7 @@ TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {
         EXPECT_EQ(second.spinCount(), c.spinCount);
     }
     kel::test::unsetVariable("KEL_SPIN_COUNT");
-    kel::forgetProcessSpinCount();
+    kel::detail::resetSpinCount();
 }
 
 TEST(KelEvent, LetsEverybodyThroughUntilReset) {

@@ -99,12 +99,12 @@ TEST(MemLimitListener, FollowsTheSetting) {
     EXPECT_EQ(listener->limitInBytes(), -2);
     EXPECT_NE(listener->dataChanged("Memory/Memlimit", 99), 0);
     EXPECT_EQ(listener->limitInBytes(), -2);
-    constexpr std::int64_t kMost = 9223372036854775807;
-    const std::pair<double, std::int64_t> kExtremes[] = {{1e300, kMost},
-                                                         {9223372036854775808.0, kMost},
+    constexpr std::int64_t kMax = 9223372036854775807;
+    const std::pair<double, std::int64_t> kExtremes[] = {{1e300, kMax},
+                                                         {9223372036854775808.0, kMax},
                                                          {9223372036854774784.0, 9223372036854774784},
-                                                         {-9223372036854775808.0, -kMost - 1},
-                                                         {-1e300, -kMost - 1},
+                                                         {-9223372036854775808.0, -kMax - 1},
+                                                         {-1e300, -kMax - 1},
                                                          {std::nan(""), 0}};
     for (const auto& [value, limit] : kExtremes) {
         EXPECT_EQ(listener->dataChanged("Memory/MemLimit", value), 0);

@@ -150,7 +150,7 @@ int runRefusingFrom(Scene& scene, int n, Refused refused, const std::function<vo
     return scene.run([&] {
         std::optional<Host> host;
         if (prepare != nullptr) prepare(host.emplace(scene));
-        (void)kel::currentTranslator();  // made by `new`, which says so itself when it is refused
+        (void)kel::currentTranslator();  // made by `new`, which reports a failure itself
         int requests = 0;
         const RefusingHeap heap([&](const RefusingHeap::Request&) {
             const bool isOver = ++requests >= n;
@@ -187,7 +187,7 @@ TEST(OutOfMemory, EndsWithLogAndBoxWhereverMemoryRunsOut) {
 
 TEST(OutOfMemory, EndsWithLogAndBoxWhenTheLanguageCannotAllocateEither) {
     sweep(Refused::HeapAndNew, kBox, nullptr);
-    // A host whose every answer costs memory is as good as none.
+    // A host whose every service costs memory is as good as none.
     sweep(Refused::HeapAndNew, kBox, [](Host& host) { host.host->offer<IGfxRenderer>(*host.renderer); });
 }
 

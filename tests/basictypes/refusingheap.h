@@ -18,7 +18,7 @@ public:
         bool isRealloc;
         std::size_t sizeInBytes;
     };
-    using Rule = std::function<bool(const Request&)>;  // true: refuse
+    using Rule = std::function<bool(const Request&)>;  // true: fail it
 
     explicit RefusingHeap(Rule rule) : rule_(std::move(rule)) {
         current() = this;

@@ -262,7 +262,7 @@ TEST(RootElement, OfADocumentThatHasOneIsRefused) {
     EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
 }
 
-// An element from elsewhere, which answers to no name of ours.
+// An element from elsewhere, which has no interface name of ours.
 class ForeignElement final : public MSDOMXmlElement {
 public:
     ForeignElement() : MSDOMXmlElement({}) {}

@@ -1,4 +1,4 @@
-// The library's outer surface and the names its objects answer to.
+// The library's outer surface and the names of its objects.
 #include <algorithm>
 #include <cctype>
 #include <cstring>

@@ -1,4 +1,4 @@
-// Expressions through the component: what they select and compute, and how they are refused.
+// Expressions through the component: what they select and compute, and how they are rejected.
 #include <cmath>
 
 #include "tests/component/fixture.h"

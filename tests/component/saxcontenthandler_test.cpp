@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/text.h"
 #include "tests/component/recorder.h"
 #include "unimplemented.h"
 

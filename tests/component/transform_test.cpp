@@ -13,7 +13,7 @@ constexpr const char* kNameOfRoot =
     "<xsl:output method='text'/><xsl:template match='/'>name=<xsl:value-of select='name(*)'/></xsl:template>"
     "</xsl:stylesheet>";
 
-// A parser from elsewhere, which answers to no name of ours.
+// A parser from elsewhere, which has no interface name of ours.
 class ForeignParser final : public MSDOMXml {
 public:
     void queryInterface(const char*, void** out, bool) override { *out = nullptr; }

@@ -29,7 +29,7 @@ private:
 };
 
 void demand(HRESULT status) {
-    if (FAILED(status)) throw std::runtime_error("the document's tree answers with a failure");
+    if (FAILED(status)) throw std::runtime_error("the document's tree returns a failure");
 }
 
 std::string nameOf(IXMLDOMNode& node) {

@@ -1,5 +1,5 @@
 // Counts what became of the tests and prints it: by collection, by section of the recommendation, in total;
-// and holds the differences found against those that are known. Threads: one.
+// and compares the differences found with those that are known. Threads: one.
 #pragma once
 
 #include <array>

@@ -14,7 +14,7 @@ std::string toUtf8(const OLECHAR* text, int length) {
     return engine::text::toUtf8({text, static_cast<std::size_t>(length)});
 }
 
-// The content handler is told names as written and attributes by their local names, without declarations: in
+// The content handler receives names as written and attributes by their local names, without declarations: in
 // this form the two routes are compared.
 class ContentHandler final : public ISAXContentHandler {
 public:
@@ -78,7 +78,7 @@ std::string contradiction(const Outcome& outcome, const ContentHandler& handler,
                           const Recorder& events) {
     if (isReadable != outcome.accepted) return "the status of parseURL is not that of the events";
     if (handler.report().text() != events.asHandler().text())
-        return "the content handler is told other things than the events say";
+        return "the content handler receives other things than the events say";
     return {};
 }
 

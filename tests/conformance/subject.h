@@ -9,9 +9,9 @@ namespace conformance {
 
 struct Outcome {
     bool accepted = false;
-    std::string reason;     // of a refusal, as the engine words it
+    std::string reason;     // of a rejection, as the engine words it
     std::string canonical;  // what was reported; complete when accepted
-    // Set when two routes to the same answer disagree: the engine contradicts itself, whatever the test
+    // Set when two routes to the same result disagree: the engine contradicts itself, whatever the test
     // wants.
     std::string contradiction;
 };

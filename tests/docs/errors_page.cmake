@@ -1,5 +1,5 @@
-# docs/errors.md tells of every message that the sources hold, and of no other. Messages for people are those of the
-# catalogues, which a test of their own holds against the sources; the texts of exceptions and assertions, and the
+# docs/errors.md has every message that the sources hold, and no other. Messages for people are those of the
+# catalogues, which a test of their own compares with the sources; the texts of exceptions and assertions, and the
 # numbers of codes and statuses, come from the sources themselves. Run with -D for: SOURCES, MSGCAT
 cmake_minimum_required(VERSION 3.25)
 
@@ -29,7 +29,7 @@ endif()
 foreach(message IN LISTS messages)
     string(FIND "${page}" "`${message}`" at)
     if(at EQUAL -1)
-        message(SEND_ERROR "docs/errors.md does not tell of: ${message}")
+        message(SEND_ERROR "docs/errors.md lacks: ${message}")
     endif()
 endforeach()
 
@@ -38,7 +38,7 @@ string(REGEX MATCHALL "`[^`]+`" told "${told}")
 foreach(quoted IN LISTS told)
     string(REGEX REPLACE "^`(.*)`$" "\\1" quoted "${quoted}")
     if(NOT quoted IN_LIST messages)
-        message(SEND_ERROR "docs/errors.md tells of what no source says: ${quoted}")
+        message(SEND_ERROR "docs/errors.md has what no source says: ${quoted}")
     endif()
 endforeach()
 
@@ -47,7 +47,7 @@ foreach(header ikeldomxml.h ikeldomxmlv3.h ikelsaxxml.h)
     foreach(code IN LISTS codes)
         string(REGEX REPLACE ".* = ([0-9]+),.*" "\\1" number "${code}")
         if(NOT page MATCHES "\n### Code ${number}: ")
-            message(SEND_ERROR "docs/errors.md does not tell of code ${number} of ${header}")
+            message(SEND_ERROR "docs/errors.md lacks code ${number} of ${header}")
         endif()
     endforeach()
 endforeach()
@@ -56,6 +56,6 @@ foreach(status IN LISTS statuses)
     string(REGEX REPLACE "^ +{(0x[0-9A-F]+), (\"[^\"]*\")}.*" "`\\1`, \\2" line "${status}")
     string(FIND "${page}" "${line}" at)
     if(at EQUAL -1)
-        message(SEND_ERROR "docs/errors.md does not tell of the status ${line}")
+        message(SEND_ERROR "docs/errors.md lacks the status ${line}")
     endif()
 endforeach()

@@ -1,5 +1,5 @@
 // soak [SECONDS]: four threads under the reference host do all operations over and over, half an hour unless
-// told otherwise. All results must stay what they were the first time, and resident memory at the end must be
+// set otherwise. All results must stay what they were the first time, and resident memory at the end must be
 // within 2 % of what it was after the first minute (of a shorter run: after its first third). Exit status: 0
 // it was, 1 it was not, 2 wrong usage.
 #include <algorithm>

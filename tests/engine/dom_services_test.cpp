@@ -9,7 +9,7 @@ using namespace domtest;
 namespace reader = engine::reader;
 using engine::dom::NodeSource;
 
-// Finds documents valid whose document element is called "good"; refuses to judge "odd".
+// Finds documents valid whose document element is called "good"; fails for "odd".
 class RootNameValidator final : public engine::dom::ISchemaValidator, public engine::com::Pooled {
 public:
     HRESULT QueryInterface(REFIID iid, void** object) override {

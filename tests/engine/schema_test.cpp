@@ -1,4 +1,4 @@
-// Schema collections through the COM interfaces: what they refuse, what they find, and when.
+// Schema collections through the COM interfaces: what they reject, what they find, and when.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 

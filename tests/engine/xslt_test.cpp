@@ -1,4 +1,4 @@
-// Style sheets through the COM interfaces: results, refusals, and what may not happen to the host.
+// Style sheets through the COM interfaces: results, rejections, and what may not happen to the host.
 #include <gmock/gmock.h>
 #include <libxml/globals.h>
 #include <libxml/parser.h>

@@ -136,7 +136,7 @@ TEST(Messages, HaveTheFormThatTheLanguageHasForACount) {
     EXPECT_EQ(none.text("one", "more", 0), "more");
 }
 
-// Cut anywhere, with any number replaced by a wild one: refused or read, never a read beyond the file.
+// Cut anywhere, with any number replaced by a wild one: rejected or read, never a read beyond the file.
 TEST(Messages, DamagedCataloguesArePassedOverAndNamed) {
     const std::string whole = kel::test::catalogue({{"one", "eins"}, {"two", "zwei"}});
     EXPECT_EQ(Catalogue::parse(whole).find("two"), "zwei");

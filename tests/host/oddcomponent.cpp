@@ -1,4 +1,4 @@
-// Libraries that a host must refuse, one for each ODD_ENTRY: what their EntryPoint answers stands there.
+// Libraries that a host must reject, one for each ODD_ENTRY: what their EntryPoint returns stands there.
 #include <cstdint>
 
 class IKelComponent;

@@ -32,7 +32,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// Notes what it is told; reads the setting and sets another one if it has a store.
+// Notes what it receives; reads the setting and sets another one if it has a store.
 class Listener final : public kel::Implements<Listener, IKelDataReceiver> {
 public:
     static constexpr const char* kClassName = "Listener";

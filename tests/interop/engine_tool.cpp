@@ -2,7 +2,7 @@
 //   engine_tool transform STYLE SOURCE                the result as UTF-8 on standard output
 //   engine_tool transform-to-document STYLE SOURCE    the same by way of a result document; its text
 //   engine_tool validate SCHEMA NAMESPACE SOURCE
-// Exit status: 0 done or valid, 1 refused, with the description on standard error, 2 wrong usage.
+// Exit status: 0 done or valid, 1 rejected, with the description on standard error, 2 wrong usage.
 #include <cstdio>
 #include <stdexcept>
 #include <string>

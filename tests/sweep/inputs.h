@@ -1,4 +1,4 @@
-// Generated documents, style sheets and schemas, each of which repeats one thing as often as it is told.
+// Generated documents, style sheets and schemas, each of which repeats one thing as often as it is asked to.
 #pragma once
 
 #include <cstdint>

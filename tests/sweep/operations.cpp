@@ -48,7 +48,7 @@ Dom loadedFile(const std::string& path) {
     return parser;
 }
 
-// A refusal may be reported either way.
+// A rejection may be reported either way.
 template <class Call>
 Delivery delivered(Call call) {
     try {

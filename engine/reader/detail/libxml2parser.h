@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
 #include "engine/reader/detail/context.h"
 #include "engine/reader/detail/doctype.h"
 #include "engine/reader/events.h"

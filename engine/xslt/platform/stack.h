@@ -6,7 +6,8 @@
 
 namespace engine::xslt::platform {
 
-// In bytes, from the caller's frame to the end of the stack. A careful guess where the system does not tell.
+// In bytes, from the caller's frame to the end of the stack. A careful guess where the system does not report
+// it.
 [[nodiscard]] std::size_t stackLeftInBytes() noexcept;
 
 // Runs `work` on a stack of its own while the caller waits: on another thread, which is gone afterwards.

@@ -64,7 +64,7 @@ std::string& LocaleStrSupport::toNarrow(const char16_t* text, std::string& resul
 }
 
 std::int32_t LocaleStrSupport::compare(const char16_t* a, const char16_t* b) {
-    // Asking the collator is safe for several threads at a time as long as nobody changes its attributes.
+    // Asking the collator is safe for several threads at a time while its attributes do not change.
     const UCollationResult order =
         state_->collator ? ucol_strcoll(state_->collator.get(), a, -1, b, -1) : UCOL_EQUAL;
     return order != UCOL_EQUAL ? order : u_strcmp(a, b);

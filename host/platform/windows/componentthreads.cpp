@@ -13,7 +13,7 @@ void admitThreads() noexcept {
         CO_MTA_USAGE_COOKIE kept{};  // until the process ends
         return SUCCEEDED(CoIncrementMTAUsage(&kept));
     }();
-    (void)isAdmitted;  // refused: creating an object will say so
+    (void)isAdmitted;  // rejected: creating an object will say so
 }
 
 }  // namespace kelhost::platform

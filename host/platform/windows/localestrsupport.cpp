@@ -42,7 +42,7 @@ void transform(KelString& text, Transformation transformation) {
     const wchar_t* const units = toWide(source.data());
     const auto length = static_cast<int>(source.size());
     std::wstring target;
-    // Twice: what some transformations answer first is an estimate.
+    // Twice: what some transformations return first is an estimate.
     for (int needed = transformation(units, length, nullptr, 0); needed > 0;) {
         target.resize(static_cast<std::size_t>(needed));
         const int written = transformation(units, length, target.data(), needed);

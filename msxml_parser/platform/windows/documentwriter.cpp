@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/enginespecific.h"
+#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 

@@ -1,5 +1,5 @@
-// The word in front of every buffer: the allocator that can free it. Blocks may so outlive whoever handed
-// them out.
+// The word in front of every buffer: the allocator that can free it. Blocks may so outlive the pool that
+// handed them out.
 #pragma once
 
 #include <cstddef>
@@ -23,5 +23,10 @@ static_assert(sizeof(BlockHeader) == 8);
 [[nodiscard]] inline BlockHeader* headerOf(void* block) noexcept {
     return static_cast<BlockHeader*>(block) - 1;
 }
+
+// An unused block; the first word of the caller's bytes links it to others of its class.
+struct FreeBlock {
+    FreeBlock* next;  // null: the last
+};
 
 }  // namespace kel::detail

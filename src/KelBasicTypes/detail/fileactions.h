@@ -13,7 +13,7 @@ namespace kel::detail {
 [[nodiscard]] KelString unfinishedPath(const KelString& path);
 
 // `from` takes the place of `to`, in one step where both are on one file system. Returns what the system says
-// when it refuses, which changes nothing; empty when done.
+// on a failure, which changes nothing; empty when done.
 [[nodiscard]] std::string replaceFile(std::u16string_view from, std::u16string_view to);
 
 void removeFile(std::u16string_view path) noexcept;  // one that is not there, or cannot be removed, stays

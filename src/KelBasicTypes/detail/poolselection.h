@@ -1,7 +1,9 @@
-// Which pool the buffers of this library come from.
+// What pools and thread caches need to know of the current pool (buffers.cpp), and the lock that guards both.
+// Threads: as each declaration says.
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 class BucketMemoryPool;
 
@@ -13,5 +15,11 @@ void succeedCurrentPool(BucketMemoryPool& pool);
 
 // Enters takes that a thread made without the lock. Under the library's lock.
 void countTakes(std::uint32_t takes) noexcept;
+
+// The one lock of this library: it guards the lists of the pools and which pool is the current one. Nothing
+// is called under it that may wait for anything else, or come back for it.
+[[nodiscard]] std::mutex& libraryLock() noexcept;  // lives until the process ends
+
+using LibraryGuard = std::lock_guard<std::mutex>;
 
 }  // namespace kel::detail

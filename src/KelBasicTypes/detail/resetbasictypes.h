@@ -9,6 +9,7 @@ void resetTranslator();
 void resetDirectories();
 void resetMemoryManager();
 void rereadTraceVariable();  // KEL_TRACE_ALLOCATIONS
+void resetSpinCount();       // KEL_SPIN_COUNT, likewise
 void resetBufferPool();      // releases the current pool with all that it keeps
 
 }  // namespace kel::detail

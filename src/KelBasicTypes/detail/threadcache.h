@@ -8,9 +8,10 @@
 #include <cstdint>
 #include <new>
 
-#include "KelBasicTypes/bucketmemorypool.h"
 #include "KelBasicTypes/detail/blockheader.h"
 #include "threadpointer.h"
+
+class BucketMemoryPool;
 
 namespace kel::detail {
 

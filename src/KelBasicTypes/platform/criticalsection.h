@@ -1,5 +1,5 @@
 // A lock for short sections inside one process; the thread that holds it may enter it again.
-// Threads: any. A section that nobody has entered may be destroyed; one that is held may not.
+// Threads: any. A section that no thread has entered may be destroyed; one that is held may not.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
 // A flag to wait for, inside one process.
-// Threads: any; it may be destroyed when nobody waits.
+// Threads: any; it may be destroyed when no thread waits.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ class Mutex;
 
 enum class EventReset {
     Auto,    // setting it lets one waiter through, the one that came first, and is then used up
-    Manual,  // setting it lets everybody through until it is reset
+    Manual,  // setting it lets every thread through until it is reset
 };
 
 class Event final {

@@ -14,7 +14,7 @@ struct FileCloser {
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 // Opens with a mode as fopen takes it; files are not inherited by child processes. Null when the system
-// refuses, and for an empty path, a path with a NUL in it and a directory.
+// rejects, and for an empty path, a path with a NUL in it and a directory.
 [[nodiscard]] FileHandle openFile(std::u16string_view path, const char* mode);
 
 // Closes now. False when the system could not take what was still to be written; the file is closed all the

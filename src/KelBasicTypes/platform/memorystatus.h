@@ -15,6 +15,6 @@ struct MemoryStatus {
     std::uint64_t availableVirtual = 0;
 };
 
-[[nodiscard]] bool readMemoryStatus(MemoryStatus& status) noexcept;  // false: the system does not tell
+[[nodiscard]] bool readMemoryStatus(MemoryStatus& status) noexcept;  // false: the system does not report
 
 }  // namespace kel::platform

@@ -1,6 +1,6 @@
 // A mutex that its owning thread may lock again, known to one process or, by name, to all processes of one
-// user. A mutex whose owner ended without unlocking is abandoned: the next locker gets it and is told. A name
-// lives as long as some process holds a mutex of that name, however those processes end. Threads: any.
+// user. A mutex whose owner ended without unlocking is abandoned: the next locker gets it and a report. A
+// name lives as long as some process holds a mutex of that name, however those processes end. Threads: any.
 // Destroying a mutex unlocks it if the calling thread holds it.
 #pragma once
 
@@ -19,11 +19,11 @@ enum class LockResult {
 
 class Mutex final {
 public:
-    // Not owned by anybody. Null when the system refuses one; for a name also when it is empty or too long.
+    // Without an owner. Null when the system refuses one; for a name also when it is empty or too long.
     [[nodiscard]] static std::unique_ptr<Mutex> create() noexcept;
     [[nodiscard]] static std::unique_ptr<Mutex> createOrOpen(const char* name) noexcept;
     [[nodiscard]] static std::unique_ptr<Mutex> open(
-        const char* name) noexcept;  // null when nobody has that name
+        const char* name) noexcept;  // null when no mutex has that name
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
     ~Mutex();

@@ -18,8 +18,8 @@ namespace kel::platform {
 
 void sleepFor(std::uint32_t milliseconds) noexcept;
 
-// Ends the process at once: what the standard streams still hold is written if nobody is using them, nothing
-// else is run. Never waits for another thread.
+// Ends the process at once: what the standard streams still hold is written if no thread is using them,
+// nothing else is run. Never waits for another thread.
 [[noreturn]] void endProcess(int status) noexcept;
 
 }  // namespace kel::platform

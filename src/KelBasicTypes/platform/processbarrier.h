@@ -11,7 +11,7 @@
 
 namespace kel::platform {
 
-// The same answer for the whole life of the process. False: the system has no such barrier, both sides have
+// The same result for the whole life of the process. False: the system has no such barrier, both sides have
 // to use sequentially consistent operations.
 [[nodiscard]] bool hasProcessBarrier() noexcept;
 

@@ -5,7 +5,7 @@
 
 namespace kel::platform {
 
-// Physical memory in use by the process, in bytes; 0 where the system does not tell.
+// Physical memory in use by the process, in bytes; 0 where the system does not report it.
 [[nodiscard]] std::uint64_t processMemoryInUse() noexcept;
 
 }  // namespace kel::platform

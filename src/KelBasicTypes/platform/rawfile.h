@@ -10,7 +10,7 @@ namespace kel::platform {
 class RawFile final {
 public:
     enum class Creation {
-        Replace,       // creates the file or empties it; it may be read by everybody
+        Replace,       // creates the file or empties it; readable by every user
         NewTemporary,  // must not exist yet; for reading and writing; gone once it is closed, however
                        // the process ends; where the system can, without a name from the start
     };

@@ -1,5 +1,5 @@
 // A counting semaphore inside one process. Threads that wait are woken in the order in which they came.
-// Threads: any; it may be destroyed when nobody waits.
+// Threads: any; it may be destroyed when no thread waits.
 #pragma once
 
 #include <cstdint>
@@ -31,9 +31,9 @@ public:
     [[nodiscard]] bool tryWait() noexcept;
     [[nodiscard]] bool waitFor(std::uint32_t timeoutMs) noexcept;  // false when the time is over
 
-    // One step: this thread has its place among the waiters before the mutex is free for anybody else, so
-    // nobody who locks the mutex afterwards can be let through first. False when the calling thread does not
-    // hold the mutex: then nothing was waited for and no place kept.
+    // One step: this thread has its place among the waiters before the mutex is free for another thread, so
+    // no thread that locks the mutex afterwards can be let through first. False when the calling thread does
+    // not hold the mutex: then nothing was waited for and no place kept.
     [[nodiscard]] bool unlockAndWait(Mutex& held) noexcept;
 
     // The same for a limited time on a clock that is never set back. The mutex is free afterwards unless it

@@ -27,7 +27,7 @@ struct Event::State {
 
     std::mutex lock;
     const EventReset reset;
-    bool isSet;  // false while anybody waits
+    bool isSet;  // false while a thread waits
     WaitList waiters;
 };
 

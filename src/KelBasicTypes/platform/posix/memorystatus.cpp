@@ -49,7 +49,7 @@ std::optional<std::uint64_t> numberAt(std::string_view text) noexcept {
     return number;
 }
 
-// The number behind a key that starts a line.
+// The number after a key that starts a line.
 std::optional<std::uint64_t> numberAfter(std::string_view text, std::string_view key) noexcept {
     for (std::size_t at = text.find(key); at != std::string_view::npos; at = text.find(key, at + 1)) {
         if (at == 0 || text[at - 1] == '\n') return numberAt(text.substr(at + key.size()));

@@ -17,7 +17,7 @@ void showMessageBox(std::u16string_view message, std::u16string_view caption) no
     for (std::size_t done = 0; done < text.size;) {
         const ssize_t part = write(STDERR_FILENO, text.bytes + done, text.size - done);
         if (part > 0) done += static_cast<std::size_t>(part);
-        if (part == 0 || (part < 0 && errno != EINTR)) return;  // nobody to tell
+        if (part == 0 || (part < 0 && errno != EINTR)) return;  // no reader
     }
 }
 

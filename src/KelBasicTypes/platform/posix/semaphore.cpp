@@ -46,7 +46,7 @@ struct Semaphore::State {
     }
 
     std::mutex lock;
-    std::int32_t count;  // above 0 only while nobody waits
+    std::int32_t count;  // above 0 only while no thread waits
     const std::int32_t maximum;
     WaitList waiters;
 };

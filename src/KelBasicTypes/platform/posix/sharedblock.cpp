@@ -167,7 +167,7 @@ bool SharedBlock::attachAsFirst(std::size_t sizeInBytes, Initialize initialize) 
     }
     auto* header = reinterpret_cast<Header*>(static_cast<std::byte*>(contents_) - sizeof(Header));
     header->ready.store(kReady, std::memory_order_release);
-    // Between the two locks another opener may find nobody here, and remove or renew the block.
+    // Between the two locks another opener may find no holder, and remove or renew the block.
     if (lockFile(file_, LOCK_SH) == 0 && hasName(file_)) return true;
     unmap();
     return false;

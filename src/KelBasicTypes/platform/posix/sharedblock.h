@@ -27,8 +27,8 @@ public:
     // Makes the contents of a fresh block, which is all zero; false gives the attempt up.
     using Initialize = bool (*)(void* contents) noexcept;
 
-    // Null when the name is empty or too long, when nobody holds it (OpenExisting) or when the system
-    // refuses.
+    // Null when the name is empty or too long, when it has no holder (OpenExisting) or when the system
+    // rejects.
     [[nodiscard]] static SharedBlockHolder attach(const char* name, Access access, std::size_t sizeInBytes,
                                                   Initialize initialize) noexcept;
     SharedBlock(const SharedBlock&) = delete;

@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool isEmpty() const noexcept { return first_ == nullptr; }
     void append(Waiter& waiter) noexcept;
 
-    // False when somebody took it out before: then a wake-up is under way to it and it must sleep until that
+    // False when it was taken out before: then a wake-up is under way to it and it must sleep until that
     // comes.
     bool remove(Waiter& waiter) noexcept;
 

@@ -9,7 +9,7 @@
 namespace kel::platform {
 
 struct HandleCloser {
-    void operator()(HANDLE handle) const noexcept { (void)CloseHandle(handle); }  // ours: nothing to refuse
+    void operator()(HANDLE handle) const noexcept { (void)CloseHandle(handle); }  // ours: it cannot fail
 };
 using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
 

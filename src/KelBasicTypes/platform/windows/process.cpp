@@ -34,7 +34,7 @@ std::uint64_t performanceCounter() noexcept {
 std::u16string currentDirectory() {
     wchar_t path[kMaxDirectoryUnits + 1];
     const DWORD length = GetCurrentDirectoryW(kMaxDirectoryUnits + 1, path);
-    if (length == 0 || length > kMaxDirectoryUnits) return {};  // longer: the answer is the room it wants
+    if (length == 0 || length > kMaxDirectoryUnits) return {};  // longer: the result is the room needed
     return {toUnits(path), length};
 }
 

@@ -15,7 +15,7 @@ HANDLE asHandle(std::intptr_t handle) noexcept {
     return reinterpret_cast<HANDLE>(handle);
 }
 
-// transfer(offset, count, &done) answers like the system's calls.
+// transfer(offset, count, &done) returns as the system's calls do.
 template <class Transfer>
 bool transferAll(std::size_t byteCount, Transfer transfer) noexcept {
     for (std::size_t done = 0; done < byteCount;) {

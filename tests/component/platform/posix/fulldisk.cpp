@@ -44,7 +44,7 @@ TEST(FullDisk, IsAnErrorWithTheSystemsReason) {
     EXPECT_FALSE(parser->writeStream(full, 0, KelString()));
     EXPECT_EQ(errorOf(parser), "9 Error while writing XML : No space left on device");
     EXPECT_TRUE(parser->writeFile(wide("/dev/null"), 0, KelString())) << "no regular file: written straight";
-    // What fits into a buffer is refused as late as the flush.
+    // What fits into a buffer is rejected as late as the flush.
     const DomParser small = load("<a/>");
     auto* const third = kel::queryInterface<IKelDOMXmlV3>(small.get());
     EXPECT_FALSE(third->writeFile(wide("/dev/full"), 0, KelString()));

@@ -1,4 +1,4 @@
-// Engine objects that implement nothing, for tests to stand on: whatever is not overridden answers E_NOTIMPL.
+// Engine objects that implement nothing, for tests to stand on: what is not overridden returns E_NOTIMPL.
 #pragma once
 
 #include "msxml_parser/detail/platformcom.h"

@@ -33,7 +33,7 @@ public:
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 
 private:
-    IUnknown* object_;  // null: the class is refused
+    IUnknown* object_;  // null: creation fails
     DWORD registration_ = 0;
 };
 

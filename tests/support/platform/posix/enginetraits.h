@@ -13,10 +13,10 @@ inline constexpr const char* kMismatchPositionInReader =
     "2:5 End tag 'c' does not match the start tag 'b'\\.";
 inline constexpr const char* kMismatchReason = "End tag 'b' does not match the start tag 'a'\\.";
 inline constexpr const char* kMismatchPlace = "\\(1:4\\)";
-// Where "<a>\n<b></a>" is refused, as the Japanese catalogue words it.
+// Where "<a>\n<b></a>" is rejected, as the Japanese catalogue words it.
 inline constexpr const char* kJapanesePlaceInLine2 = "2 \xE8\xA1\x8C 4 \xE5\x88\x97\xEF\xBC\x89";
 inline constexpr const char* kInvalidWhileLoading = "Line 1, column 1 : .+";
-inline constexpr const char* kDescription = "[^]+";  // of a refused style sheet, schema or document
+inline constexpr const char* kDescription = "[^]+";  // of a rejected style sheet, schema or document
 
 // Events of elements with namespace declarations.
 inline constexpr const char* kEventsOfTwoDeclarations = "<e 0 a=1></e>";

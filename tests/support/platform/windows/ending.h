@@ -19,7 +19,7 @@ public:
         std::thread([] {
             for (;; Sleep(10)) {
                 const HWND box = FindWindowW(L"#32770", L"Out of Memory");  // the class of all such boxes
-                if (box != nullptr) (void)PostMessageW(box, WM_COMMAND, IDOK, 0);  // tried again if refused
+                if (box != nullptr) (void)PostMessageW(box, WM_COMMAND, IDOK, 0);  // tried again if rejected
             }
         }).detach();
     }

@@ -19,7 +19,7 @@ inline constexpr const char* kMismatchInLine1 = "Line [0-9]+, column [0-9]+ : .+
 inline constexpr const char* kMismatchPositionInReader = "[0-9]+:[0-9]+ .*";
 inline constexpr const char* kMismatchReason = ".+";
 inline constexpr const char* kMismatchPlace = "\\([0-9]+:[0-9]+\\)";
-// Where "<a>\n<b></a>" is refused, as the Japanese catalogue words it.
+// Where "<a>\n<b></a>" is rejected, as the Japanese catalogue words it.
 inline constexpr const char* kJapanesePlaceInLine2 = " \xE5\x88\x97\xEF\xBC\x89";
 inline constexpr const char* kInvalidWhileLoading = "Line [0-9]+, column [0-9]+ : [^]+";
 inline constexpr const char* kDescription = "[^]*";  // Wine: often none
@@ -42,7 +42,7 @@ inline const char* const kSetsTextsAsTheyAre = onWine("Wine escapes a text that 
 inline const char* const kRefusesCycles = onWine("Wine lets an element move below itself");
 inline const char* const kRefusesSecondRoot = onWine("Wine lets a document have two root elements");
 inline const char* const kRefusesBadStyleSheets =
-    onWine("Wine answers success and an empty result for a style sheet with errors");
+    onWine("Wine returns success and an empty result for a style sheet with errors");
 inline const char* const kValidatesWhileLoading = onWine("Wine does not validate while it loads");
 inline const char* const kReadsOnAfterException =
     onWine("Wine's reader repeats its last document after an exception passed through it");
@@ -59,7 +59,7 @@ inline const char* const kRejectsExpressions = onWine("Wine takes a wrong expres
 inline const char* const kProhibitsDoctypes = onWine("Wine reads every DOCTYPE, and drops its entities");
 inline const char* const kRefusesStrangeNeighbours =
     onWine("Wine puts an element before one that is no child of the same parent");
-inline constexpr const char* kPositionsOfEvents = "this engine tells where an event ends";
+inline constexpr const char* kPositionsOfEvents = "this engine reports the end of an event";
 inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");

@@ -1,12 +1,12 @@
 // What our own engine reports beyond the platform's interfaces. Each platform has a header of this name, with
-// functions that tell nothing where the engine tells nothing.
+// functions that report nothing where the engine reports nothing.
 #pragma once
 
 #include <exception>
 #include <utility>
 
-#include "engine/com/reports.h"
-#include "msxml_parser/detail/bstr.h"
+#include "engine/com/extension.h"
+#include "msxml_parser/detail/text.h"
 #include "msxml_parser/ikelxslstylesheet.h"
 
 namespace msxml {

@@ -3,9 +3,8 @@
 #pragma once
 
 #include "engine/com/extension.h"
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/nodes.h"
-#include "msxml_parser/detail/sourceposition.h"
+#include "msxml_parser/detail/text.h"
 #include "msxml_parser/detail/writesettings.h"
 
 namespace msxml {

@@ -1,8 +1,8 @@
 // What the engine reports beyond the platform's interfaces. Each platform has a header of this name, with
-// functions that tell nothing where the engine tells nothing, as here.
+// functions that report nothing where the engine reports nothing, as here.
 #pragma once
 
-#include "msxml_parser/detail/bstr.h"
+#include "msxml_parser/detail/text.h"
 #include "msxml_parser/ikelxslstylesheet.h"
 
 namespace msxml {

@@ -1,12 +1,52 @@
-// libxml2 keeps settings for each thread that a host may have made its own. The objects here change them for
-// the time of a call and put back what they found. Nothing here is shared by the process.
-// Threads: made and destroyed on one thread; objects may nest.
+// The state that libxml2 and libxslt keep for the process and for each thread: one-time initialisation,
+// refused memory, settings. Threads: initialisation any number at once; objects are made and destroyed on one
+// thread, and may nest.
 #pragma once
 
 #include <libxml/xmlIO.h>
 #include <libxml/xmlerror.h>
 
 namespace engine::libstate {
+
+// Both libraries initialise themselves lazily and without a lock, so every layer calls its function here
+// before its first call of the library.
+void initialiseLibxml2();  // the parser, character encodings, XPath, the tree
+void initialiseSchemas();  // the same, and the built-in types of XML Schema; throws std::bad_alloc
+void initialiseLibxslt();  // libxml2, and the transformer's built-in elements
+
+// Whether the system has refused memory to this thread. libxml2 and libxslt do not report every refusal: some
+// of their functions go on without what they asked for, and return a wrong result as if it were right.
+//
+// A refused allocation leaves ENOMEM in errno, and nothing that succeeds clears it. Only a later failure of
+// another kind can overwrite it; callbacks that may have one keep errno with KeepErrno.
+class RefusedMemory final {
+public:
+    RefusedMemory() noexcept;  // from here on
+    ~RefusedMemory();          // errno is again what it was, unless memory was refused
+    RefusedMemory(const RefusedMemory&) = delete;
+    RefusedMemory& operator=(const RefusedMemory&) = delete;
+
+    [[nodiscard]] bool happened() const noexcept;
+    void throwIfHappened() const;  // std::bad_alloc
+
+private:
+    int previous_;
+};
+
+// For the time of a callback: a failed allocation before it stays known after it.
+class KeepErrno final {
+public:
+    KeepErrno() noexcept;
+    ~KeepErrno();
+    KeepErrno(const KeepErrno&) = delete;
+    KeepErrno& operator=(const KeepErrno&) = delete;
+
+private:
+    int before_;
+};
+
+// libxml2 keeps settings for each thread that a host may have made its own. The objects here change them for
+// the time of a call and put back what they found.
 
 // The thread's record of the last error stays the host's, whatever happens meanwhile.
 class LastError final {

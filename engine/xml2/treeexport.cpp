@@ -1,4 +1,6 @@
-#include "engine/xml2/handover.h"
+// One walk over the tree, without recursion: `open_` holds the elements whose end is still to come, and each
+// prefix knows the declaration in force, which is restored when the element that declared it closes.
+#include "engine/xml2/treeexport.h"
 
 #include <libxml/parserInternals.h>
 
@@ -26,7 +28,7 @@ constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
 // Memory for one copy: blocks of our own that go together, or libxml2's, piece by piece.
 class Memory final {
 public:
-    explicit Memory(HandOver::Use use) : inBlocks_(use == HandOver::Use::Read) {}
+    explicit Memory(ExportOptions::Use use) : inBlocks_(use == ExportOptions::Use::Read) {}
 
     template <typename T>
     T* zeroed() {
@@ -83,7 +85,8 @@ struct Name {
 
 class Copier final {
 public:
-    Copier(const Tree& tree, const HandOver& options) : tree_(tree), options_(options), memory_(options.use) {
+    Copier(const Tree& tree, const ExportOptions& options)
+        : tree_(tree), options_(options), memory_(options.use) {
         doc_.reset(orThrow(xmlNewDoc(chars("1.0"))));
         doc_->dict = options.dict != nullptr ? options.dict : orThrow(xmlDictCreate());
         if (options.dict != nullptr) (void)xmlDictReference(options.dict);
@@ -97,12 +100,13 @@ public:
 
     ~Copier() {
         // after a failure: what lies in blocks is not libxml2's to free
-        if (doc_ != nullptr && options_.use == HandOver::Use::Read) doc_->children = doc_->last = nullptr;
+        if (doc_ != nullptr && options_.use == ExportOptions::Use::Read)
+            doc_->children = doc_->last = nullptr;
     }
     Copier(const Copier&) = delete;
     Copier& operator=(const Copier&) = delete;
 
-    HandedOver copy(NodeId root) {
+    ExportedTree copy(NodeId root) {
         if (tree_.kind(root) == NodeKind::Element) {
             inherit(root);
             copyNodes(root, root);
@@ -168,7 +172,7 @@ private:
         }
     }
 
-    // Answers the last node that the copy stands for: a text takes in those after it.
+    // Returns the last node that the copy stands for: a text takes in those after it.
     NodeId copyNode(NodeId node) {
         xmlNode* parent = open_.empty() ? reinterpret_cast<xmlNode*>(doc_.get()) : open_.back().node;
         switch (tree_.kind(node)) {
@@ -216,7 +220,7 @@ private:
 
     void copyInstruction(NodeId node, xmlNode* parent) {
         const std::string_view target = tree_.name(node);
-        // an XML declaration that somebody put in as an instruction is none of the document's content
+        // an XML declaration that was added as an instruction is none of the document's content
         if (target == "xml") return;
         xmlNode& copy = addNode(XML_PI_NODE, intern(target), node, parent);
         if (!tree_.content(node).empty()) setContent(copy, tree_.content(node));
@@ -255,7 +259,7 @@ private:
         const Name elementName = name(tree_.nameId(id));
         xmlNode* node = &addNode(XML_ELEMENT_NODE, elementName.local, id, parent);
         // libxml2 takes bigger lines from elsewhere, and nothing here needs them
-        if (options_.use == HandOver::Use::Change) {
+        if (options_.use == ExportOptions::Use::Change) {
             node->line = static_cast<unsigned short>(std::min(tree_.position(id, positions_).line, 65535u));
         }
         open_.push_back({node, declarations_.size()});
@@ -395,7 +399,7 @@ private:
 
     const Tree& tree_;
     source::PositionIndex positions_{tree_.source()};
-    const HandOver& options_;
+    const ExportOptions& options_;
     DocHandle doc_;
     Memory memory_;
     std::vector<Name> names_;  // by name id
@@ -415,7 +419,7 @@ private:
 
 }  // namespace
 
-HandedOver handOver(const Tree& tree, NodeId root, const HandOver& options) {
+ExportedTree exportTree(const Tree& tree, NodeId root, const ExportOptions& options) {
     return Copier(tree, options).copy(root);
 }
 

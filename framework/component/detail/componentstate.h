@@ -1,4 +1,4 @@
-// The self-test that both component bases offer: see IKelCompInternal::selfTest.
+// The self-test that both component bases offer: see IKelCompInternal::selfTest. Threads: one at a time.
 #pragma once
 
 #include "framework/object/kelclassid.h"
@@ -12,5 +12,7 @@ namespace kel::detail {
 // `isRunning` is the guard of the caller's component: while it is set, a call does nothing. Lets out what the
 // receiver or the service throws; the guard is then free again.
 void runSelfTest(bool& isRunning, const OneBasedList<KelClassId>& testClasses, IKelTestReceiver* receiver);
+
+void rereadEnvironment();  // for tests: as loading the component does
 
 }  // namespace kel::detail

@@ -1,7 +1,6 @@
-#include "msxml_parser/detail/fullreader.h"
-
-#include "msxml_parser/detail/bstr.h"
 #include "msxml_parser/detail/engineclasses.h"
+
+#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 

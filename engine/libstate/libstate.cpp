@@ -1,10 +1,63 @@
-#include "engine/libstate/threadsettings.h"
+#include "engine/libstate/libstate.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <mutex>
+#include <new>
+#include <vector>
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <libxml/xmlschemastypes.h>
+#include <libxslt/xslt.h>
 
 namespace engine::libstate {
+
+void initialiseLibxml2() {
+    static std::once_flag once;
+    std::call_once(once, xmlInitParser);
+}
+
+void initialiseSchemas() {
+    initialiseLibxml2();
+    static std::once_flag once;
+    std::call_once(once, [] {
+        // libxml2 uses the tables that it builds without checking that it got the memory for them. When this
+        // much cannot be had, the caller learns so instead, and the next call tries again.
+        constexpr std::size_t kTypesInBytes = std::size_t{64} << 10;
+        std::vector<char>(kTypesInBytes).clear();
+        xmlSchemaInitTypes();
+    });
+}
+
+void initialiseLibxslt() {
+    initialiseLibxml2();
+    static std::once_flag once;
+    std::call_once(once, xsltInit);
+}
+
+RefusedMemory::RefusedMemory() noexcept : previous_(errno) {
+    errno = 0;
+}
+
+RefusedMemory::~RefusedMemory() {
+    if (!happened()) errno = previous_;
+}
+
+bool RefusedMemory::happened() const noexcept {
+    return errno == ENOMEM;
+}
+
+void RefusedMemory::throwIfHappened() const {
+    if (happened()) throw std::bad_alloc();
+}
+
+KeepErrno::KeepErrno() noexcept : before_(errno) {}
+
+KeepErrno::~KeepErrno() {
+    if (before_ == ENOMEM) errno = ENOMEM;
+}
 
 namespace {
 void ignore(void*, const char*, ...) {}

@@ -15,7 +15,7 @@
 
 namespace engine::xml2 {
 
-struct HandOver {
+struct ExportOptions {
     // What is done with the copy. One that is only read lies in a few large blocks, which saves half the work
     // of making it and nearly all of freeing it. One that is changed (nodes taken out, texts replaced) is
     // made of libxml2's own memory, node by node, and has line numbers, for libxml2 to place its errors.
@@ -36,13 +36,13 @@ struct Extent {
     std::size_t textInBytes = 0;  // of texts, comments and values of attributes
 };
 
-class HandedOver final {
+class ExportedTree final {
 public:
-    HandedOver(DocHandle doc, Extent extent, std::vector<std::unique_ptr<char[]>> blocks) noexcept
+    ExportedTree(DocHandle doc, Extent extent, std::vector<std::unique_ptr<char[]>> blocks) noexcept
         : doc_(std::move(doc)), extent_(extent), blocks_(std::move(blocks)) {}
-    HandedOver(HandedOver&&) noexcept = default;
-    HandedOver& operator=(HandedOver&&) = delete;
-    ~HandedOver() {
+    ExportedTree(ExportedTree&&) noexcept = default;
+    ExportedTree& operator=(ExportedTree&&) = delete;
+    ~ExportedTree() {
         if (doc_ != nullptr && !blocks_.empty())
             doc_->children = doc_->last = nullptr;  // not libxml2's to free
     }
@@ -61,9 +61,9 @@ private:
 // The subtree of `root`, which is the document or an element; an element brings along the namespaces in
 // scope. Character data next to each other becomes one text. Throws com::Failure with a description: for an
 // undeclared prefix, a limit that is exceeded, a single text of 2 GB or more.
-[[nodiscard]] HandedOver handOver(const dom::Tree& tree, dom::NodeId root, const HandOver& options);
+[[nodiscard]] ExportedTree exportTree(const dom::Tree& tree, dom::NodeId root, const ExportOptions& options);
 
-// The node that a node of a hand-over was copied from, or kNoNode. An attribute answers its element.
+// The node that a node of an exported tree was copied from, or kNoNode. For an attribute: its element.
 [[nodiscard]] dom::NodeId nodeOf(const xmlNode* node) noexcept;
 
 }  // namespace engine::xml2

@@ -1,8 +1,0 @@
-// For tests.
-#pragma once
-
-namespace kel::detail {
-
-void rereadEnvironment();  // as loading the component does
-
-}  // namespace kel::detail
