@@ -9,7 +9,7 @@ make_docs() {
     mkdir -p build/docs
     rm -rf build/docs/html
     KEL_VERSION=$(project_version) doxygen docs/reference/Doxyfile 2>build/docs/complaints.txt || {
-        # It tells of an instance of a template, and then of the same line again.
+        # It reports an instance of a template, and then the same line again.
         sed "s|^$PWD/||" build/docs/complaints.txt | sort -u >&2
         die "the documentation is incomplete"
     }

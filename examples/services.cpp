@@ -1,4 +1,4 @@
-// A host whose standard services are told what to do: language, settings, directories, reports, memory.
+// A host with its standard services set up: language, settings, directories, reports, memory.
 #include <cstdio>
 #include <exception>
 
@@ -33,7 +33,7 @@ int main(int argc, char** argv) try {
     // [begin options]
     kelhost::HostOptions options;
     options.languages = "de_AT:fr";  // of messages; empty: what the user has chosen
-    options.settingsFile = argv[2];  // a bad one is refused: "app.settings:3:1: the setting has no name"
+    options.settingsFile = argv[2];  // a bad one is rejected: "app.settings:3:1: the setting has no name"
     kelhost::Host host(options);
     host.offer("IKelErrorService", *new kelhost::ErrorService([](const kelhost::Report& report) {
                    std::printf("%s\n", report.message.c_str());  // UTF-8

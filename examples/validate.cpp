@@ -1,4 +1,4 @@
-// Holds a document against an XML Schema and says what is wrong, and where.
+// Validates a document against an XML Schema and reports what is wrong, and where.
 #include <cstdio>
 #include <string>
 

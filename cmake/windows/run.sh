@@ -9,7 +9,7 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 export WINEPREFIX=${KEL_WINE_PREFIX:-$here/build-windows/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
-export WINEDLLOVERRIDES='mscoree=;mshtml='  # nobody is there to be asked whether to install them
+export WINEDLLOVERRIDES='mscoree=;mshtml='  # no prompt to install them
 export LC_ALL=C.UTF-8  # names of files and arguments; what a program says stays English
 unset DISPLAY WAYLAND_DISPLAY
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a test program under Wine: it must answer 0 and come to its summary, for one that Wine lets die in the
-# middle may answer 0, too. The time limit is shorter than CTest's, so that nothing of it is left behind.
+# Runs a test program under Wine: it must return 0 and come to its summary, for one that Wine lets die in the
+# middle may return 0, too. The time limit is shorter than CTest's, so that nothing of it is left behind.
 set -euo pipefail
 
 export KEL_WINE_SECONDS=${KEL_WINE_SECONDS:-240}

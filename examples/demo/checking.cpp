@@ -72,7 +72,7 @@ bool validate(const Stage& stage, const fs::path& file) {
     if (!parser->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(file)))) return false;
     const std::optional<Schema> schema = schemaFor(stage, *Element(parser->getRootElement()));
     if (!schema) {
-        say("This document names no schema that is here. 'kelxml validate SCHEMA FILE' holds it against "
+        say("This document names no schema that is here. 'kelxml validate SCHEMA FILE' validates it against "
             "yours.");
         return true;
     }

@@ -1,5 +1,5 @@
 // The whole story on one document: load, outline, edit, save, validate, transform, stream; then what
-// malformed variants of it are answered with.
+// malformed variants of it lead to.
 //     demo FILE EXAMPLES RESULTS      EXAMPLES holds style sheet and schema, RESULTS takes what is written
 #include <cstdio>
 #include <exception>
@@ -38,9 +38,9 @@ fs::path keepStandardInput(const fs::path& results) {
     return kept;
 }
 
-// A document that a tree refuses may still be read as events: one with a DOCTYPE, for instance.
+// A document that a tree rejects may still be read as events: one with a DOCTYPE, for instance.
 int tellRefused(const Stage& stage) {
-    step("Why", "The answer names the place, in the language of the user.");
+    step("Why", "The message names the position, in the language of the user.");
     explain(stage, stage.document);
     step("Stream", "As events, what comes before the fault can still be read; a DOCTYPE is none there.");
     (void)stream(stage, stage.document);  // the demo has failed already
@@ -65,7 +65,7 @@ int tell(const Stage& stage) {
     const fs::path saved = stage.results / "edited.xml";
     bool isWell = saveAndCompare(stage, *parser, saved);
 
-    step("Validate", "Held against an XML Schema; 'kelxml validate' does it for many files.");
+    step("Validate", "Validated against an XML Schema; 'kelxml validate' does it for many files.");
     isWell = validate(stage, stage.document) && isWell;
 
     step("Transform", "A style sheet makes a page of it; 'kelxml transform' does it with yours.");

@@ -23,7 +23,7 @@ std::vector<MalformedVariant> makeMalformed(const std::string& content) {
         variants.push_back({"mismatched", "an end tag that closes something else",
                             replaceAt(content, at, content.find('>', at) + 1 - at, "</oops>")});
         variants.push_back(
-            {"ampersand", "an ampersand that nobody escaped", replaceAt(content, at, 0, "Salt & Pepper")});
+            {"ampersand", "an unescaped ampersand", replaceAt(content, at, 0, "Salt & Pepper")});
         variants.push_back(
             {"prefix", "a prefix that was never declared", replaceAt(content, at, 0, "<geo:point/>")});
     }

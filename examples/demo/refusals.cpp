@@ -1,4 +1,4 @@
-// What malformed documents are answered with, and in which language.
+// What malformed documents lead to, and in which language.
 #include <fstream>
 
 #include "host/text.h"

@@ -1,4 +1,4 @@
-// The steps of the demo. Each says what it does; each that can be refused answers whether it went well.
+// The steps of the demo. Each says what it does; each that can fail returns whether it succeeded.
 #pragma once
 
 #include <filesystem>
@@ -31,7 +31,7 @@ void edit(IKelDOMXmlV2& parser);
 [[nodiscard]] bool stream(const Stage& stage, const std::filesystem::path& file);
 // `content` is a well-formed document in UTF-8 of which malformed variants are made.
 void refuse(const Stage& stage, const std::string& content);
-// Why a document was refused, in several languages.
+// Why a document was rejected, in several languages.
 void explain(const Stage& stage, const std::filesystem::path& file);
 
 }  // namespace demo
