@@ -162,8 +162,8 @@ TEST_F(KelxmlTest, ColoursAreForTerminalsWithoutNoColor) {
 TEST_F(KelxmlTest, HelpIsAsWideAsTheTerminal) {
     const Terminal terminal;
     if (!terminal.isThere()) GTEST_SKIP() << "this system gives out no terminals";
-    for (const unsigned short columns : {40, 120}) {
-        terminal.setColumns(columns);
+    for (const std::size_t columns : {40u, 120u}) {
+        terminal.setColumns(static_cast<unsigned short>(columns));
         std::istringstream help(
             terminal.show({"/usr/bin/env", "LC_ALL=C.UTF-8", KELXML_PROGRAM, "check", "-h"}));
         std::size_t longest = 0;
