@@ -1,4 +1,5 @@
-// How much memory the machine has, where the system reports it wrongly. Positions are relied upon. Threads: any.
+// How much memory the machine has, where the system reports it wrongly. Positions are relied upon. Threads:
+// any.
 #pragma once
 
 #include <cstdint>
