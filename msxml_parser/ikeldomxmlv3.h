@@ -41,12 +41,12 @@ public:
     // Options of writing.
     enum WriteOption : unsigned {
         // An element a line, indented by tabs to 100 levels: in elements that hold elements and no text,
-        // outside mixed content and
-        // xml:space="preserve". A reader that drops layout white space, as a load without options does, sees
-        // no difference.
+        // outside mixed content and xml:space="preserve". A reader that drops layout white space, as a load
+        // without options does, sees no difference.
         kIndent = 0x1,
         kNoDeclaration = 0x2,  // only in UTF-8 or UTF-16
     };
+    // Where the number of blanks, plus 1, stands in the options.
     static constexpr unsigned kIndentBlanksShift = 8;
     // The same as kIndent by so many blanks a level, 0 to 254, in place of a tab.
     [[nodiscard]] static constexpr unsigned indentBlanks(unsigned blanks) noexcept {
