@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "KelBasicTypes/utf8.h"
+#include "enginetraits.h"
 
 #include "runner.h"
 
@@ -46,7 +47,9 @@ TEST_F(KelxmlTest, SpeaksTheUsersLanguage) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.noVerb);
         EXPECT_THAT(kelxml({"savve"}, row.user).errors, StartsWith(row.noVerb));
-        EXPECT_THAT(kelxml({"tree", malformed}, row.user).errors, HasSubstr(row.malformed));
+        if (kel::test::traits::kSaysWhatIsMalformed == nullptr) {
+            EXPECT_THAT(kelxml({"tree", malformed}, row.user).errors, HasSubstr(row.malformed));
+        }
         EXPECT_THAT(kelxml({"tree", "--help"}, row.user).output, StartsWith(row.help));
         EXPECT_THAT(kelxml({"selftest"}, row.user).output, HasSubstr(row.selfTest));
     }

@@ -60,6 +60,11 @@ inline const char* const kProhibitsDoctypes = onWine("Wine reads every DOCTYPE, 
 inline const char* const kRefusesStrangeNeighbours =
     onWine("Wine puts an element before one that is no child of the same parent");
 inline constexpr const char* kPositionsOfEvents = "this engine reports the end of an event";
+inline const char* const kSaysWhatIsMalformed =
+    onWine("Wine fails without a reason for malformed bytes from a stream");
+inline const char* const kPlacesErrorsOfEvents =
+    onWine("Wine's reader reports other positions, and knows no depth");
+inline const char* const kReadsEveryDocument = onWine("Wine's reader rejects some well-formed documents");
 inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
 inline const char* const kRefusesOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");
