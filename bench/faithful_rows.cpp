@@ -36,7 +36,7 @@ void saveRow(Row& row, const Document& document, const std::string& output) {
     const auto ours = std::make_shared<msxml_parser::Document>(newDomParser().get());
     ours->loadFile(document.path, {.keepWhiteSpace = true});
     ours->saveFile(output);
-    // White space around the root element is nobody's content.
+    // White space around the root element is not content.
     if (contentOf(output) != contentOf(document.path))
         throw std::runtime_error("what was saved is not what was loaded");
     const auto peer = loadPeer(document.path);

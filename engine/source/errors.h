@@ -79,7 +79,7 @@ inline constexpr std::uint64_t kNoOffset = ~std::uint64_t{0};
 // Why and where a layer stopped; `TextSource::describe` makes a ParseError of it.
 struct Fault {
     ErrorCode code = ErrorCode::None;
-    std::uint64_t offset = kNoOffset;  // of the culprit, in bytes of the decoded text
+    std::uint64_t offset = kNoOffset;  // of the offending text, in bytes of the decoded document
     std::string reason;
 
     [[nodiscard]] explicit operator bool() const noexcept { return code != ErrorCode::None; }

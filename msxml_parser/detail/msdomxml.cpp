@@ -190,7 +190,7 @@ using RootElement = std::unique_ptr<IKelDOMXmlElement>;
 
 void writeRoot(const RootElement& root, std::FILE* file, KelString& out) {
     if (root == nullptr) throw _com_error(E_OUTOFMEMORY);
-    (void)root->write(file, out, KelString(u""), KelString(kIndentUnit), false);  // it always answers true
+    (void)root->write(file, out, KelString(u""), KelString(kIndentUnit), false);  // always returns true
 }
 
 }  // namespace

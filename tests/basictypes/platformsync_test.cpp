@@ -33,7 +33,7 @@ TEST(CriticalSectionContract, ExcludesOthersAndLetsItsOwnerInAgain) {
         CriticalSection section(spins);
         EXPECT_EQ(section.spinCount(), spins < 0 ? CriticalSection::kNoSpinCount : spins);
         long unguarded = 0;
-        kel::test::Rendezvous together(4);  // threads that run one after the other would exclude nobody
+        kel::test::Rendezvous together(4);  // threads that run one after the other would prove nothing
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&] {

@@ -82,7 +82,7 @@ TEST(Messages, HaveTheFormThatTheLanguageHasForACount) {
         const char* rule;
         std::string forms;  // expected for 0, 1, 2, 5, 11, 21, 102
     };
-    // As the languages have them, then what a file may hold that nobody should write.
+    // As the languages have them, then what a malformed file may hold.
     const std::array rows{
         Row{"nplurals=2; plural=n != 1;",
             "bab"

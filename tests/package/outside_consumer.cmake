@@ -42,7 +42,7 @@ separate_arguments(cxx UNIX_COMMAND "${CXX}")
 run(${cxx} -std=c++20 ${EXAMPLES}/direct.cpp ${flags} -Wl,-rpath,${WORK}/prefix/${LIBDIR} -o ${WORK}/build/by_pkg_config)
 run(${CMAKE_COMMAND} -E chdir ${WORK}/run ${WORK}/build/by_pkg_config)
 
-# A compiler in another mode is told so, and nothing else.
+# A compiler in another mode gets one message that says so.
 foreach(header msxml_parser/xml.h msxml_parser/msxml_parser.h host/host.h)
     file(WRITE ${WORK}/cxx17.cpp "#include \"${header}\"\n")
     execute_process(COMMAND ${cxx} -std=c++17 -fsyntax-only ${flags} ${WORK}/cxx17.cpp RESULT_VARIABLE status

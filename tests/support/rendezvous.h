@@ -6,7 +6,7 @@
 
 namespace kel::test {
 
-// Lets nobody go on before as many threads have come as it was made for; then it starts again. Stands in for
+// Holds each thread until as many have arrived as it was made for; then it starts again. Stands in for
 // std::barrier and std::latch in tests that run on Windows: where the system cannot wait for a value, GCC's
 // library before version 13 loses a notification that comes between its look at the value and its sleep.
 class Rendezvous final {

@@ -280,8 +280,7 @@ void CommandLine::addEdit() {
     CLI::App& command = addVerb(
         "edit", tr("change what XPath expressions select"),
         {tr("The changes are made in the order in which they are given. Everything else stays as it is, "
-            "white "
-            "space included. An expression that ends in '/@name' selects attributes."),
+            "white space included. An expression that ends in '/@name' selects attributes."),
          {{"kelxml edit --set //price/@currency EUR -i shop.xml", tr("set an attribute of many elements")},
           {"kelxml edit --delete '//book[@year < 1900]' shelf.xml -o new.xml", tr("leave elements out")},
           {"kelxml edit --rename //author writer --append /shelf '<book/>' shelf.xml",

@@ -50,13 +50,15 @@ private:
         for (int i = 0; i < attributeCount; ++i) {
             current.getAttributeValue(i, value_);
             if (isUnwritable(Place::Attribute))
-                note(tr("attribute %1=%2", kelhost::toUtf8(current.getAttributeName(i)), culprit()));
+                note(tr("attribute %1=%2", kelhost::toUtf8(current.getAttributeName(i)), offendingText()));
         }
         current.getText(value_);
-        if (isUnwritable(Place::Text)) note(tr("text %1", culprit()));
+        if (isUnwritable(Place::Text)) note(tr("text %1", offendingText()));
     }
 
-    [[nodiscard]] std::string culprit() const { return excerpt(value_.view(), value_.view().find(u'&')); }
+    [[nodiscard]] std::string offendingText() const {
+        return excerpt(value_.view(), value_.view().find(u'&'));
+    }
 
     enum class Place { Text, Attribute };
 
