@@ -142,6 +142,8 @@ void ElementWriter::openElement(const Element& element) {
         return;
     }
     buffer_.append(lineEnd());
+    // A file gets text at the ends of elements only; a string may have it now.
+    if (options_.file == nullptr) flushIfLong();
     open_.push_back({std::move(content.firstElement), nameStart, indent_.size()});
     indent_ += options_.indentUnit;
 }
@@ -193,7 +195,7 @@ void ElementWriter::appendEndTag(std::size_t nameStart) {
 void ElementWriter::endLine(std::size_t depth) {
     buffer_.append(lineEnd());
     if (options_.file == nullptr) {
-        if (buffer_.size() > kFlushLength) flush();
+        flushIfLong();
     } else if (depth == 0 || buffer_.size() > kChunkLength) {
         writeToFile();
     }
@@ -215,6 +217,10 @@ void ElementWriter::writeNarrow() {
     const std::string_view narrow = support != nullptr ? support->toNarrow(buffer_.c_str(), narrow_).c_str()
                                                        : keepAscii(buffer_.view(), narrow_);
     (void)std::fwrite(narrow.data(), 1, narrow.size(), options_.file);
+}
+
+void ElementWriter::flushIfLong() {
+    if (buffer_.size() > kFlushLength) flush();
 }
 
 void ElementWriter::flush() {

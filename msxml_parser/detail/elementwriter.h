@@ -46,6 +46,7 @@ private:
     void endLine(std::size_t depth);
     void writeToFile();
     void writeNarrow();
+    void flushIfLong();
     void flush();
 
     [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }

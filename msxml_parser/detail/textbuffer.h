@@ -1,23 +1,32 @@
 // Gathers 16-bit text piece by piece: what std::u16string does, without a call for each of the many short
-// pieces. Grows by doubling; keeps its memory when it is emptied. Threads: no shared state.
+// pieces, and without writing to memory that is not used yet. Grows by doubling, in place where the system
+// can; keeps its memory when it is emptied. Threads: no shared state.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
-#include <string>
+#include <limits>
+#include <new>
 #include <string_view>
 
 namespace msxml {
 
 class TextBuffer final {
 public:
+    TextBuffer() = default;
+    TextBuffer(const TextBuffer&) = delete;
+    TextBuffer& operator=(const TextBuffer&) = delete;
+    ~TextBuffer() { std::free(units_); }
+
     [[nodiscard]] std::size_t size() const noexcept { return size_; }  // in units
-    [[nodiscard]] std::u16string_view view() const noexcept { return {units_.data(), size_}; }
+    [[nodiscard]] std::u16string_view view() const noexcept { return {units_, size_}; }
     // Zero-terminated; valid until the next change.
-    [[nodiscard]] const char16_t* c_str() noexcept {
-        units_[size_] = u'\0';
-        return units_.data();
+    [[nodiscard]] const char16_t* c_str() {
+        *extend(1) = u'\0';
+        --size_;
+        return units_;
     }
 
     // The text must lie elsewhere.
@@ -52,15 +61,24 @@ private:
     }
 
     char16_t* extend(std::size_t count) {
-        if (count > units_.size() - size_) grow(count);
-        char16_t* const end = units_.data() + size_;
+        if (count > capacity_ - size_) grow(count);
+        char16_t* const end = units_ + size_;
         size_ += count;
         return end;
     }
-    void grow(std::size_t count) { units_.resize(std::max(size_ + count, 2 * units_.size())); }
+    void grow(std::size_t count) {
+        constexpr std::size_t kMax = std::numeric_limits<std::size_t>::max() / sizeof(char16_t) / 2;
+        if (count > kMax - size_) throw std::bad_alloc();
+        const std::size_t capacity = std::max(size_ + count, 2 * capacity_);
+        void* const grown = std::realloc(units_, capacity * sizeof(char16_t));
+        if (grown == nullptr) throw std::bad_alloc();
+        units_ = static_cast<char16_t*>(grown);
+        capacity_ = capacity;
+    }
 
-    std::u16string units_;  // as long as there is room
+    char16_t* units_ = nullptr;  // owned
     std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
 };
 
 }  // namespace msxml
