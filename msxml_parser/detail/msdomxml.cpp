@@ -130,7 +130,9 @@ bool MSDOMXml::loadFromStream(BinInput& in) try {
     const auto length = static_cast<std::size_t>(byteCount);
     KelString text;
     {
-        const auto bytes = std::make_unique_for_overwrite<char[]>(length + 1);
+        // the length is what the stream claims: only the allocator can judge it
+        const std::unique_ptr<char[]> bytes(new (std::nothrow) char[length + 1]);
+        if (bytes == nullptr) throw std::bad_alloc();
         if (!kel::readRecords(in, bytes.get(), 1, length)) return false;
         bytes[length] = '\0';
         text.assignNarrow(bytes.get());
