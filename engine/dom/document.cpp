@@ -155,16 +155,23 @@ HRESULT Document::createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOM
     });
 }
 
+namespace {
+
+// Empty if the object is no stream.
+com::Ref<ISequentialStream> streamOf(IUnknown* object) {
+    void* found = nullptr;
+    if (object == nullptr || FAILED(object->QueryInterface(IID_ISequentialStream, &found))) return {};
+    return com::Ref<ISequentialStream>::adopt(static_cast<ISequentialStream*>(found));
+}
+
+}  // namespace
+
 HRESULT Document::load(VARIANT source, VARIANT_BOOL* loaded) {
     if (loaded == nullptr) return com::nullPointer("load");
     *loaded = VARIANT_FALSE;
     return guarded([&] {
         if (source.vt == VT_UNKNOWN || source.vt == VT_DISPATCH) {
-            void* found = nullptr;
-            if (source.punkVal != nullptr &&
-                SUCCEEDED(source.punkVal->QueryInterface(IID_ISequentialStream, &found))) {
-                const auto stream =
-                    com::Ref<ISequentialStream>::adopt(static_cast<ISequentialStream*>(found));
+            if (const auto stream = streamOf(source.punkVal)) {
                 source::ComByteStream bytes(*stream);
                 return loadFrom(source::Input::stream(bytes), {}, loaded);
             }

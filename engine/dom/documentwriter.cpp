@@ -272,16 +272,18 @@ private:
             if (tree_.kind(at) == NodeKind::Element) close(at);
             while (at != root && tree_.nextSibling(at) == kNoNode) {
                 at = tree_.parent(at);
-                if (settings_.indent) {
-                    const Layout layout = layouts_.back();
-                    layouts_.pop_back();
-                    if (layout.indents) breakLine();
-                }
+                if (settings_.indent) leaveLayout();
                 close(at);
             }
             if (at == root) return;
             at = tree_.nextSibling(at);
         }
+    }
+
+    void leaveLayout() {
+        const Layout layout = layouts_.back();
+        layouts_.pop_back();
+        if (layout.indents) breakLine();
     }
 
     [[nodiscard]] Layout layoutOf(NodeId element) const {

@@ -152,20 +152,20 @@ NodeId Tree::copySubtree(const Tree& source, NodeId node, Copy copy) {
     NodeId at = node;
     NodeId made = root;
     while (true) {
-        NodeId next = source.nodes_[at].firstChild;
         NodeId parent = made;
-        while (next == kNoNode && at != node) {
-            next = source.nodes_[at].next;
-            parent = nodes_[made].parent;
-            if (next == kNoNode) {
+        if (source.nodes_[at].firstChild != kNoNode) {
+            at = source.nodes_[at].firstChild;
+        } else {
+            while (at != node && source.nodes_[at].next == kNoNode) {
                 at = source.nodes_[at].parent;
-                made = parent;
+                made = nodes_[made].parent;
             }
+            if (at == node) return root;
+            at = source.nodes_[at].next;
+            parent = nodes_[made].parent;
         }
-        if (next == kNoNode) return root;
-        made = copy(next);
+        made = copy(at);
         append(parent, made);
-        at = next;
     }
 }
 
