@@ -25,9 +25,13 @@ SAME_EVERYWHERE = (
     (re.compile(r"\bkIsHidden\b"), "The class leaves itself out of class descriptions."),
     (re.compile(r"\breserved\d+\s*\("), "Keeps the position of an operation that nothing here calls."),
     (re.compile(r"\b(\w+)\(const \1&\w*( other)?\)"), "Copies."),
-    (re.compile(r"\b(\w+)\(\1&& other\)"), "Moves; the other is left empty."),
+    (re.compile(r"\b(\w+)\(\1&&( other)?\)"), "Moves; the other is left empty."),
     (re.compile(r"\boperator=\s*\("), "Replaces the content."),
     (re.compile(r"\bswap\s*\("), "Exchanges the contents."),
+    (re.compile(r"\b(begin|end)\s*\(\)"), "For range loops."),
+    (re.compile(r"\bsize\s*\(\)"), "How many there are."),
+    (re.compile(r"\bempty\s*\(\)"), "Whether there are none."),
+    (re.compile(r"\btry[A-Z]\w*\s*\("), "The same, with its error as a result instead of an exception."),
     (re.compile(r"\boverride\b"), "As the interface declares it."),
 )
 

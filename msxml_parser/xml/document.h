@@ -17,6 +17,7 @@
 
 namespace msxml_parser {
 
+// What a load keeps and allows.
 struct LoadOptions {
     // Without it, white space that only lays out elements is dropped.
     bool keepWhiteSpace = false;
@@ -25,9 +26,10 @@ struct LoadOptions {
     bool allowDoctype = false;
 };
 
+// How a document is written.
 struct SaveOptions {
-    bool indent = false;  // an element a line, where no reader sees a difference
-    bool declaration = true;
+    bool indent = false;        // an element a line, where no reader sees a difference
+    bool declaration = true;    // the XML declaration
     std::string encoding = {};  // empty: the one that the document declares, else UTF-8
 };
 
@@ -88,12 +90,12 @@ public:
     // The parser behind it, borrowed, for operations of the interfaces.
     [[nodiscard]] IKelDOMXmlV3& parser() const { return detail::required(parser_); }
 
-    // --- Loading replaces the content; after a failure the document is empty, but for NotReadable
-    // -----------
+    // --- Loading replaces the content; after a failure the document is empty, but for NotReadable ---------
+    // In the encoding that a byte-order mark or the declaration says, else UTF-8, as are bytes and streams.
     void loadFile(const Text& file, const LoadOptions& options = {}) {
         demand(file.utf8(), [&] { return parser().loadFile(file.value(), flagsOf(options)); });
     }
-    // In the encoding that a byte-order mark or the declaration says, else UTF-8.
+    // The bytes are not needed afterwards.
     void loadBytes(std::string_view bytes, const LoadOptions& options = {}) {
         demand({}, [&] { return parser().loadBytes(bytes.data(), bytes.size(), flagsOf(options)); });
     }
@@ -119,9 +121,8 @@ public:
         return attempt([&] { loadText(text); });
     }
 
-    // --- Saving: the document as it is, comments, instructions and CDATA sections included
-    // ------------------ Written beside the old file, which it then replaces: the old one is whole if
-    // anything fails.
+    // --- Saving: the document as it is, comments, instructions and CDATA sections included ----------------
+    // Written beside the old file, which it then replaces: the old one is whole if anything fails.
     void saveFile(const Text& file, const SaveOptions& options = {}) const {
         demand(file.utf8(), [&] {
             return parser().writeFile(file.value(), flagsOf(options), Text(options.encoding).value());
@@ -132,6 +133,7 @@ public:
         detail::StandardOutput out(stream);
         writeTo(out, options);
     }
+    // The same bytes in memory.
     [[nodiscard]] std::string toBytes(const SaveOptions& options = {}) const {
         detail::StringOutput out;
         writeTo(out, options);
@@ -159,8 +161,8 @@ public:
         if (!root) detail::fail(ErrorCode::NoElement, "The document has no root element");
         return std::move(*root);
     }
-    [[nodiscard]] bool isEmpty() const { return !findRoot(); }
-    void setRoot(const Element& element) {  // of an empty document; else Rejected
+    [[nodiscard]] bool isEmpty() const { return !findRoot(); }  // there is no root element
+    void setRoot(const Element& element) {                      // of an empty document; else Rejected
         detail::guarded([&] { parser().setRootElement(&element.handle()); });
     }
     // New ones, which belong to no parent yet.
@@ -176,9 +178,8 @@ public:
         });
     }
 
-    // --- XPath 1.0, from the document or one of its elements
-    // ------------------------------------------------ What a prefix stands for in expressions, whatever the
-    // document declares; an empty URI takes it away.
+    // --- XPath 1.0, from the document or one of its elements ----------------------------------------------
+    // What a prefix stands for in expressions, whatever the document declares; an empty URI takes it away.
     void setPrefix(const Text& prefix, const Text& uri) {
         const bool isDone = detail::guarded([&] { return parser().setPrefix(prefix.value(), uri.value()); });
         if (!isDone) {
@@ -191,6 +192,7 @@ public:
     [[nodiscard]] ElementRange select(const Text& expression, const Element& context) const {
         return selectAt(expression, &context.handle());
     }
+    // The first of them; none: there is no such element.
     [[nodiscard]] std::optional<Element> selectFirst(const Text& expression) const {
         return selectFirstAt(expression, nullptr);
     }

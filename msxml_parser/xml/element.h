@@ -28,8 +28,8 @@ class ElementRange;
 
 // Where a start tag stands in what was loaded, from 1, the column in characters.
 struct Position {
-    int line = 0;
-    int column = 0;
+    int line = 0;    // from 1
+    int column = 0;  // in characters, from 1
 };
 
 namespace detail {
@@ -54,6 +54,7 @@ public:
     [[nodiscard]] IKelDOMXmlElementV2& handle() const { return detail::required(element_); }
 
     // --- Names --------------------------------------------------------------------------------------------
+    // With its prefix, as written.
     [[nodiscard]] std::string name() const { return detail::readText<&V1::getNameWide>(handle()); }
     template <Storage Out>
     typename Out::View name(Out& out) const {
@@ -85,6 +86,7 @@ public:
     }
 
     // --- Attributes, by qualified name --------------------------------------------------------------------
+    // Its value; none: there is no such attribute.
     [[nodiscard]] std::optional<std::string> attribute(const Text& name) const {
         std::string value = detail::readText<&V1::getAttributeWide>(handle(), name.value());
         if (value.empty() && !hasAttribute(name)) return std::nullopt;  // reads as an empty one does
@@ -96,6 +98,7 @@ public:
         if (value.empty() && !hasAttribute(name)) return std::nullopt;
         return value;
     }
+    // Whether there is one, an empty one included.
     [[nodiscard]] bool hasAttribute(const Text& name) const {
         return detail::guarded([&] { return handle().hasAttribute(name.value()); });
     }
@@ -165,8 +168,9 @@ inline std::optional<Element> takeElement(IKelDOMXmlElement* element) {
 // One attribute of an element: its position in the list. Removing an attribute moves those after it.
 class Attribute final {
 public:
-    Attribute(const Element& element, int index) : element_(element), index_(index) {}
+    Attribute(const Element& element, int index) : element_(element), index_(index) {}  // from 0
 
+    // With its prefix, as written.
     [[nodiscard]] std::string name() const {
         return detail::readText<&IKelDOMXmlElement::getAttributeNameWide>(element_.handle(), index_);
     }
@@ -174,6 +178,7 @@ public:
     typename Out::View name(Out& out) const {
         return detail::readInto<&IKelDOMXmlElement::getAttributeNameWide>(out, element_.handle(), index_);
     }
+    // References expanded, white space normalised.
     [[nodiscard]] std::string value() const {
         return detail::readText<&IKelDOMXmlElement::getAttributeValueWide>(element_.handle(), index_);
     }
@@ -215,6 +220,7 @@ public:
         AttributeRange* range_ = nullptr;  // which lives longer
     };
 
+    // Those of `element`, in document order.
     explicit AttributeRange(const Element& element)
         : count_(detail::guarded([&] { return element.handle().getAttributeCount(); })),
           current_(count_ > 0 ? element : Element(), 0) {}
@@ -277,6 +283,7 @@ public:
         return Iterator(cursor_.get());
     }
     [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
+    // All of them, from the first on.
     [[nodiscard]] std::vector<Element> toVector() const {
         std::vector<Element> all;
         for (const Element& element : *this) all.push_back(element);

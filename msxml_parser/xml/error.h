@@ -20,6 +20,7 @@
 
 namespace msxml_parser {
 
+// What kind of failure it was.
 enum class ErrorCode : int {
     None = 0,
     NotReadable,    // a file that is missing, a folder, or not permitted; a stream that failed
@@ -41,18 +42,20 @@ enum class ErrorCode : int {
 
 // What failed, as far as it is known.
 struct Error {
-    ErrorCode code = ErrorCode::None;
-    std::string message;      // whole, in the language of the component's messages; UTF-8
-    std::string reason;       // what was wrong, without file and position
-    std::string file;         // that was read or written; empty: none
-    int line = 0;             // from 1; 0: not in a particular position
-    int column = 0;           // in characters, from 1
-    std::string path;         // of the element that is not valid: "/list[1]/p:item[3]"
-    std::int32_t status = 0;  // the engine's, where it raised one
+    ErrorCode code = ErrorCode::None;  // None: no failure
+    std::string message;               // whole, in the language of the component's messages; UTF-8
+    std::string reason;                // what was wrong, without file and position
+    std::string file;                  // that was read or written; empty: none
+    int line = 0;                      // from 1; 0: not in a particular position
+    int column = 0;                    // in characters, from 1
+    std::string path;                  // of the element that is not valid: "/list[1]/p:item[3]"
+    std::int32_t status = 0;           // the engine's, where it raised one
 };
 
+// An Error as it is thrown; what() is its message.
 class Exception : public std::runtime_error {
 public:
+    // Of this error, which it keeps.
     explicit Exception(Error error)
         : std::runtime_error(error.message), error_(std::make_shared<const Error>(std::move(error))) {}
 
@@ -73,13 +76,15 @@ private:
 template <class T>
 class [[nodiscard]] Result final {
 public:
-    using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
+    using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;  // of void: std::monostate
 
+    // What an operation returned, or why it failed.
     // NOLINTBEGIN(google-explicit-constructor): operations return one or the other
     Result(Value value) : content_(std::in_place_index<0>, std::move(value)) {}
     Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}
     // NOLINTEND(google-explicit-constructor)
 
+    // Whether there is a value.
     [[nodiscard]] explicit operator bool() const noexcept { return content_.index() == 0; }
     [[nodiscard]] bool hasValue() const noexcept { return content_.index() == 0; }
 

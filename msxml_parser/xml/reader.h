@@ -22,12 +22,14 @@ namespace msxml_parser {
 // A name in an event; valid during the event. What is asked for is converted.
 class Name final {
 public:
-    explicit Name(const KelSAXXmlName& name) : name_(name) {}
+    explicit Name(const KelSAXXmlName& name) : name_(name) {}  // borrowed
 
+    // In UTF-8: as written, and its parts; without a prefix, and in no namespace, empty.
     [[nodiscard]] std::string qualified() const { return detail::toUtf8(name_.qualified); }
     [[nodiscard]] std::string local() const { return detail::toUtf8(name_.local); }
     [[nodiscard]] std::string prefix() const { return detail::toUtf8(name_.prefix); }
     [[nodiscard]] std::string namespaceUri() const { return detail::toUtf8(name_.namespaceUri); }
+    // As the parser has it, in UTF-16.
     [[nodiscard]] const KelSAXXmlName& units() const noexcept { return name_; }
 
     // With the qualified name, as written.
@@ -46,10 +48,12 @@ private:
 // The start of an element; valid during the event.
 class StartTag final {
 public:
+    // Borrows what the parser reports.
     StartTag(const KelSAXXmlName& name, std::span<const KelSAXXmlAttribute> attributes,
              std::span<const KelSAXXmlDeclaration> declarations)
         : name_(name), attributes_(attributes), declarations_(declarations) {}
 
+    // The element's.
     [[nodiscard]] Name name() const { return Name(name_); }
     // By qualified name, in UTF-8 and as the parser has it.
     [[nodiscard]] std::optional<std::string> attribute(std::string_view name) const {
@@ -85,10 +89,11 @@ private:
 // What is done with the events; what is empty is passed over, and costs nothing. Texts are UTF-8, valid
 // during the call.
 struct Events {
-    std::function<void(const StartTag&)> startElement = {};
-    std::function<void(const Name&)> endElement = {};
-    std::function<void(std::string_view)> text = {};  // CDATA included; a run may come in several pieces
-    std::function<void(std::string_view)> comment = {};
+    std::function<void(const StartTag&)> startElement = {};  // with its attributes
+    std::function<void(const Name&)> endElement = {};        // of an empty element, too
+    std::function<void(std::string_view)> text = {};     // CDATA included; a run may come in several pieces
+    std::function<void(std::string_view)> comment = {};  // without its marks
+    // A processing instruction.
     std::function<void(std::string_view target, std::string_view data)> instruction = {};
 };
 
@@ -134,8 +139,10 @@ public:
     // reference.
     explicit Reader(IKelUnknown* parser) : parser_(detail::partOf<IKelSAXXmlV3>(parser)) {}
 
+    // The parser behind it, borrowed, for operations of the interfaces.
     [[nodiscard]] IKelSAXXmlV3& parser() const { return detail::required(parser_); }
 
+    // The whole document, in the encoding that a byte-order mark or the declaration says, else UTF-8.
     void readFile(const Text& file, const Events& events) {
         detail::EventReceiver to(events);
         readFile(file, to);
@@ -171,7 +178,7 @@ public:
     }
 
     void stop() { parser().stop(); }  // during an event: it is the last one, and reading succeeds
-    [[nodiscard]] bool wasStopped() const { return parser().wasStopped(); }
+    [[nodiscard]] bool wasStopped() const { return parser().wasStopped(); }  // the last reading, by stop()
     // During an event: where it starts, on Windows where it ends. None at any other time.
     [[nodiscard]] std::optional<Position> position() const {
         const Position found{parser().getLine(), parser().getColumn()};

@@ -25,8 +25,8 @@ struct Violation {
     int line = 0;      // of the element's start tag, from 1; 0: unknown, as of elements that were not loaded
     int column = 0;    // in characters, from 1
     std::string path;  // the element: "/list[1]/p:item[3]"
-    std::string reason;
-    int code = 0;  // the engine's number for this kind of violation
+    std::string reason;  // in a sentence
+    int code = 0;        // the engine's number for this kind of violation
 };
 
 namespace detail {
@@ -80,7 +80,8 @@ private:
 
 }  // namespace detail
 
-// Threads: one at a time, the thread on which COM was initialised when it was made.
+// Schemas, one for each target namespace, as a set. Threads: one at a time, the thread on which COM was
+// initialised when it was made.
 class Schema final {
 public:
     // Gets each violation in the order in which they are found; false ends the validation.
@@ -92,6 +93,7 @@ public:
         if (!schema_) throw std::bad_alloc();
     }
 
+    // The set itself, borrowed, for operations of the interfaces.
     [[nodiscard]] IKelXmlSchema& handle() const { return detail::required(schema_); }
 
     // Compiles the file for one target namespace, empty: none. Another for the same one takes its place.

@@ -22,7 +22,8 @@
 
 namespace msxml_parser {
 
-// Threads: one at a time, the thread on which COM was initialised when it was made.
+// A style sheet with its parameters. It moves and is not copied. Threads: one at a time, the thread on which
+// COM was initialised when it was made.
 class StyleSheet final {
 public:
     using Receiver = std::function<void(std::string_view text)>;  // UTF-8, valid during the call
@@ -47,6 +48,7 @@ public:
         if (sheet_) sheet_->setMessageHandler(nullptr);  // others may hold it
     }
 
+    // The style sheet itself, borrowed, for operations of the interfaces.
     [[nodiscard]] IKelXslStyleSheet& handle() const { return detail::required(sheet_); }
 
     // The style sheet that was compiled before stays when one is rejected.

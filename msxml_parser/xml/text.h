@@ -21,7 +21,7 @@ namespace msxml_parser {
 // Storage for a result in UTF-16, to be used again for the next one.
 class Buffer final {
 public:
-    using View = std::u16string_view;
+    using View = std::u16string_view;  // what operations return that are given one
 
     // The result of the last operation that was given this buffer; valid until the next one, or its death.
     [[nodiscard]] View view() const& noexcept { return units_.view(); }
@@ -37,13 +37,16 @@ private:
 // The same in UTF-8.
 class Utf8Buffer final {
 public:
-    using View = std::string_view;
+    using View = std::string_view;  // what operations return that are given one
 
+    // As that of a Buffer.
     [[nodiscard]] View view() const& noexcept { return bytes_; }
     View view() const&& = delete;
 
+    // As those of a Buffer.
     [[nodiscard]] KelString& units() noexcept { return units_; }
     void finish() { detail::assignUtf8(bytes_, units_.view()); }
+    // Hands the bytes over and leaves the buffer empty.
     [[nodiscard]] std::string take() noexcept { return std::move(bytes_); }
 
 private:
@@ -58,6 +61,7 @@ concept Storage = std::same_as<T, Buffer> || std::same_as<T, Utf8Buffer>;
 // owns its units. What is wrong with it is reported by the operation that it is given to.
 class Text final {
 public:
+    // A copy of what the caller has; char is UTF-8, char16_t UTF-16.
     // NOLINTBEGIN(google-explicit-constructor): any text is welcome
     Text(std::string_view utf8) { convert(utf8); }
     Text(const std::string& utf8) : Text(std::string_view(utf8)) {}
