@@ -174,14 +174,17 @@ class Header:
         found = NAME.search(re.sub(r"\[\[.*?\]\]|\balignas\(\w+\)", "", self.code))
         name = re.sub(r"\s", "", found.group(1)) if found else ""
         indent = re.match(r"\s*", self.out[first]).group(0)
+        is_deleted = bool(re.search(r"=\s*delete", self.code))
         if self.block:
             lines = [COMMENT.match(self.out[at]).group(1) for at in self.block]
             lines[0], slots = split_slots(lines[0])
             for at, words in zip(self.block, lines):
                 self.out[at] = indent + "/// " + self.prose(words)
             self.out[self.block[-1]] += "".join(" " + escape(words) for words in self.trailing) + slots
-        elif not text and re.search(r"=\s*delete", self.code):
+        elif not text and is_deleted:
             text = "Not offered."
+        elif not text and re.search(r"=\s*default", self.code):
+            text = self.same_everywhere()
         elif not text and (self.previous[2] or (name and name == self.previous[0])):
             text = self.previous[1]
         elif not text and "(" in self.code + ("(" if "kClassName" in self.code or "kIsHidden" in self.code else ""):
@@ -196,7 +199,8 @@ class Header:
                 self.file_comment = False
                 self.out[first] = indent + "/** @copydoc " + self.name + " */ " + self.out[first].lstrip()
         self.block, self.trailing = [], []
-        self.previous = (name, text, above)
+        if not is_deleted:
+            self.previous = (name, text, above)
 
 
 with open(sys.argv[1], encoding="utf-8") as source:

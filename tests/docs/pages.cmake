@@ -1,6 +1,6 @@
 # Every page of the guide and of its decisions can be reached from its folder's index, and every link between files
 # leads to one: in the sources, and in the package, which has fewer files in the same layout. (Links to headings are
-# checked by Doxygen.) Run with -D for: SOURCES
+# checked by `./dev docs`.) Run with -D for: SOURCES
 cmake_minimum_required(VERSION 3.25)
 
 foreach(folder docs docs/decisions)
