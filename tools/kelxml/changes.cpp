@@ -6,7 +6,7 @@
 #include "msxml_parser/comerror.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
 #include "tools/kelxml/changes.h"
-#include "tools/kelxml/markup.h"
+#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
 
 namespace kelxml {

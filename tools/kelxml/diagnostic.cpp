@@ -1,7 +1,7 @@
 #include "tools/kelxml/diagnostic.h"
 
 #include "tools/kelxml/console.h"
-#include "tools/kelxml/json.h"
+#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/kelxml/commandline.h"
+#include "tools/kelxml/cli/commandline.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/platform/interruption.h"

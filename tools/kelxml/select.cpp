@@ -6,8 +6,7 @@
 
 #include "host/text.h"
 #include "tools/kelxml/expression.h"
-#include "tools/kelxml/json.h"
-#include "tools/kelxml/markup.h"
+#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/verbs.h"
 

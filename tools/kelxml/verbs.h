@@ -94,6 +94,10 @@ void dump(const DumpOptions& options);  // of data-model files; needs no compone
 
 void info(Session& session);
 
+// To standard output: this program, the component (an empty path means the one that belongs here) and the
+// libraries that came with it. A component that cannot be loaded is reported there. Throws like Output.
+void showVersions(const std::string& component);
+
 // Throws Failure if a step fails, after the last one.
 void selfTest(Session& session);
 

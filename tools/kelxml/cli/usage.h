@@ -1,11 +1,16 @@
-// What a person is told who got the command line wrong: one sentence, and what was probably meant.
+// Messages about a wrong command line: one sentence, and what was probably meant. Threads: no shared state.
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include <CLI/CLI.hpp>
+#include "tools/kelxml/cli/program.h"
 
-#include "tools/kelxml/program.h"
+namespace CLI {
+class App;
+class ParseError;
+}  // namespace CLI
 
 namespace kelxml {
 

@@ -1,4 +1,4 @@
-#include "tools/kelxml/textwidth.h"
+#include "tools/kelxml/cli/textwidth.h"
 
 #include <algorithm>
 

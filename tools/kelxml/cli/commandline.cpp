@@ -1,17 +1,17 @@
-#include "tools/kelxml/commandline.h"
+// Each verb is defined where its options are: name, help, what it does.
+#include "tools/kelxml/cli/commandline.h"
 
 #include <utility>
 
+#include <CLI/CLI.hpp>
+
 #include "host/text.h"
 #include "tools/kelxml/batch.h"
-#include "tools/kelxml/completion.h"
+#include "tools/kelxml/cli/pages.h"
+#include "tools/kelxml/cli/usage.h"
 #include "tools/kelxml/failure.h"
-#include "tools/kelxml/help.h"
-#include "tools/kelxml/manual.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
-#include "tools/kelxml/usage.h"
-#include "tools/kelxml/version.h"
 
 namespace kelxml {
 
@@ -88,11 +88,12 @@ void requireChoice(CLI::Option& option, const std::string& choices) {
 
 }  // namespace
 
-CommandLine::CommandLine() : app_(tr("read, write, check and transform XML"), "kelxml") {
-    app_.require_subcommand(0, 1);            // parse() has its own words for a missing one
-    app_.allow_windows_style_options(false);  // "/x" is a path everywhere
-    app_.fallthrough();
-    app_.set_help_flag("-h,--help", tr("explain, with examples; after a verb, that verb"));
+CommandLine::CommandLine()
+    : app_(std::make_unique<CLI::App>(tr("read, write, check and transform XML"), "kelxml")) {
+    app_->require_subcommand(0, 1);            // parse() has its own words for a missing one
+    app_->allow_windows_style_options(false);  // "/x" is a path everywhere
+    app_->fallthrough();
+    app_->set_help_flag("-h,--help", tr("explain, with examples; after a verb, that verb"));
     addGlobals();
     addCheck();
     addTree();
@@ -110,26 +111,29 @@ CommandLine::CommandLine() : app_(tr("read, write, check and transform XML"), "k
     addHelp();
 }
 
+CommandLine::~CommandLine() = default;
+
 void CommandLine::addGlobals() {
-    app_.add_flag("--version", isVersionWanted_, tr("show the versions of program, component and libraries"));
+    app_->add_flag("--version", isVersionWanted_,
+                   tr("show the versions of program, component and libraries"));
     CLI::Option& colour =
-        addOption(app_, "--color", colours_, "auto|always|never",
+        addOption(*app_, "--color", colours_, "auto|always|never",
                   tr("colours: on a terminal unless NO_COLOR is set (auto), always, or never"));
     requireChoice(colour, "auto|always|never");
     CLI::Option& diagnostics =
-        addOption(app_, "--diagnostics", diagnostics_, "text|json",
+        addOption(*app_, "--diagnostics", diagnostics_, "text|json",
                   tr("messages as FILE:LINE:COLUMN: error: reason (text), or as JSON objects"));
     requireChoice(diagnostics, "text|json");
-    app_.add_flag("-q,--quiet", isQuiet_, tr("say nothing but errors"));
-    CLI::Option& jobs = addOption(app_, "--jobs", jobs_, "N",
+    app_->add_flag("-q,--quiet", isQuiet_, tr("say nothing but errors"));
+    CLI::Option& jobs = addOption(*app_, "--jobs", jobs_, "N",
                                   tr("work on this many files at a time; by default one for each processor"));
     requireCount(jobs);
-    addOption(app_, "--component", component_, "PATH",
+    addOption(*app_, "--component", component_, "PATH",
               tr("the component library to load instead of the one that belongs to this program"));
 }
 
 CLI::App& CommandLine::addPlainVerb(const char* name, std::string summary, Notes notes, Work run) {
-    CLI::App* command = app_.add_subcommand(name, std::move(summary));
+    CLI::App* command = app_->add_subcommand(name, std::move(summary));
     command->callback([this, run = std::move(run)] { work_ = run; });
     notes_[command] = std::move(notes);
     return *command;
@@ -368,7 +372,12 @@ void CommandLine::addCompletion() {
     CLI::App& command = addPlainVerb(
         "completion", tr("write the completion script of a shell"),
         {{}, {{"source <(kelxml completion bash)", tr("complete verbs, options and files in this bash")}}},
-        [this] { writeText(completionFor(shell_, describe())); });
+        [this] {
+            const Program program = describe();
+            writeText(shell_ == "bash"  ? bashCompletion(program)
+                      : shell_ == "zsh" ? zshCompletion(program)
+                                        : fishCompletion(program));
+        });
     requireChoice(addArgument(command, "bash|zsh|fish", shell_, tr("the shell")), "bash|zsh|fish");
     // For those who build and package; everybody else has it installed.
     addPlainVerb("manual", tr("write the manual page"), {}, [this] {
@@ -391,18 +400,18 @@ void CommandLine::showHelp() const {
 }
 
 const CLI::App* CommandLine::chosenVerb() const {
-    const std::vector<CLI::App*> chosen = app_.get_subcommands();
+    const std::vector<CLI::App*> chosen = app_->get_subcommands();
     return chosen.empty() ? nullptr : chosen.front();
 }
 
 CommandLine::Work CommandLine::parse(int argc, const char* const* argv) {
     try {
-        app_.parse(argc, argv);
+        app_->parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         if (const CLI::App* verb = chosenVerb()) topic_ = verb->get_name();
         return [this] { showHelp(); };
     } catch (const CLI::ParseError& error) {
-        throw Failure(kWrongUsage, explainUsage(app_, chosenVerb(), error, describe()));
+        throw Failure(kWrongUsage, explainUsage(*app_, chosenVerb(), error, describe()));
     }
     if (!colours_.empty())
         chooseColour(colours_ == "always"  ? ColourChoice::Always

@@ -1,4 +1,4 @@
-#include "tools/kelxml/manual.h"
+#include "tools/kelxml/cli/pages.h"
 
 #include <algorithm>
 #include <cctype>

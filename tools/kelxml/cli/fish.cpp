@@ -1,5 +1,5 @@
 // One `complete` line for each verb, option and kind of argument.
-#include "tools/kelxml/completion.h"
+#include "tools/kelxml/cli/pages.h"
 
 namespace kelxml {
 

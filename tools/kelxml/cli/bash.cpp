@@ -1,7 +1,7 @@
 // The script finds the verb among the words before the cursor, then offers: after an option that takes a
 // value, its choices or files; at a '-', options; else the verbs, or the choices or files of the verb's
 // arguments.
-#include "tools/kelxml/completion.h"
+#include "tools/kelxml/cli/pages.h"
 
 namespace kelxml {
 

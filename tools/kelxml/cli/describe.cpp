@@ -1,5 +1,7 @@
 // Reads the program's description off the definition of its command line.
-#include "tools/kelxml/commandline.h"
+#include <CLI/CLI.hpp>
+
+#include "tools/kelxml/cli/commandline.h"
 #include "tools/kelxml/message.h"
 
 namespace kelxml {
@@ -47,8 +49,8 @@ std::vector<Note> environmentVariables() {
 
 Program CommandLine::describe() const {
     Program program;
-    program.name = app_.get_name();
-    program.summary = app_.get_description();
+    program.name = app_->get_name();
+    program.summary = app_->get_description();
     program.details = tr(
         "Works through the msxml_parser component. Errors are reported on standard error with file, line and "
         "column; a file that was to be replaced then stays what it was, and only the verbs tree, validate "
@@ -57,7 +59,7 @@ Program CommandLine::describe() const {
         "and "
         "what is written about them comes in their order.");
     program.version = KELXML_VERSION;
-    program.options = optionsOf(app_);
+    program.options = optionsOf(*app_);
     program.examples = {
         {"kelxml tree document.xml", tr("outline a document")},
         {"kelxml validate schema.xsd *.xml", tr("validate documents against a schema")},
@@ -66,7 +68,7 @@ Program CommandLine::describe() const {
     };
     program.statuses = exitStatuses();
     program.environment = environmentVariables();
-    for (const CLI::App* command : app_.get_subcommands({})) {
+    for (const CLI::App* command : app_->get_subcommands({})) {
         if (command->get_group().empty()) continue;  // not for everybody
         Verb verb;
         verb.name = command->get_name();

@@ -1,12 +1,12 @@
-#include "tools/kelxml/help.h"
+#include "tools/kelxml/cli/pages.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
+#include "tools/kelxml/cli/textwidth.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/terminal.h"
-#include "tools/kelxml/textwidth.h"
 
 namespace kelxml {
 

@@ -1,4 +1,4 @@
-#include "tools/kelxml/program.h"
+#include "tools/kelxml/cli/program.h"
 
 #include <algorithm>
 #include <array>

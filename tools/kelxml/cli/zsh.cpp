@@ -1,5 +1,5 @@
 // One function that hands over to _arguments: first for the program, then for the verb that was chosen.
-#include "tools/kelxml/completion.h"
+#include "tools/kelxml/cli/pages.h"
 
 namespace kelxml {
 

@@ -3,13 +3,17 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
-#include "tools/kelxml/program.h"
+#include "tools/kelxml/cli/program.h"
 #include "tools/kelxml/verbs.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace kelxml {
 
@@ -18,6 +22,7 @@ public:
     CommandLine();  // texts are in the user's language from here on
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
+    ~CommandLine();
 
     // What is to be done. Throws Failure (wrong usage) whose message says what would be accepted. Help and
     // version are things to do, too.
@@ -54,7 +59,7 @@ private:
     void showHelp() const;
     [[nodiscard]] const CLI::App* chosenVerb() const;
 
-    CLI::App app_;
+    std::unique_ptr<CLI::App> app_;  // included by the sources alone: the library takes long to compile
     std::map<const CLI::App*, Notes> notes_;
     Work work_;
 

@@ -1,8 +1,10 @@
-#include "tools/kelxml/usage.h"
+#include "tools/kelxml/cli/usage.h"
 
 #include <algorithm>
 #include <numeric>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include "tools/kelxml/message.h"
 
