@@ -29,7 +29,7 @@ struct LoadOptions {
 // How a document is written.
 struct SaveOptions {
     bool indent = false;        // an element a line, where no reader sees a difference
-    bool declaration = true;    // the XML declaration
+    bool declaration = true;    // the XML declaration; only UTF-8 and UTF-16 go without
     std::string encoding = {};  // empty: the one that the document declares, else UTF-8
 };
 
