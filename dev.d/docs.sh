@@ -24,7 +24,7 @@ make_docs() {
         die "the guide could not be made"
     }
     mv build/docs/api build/docs/html/api
-    python3 docs/site/links.py build/docs/html || die "links of the documentation lead nowhere"
+    python3 docs/site/links.py build/docs/html || die "the guide has broken links"
 }
 
 verb_docs() {

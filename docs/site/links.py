@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Looks at every page of the finished guide: each link leads to a file of the site, and to a place in that file if it
-names one; nothing that a page needs is loaded from elsewhere. Usage: links.py FOLDER
+"""Looks at every page of the finished guide: each link leads to a file of the site, and to an anchor in it if it names
+one; nothing that a page needs is loaded from elsewhere. Usage: links.py FOLDER
 """
 import os
 import sys
@@ -37,12 +37,12 @@ def main(root):
     def fault(path, link, is_loaded):
         parts = urlsplit(link)
         if parts.scheme or parts.netloc:
-            return "is loaded from elsewhere" if is_loaded and parts.scheme != "data" else None
+            return "is not part of the site" if is_loaded and parts.scheme != "data" else None
         target = os.path.normpath(os.path.join(os.path.dirname(path), unquote(parts.path))) if parts.path else path
         if not os.path.isfile(target):
-            return "leads nowhere"
+            return "has no such file"
         if parts.fragment and target.endswith(".html") and unquote(parts.fragment) not in read(target).names:
-            return "leads to no place in the page"
+            return "has no such anchor"
         return None
 
     faults = []
@@ -53,7 +53,7 @@ def main(root):
             page = read(path)
             for link, is_loaded in [(link, False) for link in page.links] + [(link, True) for link in page.loads]:
                 if what := fault(path, link, is_loaded):
-                    faults.append(f"{os.path.relpath(path, root)}: {link} {what}")
+                    faults.append(f"{os.path.relpath(path, root)}: broken link: {link} {what}")
     print("\n".join(faults), file=sys.stderr)
     return 1 if faults else 0
 
