@@ -120,10 +120,10 @@ void Tree::release(NodeId node) noexcept {
             waste(attribute.offset, attribute.length);
         }
         wastedBytes_ += std::uint64_t{record.count} * sizeof(Attribute);
-        if (node < offsets_.size()) offsets_[node] = kNoOffset;
     } else {
         waste(record.first, record.count);
     }
+    if (node < offsets_.size()) offsets_[node] = kNoOffset;
     record = {kNoNode, kNoNode, firstFree_, kNoNode, 0, 0, 0, 0};
     firstFree_ = node;
     ++freeCount_;

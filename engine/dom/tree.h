@@ -96,7 +96,8 @@ public:
     // Where an element's start tag stands in the source, in bytes; kNoOffset for what was not loaded.
     static constexpr std::uint32_t kNoOffset = 0xFFFFFFFF;
     [[nodiscard]] std::uint32_t sourceOffset(NodeId element) const noexcept {
-        return element < offsets_.size() ? offsets_[element] : kNoOffset;
+        return kind(element) == NodeKind::Element && element < offsets_.size() ? offsets_[element]
+                                                                               : kNoOffset;
     }
     // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: for
     // many positions use an index.
@@ -228,7 +229,7 @@ private:
     std::uint32_t maxText_;  // in source and store together
     source::SourceText source_;
     Table<char> text_;              // the store
-    Table<std::uint32_t> offsets_;  // in the source, by id; for nodes that were loaded
+    Table<std::uint32_t> offsets_;  // in the source, by id; of loaded elements, other nodes' mean nothing
     Names names_;
     NodeId firstFree_ = kNoNode;
     std::uint32_t freeCount_ = 0;

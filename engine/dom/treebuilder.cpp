@@ -11,8 +11,18 @@ namespace engine::dom {
 
 namespace {
 
-constexpr std::size_t kBytesPerNode = 24;  // of a source, at least; tables grow if there are more
-constexpr std::size_t kBytesPerAttribute = 32;
+// How often a character that begins a node or an attribute may occur in a source. Tables grow if there are
+// more, but what was reserved for nothing is a page fault for each page when it is given back and taken
+// again.
+std::uint32_t expectedCount(std::string_view source, char c, std::size_t bytesForEach) noexcept {
+    constexpr std::size_t kSampleInBytes = std::size_t{16} << 10;
+    if (source.size() < 2 * kSampleInBytes) return static_cast<std::uint32_t>(source.size() / bytesForEach);
+    const char* const sample = source.data() + (source.size() - kSampleInBytes) / 2;
+    const auto found = static_cast<std::size_t>(std::count(sample, sample + kSampleInBytes, c));
+    constexpr std::size_t kMinBytesForEach = 8;  // whatever the sample is full of
+    return static_cast<std::uint32_t>(
+        std::min(found * (source.size() / kSampleInBytes), source.size() / kMinBytesForEach));
+}
 
 bool isAllWhite(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(),
@@ -26,10 +36,10 @@ void TreeBuilder::startDocument(const reader::Locator& locator) {
     locator_ = &locator;
     const std::string_view source = tree_.source_.text;
     isPlaced_ = source.data() != nullptr;
-    const auto expected = static_cast<std::uint32_t>(source.size() / kBytesPerNode);
+    const std::uint32_t expected = expectedCount(source, '<', 24);
     tree_.nodes_.reserve(expected + 8);
     if (isPlaced_) tree_.offsets_.reserve(expected + 8);
-    tree_.attributes_.reserve(static_cast<std::uint32_t>(source.size() / kBytesPerAttribute));
+    tree_.attributes_.reserve(expectedCount(source, '=', 32));
     const bool keepAll = whiteSpace_ == WhiteSpace::KeepAll;
     open_.reserve(16);
     open_.push_back({kDocumentNode, kNoNode, 0, false, keepAll, keepAll});
@@ -53,7 +63,6 @@ bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attri
                                       bool inherited) const noexcept {
     if (whiteSpace_ == WhiteSpace::KeepAll) return true;
     for (const reader::IdAttribute& attribute : attributes) {
-        if ((tree_.names_.flags(attribute.name) & Names::kPrefixed) == 0) continue;
         if (tree_.names_.text(attribute.name) != "xml:space") continue;
         if (attribute.value == "preserve") inherited = true;
         if (attribute.value == "default") inherited = false;
@@ -63,25 +72,13 @@ bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attri
 
 void TreeBuilder::startElement(std::string_view name, std::span<const reader::Attribute> attributes) {
     attributes_.clear();
-    for (const reader::Attribute& attribute : attributes)
-        attributes_.push_back({tree_.names_.intern(attribute.name), attribute.value});
-    startElement(tree_.names_.intern(name), name, attributes_);
-}
-
-std::uint32_t TreeBuilder::addAttributes(std::span<const reader::IdAttribute> attributes) {
-    if (attributes.size() > tree_.attributes_.most()) tables::detail::tableIsFull();
-    const std::uint32_t first = tree_.attributes_.size();
-    Tree::Attribute* to = tree_.attributes_.extend(static_cast<std::uint32_t>(attributes.size()));
-    const std::string_view source = tree_.source_.text;
-    for (const reader::IdAttribute& attribute : attributes) {
-        const char* const value = attribute.value.data();
-        const Tree::Span span = Tree::isWithin(value, source)
-                                    ? Tree::Span{static_cast<std::uint32_t>(value - source.data()),
-                                                 static_cast<std::uint32_t>(attribute.value.size())}
-                                    : tree_.store(attribute.value);
-        *to++ = {attribute.name, span.offset, span.length};
+    std::uint8_t flags = 0;
+    for (const reader::Attribute& attribute : attributes) {
+        const NameId id = tree_.names_.intern(attribute.name);
+        flags |= tree_.names_.flags(id);
+        attributes_.push_back({id, attribute.value});
     }
-    return first;
+    startElement({tree_.names_.intern(name), name, attributes_, flags});
 }
 
 void TreeBuilder::characters(std::string_view text) {

@@ -33,20 +33,16 @@ public:
     [[nodiscard]] Names* names() override { return &tree_.names_; }
     void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
     // The same with ids among names().
-    void startElement(NameId id, std::string_view name, std::span<const reader::IdAttribute> attributes) {
-        closeText();
-        const std::uint32_t first = attributes.empty() ? 0 : addAttributes(attributes);
-        Open& parent = open_.back();
-        parent.hasElements = true;
-        const NodeId element =
-            add(NodeKind::Element, id, first, static_cast<std::uint32_t>(attributes.size()));
-        if (isPlaced_) place(element, name);
-        const bool preserves =
-            attributes.empty() ? parent.preserves : preservesWhiteSpace(attributes, parent.preserves);
+    void startElement(const reader::StartTag& tag) {
+        const NodeId element = addElement(tag);
+        bool preserves = open_.back().preserves;
+        if ((tag.flags & Names::kPrefixed) != 0) preserves = preservesWhiteSpace(tag.attributes, preserves);
         open_.push_back(
             {element, kNoNode, static_cast<std::uint32_t>(waiting_.size()), false, preserves, preserves});
     }
-    void endElement(std::string_view) override {
+    // Start and end at once.
+    void emptyElement(const reader::StartTag& tag) { (void)addElement(tag); }
+    [[gnu::always_inline]] void endElement(std::string_view) override {
         closeText();
         const Open& closed = open_.back();
         if (waiting_.size() != closed.waiting) endWaiting();
@@ -59,9 +55,7 @@ public:
             characters(text);
             return flushText();
         }
-        addText({static_cast<std::uint32_t>(text.data() - tree_.source_.text.data()),
-                 static_cast<std::uint32_t>(text.size())},
-                isWhite);
+        addText(spanOf(text), isWhite);
     }
     void characters(std::string_view text) override;
     void startCData() override;
@@ -81,7 +75,7 @@ private:
         bool keepsWhiteSpace;  // xml:space, the tree's mode, or other text seen before
         bool preserves;        // the same without the other text: what its children inherit
     };
-    struct Waiting {
+    struct alignas(16) Waiting {
         NodeId previous;  // the sibling it follows, kNoNode for the first
         Tree::Span span;
     };
@@ -107,9 +101,36 @@ private:
     void closeChildren(const Open& open) noexcept {
         tree_.nodes_[tree_.nodes_[open.node].firstChild].previous = open.lastChild;
     }
+    NodeId addElement(const reader::StartTag& tag) {
+        closeText();
+        open_.back().hasElements = true;
+        const std::uint32_t first = tag.attributes.empty() ? 0 : addAttributes(tag.attributes);
+        const NodeId element =
+            add(NodeKind::Element, tag.id, first, static_cast<std::uint32_t>(tag.attributes.size()));
+        if (isPlaced_) place(element, tag.name);
+        return element;
+    }
+    [[nodiscard, gnu::always_inline]] std::uint32_t addAttributes(
+        std::span<const reader::IdAttribute> attributes) {
+        if (attributes.size() > tree_.attributes_.most()) tables::detail::tableIsFull();
+        const std::uint32_t first = tree_.attributes_.size();
+        Tree::Attribute* to = tree_.attributes_.extend(static_cast<std::uint32_t>(attributes.size()));
+        for (const reader::IdAttribute& attribute : attributes) {
+            const Tree::Span value = spanOf(attribute.value);
+            *to++ = {attribute.name, value.offset, value.length};
+        }
+        return first;
+    }
+    [[nodiscard]] Tree::Span spanOf(std::string_view text) {
+        if (!Tree::isWithin(text.data(), tree_.source_.text)) [[unlikely]]
+            return tree_.store(text);
+        return {static_cast<std::uint32_t>(text.data() - tree_.source_.text.data()),
+                static_cast<std::uint32_t>(text.size())};
+    }
+    // The offsets of the nodes between this element and the one before stay undefined: they are never read.
     void place(NodeId element, std::string_view name) {
-        while (tree_.offsets_.size() < element) *tree_.offsets_.extend(1) = Tree::kNoOffset;
-        *tree_.offsets_.extend(1) =
+        const std::uint32_t added = element + 1 - tree_.offsets_.size();
+        tree_.offsets_.extend(added)[added - 1] =
             Tree::isWithin(name.data(), tree_.source_.text)
                 ? static_cast<std::uint32_t>(name.data() - tree_.source_.text.data()) - 1
                 : static_cast<std::uint32_t>(locator_->offset());
@@ -133,7 +154,6 @@ private:
     void appendText(std::string_view text);
     void endWaiting();
     void keepWaiting();
-    std::uint32_t addAttributes(std::span<const reader::IdAttribute> attributes);
     [[nodiscard]] bool preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,
                                            bool inherited) const noexcept;
 

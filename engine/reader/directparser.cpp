@@ -43,6 +43,7 @@ bool DirectParserBase::begin() {
     look();
     if (declaration.length != 0) isEmpty_ = false;
     context_.isStandalone = declaration.isStandalone;
+    makeGuesses();
     fault_ = std::move(declaration.fault);
     return !fault_;
 }
@@ -80,8 +81,9 @@ void DirectParserBase::forgetNames() {
     names_.compact(used);
     namespaces_.renamed();
     stamps_.clear();
-    follow_.assign(std::size_t{names_.size()} * 2, {});
-    last_ = firstName_ = kNoName;
+    guesses_.clear();
+    nextElement_ = guessAfter(kNoName, After::StartTag);
+    makeGuesses();
     namesKept_ = names_.sizeInBytes();
 }
 
@@ -109,7 +111,7 @@ DirectParserBase::Name DirectParserBase::nameWithin(const char* at) {
     const char* const end = nameEnd(at);
     if (end != at) {
         const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at));
-        if (names_.size() > follow_.size()) follow_.resize(std::size_t{names_.size()} * 2);
+        makeGuesses();
         return {id, end};
     }
     return {kNoName, at == cursor_ + 1 ? failStartTag(at) : failInStartTag(at)};

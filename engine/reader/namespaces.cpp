@@ -20,20 +20,20 @@ bool Namespaces::refuse(ErrorCode code, std::size_t index, std::string reason) {
     return false;
 }
 
-bool Namespaces::enterChecked() {
-    bool isAnyQualified = false;
-    for (std::size_t i = 0; i < attributes_.size(); ++i) {
-        const std::uint8_t flags = names_.flags(attributes_[i].name);
-        if ((flags & Names::kDeclaration) != 0 && !declare(i)) return false;
-        isAnyQualified = isAnyQualified || (flags & (Names::kPrefixed | Names::kNotQualified)) != 0;
-    }
-    if (isAnyQualified) {
+// `flags`: those of all attributes' names together.
+bool Namespaces::enterAttributes(std::uint8_t flags) {
+    if ((flags & Names::kDeclaration) != 0) {
         for (std::size_t i = 0; i < attributes_.size(); ++i) {
-            if (!checkName(attributes_[i].name, i)) return false;
+            if (isDeclaration(i) && !declare(i)) return false;
         }
-        if (!checkDuplicates()) return false;
     }
-    return checkName(element_, kElement);
+    if ((flags & (Names::kPrefixed | Names::kNotQualified)) == 0) return true;
+    std::size_t prefixed = 0;
+    for (std::size_t i = 0; i < attributes_.size(); ++i) {
+        if (!checkName(attributes_[i].name, i)) return false;
+        if ((names_.flags(attributes_[i].name) & Names::kPrefixed) != 0) ++prefixed;
+    }
+    return prefixed < 2 || checkDuplicates();
 }
 
 bool Namespaces::declare(std::size_t index) {
@@ -67,7 +67,7 @@ bool Namespaces::declare(std::size_t index) {
     return true;
 }
 
-bool Namespaces::checkName(NameId name, std::size_t index) {
+bool Namespaces::checkUnusualName(NameId name, std::size_t index) {
     const std::uint8_t flags = names_.flags(name);
     if ((flags & Names::kNotQualified) != 0) {
         return refuse(ErrorCode::BadQualifiedName, index,
@@ -93,7 +93,6 @@ bool Namespaces::checkDuplicates() {
     for (std::uint32_t i = 0; i < attributes_.size(); ++i) {
         if ((names_.flags(attributes_[i].name) & Names::kPrefixed) != 0) order_.push_back(i);
     }
-    if (order_.size() < 2) return true;
     const auto key = [this](std::uint32_t i) {
         const ExpandedName name = attribute(i);
         return std::tuple(name.local, name.uri);
@@ -116,22 +115,28 @@ std::uint32_t& Namespaces::newest(NameId prefix) {
     return newest_[at];
 }
 
+// The strings of bindings that went out of scope keep their memory for the next.
 void Namespaces::bind(NameId prefix, std::string_view uri) {
     std::uint32_t& known = newest(prefix);
-    bindings_.push_back({prefix, std::string(uri), known, ++serial_});
-    known = static_cast<std::uint32_t>(bindings_.size() - 1);
+    if (bound_ == bindings_.size()) bindings_.emplace_back();
+    Binding& binding = bindings_[bound_];
+    binding.prefix = prefix;
+    binding.uri = uri;
+    binding.hidden = known;
+    binding.serial = ++serial_;
+    known = static_cast<std::uint32_t>(bound_++);
 }
 
 void Namespaces::unbind(std::uint32_t count) noexcept {
     for (; count != 0; --count) {
-        newest_[static_cast<NameId>(bindings_.back().prefix + 1)] = bindings_.back().hidden;
-        bindings_.pop_back();
+        const Binding& last = bindings_[--bound_];
+        newest_[static_cast<NameId>(last.prefix + 1)] = last.hidden;
     }
 }
 
 std::span<const NamespaceDeclaration> Namespaces::ownDeclarations() const {
     declarations_.clear();
-    for (std::size_t i = bindings_.size() - declared_; i < bindings_.size(); ++i) {
+    for (std::size_t i = bound_ - declared_; i < bound_; ++i) {
         const Binding& own = bindings_[i];
         declarations_.push_back(
             {own.prefix == kNoName ? std::string_view() : names_.text(own.prefix), own.uri});
@@ -166,14 +171,14 @@ ExpandedName Namespaces::expanded(NameId name, bool isElement) const {
 }
 
 void Namespaces::addPrefixes(std::vector<NameId*>& ids) {
-    for (Binding& binding : bindings_) {
-        if (binding.prefix != kNoName) ids.push_back(&binding.prefix);
+    for (std::size_t i = 0; i < bound_; ++i) {
+        if (bindings_[i].prefix != kNoName) ids.push_back(&bindings_[i].prefix);
     }
 }
 
 void Namespaces::renamed() {
     newest_.clear();
-    for (std::uint32_t i = 0; i < bindings_.size(); ++i) newest(bindings_[i].prefix) = i;
+    for (std::uint32_t i = 0; i < bound_; ++i) newest(bindings_[i].prefix) = i;
 }
 
 }  // namespace engine::reader

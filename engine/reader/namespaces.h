@@ -34,6 +34,14 @@ struct IdAttribute {
     std::string_view value;
 };
 
+// A start tag, for those who know the document's names.
+struct StartTag {
+    NameId id;
+    std::string_view name;
+    std::span<const IdAttribute> attributes;
+    std::uint8_t flags;  // of all attributes' names together; see Names::Flag
+};
+
 // A name taken apart. The views live as long as the event that they belong to.
 struct ExpandedName {
     std::string_view uri;  // empty: in no namespace
@@ -98,10 +106,7 @@ public:
         element_ = element;
         attributes_ = attributes;
         declared_ = 0;
-        if (attributeFlags != 0) return enterChecked();
-        const std::uint8_t flags = names_.flags(element);
-        return flags == 0 || (flags == Names::kPrefixed && find(names_.prefix(element)) != kNone) ||
-               checkName(element, kElement);
+        return (attributeFlags == 0 || enterAttributes(attributeFlags)) && checkName(element, kElement);
     }
     [[nodiscard]] std::uint32_t declared() const noexcept { return declared_; }
     // An end tag: `declared` as it was at its start tag. Between the two the sink may ask.
@@ -123,9 +128,14 @@ private:
     static constexpr std::uint32_t kNone = ~std::uint32_t{0};
 
     [[nodiscard]] std::span<const NamespaceDeclaration> ownDeclarations() const;
-    [[nodiscard]] bool enterChecked();
+    [[nodiscard]] bool enterAttributes(std::uint8_t flags);
     [[nodiscard]] bool declare(std::size_t index);
-    [[nodiscard]] bool checkName(NameId name, std::size_t index);
+    [[nodiscard]] bool checkName(NameId name, std::size_t index) {
+        const std::uint8_t flags = names_.flags(name);
+        return flags == 0 || (flags == Names::kPrefixed && find(names_.prefix(name)) != kNone) ||
+               checkUnusualName(name, index);
+    }
+    [[nodiscard]] bool checkUnusualName(NameId name, std::size_t index);
     [[nodiscard]] bool checkDuplicates();
     [[nodiscard]] bool refuse(ErrorCode code, std::size_t index, std::string reason);
     void bind(NameId prefix, std::string_view uri);
@@ -138,7 +148,8 @@ private:
     [[nodiscard]] ExpandedName expanded(NameId name, bool isElement) const;
 
     const Names& names_;
-    std::pmr::vector<Binding> bindings_;      // in document order
+    std::pmr::vector<Binding> bindings_;  // in document order; those after `bound_` are used again
+    std::size_t bound_ = 0;
     std::pmr::vector<std::uint32_t> newest_;  // by prefix, kNone: none; the default namespace first
     std::uint64_t serial_ = 0;
 

@@ -153,8 +153,7 @@ public:
     void startDocument(const reader::Locator& locator) override;
     void endDocument() override;
     void startElement(std::string_view name, std::span<const reader::Attribute> attributes) override;
-    void startElement(tables::NameId id, std::string_view name,
-                      std::span<const reader::IdAttribute> attributes);
+    void startElement(const reader::StartTag& tag) { startElement(tag.id, tag.name, tag.attributes); }
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
     void startCData() override;
@@ -169,6 +168,8 @@ private:
     };
     template <typename Call>
     void tell(Call&& call);
+    void startElement(tables::NameId id, std::string_view name,
+                      std::span<const reader::IdAttribute> attributes);
     [[nodiscard]] std::u16string_view uriOfElement();
 
     const Handlers& handlers_;

@@ -90,10 +90,9 @@ public:
         events_.startElement(name, attributes);
     }
     // The validator asks the locator for the attributes.
-    void startElement(tables::NameId id, std::string_view name,
-                      std::span<const reader::IdAttribute> attributes) {
-        validator_.startElement(name, {});
-        events_.startElement(id, name, attributes);
+    void startElement(const reader::StartTag& tag) {
+        validator_.startElement(tag.name, {});
+        events_.startElement(tag);
     }
     void endElement(std::string_view name) override {
         validator_.endElement(name);

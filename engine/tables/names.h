@@ -3,6 +3,7 @@
 // appears. Threads: as the document that the names belong to.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "engine/tables/table.h"
+#include "engine/text/block.h"
 
 namespace engine::tables {
 
@@ -45,15 +47,15 @@ public:
     }
     [[nodiscard]] std::optional<NameId> find(std::string_view name) const noexcept;
 
-    // Does the text at `at` begin with this name? It ends in a NUL, behind which kReadableBytes may be read;
-    // whether the name ends there, too, is the caller's to see.
-    [[nodiscard]] bool standsAt(NameId id, const char* at) const noexcept {
+    // Behind this name, if the text at `at` begins with it, else null. The text ends in a NUL, behind which
+    // kReadableBytes may be read; whether the name ends there, too, is the caller's to see.
+    [[nodiscard, gnu::always_inline]] const char* endAt(NameId id, const char* at) const noexcept {
         const Record& record = records_[id];
-        const Start start = startOf(at, record.length);
-        return start.low == record.start.low && start.high == record.start.high &&
-               (record.length <= kReadableBytes ||
-                std::strncmp(at + kReadableBytes, bytes_.data() + record.offset + kReadableBytes,
-                             record.length - kReadableBytes) == 0);
+        const std::uint32_t same = text::Block::load(at).equal(text::Block::load(record.start.bytes()));
+        const auto length = static_cast<std::uint32_t>(std::countr_zero(~same | 1u << kReadableBytes));
+        const bool isThere =
+            length >= record.length || (length == kReadableBytes && isRestAt(record, at + kReadableBytes));
+        return isThere ? at + record.length : nullptr;
     }
 
     [[nodiscard]] std::string_view text(NameId id) const noexcept {  // lives until the next new name
@@ -92,6 +94,7 @@ private:
     struct Start {
         std::uint64_t low;
         std::uint64_t high;
+        [[nodiscard]] const char* bytes() const noexcept { return reinterpret_cast<const char*>(this); }
     };
     struct Record {
         Start start;
@@ -125,6 +128,10 @@ private:
         const Record& record = records_[id];
         return record.start.low == start.low && record.start.high == start.high && record.length == length &&
                (length <= kReadableBytes || text(id) == std::string_view(name, length));
+    }
+    [[nodiscard]] bool isRestAt(const Record& record, const char* at) const noexcept {
+        return std::strncmp(at, bytes_.data() + record.offset + kReadableBytes,
+                            record.length - kReadableBytes) == 0;
     }
     // Both halves of the product: a hash that cannot be predicted without the secret.
     [[nodiscard]] static std::uint64_t mix(std::uint64_t a, std::uint64_t b) noexcept {

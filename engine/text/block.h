@@ -25,6 +25,12 @@ public:
     [[nodiscard]] std::uint32_t equal(char c) const noexcept {
         return mask([c](unsigned char byte) { return byte == static_cast<unsigned char>(c); });
     }
+    // Bytes that are the same in both.
+    [[nodiscard]] std::uint32_t equal(const PortableBlock& other) const noexcept {
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) bits |= std::uint32_t{bytes_[i] == other.bytes_[i]} << i;
+        return bits;
+    }
     // Bytes up to and including `c`, none of them above 0x7F.
     [[nodiscard]] std::uint32_t upTo(unsigned char c) const noexcept {
         return mask([c](unsigned char byte) { return byte <= c; });
@@ -73,6 +79,9 @@ public:
     }
     [[nodiscard]] std::uint32_t equal(char c) const noexcept {
         return bits(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c)));
+    }
+    [[nodiscard]] std::uint32_t equal(const Sse2Block& other) const noexcept {
+        return bits(_mm_cmpeq_epi8(bytes_, other.bytes_));
     }
     [[nodiscard]] std::uint32_t upTo(unsigned char c) const noexcept {
         return bits(_mm_cmpeq_epi8(_mm_min_epu8(bytes_, _mm_set1_epi8(static_cast<char>(c))), bytes_));

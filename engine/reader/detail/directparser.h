@@ -19,6 +19,7 @@
 #include <memory_resource>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/reader/detail/context.h"
@@ -47,13 +48,10 @@ protected:
         NameId name;
         std::uint32_t declared;  // namespaces
     };
-    // What came after a name when it was met last.
-    struct Follow {
-        NameId attribute = kNoName;  // after the name of an element or attribute
-        NameId child = kNoName;      // after the start tag
-        NameId sibling = kNoName;    // after the end tag
-    };
-    static constexpr std::size_t kFirstFollow = 32;
+    // Which name came next when a name was met last; `guesses_` has all of a name side by side.
+    enum class After : std::uint8_t { Name, StartTag, EndTag };
+    static constexpr std::size_t kGuessesOfName = 4;
+    static constexpr std::size_t kFirstNames = 32;
     struct Place {
         std::uint64_t offset;
         ParseError place;
@@ -77,7 +75,7 @@ protected:
           opens_(context.memory()),
           places_(context.memory()),
           written_(context.memory()),
-          follow_(context.memory()),
+          guesses_(context.memory()),
           values_(context.memory()),
           stamps_(context.memory()) {}
 
@@ -116,11 +114,20 @@ protected:
             if (found != 0) return at + std::countr_zero(found);
         }
     }
-    [[nodiscard]] static const char* endOfPlainValue(const char* at, char quote) noexcept {
-        for (;; at += kBlock) {
-            const std::uint32_t found = Block::load(at).valueStops(quote);
+    // For a quote that is known when compiling: one in a variable costs more than all the rest.
+    template <char quote>
+    [[nodiscard]] static const char* endOfPlainValue(const char* at) noexcept {
+        for (;; at += 2 * kBlock) {  // two at once: a loop of one or two rounds is hard to predict
+            const std::uint32_t found =
+                Block::load(at).valueStops(quote) | Block::load(at + kBlock).valueStops(quote) << kBlock;
             if (found != 0) return at + std::countr_zero(found);
         }
+    }
+    [[nodiscard]] static const char* endOfPlainValue(const char* at, char quote) noexcept {
+        return quote == '"' ? endOfPlainValue<'"'>(at) : endInApostrophes(at);
+    }
+    [[nodiscard, gnu::noinline]] static const char* endInApostrophes(const char* at) noexcept {
+        return endOfPlainValue<'\''>(at);
     }
     // Where `text` begins first from `at` on, or null.
     [[nodiscard]] const char* find(const char* at, std::string_view text) const;
@@ -130,37 +137,49 @@ protected:
         const char* end;
         bool isWhite;
     };
-    [[nodiscard]] static Run plainText(const char* at) noexcept {
+    [[nodiscard, gnu::always_inline]] static Run plainText(const char* at) noexcept {
         for (bool isWhite = true;; at += kBlock) {
             const Block block = Block::load(at);
-            const std::uint32_t found = block.textStops();
             const std::uint32_t black = block.upTo(' ') ^ 0xFFFF;
-            if (found != 0)
-                return {at + std::countr_zero(found), isWhite && (black & ((found & -found) - 1)) == 0};
-            isWhite = isWhite && black == 0;
+            if (isWhite && black != 0) {  // a NUL ends the document, and only NULs follow it
+                const char* const first = at + std::countr_zero(black);
+                if (*first == '<') return {first, true};
+                isWhite = false;
+            }
+            const std::uint32_t found = block.textStops();
+            if (found != 0) return {at + std::countr_zero(found), false};
         }
     }
     // The name at `at`, which is not empty. Documents repeat themselves: `guess`, what stood in such a place
     // before, is tried first, and becomes what was found.
     [[nodiscard, gnu::always_inline]] Name nameAt(const char* at, NameId& guess) {
-        if (guess != kNoName && names_.standsAt(guess, at)) [[likely]] {
-            const char* const end = at + names_.length(guess);
-            if ((classOf(*end) & kNameChar) == 0) [[likely]]
+        if (guess != kNoName) [[likely]] {
+            const char* const end = names_.endAt(guess, at);
+            if (end != nullptr && (classOf(*end) & kNameChar) == 0) [[likely]]
                 return {guess, end};
         }
         return nameFor(at, guess);
     }
     [[nodiscard, gnu::noinline]] Name nameFor(const char* at, NameId& guess) {
         const char* const end = endOfName(at);
+        if (end == at) [[unlikely]]
+            return nameWithin(at);
         const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at));
         if ((names_.flags(id) & Names::kNotAName) != 0) [[unlikely]]
             return nameWithin(at);
         guess = id;
-        if (names_.size() > follow_.size()) [[unlikely]]
-            follow_.resize(std::max(std::size_t{names_.size()} * 2, kFirstFollow));
+        makeGuesses();
         return {id, end};
     }
     [[nodiscard]] Name nameWithin(const char* at);
+    [[nodiscard]] static std::size_t guessAfter(NameId name, After after) noexcept {
+        return static_cast<NameId>(name + 1) * kGuessesOfName + static_cast<std::size_t>(after);
+    }
+    void makeGuesses() {
+        const std::size_t needed = (std::size_t{names_.size()} + 1) * kGuessesOfName;
+        if (needed > guesses_.size()) [[unlikely]]
+            guesses_.resize(std::max(2 * needed, kFirstNames * kGuessesOfName), kNoName);
+    }
     [[nodiscard]] bool isAnyDuplicate() {
         constexpr std::uint32_t kFew = 8;
         const std::uint32_t count = attributes_.size();
@@ -219,16 +238,14 @@ protected:
     bool isEnded_ = false;  // the window will not grow any more
     bool isInCData_ = false;
     bool hasRoot_ = false;
-    bool isLastOpen_ = false;
-    NameId last_ = kNoName;          // the name in the last tag, a start tag if `isLastOpen_`
-    bool isEmpty_ = true;            // but for white space
-    std::uint64_t cDataOffset_ = 0;  // of the section being delivered
+    std::size_t nextElement_ = guessAfter(kNoName, After::StartTag);  // among the guesses
+    bool isEmpty_ = true;                                             // but for white space
+    std::uint64_t cDataOffset_ = 0;                                   // of the section being delivered
     std::pmr::vector<Open> opens_;
     std::pmr::vector<Place> places_;  // of those that were open when the window moved, the outermost first
     Table<IdAttribute> attributes_;
     std::pmr::vector<Attribute> written_;  // the same for a sink that does not know the names
-    std::pmr::vector<Follow> follow_;      // by name
-    NameId firstName_ = kNoName;           // of the root: a guess like those of `follow_`
+    std::pmr::vector<NameId> guesses_;     // what comes after no name, and then by name
     std::pmr::vector<std::unique_ptr<std::string>> values_;  // of attributes that are not as written
     std::size_t valuesUsed_ = 0;                             // by the tag
     std::pmr::vector<std::uint32_t> stamps_;  // by name: the last tag of many attributes that had it
@@ -285,75 +302,75 @@ private:
         return startTag(at);
     }
 
-    [[nodiscard]] const char* startTag(const char* at) {
+    // A function of its own: in one with all the others there are too few registers for either.
+    [[nodiscard, gnu::noinline]] const char* startTag(const char* at) {
         const char* const nameStart = at + 1;
-        if ((classOf(*nameStart) & kNameStart) == 0) [[unlikely]]
-            return failStartTag(nameStart);
-        NameId& guess = last_ == kNoName ? firstName_
-                        : isLastOpen_    ? follow_[last_].child
-                                         : follow_[last_].sibling;
-        const Name element = nameAt(nameStart, guess);
-        if (element.end == nullptr) return nullptr;
+        const Name element = nameAt(nameStart, guesses_[nextElement_]);
+        if (element.end == nullptr) [[unlikely]]
+            return nullptr;
         std::uint8_t flags = 0;  // of the attributes
-        NameId lastName = element.id;
-        attributes_.truncate(0);
-        valuesUsed_ = 0;
-        at = element.end;
-        for (;;) {
-            const char* const before = at;
-            if (*at == ' ') ++at;
-            if (isSpace(*at)) at = skipSpace(at + 1);
-            if (*at == '>' || *at == '/') break;
-            if (at == before) [[unlikely]]
-                return failSpace(at);
-            if ((classOf(*at) & kNameStart) == 0) [[unlikely]]
-                return failInStartTag(at);
-            at = attribute(at, flags, lastName);
-            if (at == nullptr) return nullptr;
-        }
+        at = attributes(element, flags);
+        if (at == nullptr) [[unlikely]]
+            return nullptr;
         const bool isEmpty = *at == '/';
         if (isEmpty && *++at != '>') [[unlikely]]
             return failInStartTag(at == end_ ? at : at - 1);
-        if (attributes_.size() > 1 && isAnyDuplicate()) [[unlikely]]
-            return failDuplicate();
-        const std::string_view name = view(nameStart, element.end);
-        if (opens_.empty()) [[unlikely]] {
-            if (hasRoot_) return failRoot(name);
-            hasRoot_ = true;
-        }
-        if (opens_.size() >= options_.depthLimit) [[unlikely]]
-            return failDepth();
-        const std::span<const IdAttribute> attributes(attributes_.data(), attributes_.size());
-        if (!namespaces_.enter(element.id, attributes, flags)) [[unlikely]]
-            return failNames();
-        const std::uint32_t declared = namespaces_.declared();
+        const StartTag tag{
+            element.id, view(nameStart, element.end), {attributes_.data(), attributes_.size()}, flags};
+        if (!isAllowed(tag)) [[unlikely]]
+            return nullptr;
         event(cursor_);
-        if constexpr (requires { sink_.startElement(element.id, name, attributes); }) {
-            sink_.startElement(element.id, name, attributes);
-        } else {
-            sink_.startElement(name, written());
-        }
-        last_ = element.id;
-        isLastOpen_ = !isEmpty;
+        const std::uint32_t declared = namespaces_.declared();
+        nextElement_ = guessAfter(tag.id, isEmpty ? After::EndTag : After::StartTag);
         if (!isEmpty) {
-            opens_.push_back({context_.event, element.id, declared});
-            return at + 1;
+            startElement(tag);
+            opens_.push_back({context_.event, tag.id, declared});
+        } else if constexpr (requires { sink_.emptyElement(tag); }) {
+            sink_.emptyElement(tag);
+            namespaces_.leave(declared);
+        } else {
+            startElement(tag);
+            namespaces_.beginLeave(tag.id, declared);
+            sink_.endElement(tag.name);
+            namespaces_.leave(declared);
         }
-        namespaces_.beginLeave(element.id, declared);
-        sink_.endElement(name);
-        namespaces_.leave(declared);
         return at + 1;
     }
 
-    // Adds the attribute at `at` and its name's flags. `last` is the name before, and then the attribute's.
-    [[nodiscard, gnu::always_inline]] const char* attribute(const char* at, std::uint8_t& flags,
-                                                            NameId& last) {
-        const char* const nameStart = at;
-        const Name name = nameAt(at, follow_[last].attribute);
-        if (name.end == nullptr) return nullptr;
-        last = name.id;
-        flags |= names_.flags(name.id);
-        at = name.end;
+    void startElement(const StartTag& tag) {
+        if constexpr (requires { sink_.startElement(tag); }) {
+            sink_.startElement(tag);
+        } else {
+            sink_.startElement(tag.name, written());
+        }
+    }
+
+    // Reads the attributes of a tag, up to its '/' or '>', and adds their names' flags.
+    [[nodiscard, gnu::always_inline]] const char* attributes(const Name& element, std::uint8_t& flags) {
+        attributes_.truncate(0);
+        valuesUsed_ = 0;
+        NameId last = element.id;
+        for (const char* at = element.end;;) {
+            const char* const before = at;
+            if (*at == ' ') ++at;
+            if (isSpace(*at)) at = skipSpace(at + 1);
+            if (*at == '>' || *at == '/') return at;
+            if (at == before) [[unlikely]]
+                return failSpace(at);
+            const Name name = nameAt(at, guesses_[guessAfter(last, After::Name)]);
+            if (name.end == nullptr) [[unlikely]]
+                return nullptr;
+            last = name.id;
+            flags |= names_.flags(name.id);
+            at = value(name, at);
+            if (at == nullptr) [[unlikely]]
+                return nullptr;
+        }
+    }
+
+    // Adds the attribute whose name starts at `nameStart`, and returns where its value ends.
+    [[nodiscard, gnu::always_inline]] const char* value(const Name& name, const char* nameStart) {
+        const char* at = name.end;
         if (*at != '=') [[unlikely]] {
             at = skipSpace(at);
             if (*at != '=') return failAttribute(at, nameStart);
@@ -366,10 +383,24 @@ private:
         const char quote = *at++;
         const char* const start = at;
         at = endOfPlainValue(at, quote);
-        attributes_.append({name.id, view(start, at)});
+        *attributes_.extend(1) = {name.id, view(start, at)};
         if (*at != quote) [[unlikely]]
             return expandValue(at, start, quote);
         return at + 1;
+    }
+
+    // What a well-formed tag may still do wrong.
+    [[nodiscard, gnu::always_inline]] bool isAllowed(const StartTag& tag) {
+        if (tag.attributes.size() > 1 && isAnyDuplicate()) [[unlikely]]
+            return failDuplicate() != nullptr;
+        if (opens_.empty()) [[unlikely]] {
+            if (std::exchange(hasRoot_, true)) return failRoot(tag.name) != nullptr;
+        }
+        if (opens_.size() >= options_.depthLimit) [[unlikely]]
+            return failDepth() != nullptr;
+        if (!namespaces_.enter(tag.id, tag.attributes, tag.flags)) [[unlikely]]
+            return failNames() != nullptr;
+        return true;
     }
 
     [[nodiscard]] const char* endTag(const char* at) {
@@ -377,20 +408,20 @@ private:
             return failEndTag(at + 2);
         const Open open = opens_.back();
         const char* const nameStart = at + 2;
-        if (!names_.standsAt(open.name, nameStart)) [[unlikely]]
+        const char* const nameEnd = names_.endAt(open.name, nameStart);
+        if (nameEnd == nullptr) [[unlikely]]
             return failEndTag(nameStart);
-        at = nameStart + names_.length(open.name);
+        at = nameEnd;
         if (*at != '>') [[unlikely]] {
             at = skipSpace(at);
             if (*at != '>') return failEndTag(nameStart);
         }
         event(cursor_);
         namespaces_.beginLeave(open.name, open.declared);
-        sink_.endElement(view(nameStart, nameStart + names_.length(open.name)));
+        sink_.endElement(view(nameStart, nameEnd));
         namespaces_.leave(open.declared);
         opens_.pop_back();
-        last_ = open.name;
-        isLastOpen_ = false;
+        nextElement_ = guessAfter(open.name, After::EndTag);
         return at + 1;
     }
 
