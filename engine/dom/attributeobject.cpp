@@ -99,15 +99,25 @@ AttributeView AttributeObject::view() const noexcept {
     return element_->tree().attribute(element_->node(), index_);
 }
 
+std::string_view AttributeObject::name() const noexcept {
+    if (isRemoved_) return removed_->name;
+    const Tree& tree = element_->tree();
+    return tree.names().text(tree.attributeNameId(element_->node(), index_));
+}
+
+std::string_view AttributeObject::value() const noexcept {
+    return isRemoved_ ? removed_->value : element_->tree().attributeValue(element_->node(), index_);
+}
+
 HRESULT AttributeObject::get_nodeName(BSTR* name) {
-    return com::give(name, "get_nodeName", [&] { return com::makeBstr(view().name); });
+    return com::give(name, "get_nodeName", [&] { return com::makeBstr(this->name()); });
 }
 
 HRESULT AttributeObject::get_nodeValue(VARIANT* value) {
     if (value == nullptr) return nullPointer("get_nodeValue");
     VariantInit(value);
     return guarded([&] {
-        value->bstrVal = com::makeBstr(view().value);
+        value->bstrVal = com::makeBstr(this->value());
         value->vt = VT_BSTR;
         return S_OK;
     });
@@ -120,7 +130,7 @@ HRESULT AttributeObject::get_nodeType(DOMNodeType* type) {
 }
 
 HRESULT AttributeObject::get_text(BSTR* text) {
-    return com::give(text, "get_text", [&] { return com::makeBstr(view().value); });
+    return com::give(text, "get_text", [&] { return com::makeBstr(value()); });
 }
 
 HRESULT AttributeObject::put_text(BSTR text) {

@@ -493,7 +493,7 @@ HRESULT ElementObject::getAttribute(BSTR name, VARIANT* value) {
             value->vt = VT_NULL;
             return S_FALSE;
         }
-        value->bstrVal = com::makeBstr(tree().attribute(node(), *index).value);
+        value->bstrVal = com::makeBstr(tree().attributeValue(node(), *index));
         value->vt = VT_BSTR;
         return S_OK;
     });

@@ -159,6 +159,8 @@ private:
     };
 
     [[nodiscard]] AttributeView view() const noexcept;
+    [[nodiscard]] std::string_view name() const noexcept;
+    [[nodiscard]] std::string_view value() const noexcept;
 
     const com::Ref<ElementObject> element_;
     AttributeObject* next_;  // in the element's list

@@ -90,6 +90,10 @@ public:
     [[nodiscard]] NameId attributeNameId(NodeId element, std::uint32_t index) const noexcept {
         return attributes_[nodes_[element].first + index].name;
     }
+    [[nodiscard]] std::string_view attributeValue(NodeId element, std::uint32_t index) const noexcept {
+        const Attribute& record = attributes_[nodes_[element].first + index];
+        return textAt(record.offset, record.length);
+    }
     // Linear in the number of the element's attributes.
     [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element,
                                                              std::string_view name) const noexcept;
