@@ -31,7 +31,9 @@ public:
     // 20 MB in which every second element has a prefix and every tenth declares one; throws likewise.
     [[nodiscard]] Document namespaces() const;
     // Where a row may write a file; it removes it.
-    [[nodiscard]] std::string scratchPath() const { return folder_ + "/scratch.xml"; }
+    [[nodiscard]] std::string scratchPath(const std::string& name = "scratch.xml") const {
+        return folder_ + '/' + name;
+    }
 
 private:
     // Made by `write` unless it is there.

@@ -27,8 +27,10 @@ void trimHeap() noexcept;
 // Makes the allocator do now what it has put off while memory was freed.
 void settleHeap() noexcept;
 
-// Runs this very program with these arguments and returns what it printed; throws std::runtime_error when it
-// cannot be started or does not end with 0.
+// Runs a program with these arguments and returns what it printed; throws std::runtime_error when it cannot
+// be started or does not end with 0.
+[[nodiscard]] std::string runProgram(const std::string& path, const std::vector<std::string>& arguments);
+// This very program.
 [[nodiscard]] std::string runSelf(const std::vector<std::string>& arguments);
 
 }  // namespace bench

@@ -57,6 +57,7 @@ bench::Suite allRows(const bench::Documents& documents) {
     bench::addValidateRows(suite, documents);
     bench::addGrowthRows(suite, documents);
     bench::addBasicRows(suite);
+    bench::addToolRows(suite, documents);
     bench::addThreadRows(suite, documents);
     return suite;
 }

@@ -21,6 +21,7 @@ void addTransformRows(Suite& suite, const Documents& documents);  // transform/
 void addValidateRows(Suite& suite, const Documents& documents);   // validate/
 void addGrowthRows(Suite& suite, const Documents& documents);     // growth/
 void addBasicRows(Suite& suite);                                  // basic/
+void addToolRows(Suite& suite, const Documents& documents);       // tools/
 void addThreadRows(Suite& suite, const Documents& documents);     // threads/ and basic/, to be added last
 
 }  // namespace bench

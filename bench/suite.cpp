@@ -186,7 +186,7 @@ bool writeJson(const std::vector<Result>& results, const std::string& path) {
 bool selected(const std::string& name, When when, const std::vector<std::string>& prefixes) {
     if (prefixes.empty()) return when == When::Always;
     return std::any_of(prefixes.begin(), prefixes.end(), [&](const std::string& prefix) {
-        return when == When::Always ? name.starts_with(prefix) : name == prefix;
+        return when == When::Named ? name == prefix : name.starts_with(prefix);
     });
 }
 
@@ -265,7 +265,10 @@ void Suite::add(std::string name, RowBody body, When when) {
 
 void Suite::list() const {
     for (const Entry& entry : entries_)
-        std::printf("%s%s\n", entry.name.c_str(), entry.when == When::Named ? "   (only when named)" : "");
+        std::printf("%s%s\n", entry.name.c_str(),
+                    entry.when == When::Named   ? "   (only when named)"
+                    : entry.when == When::Asked ? "   (only with a prefix)"
+                                                : "");
 }
 
 bool Suite::run(const std::vector<std::string>& prefixes, const std::string& jsonPath, Peers peers) const {

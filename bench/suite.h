@@ -78,6 +78,7 @@ using RowBody = std::function<void(Row&)>;
 
 enum class When : std::uint8_t {
     Always,
+    Asked,  // takes minutes: only when a prefix is given that it starts with
     Named,  // takes long or much disk: only when its whole name is given
 };
 

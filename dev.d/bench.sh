@@ -2,7 +2,7 @@
 # ./dev bench: the peers and the real documents are packages that only this verb installs.
 
 bench_packages=("${build_packages[@]}" libpugixml-dev libexpat1-dev libxerces-c-dev
-    docbook5-xml libvulkan-dev khronos-api libgirepository1.0-dev)
+    docbook5-xml libvulkan-dev khronos-api libgirepository1.0-dev libxml2-utils xsltproc xmlstarlet)
 
 verb_bench() {
     need "${bench_packages[@]}"

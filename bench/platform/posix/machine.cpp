@@ -88,8 +88,8 @@ void settleHeap() noexcept {
     std::free(larger);
 }
 
-std::string runSelf(const std::vector<std::string>& arguments) {
-    std::string command = quoted(programPath());
+std::string runProgram(const std::string& path, const std::vector<std::string>& arguments) {
+    std::string command = quoted(path);
     for (const std::string& argument : arguments) command.append(" ").append(quoted(argument));
     std::FILE* const pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) throw std::runtime_error("cannot start a child process");
@@ -99,6 +99,10 @@ std::string runSelf(const std::vector<std::string>& arguments) {
         output.append(piece.data(), count);
     if (pclose(pipe) != 0) throw std::runtime_error("a child process failed: " + command);
     return output;
+}
+
+std::string runSelf(const std::vector<std::string>& arguments) {
+    return runProgram(programPath(), arguments);
 }
 
 }  // namespace bench
