@@ -1,5 +1,8 @@
 #include "host/platform/localestrsupport.h"
 
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,20 +44,29 @@ struct CloseCollator {
 
 }  // namespace
 
+// Made when it is first asked for: many programs never compare, and ICU's data take time and memory.
 struct LocaleStrSupport::State {
-    explicit State(std::string name) : locale(std::move(name)) {
-        UErrorCode status = U_ZERO_ERROR;
-        collator.reset(ucol_open(locale.c_str(), &status));
-        if (U_FAILURE(status)) collator.reset();
+    explicit State(const char* name) {
+        if (name != nullptr) given = name;
     }
 
-    std::string locale;
-    std::unique_ptr<UCollator, CloseCollator>
-        collator;  // null if ICU has no data; comparison is then by units
+    [[nodiscard]] const char* locale() const { return given ? given->c_str() : uloc_getDefault(); }
+    // Null if ICU has no data; comparison is then by units.
+    [[nodiscard]] const UCollator* collator() const {
+        std::call_once(isOpened, [this] {
+            UErrorCode status = U_ZERO_ERROR;
+            opened.reset(ucol_open(locale(), &status));
+            if (U_FAILURE(status)) opened.reset();
+        });
+        return opened.get();
+    }
+
+    std::optional<std::string> given;  // nothing: the user's
+    mutable std::once_flag isOpened;
+    mutable std::unique_ptr<UCollator, CloseCollator> opened;
 };
 
-LocaleStrSupport::LocaleStrSupport(const char* locale)
-    : state_(std::make_unique<const State>(locale != nullptr ? locale : uloc_getDefault())) {}
+LocaleStrSupport::LocaleStrSupport(const char* locale) : state_(std::make_unique<const State>(locale)) {}
 
 LocaleStrSupport::~LocaleStrSupport() = default;
 
@@ -65,8 +77,8 @@ std::string& LocaleStrSupport::toNarrow(const char16_t* text, std::string& resul
 
 std::int32_t LocaleStrSupport::compare(const char16_t* a, const char16_t* b) {
     // Asking the collator is safe for several threads at a time while its attributes do not change.
-    const UCollationResult order =
-        state_->collator ? ucol_strcoll(state_->collator.get(), a, -1, b, -1) : UCOL_EQUAL;
+    const UCollator* const collator = state_->collator();
+    const UCollationResult order = collator != nullptr ? ucol_strcoll(collator, a, -1, b, -1) : UCOL_EQUAL;
     return order != UCOL_EQUAL ? order : u_strcmp(a, b);
 }
 
@@ -89,14 +101,14 @@ void LocaleStrSupport::normalise(KelString& text) {
 void LocaleStrSupport::toLower(KelString& text) {
     transform(text, [this](char16_t* target, std::int32_t capacity, const char16_t* source,
                            std::int32_t length, UErrorCode* status) {
-        return u_strToLower(target, capacity, source, length, state_->locale.c_str(), status);
+        return u_strToLower(target, capacity, source, length, state_->locale(), status);
     });
 }
 
 void LocaleStrSupport::toUpper(KelString& text) {
     transform(text, [this](char16_t* target, std::int32_t capacity, const char16_t* source,
                            std::int32_t length, UErrorCode* status) {
-        return u_strToUpper(target, capacity, source, length, state_->locale.c_str(), status);
+        return u_strToUpper(target, capacity, source, length, state_->locale(), status);
     });
 }
 
