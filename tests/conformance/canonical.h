@@ -3,6 +3,7 @@
 // written in two ways is written in one. Threads: one.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,6 +31,10 @@ private:
 // One of the suite's output files without its document type: notations are declared there, and no event of
 // ours reports a declaration. Throws std::runtime_error when the file cannot be read.
 [[nodiscard]] std::string readCanonicalFile(const std::string& path);
+
+// Canonical XML of a whole document, comments included, as another library writes it; nothing if that rejects
+// the document, or can give it no such form, as for one with relative namespace URIs.
+[[nodiscard]] std::optional<std::string> canonicalByPeer(std::string_view bytes);
 
 [[nodiscard]] std::string readFile(const std::string& path);  // throws likewise
 

@@ -189,13 +189,14 @@ std::string written(IXMLDOMDocument2& document) {
     return bytes->text;
 }
 
-// What the document says when it has been written and read back, a second time in the same bytes.
-std::string readBack(IXMLDOMDocument2& document) {
+// How the document differs once `saved` has been read back; empty: not at all.
+std::string lossOf(IXMLDOMDocument2& document, const std::string& saved, const std::string& canonical) {
     const auto bytes = engine::com::make<Bytes>();
-    bytes->text = written(document);
+    bytes->text = saved;
     if (!loadStream(document, *bytes)) return "what was written is rejected: " + reasonOf(document);
-    if (written(document) != bytes->text) return "what was written is written otherwise a second time";
-    return TreeReport().write(document);
+    if (written(document) != saved) return "what was written is written otherwise a second time";
+    if (TreeReport().write(document) != canonical) return "what was written says something else";
+    return {};
 }
 
 template <class Load, class Source>
@@ -209,8 +210,8 @@ Outcome tryLoading(Load load, const Source& source) {
     outcome.accepted = load(*document, source);
     if (outcome.accepted) {
         outcome.canonical = TreeReport().write(*document);
-        const std::string again = readBack(*document);
-        if (again != outcome.canonical) outcome.canonical = again;
+        outcome.saved = written(*document);
+        outcome.contradiction = lossOf(*document, outcome.saved, outcome.canonical);
     } else {
         outcome.reason = reasonOf(*document);
     }

@@ -6,7 +6,9 @@
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/com/com.h"
 #include "tests/conformance/canonical.h"
@@ -45,11 +47,23 @@ struct Reports {
     Report stream{"sax", "SAX reader, by the status of parseURL; events compared with the suite's output"};
     Report document{"dom",
                     "Document without a DOCTYPE, by the result of load; tree compared with the events"};
+    Report saved{"saved",
+                 "Document written as it is; canonical form by libxml2 compared with the original's"};
     Report prohibited{"dtd", "Document with a DOCTYPE, which load must reject whatever the test says"};
     Report direct{"direct", "Direct parser alone, without a DOCTYPE; compared with libxml2 alone"};
     Report libxml2{"libxml2", "libxml2 alone; events compared with the suite's output"};
     Report expat{"expat", "Expat without a DOCTYPE; must come to the direct parser's verdict"};
 };
+
+// Read back, what was saved gave the same tree and the same bytes; another library has to see no difference
+// either.
+void runSaving(const TestCase& test, const Outcome& loaded, Reports& reports) {
+    if (!loaded.accepted) return;
+    Outcome saved = loaded;
+    if (canonicalByPeer(readFile(test.path)) != canonicalByPeer(loaded.saved))
+        saved.contradiction = "libxml2 finds another canonical form in what was saved";
+    reports.saved.add(test, {Demand::Accept, {}}, saved, judge(Demand::Accept, saved, std::nullopt));
+}
 
 void runEngine(const TestCase& test, const Ruling& ruling, const std::optional<std::string>& output,
                Reports& reports) {
@@ -62,6 +76,7 @@ void runEngine(const TestCase& test, const Ruling& ruling, const std::optional<s
                                judge(Demand::Refuse, loaded, std::nullopt));
         return;
     }
+    runSaving(test, loaded, reports);
     // Where the suite gives no output, what the stream reported is what the tree must hold.
     reports.document.add(test, ruling, loaded,
                          judge(ruling.demand, loaded, output ? output : std::optional(read.canonical)));
@@ -103,7 +118,7 @@ bool runSuite(std::string_view parser, const char* folder, const char* differenc
     }
     std::printf("%zu tests\n\n", tests.size());
     std::vector<const Report*> shown;
-    if (parser.empty()) shown = {&reports.stream, &reports.document, &reports.prohibited};
+    if (parser.empty()) shown = {&reports.stream, &reports.document, &reports.saved, &reports.prohibited};
     if (withDirect) shown.insert(shown.end(), {&reports.direct, &reports.expat});
     if (withLibxml2) shown.push_back(&reports.libxml2);
     bool passed = true;

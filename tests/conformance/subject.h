@@ -14,6 +14,7 @@ struct Outcome {
     // Set when two routes to the same result disagree: the engine contradicts itself, whatever the test
     // wants.
     std::string contradiction;
+    std::string saved;  // an accepted document, written as it is
 };
 
 // Reads with the engine's SAX reader; its status decides. The reader's events, which hold more than the
