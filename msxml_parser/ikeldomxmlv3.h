@@ -12,6 +12,7 @@
 #include "msxml_parser/ikeldomxml.h"
 #include "msxml_parser/ikeldomxmlelementitrv2.h"
 #include "msxml_parser/ikeldomxmlelementv2.h"
+#include "msxml_parser/ikeldomxmlnodeitr.h"
 
 class IKelDOMXmlV3 : public virtual IKelDOMXmlV2 {
 public:
@@ -25,7 +26,7 @@ public:
     // Codes of select and evaluate.
     enum ExpressionErrorCode : int {
         kBadExpression = 10,  // wrong, of a wrong type, or more work than is allowed; getColumn says where
-        kNotElements = 11,    // selects attributes, texts or other nodes: ask for its value
+        kNotElements = 11,    // selects attributes, texts or other nodes: see selectNodes
     };
 
     // Options of a load, added together; 0: white space of layout is dropped, a DOCTYPE is rejected, nothing
@@ -86,9 +87,11 @@ public:
     virtual bool setPrefix(const KelString& prefix, const KelString& uri) = 0;
 
     // Expressions of XPath 1.0, from the document (null) or an element of it; an element of another document
-    // or implementation sets error code 4. The first expression after a change of the document costs time and
-    // memory linear in it; what is kept for the next ones goes with the next change. Work is limited as that
-    // of a style sheet. In an error, getLine is 0 and getColumn counts in the expression.
+    // or implementation sets error code 4. Paths of child and attribute steps, such as //book/@id, with no
+    // conditions but on attributes, are found in the document as it is. For others the first expression after
+    // a change of the document costs time and memory linear in it; what is kept for the next ones goes with
+    // the next change. Work is limited as that of a style sheet. In an error, getLine is 0 and getColumn
+    // counts in the expression.
     //
     // The elements, each once, in document order, with count 0; an edit changes nothing about what was
     // selected. Null: an error.
@@ -99,6 +102,9 @@ public:
     virtual bool evaluateText(const KelString& expression, IKelDOMXmlElement* context, KelString& out) = 0;
     virtual bool evaluateNumber(const KelString& expression, IKelDOMXmlElement* context, double& out) = 0;
     virtual bool evaluateTruth(const KelString& expression, IKelDOMXmlElement* context, bool& out) = 0;
+
+    // As select, for nodes of every kind.
+    virtual IKelDOMXmlNodeItr* selectNodes(const KelString& expression, IKelDOMXmlElement* context) = 0;
 };
 
 // Where the last failure was, as far as it is known. Found by its name on a DOM parser's error object.

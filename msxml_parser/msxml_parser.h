@@ -11,6 +11,7 @@
 #include "msxml_parser/ikeldomxmlelementitrv2.h"
 #include "msxml_parser/ikeldomxmlelementv2.h"
 #include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikeldomxmlnodeitr.h"
 #include "msxml_parser/ikeldomxmlv3.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"

@@ -1,5 +1,6 @@
-// Expressions over a tree, evaluated by libxml2 over a copy of it. The copy stays with the tree until the
-// tree changes, so that a further expression costs only itself.
+// Expressions over a tree. Those that only lead forwards are found on the tree itself (see forwardpath.h);
+// all others are evaluated by libxml2 over a copy of it. The copy stays with the tree until the tree changes,
+// so that a further expression costs only itself.
 //
 // An expression is compiled twice: as it was written, which finds errors where they stand, and with steps
 // from several nodes replaced (see steps.h), which is what is evaluated. Work is limited as that of a
@@ -13,12 +14,14 @@
 #include <cstdarg>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/com/status.h"
 #include "engine/libstate/libstate.h"
 #include "engine/xml2/errors.h"
 #include "engine/xml2/treeexport.h"
+#include "engine/xslt/forwardpath.h"
 #include "engine/xslt/meter.h"
 #include "engine/xslt/platform/stack.h"
 #include "engine/xslt/steps.h"
@@ -332,6 +335,10 @@ public:
         if (expression.text.size() > kLongestExpression) throw ExpressionError("expression is too long", 0);
         if (const std::size_t nul = expression.text.find('\0'); nul != std::string::npos)
             throw ExpressionError("character that XML does not allow", 0);
+        if (const std::optional<ForwardPath> path = ForwardPath::compile(expression)) {
+            if (std::optional<ExpressionValue> value = path->evaluate(context.tree, context.node, kind))
+                return std::move(*value);
+        }
         libstate::initialiseLibxml2();
         NodeId root = context.node;
         while (context.tree.parent(root) != dom::kNoNode) root = context.tree.parent(root);

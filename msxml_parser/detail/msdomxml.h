@@ -67,6 +67,7 @@ public:
     bool evaluateText(const KelString& expression, IKelDOMXmlElement* context, KelString& out) override;
     bool evaluateNumber(const KelString& expression, IKelDOMXmlElement* context, double& out) override;
     bool evaluateTruth(const KelString& expression, IKelDOMXmlElement* context, bool& out) override;
+    IKelDOMXmlNodeItr* selectNodes(const KelString& expression, IKelDOMXmlElement* context) override;
 
 private:
     using ParseError = msxml::ComPtr<IXMLDOMParseError>;

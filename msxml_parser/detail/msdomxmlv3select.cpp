@@ -7,6 +7,7 @@
 #include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/msdomxmlelement.h"
 #include "msxml_parser/detail/msdomxmlelementitrv2.h"
+#include "msxml_parser/detail/msdomxmlnodeitr.h"
 #include "msxml_parser/detail/text.h"
 #include "msxml_parser/detail/xmltext.h"
 
@@ -99,6 +100,17 @@ IKelDOMXmlElementItrV2* MSDOMXml::select(const KelString& expression, IKelDOMXml
                         "Error in expression %1 : It selects nodes that are no elements", expression);
         }
         result = MSDOMXmlElementItrV2::overList(std::move(nodes));
+        return true;
+    });
+    return result;
+}
+
+IKelDOMXmlNodeItr* MSDOMXml::selectNodes(const KelString& expression, IKelDOMXmlElement* context) {
+    IKelDOMXmlNodeItr* result = nullptr;
+    (void)evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
+        NodeList nodes;
+        check(place->selectNodes(text.get(), nodes.receive()), place);
+        result = MSDOMXmlNodeItr::create(std::move(nodes));
         return true;
     });
     return result;

@@ -70,6 +70,42 @@ TEST(Expressions, StartAtAnElement) {
     EXPECT_EQ(selected(other, "*", b.get()), "4 Invalid Element Type");
 }
 
+// "kind:name=value" of each.
+std::string nodes(const Parser& parser, std::string_view expression, IKelDOMXmlElement* from = nullptr) {
+    const IPtr<IKelDOMXmlNodeItr> found(parser->selectNodes(wide(expression), from));
+    if (!found) return errorOf(parser);
+    std::string text;
+    KelString part;
+    for (; !found->isEnd(); found->next()) {
+        text += std::to_string(found->getKind()) + ':' + utf8(found->getName(part));
+        text += '=' + utf8(found->getValue(part)) + ' ';
+        EXPECT_EQ(found->getKind() == IKelDOMXmlNodeItr::kElement,
+                  IPtr(found->getElement()).get() != nullptr);
+    }
+    EXPECT_EQ(found->getKind(), IKelDOMXmlNodeItr::kNone);
+    return text;
+}
+
+TEST(Expressions, SelectNodesOfEveryKind) {
+    if (traits::kKnowsItsDocuments != nullptr) GTEST_SKIP() << traits::kKnowsItsDocuments;
+    const Parser parser =
+        loaded("<r xmlns:q='urn:p' q:n='1' n=''><?p d?><a>x<![CDATA[y]]>z<b>2</b></a><!--c--></r>");
+    EXPECT_EQ(nodes(parser, "//@*"), "2:q:n=1 2:n= ");
+    EXPECT_EQ(nodes(parser, "//a | //b"), "1:a=xyz2 1:b=2 ");
+    EXPECT_EQ(nodes(parser, "/r/node()"), "7:p=d 1:a=xyz2 8:=c ");
+    EXPECT_EQ(nodes(parser, "//a/text()"), "3:=xyz ") << "as one text, which is what XPath sees";
+    EXPECT_EQ(nodes(parser, "/"), "9:=xyz2 ");
+    EXPECT_EQ(nodes(parser, "//none"), "");
+    EXPECT_EQ(nodes(parser, "count(//a)").substr(0, 3), "10 ");
+    const ElementV2 a(parser->selectFirst(wide("//a"), nullptr));
+    EXPECT_EQ(nodes(parser, ".//b | b", a.get()), "1:b=2 ");
+    EXPECT_EQ(nodes(parser, "@*", a.get()), "");
+    EXPECT_EQ(nodes(parser, "//@n", a.get()), "2:n= ") << "from the document";
+    a->setAttribute(wide("u:late"), wide("5"));
+    EXPECT_EQ(nodes(parser, "//b"), "1:b=2 ") << "not asked for the prefix that is not declared, yet";
+    EXPECT_EQ(nodes(parser, "//@*").substr(0, 3), "10 ");
+}
+
 // What was selected stays selected; what is asked next sees the edit.
 TEST(Expressions, SeeEditsButSelectionsDoNot) {
     const Parser parser = loaded(kDocument);
@@ -138,6 +174,8 @@ TEST(Expressions, AreRefusedWithTheirPlace) {
             << value(parser, c.expression);
     }
     EXPECT_TRUE(selected(parser, "1 + 1").starts_with("10 Error in expression 1 + 1 : "));
+    for (const char* const wrong : {"//a//", "//@n/a[", "count(//a]", "//a[@n='1]", "//a | "})
+        EXPECT_TRUE(selected(parser, wrong).starts_with("10 ")) << wrong;
     EXPECT_EQ(selected(parser, "//a"), "15") << "after all this";
 }
 

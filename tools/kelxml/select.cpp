@@ -1,13 +1,12 @@
-// Elements come straight from the document, with their positions. Other nodes (attributes, texts, comments),
-// and the XML of anything, come by way of a style sheet, which knows what namespaces a part needs to stand
-// alone.
+// Nodes and values come straight from the document; the XML of nodes comes by way of a style sheet, which
+// knows what namespaces a part needs to stand alone.
 #include <atomic>
 #include <string>
 
 #include "host/text.h"
 #include "tools/kelxml/expression.h"
-#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {
@@ -43,29 +42,38 @@ public:
 
     // How many nodes there are; 1 for a value.
     std::size_t run() {
-        const IPtr<IKelDOMXmlElementItrV2> found(
-            document_->select(kelhost::fromUtf8(options_.expression), nullptr));
-        if (found.get() != nullptr) return showElements(*found);
-        if (document_->getError()->getCode() == IKelDOMXmlV3::kNotElements) return showNodes();
-        return showValue();
-    }
-
-private:
-    std::size_t showElements(IKelDOMXmlElementItrV2& found) {
-        if (options_.form == "xml" && !options_.isCountWanted) return showXml();
+        const IPtr<IKelDOMXmlNodeItr> found(
+            document_->selectNodes(kelhost::fromUtf8(options_.expression), nullptr));
+        if (found.get() == nullptr) return showValue();
+        const bool isXml = options_.form == "xml";
         std::size_t count = 0;
-        while (const Element element{found.takeNext()}) {
+        for (; !found->isEnd(); found->next()) {
             ++count;
-            if (!options_.isCountWanted) showElement(*element);
+            if (!options_.isCountWanted && !isXml) showNode(*found);
         }
-        showCount(count);
+        if (options_.isCountWanted) {
+            showCount(count);
+        } else if (isXml && count > 0) {
+            showXml();
+        }
         return count;
     }
 
+private:
+    void showNode(IKelDOMXmlNodeItr& node) {
+        if (options_.form != "json") {
+            line_ = kelhost::toUtf8(node.getValue(text_));
+            line_ += '\n';
+            return task_.output().write(line_);
+        }
+        if (const Element element{node.getElement()}) return showElement(*element);
+        line_ = "{\"file\":" + jsonString(task_.file());
+        if (!node.getName(text_).isEmpty()) member("name", text_.view());
+        member("value", node.getValue(text_).view());
+        task_.output().writeBytes(line_ + "}\n");
+    }
+
     void showElement(IKelDOMXmlElementV2& element) {
-        KelString text;
-        element.getAllText(text);
-        if (options_.form != "json") return task_.output().write(kelhost::toUtf8(text) + '\n');
         line_ = "{\"file\":" + jsonString(task_.file());
         if (element.getLine() > 0) {
             line_ += ",\"line\":" + std::to_string(element.getLine()) +
@@ -87,45 +95,11 @@ private:
             appendJsonString(line_, value.view());
         }
         line_ += '}';
-        member("text", text.view());
+        member("text", element.getAllText(text_).view());
         task_.output().writeBytes(line_ + "}\n");
     }
 
-    // Attributes, texts and other nodes, by their string values.
-    std::size_t showNodes() {
-        if (options_.form == "xml" && !options_.isCountWanted) return showXml();
-        const DocumentPtr list = session_.makeParser();
-        const std::string sheet = sheetFor(
-            prefixes_, "",
-            "<list><xsl:for-each select=\"" + escapedValue(options_.expression) +
-                "\"><v><xsl:if test=\"name()\"><xsl:attribute name=\"n\"><xsl:value-of select=\"name()\"/>"
-                "</xsl:attribute></xsl:if><xsl:value-of select=\".\"/></v></xsl:for-each></list>");
-        const IPtr<IKelXslStyleSheet> compiled = compile(sheet);
-        if (!compiled->transformToDocument(document_.get(), list.get())) reject(*compiled);
-        std::size_t count = 0;
-        const ElementPtr root(list->getRootElement());
-        for (const IPtr<IKelDOMXmlElementItr> value(root->getChildren()); !value->isEnd(); value->next()) {
-            ++count;
-            if (!options_.isCountWanted) showNode(*value->getElement());
-        }
-        showCount(count);
-        return count;
-    }
-
-    void showNode(IKelDOMXmlElement& node) {
-        const KelString text = node.getText();
-        if (options_.form != "json") return task_.output().write(kelhost::toUtf8(text) + '\n');
-        line_ = "{\"file\":" + jsonString(task_.file());
-        const KelString name = node.getAttribute(u"n");
-        if (!name.isEmpty()) member("name", name.view());
-        member("value", text.view());
-        task_.output().writeBytes(line_ + "}\n");
-    }
-
-    std::size_t showXml() {
-        double count = 0;
-        const std::string counting = "count(" + options_.expression + ')';
-        if (!document_->evaluateNumber(kelhost::fromUtf8(counting), nullptr, count)) rejectExpression();
+    void showXml() {
         const std::string sheet = sheetFor(
             prefixes_, "<xsl:output method=\"xml\" omit-xml-declaration=\"yes\" encoding=\"UTF-8\"/>",
             "<xsl:for-each select=\"" + escapedValue(options_.expression) +
@@ -139,15 +113,14 @@ private:
         if (!compiled->transformToString(document_.get(), text)) reject(*compiled);
         std::string xml = kelhost::toUtf8(text);
         while (xml.ends_with('\n')) xml.pop_back();
-        if (count > 0) task_.output().write(xml + '\n');
-        return static_cast<std::size_t>(count);
+        task_.output().write(xml + '\n');
     }
 
     // A text, a number or a truth value.
     std::size_t showValue() {
         KelString text;
         if (!document_->evaluateText(kelhost::fromUtf8(options_.expression), nullptr, text))
-            rejectExpression();
+            throw expressionFailure(*document_, options_.expression);
         const std::string value = kelhost::toUtf8(text);
         if (options_.form == "json") {
             task_.output().writeBytes("{\"file\":" + jsonString(task_.file()) +
@@ -159,7 +132,6 @@ private:
     }
 
     void showCount(std::size_t count) {
-        if (!options_.isCountWanted) return;
         if (options_.form == "json") {
             task_.output().writeBytes("{\"file\":" + jsonString(task_.file()) +
                                       ",\"count\":" + std::to_string(count) + "}\n");
@@ -185,7 +157,6 @@ private:
         diagnostic.reason = tr("expression '%1': %2", options_.expression, diagnostic.reason);
         throw Failure(kRejected, diagnostic);
     }
-    [[noreturn]] void rejectExpression() const { throw expressionFailure(*document_, options_.expression); }
 
     const Session& session_;
     const SelectOptions& options_;
@@ -193,6 +164,7 @@ private:
     DocumentPtr document_;
     Prefixes prefixes_;
     std::string line_;
+    KelString text_;
 };
 
 }  // namespace
