@@ -61,8 +61,8 @@ public:
     virtual bool validate(IKelDOMXml* document, IKelXmlViolationHandler* handler) = 0;
     // While the document is read, without a tree: in constant memory however long it is, except that the
     // values of xs:key, xs:unique and xs:keyref are kept as long as their scope lasts. A value of type xs:ID
-    // that occurs twice is found in a tree only. A DOCTYPE is read and its entities are expanded; nothing
-    // outside the document is.
+    // that occurs twice is found in a tree only; see mayRepeatIds. A DOCTYPE is read and its entities are
+    // expanded; nothing outside the document is.
     virtual bool validateFile(const KelString& path, IKelXmlViolationHandler* handler) = 0;
     virtual bool validateBytes(const void* bytes, std::size_t byteCount,
                                IKelXmlViolationHandler* handler) = 0;
@@ -71,4 +71,9 @@ public:
 
     // The schema's own, as long-lived as the schema.
     virtual IKelXmlError* getError() = 0;
+
+    // Whether the document that was validated last, without a tree, may hold a value of type xs:ID twice:
+    // then only validate() shows whether it does. Seldom true of a document that holds none, but of all that
+    // use types derived from xs:ID, and of those with more than 65,536 such values. Always true on Windows.
+    virtual bool mayRepeatIds() = 0;
 };

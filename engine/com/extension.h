@@ -69,6 +69,10 @@ struct IXSLReporting : IUnknown {
 inline constexpr IID IID_IXSLReporting{
     0x4B70D8F3, 0x9A15, 0x4C2E, {0x86, 0x57, 0xE1, 0x3D, 0x08, 0xB4, 0xC9, 0x62}};
 
+// The status of a warning while a document is validated: it may repeat a value of type xs:ID, which is found
+// where it is validated as a tree. Given once a document.
+inline constexpr HRESULT kMayRepeatIdStatus = static_cast<HRESULT>(0xA0020000u);
+
 // Statuses of documents that go beyond a limit of this engine: too long, nested too deep, too many
 // attributes, entities too large.
 [[nodiscard]] constexpr bool isLimitStatus(HRESULT status) noexcept {

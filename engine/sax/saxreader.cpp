@@ -339,6 +339,11 @@ void SaxReader::reportViolation(const reader::Violation& violation, bool& inHand
     const bool goesOn = isExhaustive_ && errorHandler_;
     const auto place = com::make<ErrorPlace>(violation.error.position, violation.path);
     const std::u16string reason = text::toUtf16(violation.error.reason);
+    if (violation.isDoubt) {
+        return callHandler(errorHandler_.get(), inHandler, [&](ISAXErrorHandler& handler) {
+            return handler.ignorableWarning(place.get(), reason.c_str(), violation.error.code);
+        });
+    }
     callHandler(errorHandler_.get(), inHandler, [&](ISAXErrorHandler& handler) {
         return goesOn ? handler.error(place.get(), reason.c_str(), violation.error.code)
                       : handler.fatalError(place.get(), reason.c_str(), violation.error.code);

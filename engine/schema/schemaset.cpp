@@ -2,6 +2,7 @@
 // and many go the same way.
 #include "engine/schema/schemaset.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "engine/com/status.h"
@@ -107,6 +108,32 @@ xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
     return driver;
 }
 
+// Whether one of the qualified names has the local part "ID".
+bool namesId(std::string_view names) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    while (true) {
+        names.remove_prefix(std::min(names.find_first_not_of(kBlanks), names.size()));
+        if (names.empty()) return false;
+        const std::string_view name = names.substr(0, names.find_first_of(kBlanks));
+        if (name.substr(name.find(':') + 1) == "ID") return true;
+        names.remove_prefix(name.size());
+    }
+}
+
+void collectIds(IdDeclarations& ids, std::string_view element,
+                std::span<const reader::Attribute> attributes) {
+    std::string_view name;
+    bool isId = false;
+    for (const reader::Attribute& attribute : attributes) {
+        if (attribute.name == "name") name = attribute.value;
+        if (attribute.name == "type") isId = element == "attribute" && namesId(attribute.value);
+        const bool derives =
+            attribute.name == "base" || attribute.name == "itemType" || attribute.name == "memberTypes";
+        if (derives && namesId(attribute.value)) ids.hasDerived = true;
+    }
+    if (isId) ids.attributes.emplace(name);
+}
+
 using Find = dom::ISchemaValidator::Find;
 
 // libxml2 reports every violation.
@@ -192,6 +219,9 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     xml2::Causes causes;
     xml2::Inclusions inclusions(xml2::Dialect::Schema);
     inclusions.setCauses(&causes);
+    inclusions.setObserver([this](std::string_view element, std::span<const reader::Attribute> attributes) {
+        collectIds(ids_, element, attributes);
+    });
     const libstate::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenPlaceless},
                                             xml2::OpenFrom::hook);
     const xml2::OpenFrom open(inclusions);

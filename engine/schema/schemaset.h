@@ -4,7 +4,9 @@
 
 #include <libxml/xmlschemas.h>
 
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,13 @@
 #include "engine/xml2/handles.h"
 
 namespace engine::schema {
+
+// What the files of a schema say about the type xs:ID. Collected without knowing what a type comes to, so an
+// attribute of this name may, but need not, be an ID.
+struct IdDeclarations {
+    std::set<std::string, std::less<>> attributes;  // local names
+    bool hasDerived = false;                        // a type is made from xs:ID: any attribute may be one
+};
 
 struct SchemaFile {
     std::string namespaceUri;  // empty: for elements in no namespace
@@ -30,12 +39,14 @@ public:
                                                           dom::ISchemaValidator::Find find) const;
     // For a validator, which must not outlive this object.
     [[nodiscard]] xmlSchema& compiled() const noexcept { return *schema_; }
+    [[nodiscard]] const IdDeclarations& ids() const noexcept { return ids_; }
 
 private:
     using SchemaHandle = std::unique_ptr<xmlSchema, xml2::FreeBy<xmlSchemaFree>>;
 
     xml2::DocHandle driver_;  // outlives the schema, which refers to it
     SchemaHandle schema_;
+    IdDeclarations ids_;
 };
 
 // The code in a ParseError for libxml2's number of a violation.

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <utility>
 
+#include "engine/com/extension.h"
 #include "engine/com/status.h"
 #include "engine/libstate/libstate.h"
 
@@ -118,6 +120,30 @@ void StreamValidator::deliverText() {
     }
 }
 
+// Equal hashes of different values only cost the work of a second look.
+void StreamValidator::watchId(std::string_view local, std::string_view value) {
+    constexpr std::size_t kMost = std::size_t{1} << 16;
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const IdDeclarations& declared = schemas_->ids();
+    if (declared.hasDerived) return doubt();
+    if (declared.attributes.empty() || !declared.attributes.contains(local)) return;
+    value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
+    value = value.substr(0, value.find_last_not_of(kBlanks) + 1);
+    const bool isNew = ids_.size() < kMost && ids_.insert(std::hash<std::string_view>()(value)).second;
+    if (!isNew) doubt();
+}
+
+void StreamValidator::doubt() {
+    isInDoubt_ = true;
+    ids_ = {};
+    reader::Violation violation;
+    violation.isDoubt = true;
+    violation.error.code = kMayRepeatIdStatus;
+    violation.error.reason = "A value of type xs:ID may occur twice; a tree shows whether it does.";
+    violation.error.position = locator_->position();
+    report_(violation);
+}
+
 void StreamValidator::putAttributes(const reader::Namespaces& names) {
     attributes_.clear();
     escaped_.clear();
@@ -127,6 +153,7 @@ void StreamValidator::putAttributes(const reader::Namespaces& names) {
         if (names.isDeclaration(i)) continue;
         const reader::ExpandedName name = names.attribute(i);
         std::string_view value = attributes[i].value;
+        if (!isInDoubt_) watchId(name.local, value);
         if (value.find('&') != value.npos) value = escaped_.emplace_back(escapedAmpersands(value));
         const xmlChar* const start = bytesOf(value);
         attributes_.insert(attributes_.end(), {texts_.copy(name.local), orNull(name.prefix), orNull(name.uri),

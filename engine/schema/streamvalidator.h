@@ -1,6 +1,7 @@
 // Validates a document event by event, without a tree: libxml2's streaming validator behind our own reader's
 // events. What it finds is what validation of a tree finds, but for a value of type xs:ID that occurs twice,
-// which the streaming validator does not look for. Threads: as the reader.
+// which the streaming validator does not look for: where that may be, a doubt is reported, once. Threads: as
+// the reader.
 #pragma once
 
 #include <libxml/xmlschemas.h>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/reader/events.h"
@@ -71,6 +73,8 @@ private:
     void validate(source::Position position, Call&& call);
     void deliverText();
     void putAttributes(const reader::Namespaces& names);
+    void watchId(std::string_view local, std::string_view value);
+    void doubt();
     [[nodiscard]] const xmlChar* orNull(std::string_view text) {
         return text.empty() ? nullptr : texts_.copy(text);
     }
@@ -92,6 +96,8 @@ private:
     std::vector<const xmlChar*> declared_;
     std::vector<const xmlChar*> attributes_;
     std::vector<std::string> escaped_;
+    std::unordered_set<std::size_t> ids_;  // hashes of values that may be of type xs:ID
+    bool isInDoubt_ = false;
 
     struct Found {
         int code;

@@ -69,6 +69,12 @@ public:
     [[nodiscard]] const Rewriter& rewriter() const noexcept { return rewriter_; }
     [[nodiscard]] bool isOfDialect(std::string_view namespaceUri) const noexcept;
 
+    // Sees the elements of the dialect in files that are read.
+    using Observer =
+        std::function<void(std::string_view element, std::span<const reader::Attribute> attributes)>;
+    void setObserver(Observer observer) { observer_ = std::move(observer); }
+    [[nodiscard]] const Observer& observer() const noexcept { return observer_; }
+
     // What to do with an element that may name a file.
     enum class Verdict : std::uint8_t { Keep, DropReference, Stop };
     struct Reference {
@@ -90,6 +96,7 @@ private:
 
     Dialect dialect_;
     Rewriter rewriter_;
+    Observer observer_;
     Causes* causes_ = nullptr;
     std::size_t documents_ = 0;
     std::size_t textInBytes_ = 0;

@@ -102,8 +102,16 @@ std::size_t ServedText::judgeReference(std::span<const reader::Attribute> attrib
     return verdict == Inclusions::Verdict::DropReference ? found : attributes.size();
 }
 
+void ServedText::observe(std::span<const reader::Attribute> attributes) const {
+    const reader::Namespaces* namespaces = locator_->namespaces();
+    if (inclusions_.observer() == nullptr || namespaces == nullptr) return;
+    const reader::ExpandedName element = namespaces->element();
+    if (inclusions_.isOfDialect(element.uri)) inclusions_.observer()(element.local, attributes);
+}
+
 void ServedText::startElement(std::string_view name, std::span<const reader::Attribute> attributes) {
     arrive();
+    observe(attributes);
     std::size_t leftOut = attributes.size();
     if (depth_ == 0) findBase(attributes);
     if (depth_ == 1) leftOut = judgeReference(attributes);

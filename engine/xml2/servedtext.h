@@ -45,6 +45,7 @@ private:
     // The index of the attribute to leave out, or the number of attributes.
     std::size_t judgeReference(std::span<const reader::Attribute> attributes);
     void findBase(std::span<const reader::Attribute> attributes);
+    void observe(std::span<const reader::Attribute> attributes) const;
 
     Inclusions& inclusions_;
     std::string uri_;

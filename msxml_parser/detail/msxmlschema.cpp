@@ -74,7 +74,10 @@ private:
 
 // The listener.
 
+ViolationListener::ViolationListener() noexcept : mayRepeatIds_(!msxml::kReportsIdDoubts) {}
+
 void ViolationListener::begin(IKelXmlViolationHandler* handler) {
+    mayRepeatIds_ = !msxml::kReportsIdDoubts;
     handler_ = handler;
     violation_ = {};
     fatal_ = {};
@@ -123,7 +126,8 @@ HRESULT STDMETHODCALLTYPE ViolationListener::fatalError(ISAXLocator* locator, co
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE ViolationListener::ignorableWarning(ISAXLocator*, const OLECHAR*, HRESULT) {
+HRESULT STDMETHODCALLTYPE ViolationListener::ignorableWarning(ISAXLocator*, const OLECHAR*, HRESULT code) {
+    if (msxml::isIdDoubt(code)) mayRepeatIds_ = true;
     return S_OK;
 }
 

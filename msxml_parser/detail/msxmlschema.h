@@ -15,7 +15,7 @@ namespace msxml {
 // its owner's business; counting does nothing.
 class ViolationListener final : public ISAXErrorHandler {
 public:
-    ViolationListener() = default;
+    ViolationListener() noexcept;
     ViolationListener(const ViolationListener&) = delete;
     ViolationListener& operator=(const ViolationListener&) = delete;
     virtual ~ViolationListener() = default;
@@ -38,6 +38,8 @@ public:
         return fatal_;
     }  // that the document was rejected for
 
+    [[nodiscard]] bool mayRepeatIds() const noexcept { return mayRepeatIds_; }
+
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
@@ -51,6 +53,7 @@ private:
     Found violation_;
     Found fatal_;
     std::exception_ptr thrown_;
+    bool mayRepeatIds_;
 };
 
 }  // namespace msxml
@@ -66,6 +69,7 @@ public:
     bool validateBytes(const void* bytes, std::size_t byteCount, IKelXmlViolationHandler* handler) override;
     bool validateStream(BinInput& in, IKelXmlViolationHandler* handler) override;
     IKelXmlError* getError() override { return &error_; }
+    bool mayRepeatIds() override { return listener_.mayRepeatIds(); }
 
 private:
     class Busy;

@@ -310,7 +310,19 @@ TEST_F(KelxmlTest, ValidateReportsEveryViolationOfEachDocument) {
     EXPECT_THAT(three.errors, HasSubstr("2 of 3 documents were rejected"));
     EXPECT_EQ(std::ranges::count(three.errors, '\n'), 5);
 
-    // As a tree and as a stream: beyond 16 MB the document is not held.
+    // What is found while reading is not told twice where a tree is needed, too.
+    const std::string ids = folder_.write(
+        "ids.xsd",
+        "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='a'><s:complexType>"
+        "<s:sequence><s:any minOccurs='0' maxOccurs='9'/></s:sequence><s:attribute name='id' "
+        "type='s:ID'/><s:attribute name='n' type='s:int'/></s:complexType></s:element></s:schema>");
+    const RunResult repeated = kelxml(
+        {"validate", ids, folder_.write("ids.xml", "<a id='i'>\n<a n='x'/>\n<a id='j'/><a id='i'/></a>")});
+    EXPECT_THAT(repeated.errors, HasSubstr("ids.xml:2:1: error: "));
+    EXPECT_THAT(repeated.errors, HasSubstr("ids.xml:3:12: error: "));
+    EXPECT_EQ(std::ranges::count(repeated.errors, '\n'), 2) << repeated.errors;
+
+    // Beyond 16 MB a document is never made a tree.
     std::string longer = "<a xmlns='urn:a'>";
     while (longer.size() < (std::size_t{17} << 20)) longer += "<b>1234567890</b><b>12345678</b>";
     EXPECT_EQ(kelxml({"validate", schema, folder_.write("long.xml", longer + "</a>")}).status, 0);

@@ -1,6 +1,7 @@
 #include "tools/kelxml/compiled.h"
 
 #include <filesystem>
+#include <span>
 #include <sstream>
 
 #include "host/text.h"
@@ -13,11 +14,37 @@ namespace {
 constexpr std::string_view kLineMark = ", line ";
 constexpr std::size_t kDigits = 9;
 
-std::string targetNamespaceOf(const Session& session, const InputFile& file) {
+// The root element's, and then it is enough.
+class TargetNamespace final : public KelSAXXmlEvents {
+public:
+    explicit TargetNamespace(IKelSAXXmlV3& reader) : reader_(reader) {}
+
+    [[nodiscard]] const std::string& uri() const noexcept { return uri_; }
+    void startElement(const KelSAXXmlName& /*name*/, std::span<const KelSAXXmlAttribute> attributes,
+                      std::span<const KelSAXXmlDeclaration> /*declarations*/) override {
+        for (const KelSAXXmlAttribute& attribute : attributes) {
+            if (attribute.name.qualified == u"targetNamespace") uri_ = kel::toUtf8(attribute.value);
+        }
+        reader_.stop();
+    }
+
+private:
+    IKelSAXXmlV3& reader_;
+    std::string uri_;
+};
+
+// A file that is not well formed is reported as any document would be.
+void demandDocument(const Session& session, const InputFile& file) {
     const DocumentPtr parser = session.makeParser();
     if (!parser->loadFile(file.componentPath(), IKelDOMXmlV3::kAllowDoctype))
         throw Failure(kRejected, diagnosticOf(*parser, file.name()));
-    return kelhost::toUtf8(ElementPtr(parser->getRootElement())->getAttribute(u"targetNamespace"));
+}
+
+std::string targetNamespaceOf(const Session& session, const InputFile& file) {
+    const IPtr<IKelSAXXmlV3> reader = session.makeReader();
+    TargetNamespace found(*reader);
+    if (!reader->readFile(file.componentPath(), found)) demandDocument(session, file);
+    return found.uri();
 }
 
 // The engine names files by their absolute paths.
@@ -61,8 +88,10 @@ IPtr<IKelXmlSchema> compileSchema(const Session& session, const InputFile& file,
                                   const std::optional<std::string>& namespaceUri) {
     const std::string uri = namespaceUri ? *namespaceUri : targetNamespaceOf(session, file);
     IPtr<IKelXmlSchema> schema(session.makeFactory()->createSchema());
-    if (!schema->addFile(kelhost::fromUtf8(uri), file.componentPath()))
+    if (!schema->addFile(kelhost::fromUtf8(uri), file.componentPath())) {
+        demandDocument(session, file);
         reject(diagnosticOf(*schema->getError(), file.name()), file);
+    }
     return schema;
 }
 

@@ -14,6 +14,13 @@ namespace msxml {
 // Whether the status says that a document goes beyond a limit of the engine.
 using ::isLimitStatus;
 
+// Whether the engine says where a validation without a tree leaves it open if a value of type xs:ID is
+// repeated, and the status by which it does.
+inline constexpr bool kReportsIdDoubts = true;
+[[nodiscard]] constexpr bool isIdDoubt(HRESULT status) noexcept {
+    return status == kMayRepeatIdStatus;
+}
+
 // The path of the element that an error of validation is about; empty: none is known.
 [[nodiscard]] inline BStr pathOf(ISAXLocator* locator) {
     BStr path;

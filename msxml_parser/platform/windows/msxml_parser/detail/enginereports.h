@@ -12,6 +12,13 @@ namespace msxml {
     return false;
 }
 
+// Whether the engine says where a validation without a tree leaves it open if a value of type xs:ID is
+// repeated, and the status by which it does.
+inline constexpr bool kReportsIdDoubts = false;
+[[nodiscard]] constexpr bool isIdDoubt(HRESULT) noexcept {
+    return false;
+}
+
 // The path of the element that an error of validation is about; empty: none is known.
 [[nodiscard]] inline BStr pathOf(ISAXLocator*) {
     return {};
