@@ -31,6 +31,18 @@ void write(IKelDOMXmlV3& document, Sink& sink, unsigned layout, const std::strin
         throw Failure(kRejected, diagnosticOf(document, file));
 }
 
+// Straight: what was loaded and not changed can be written in its encoding, so there is no result to hold
+// back until it is known to be good.
+class StandardOutput final : public Sink {
+public:
+    explicit StandardOutput(Output& output) : output_(output) {}
+
+private:
+    void take(std::string_view bytes) override { output_.writeBytes(bytes); }
+
+    Output& output_;
+};
+
 bool isFormatted(IKelDOMXmlV3& document, unsigned layout, const std::string& file) {
     Comparison comparison(kelhost::pathOf(file));
     write(document, comparison, layout, file);
@@ -52,6 +64,10 @@ void formatOne(const Session& session, const FormatOptions& options, Task& task)
     }
     const bool isInPlace = options.inPlace && isFile;
     if (isInPlace && isFormatted(*document, layout, file)) return;
+    if (!isInPlace && (options.out.empty() || options.out == "-")) {
+        StandardOutput output(task.output());
+        return write(*document, output, layout, file);
+    }
     Result result(isInPlace ? file : options.out, task.output());
     write(*document, result, layout, file);
     result.deliver();
