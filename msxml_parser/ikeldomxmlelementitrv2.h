@@ -23,4 +23,6 @@ public:
     virtual IKelDOMXmlElementV2* takeNext() = 0;
     // As getElement(), with the operations of the second version at hand.
     virtual IKelDOMXmlElementV2* getElementV2() = 0;
+    // The same, and the cursor moves on to the next before it returns. Null at the end.
+    virtual IKelDOMXmlElementV2* getElementAndMove() = 0;
 };

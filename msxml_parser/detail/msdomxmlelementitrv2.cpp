@@ -15,7 +15,8 @@ namespace {
 // `node` or the first sibling after it that is an element of this name.
 Element skipToWanted(Node node, std::u16string_view wanted) {
     Element element = msxml::skipToElement(std::move(node));
-    while (element && !wanted.empty()) {
+    if (wanted.empty()) return element;
+    while (element) {
         msxml::BStr name;
         check(element->get_nodeName(name.receive()), element);
         if (name.view() == wanted) break;
@@ -97,6 +98,24 @@ IKelDOMXmlElement* MSDOMXmlElementItrV2::getSharedElement() {
 
 IKelDOMXmlElementV2* MSDOMXmlElementItrV2::getElementV2() {
     return sharedElement();
+}
+
+// Between the two positions there is no moment in which both hold the element.
+IKelDOMXmlElementV2* MSDOMXmlElementItrV2::getElementAndMove() {
+    if (!current_) return nullptr;
+    if (!shared_ || shared_->KelShared::refCount() != 1) {
+        shared_ = MSDOMXmlElement::create({});
+        if (!shared_) throw _com_error(E_OUTOFMEMORY);  // null would look like the end
+    }
+    if (parent_) {
+        Element next = skipToWanted(msxml::nextSiblingOf(current_), name_);
+        shared_->standOn(std::move(current_));
+        current_ = std::move(next);
+    } else {
+        shared_->standOn(current_);
+        next();
+    }
+    return shared_.get();
 }
 
 IKelDOMXmlElementV2* MSDOMXmlElementItrV2::takeNext() {

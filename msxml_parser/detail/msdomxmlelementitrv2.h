@@ -33,6 +33,7 @@ public:
     IKelDOMXmlElement* getSharedElement() override;
     IKelDOMXmlElementV2* takeNext() override;
     IKelDOMXmlElementV2* getElementV2() override;
+    IKelDOMXmlElementV2* getElementAndMove() override;
 
 private:
     MSDOMXmlElementItrV2(msxml::Element parent, std::u16string_view name, msxml::Element first);

@@ -264,10 +264,7 @@ public:
         // The cursor goes on before the element is handed out: removing that element does not stop it. It
         // keeps the handle, and takes another one if the caller has kept that.
         void step() {
-            detail::guarded([&] {
-                current_ = cursor_->getElementV2();
-                if (current_ != nullptr) cursor_->next();
-            });
+            detail::guarded([&] { current_ = cursor_->getElementAndMove(); });
         }
 
         IKelDOMXmlElementItrV2* cursor_ = nullptr;  // the range's, which lives longer

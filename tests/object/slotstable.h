@@ -32,6 +32,7 @@
 #include "msxml_parser/ikeldomxmlelementitrv2.h"
 #include "msxml_parser/ikeldomxmlelementv2.h"
 #include "msxml_parser/ikeldomxmlerror.h"
+#include "msxml_parser/ikeldomxmlnodeitr.h"
 #include "msxml_parser/ikeldomxmlv3.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "msxml_parser/ikelsaxxmlerror.h"
@@ -116,6 +117,14 @@
     KEL_SLOT(IKelDOMXmlV3, evaluateText, 10)                \
     KEL_SLOT(IKelDOMXmlV3, evaluateNumber, 11)              \
     KEL_SLOT(IKelDOMXmlV3, evaluateTruth, 12)               \
+    KEL_SLOT(IKelDOMXmlV3, selectNodes, 13)                 \
+    KEL_SLOT(IKelDOMXmlNodeItr, first, 0)                   \
+    KEL_SLOT(IKelDOMXmlNodeItr, next, 1)                    \
+    KEL_SLOT(IKelDOMXmlNodeItr, isEnd, 2)                   \
+    KEL_SLOT(IKelDOMXmlNodeItr, getKind, 3)                 \
+    KEL_SLOT(IKelDOMXmlNodeItr, getName, 4)                 \
+    KEL_SLOT(IKelDOMXmlNodeItr, getValue, 5)                \
+    KEL_SLOT(IKelDOMXmlNodeItr, getElement, 6)              \
     KEL_SLOT(IKelDOMXmlErrorV2, getLine, 0)                 \
     KEL_SLOT(IKelDOMXmlErrorV2, getColumn, 1)               \
     KEL_SLOT(IKelDOMXmlErrorV2, getReason, 2)               \
@@ -166,6 +175,7 @@
     KEL_SLOT(IKelDOMXmlElementItr, getSharedElement, 4)     \
     KEL_SLOT(IKelDOMXmlElementItrV2, takeNext, 0)           \
     KEL_SLOT(IKelDOMXmlElementItrV2, getElementV2, 1)       \
+    KEL_SLOT(IKelDOMXmlElementItrV2, getElementAndMove, 2)  \
     KEL_SLOT(IKelDOMXmlError, setCode, 0)                   \
     KEL_SLOT(IKelDOMXmlError, getCode, 1)                   \
     KEL_SLOT(IKelDOMXmlError, setMessage, 2)                \
@@ -216,6 +226,7 @@
     KEL_SLOT(IKelXmlSchema, validateBytes, 3)               \
     KEL_SLOT(IKelXmlSchema, validateStream, 4)              \
     KEL_SLOT(IKelXmlSchema, getError, 5)                    \
+    KEL_SLOT(IKelXmlSchema, mayRepeatIds, 6)                \
     KEL_SLOT(IKelXmlViolationHandler, violation, 0)         \
     KEL_SLOT(IKelXslMessageHandler, message, 0)             \
     KEL_SLOT(IKelXslMessageHandler, warning, 1)             \
