@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "framework/object/iptr.h"
 #include "msxml_parser/ikeldomxmlv3.h"
@@ -205,6 +206,14 @@ public:
     [[nodiscard]] Result<std::optional<Element>> trySelectFirst(const Text& expression) const {
         return attempt([&] { return selectFirst(expression); });
     }
+    // The values of nodes of every kind, such as attributes: select("//book/@year") is an error, this is not.
+    [[nodiscard]] std::vector<std::string> selectValues(const Text& expression) const {
+        return selectValuesAt(expression, nullptr);
+    }
+    [[nodiscard]] std::vector<std::string> selectValues(const Text& expression,
+                                                        const Element& context) const {
+        return selectValuesAt(expression, &context.handle());
+    }
     // Values, as string(), number() and boolean() give them.
     [[nodiscard]] std::string evaluateText(const Text& expression) const {
         return textAt(expression, nullptr);
@@ -281,6 +290,20 @@ private:
             return first.has_value() || parser().getError()->getCode() == 0;
         });
         return first;
+    }
+    [[nodiscard]] std::vector<std::string> selectValuesAt(const Text& expression,
+                                                          IKelDOMXmlElement* context) const {
+        IPtr<IKelDOMXmlNodeItr> nodes;
+        demand({}, [&] {
+            nodes = parser().selectNodes(expression.value(), context);
+            return static_cast<bool>(nodes);
+        });
+        std::vector<std::string> values;
+        detail::guarded([&] {
+            for (; !nodes->isEnd(); nodes->next())
+                values.push_back(detail::readText<&IKelDOMXmlNodeItr::getValue>(*nodes));
+        });
+        return values;
     }
     [[nodiscard]] std::string textAt(const Text& expression, IKelDOMXmlElement* context) const {
         KelString value;

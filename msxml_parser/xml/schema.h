@@ -142,6 +142,10 @@ public:
         return run({}, receiver, [&](auto* to) { return handle().validateStream(in, to); });
     }
 
+    // Whether the document that was validated last, without a tree, may hold a value of type xs:ID twice,
+    // which only validating the Document shows. Always true on Windows.
+    [[nodiscard]] bool mayRepeatIds() const { return handle().mayRepeatIds(); }
+
     // Throws NotValid with line, column, path and reason of the first violation.
     void demandValid(const Document& document) const {
         Error first;

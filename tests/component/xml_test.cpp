@@ -361,6 +361,9 @@ TEST(Xml, ExpressionsHaveValuesAndPositionedErrors) {
     EXPECT_EQ(document.evaluateText("//p:b[2]"), "t");
     if (traits::kKnowsItsDocuments != nullptr) GTEST_SKIP() << traits::kKnowsItsDocuments;
     EXPECT_TRUE(document.evaluateTruth("@n = 2", document.select("//p:b").toVector().at(1)));
+    EXPECT_EQ(document.selectValues("//p:b/@n").size(), document.select("//p:b[@n]").toVector().size());
+    EXPECT_EQ(document.selectValues("@n", document.select("//p:b").toVector().at(1)),
+              std::vector<std::string>{"2"});
     if (traits::kRejectsExpressions != nullptr) GTEST_SKIP() << traits::kRejectsExpressions;
     for (const auto& wrong : {document.trySelect("//p:b[").error(), document.trySelectFirst("//p:b[").error(),
                               errorOf([&] { (void)document.evaluateText("//p:b["); })}) {
@@ -371,6 +374,7 @@ TEST(Xml, ExpressionsHaveValuesAndPositionedErrors) {
         }
     }
     EXPECT_EQ(document.trySelect("//@n").error().code, ErrorCode::NotElements);
+    EXPECT_EQ(codeOf([&] { (void)document.selectValues("1"); }), ErrorCode::BadExpression);
     EXPECT_EQ(codeOf([&] { document.setPrefix("xml", "urn:x"); }), ErrorCode::InvalidArgument);
     const xml::Document other = loaded("<o/>");
     EXPECT_EQ(codeOf([&] { (void)document.select("*", other.root()); }), ErrorCode::InvalidArgument);
