@@ -102,12 +102,6 @@ Word loadWord(const void* from) noexcept {
     return word;
 }
 
-constexpr std::size_t kFew = 4;
-
-void widenFew(const char* from, char16_t* out) noexcept {
-    for (std::size_t i = 0; i < kFew; ++i) out[i] = static_cast<unsigned char>(from[i]);
-}
-
 // Texts of fewer than sixteen units are the most frequent ones. If `from` is one and ASCII, converts it, in
 // two pieces that may overlap, and returns true; else writes nothing.
 bool widenShort(std::string_view from, char16_t* out) noexcept {
@@ -122,18 +116,13 @@ bool widenShort(std::string_view from, char16_t* out) noexcept {
         high.store(out + second);
         return true;
     }
-    if (size >= kFew) {
-        const std::size_t second = size - kFew;
-        const auto bits =
-            loadWord<std::uint32_t>(from.data()) | loadWord<std::uint32_t>(from.data() + second);
-        if ((bits & 0x80808080u) != 0) return false;
-        widenFew(from.data(), out);
-        widenFew(from.data() + second, out + second);
-        return true;
+    std::uint32_t bits = 0;
+    if (size >= 4) {
+        bits = loadWord<std::uint32_t>(from.data()) | loadWord<std::uint32_t>(from.data() + size - 4);
+    } else {
+        for (const char byte : from) bits |= static_cast<unsigned char>(byte);
     }
-    unsigned bits = 0;
-    for (const char byte : from) bits |= static_cast<unsigned char>(byte);
-    if (bits >= 0x80) return false;
+    if ((bits & 0x80808080u) != 0) return false;
     for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<unsigned char>(from[i]);
     return true;
 }

@@ -2,6 +2,7 @@
 // errors as framework strings. Threads: no shared state.
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -10,7 +11,6 @@
 #include "msxml_parser/comerror.h"
 #include "msxml_parser/detail/comptr.h"
 #include "msxml_parser/detail/platformcom.h"
-#include "msxml_parser/detail/textbuffer.h"
 
 namespace msxml {
 
@@ -91,7 +91,7 @@ private:
 // Replaces the string's content, in its own buffer if that is large enough. The engine's texts hold no NUL,
 // so that none has to be looked for.
 inline void assign(KelString& out, std::u16string_view text) {
-    out.overwrite(text.size(), [&](char16_t* to) { TextBuffer::copy(text.data(), text.size(), to); });
+    out.overwrite(text.size(), [&](char16_t* to) { std::copy(text.begin(), text.end(), to); });
 }
 inline void assign(KelCString& out, std::u16string_view text) {
     out.assignLowBytes(text);

@@ -35,8 +35,17 @@ public:
     void truncate(std::size_t size) noexcept { size_ = size; }
     void clear() noexcept { size_ = 0; }
 
-    // Copies between texts that do not overlap. Most are short, which is faster without a call of the
-    // library. Not inline: g++ 12 would follow a literal into the branch for long ones, and warn.
+private:
+    // In pieces of fixed length, the last of which overlaps the one before.
+    template <std::size_t kUnits>
+    static void copyPieces(const char16_t* from, std::size_t size, char16_t* to) noexcept {
+        const std::size_t last = size - kUnits;
+        for (std::size_t at = 0; at < last; at += kUnits)
+            std::memcpy(to + at, from + at, kUnits * sizeof(char16_t));
+        std::memcpy(to + last, from + last, kUnits * sizeof(char16_t));
+    }
+    // Most pieces are short. Not inline: g++ 12 would follow a literal into the branch for long ones, and
+    // warn.
     [[gnu::noinline]] static void copy(const char16_t* from, std::size_t size, char16_t* to) noexcept {
         if (size > 64) {
             std::memcpy(to, from, size * sizeof(char16_t));
@@ -51,15 +60,6 @@ public:
         }
     }
 
-private:
-    // In pieces of fixed length, the last of which overlaps the one before.
-    template <std::size_t kUnits>
-    static void copyPieces(const char16_t* from, std::size_t size, char16_t* to) noexcept {
-        const std::size_t last = size - kUnits;
-        for (std::size_t at = 0; at < last; at += kUnits)
-            std::memcpy(to + at, from + at, kUnits * sizeof(char16_t));
-        std::memcpy(to + last, from + last, kUnits * sizeof(char16_t));
-    }
     char16_t* extend(std::size_t count) {
         if (count > capacity_ - size_) grow(count);
         char16_t* const end = units_ + size_;
