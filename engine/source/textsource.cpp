@@ -269,7 +269,8 @@ ParseError TextSource::describe(const Fault& fault) {
 
 SourceText TextSource::takeText() noexcept {
     const auto length = static_cast<std::size_t>(end() - begin());
-    if (capacity_ - end_ > capacity_ / 16 + kSlack) {
+    constexpr std::size_t kLittle = 2048;  // not worth the call
+    if (capacity_ - end_ > std::max(capacity_ / 16, kLittle)) {
         if (void* const fitting = std::realloc(buffer_.get(), end_ + kSlack)) {
             (void)buffer_.release();
             buffer_.reset(static_cast<char*>(fitting));

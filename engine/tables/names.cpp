@@ -22,6 +22,19 @@ std::uint64_t wordAt(const char* from) noexcept {
     return word;
 }
 
+// A name as most are: ASCII without a colon.
+bool isPlainName(std::string_view name) noexcept {
+    using namespace text;
+    if (name.empty() || (classOf(name[0]) & kNameStart) == 0) return false;
+    unsigned all = kNameChar;
+    unsigned any = 0;
+    for (const char c : name) {
+        all &= classOf(c);
+        any |= classOf(c);
+    }
+    return all != 0 && (any & (kNonAscii | kColon)) == 0;
+}
+
 bool isNameText(std::string_view name) {
     using namespace text;
     const char* at = name.data();
@@ -104,9 +117,10 @@ NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash)
 
 // What is to be known about a new name. Its prefix, or the prefix that it declares, becomes a name by itself.
 std::uint32_t Names::examine(std::string_view name) {
+    if (isPlainName(name)) return name == "xmlns" ? kDeclaration : 0;
     std::uint32_t flags = isNameText(name) ? 0 : kNotAName;
     const std::size_t colon = name.find(':');
-    if (colon == std::string_view::npos) return name == "xmlns" ? flags | kDeclaration : flags;
+    if (colon == std::string_view::npos) return flags;
     const std::string_view prefix = name.substr(0, colon);
     const std::string_view local = name.substr(colon + 1);
     const bool isQualified = !prefix.empty() && !local.empty() && local.find(':') == std::string_view::npos &&

@@ -15,6 +15,7 @@ enum CharClass : std::uint8_t {
     kNameStart = 2,  // set for every byte above 0x7F too: those need a look at the whole character
     kNameChar = 4,
     kNonAscii = 8,
+    kColon = 16,
 };
 
 inline constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
@@ -22,6 +23,7 @@ inline constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
     for (const char c : {' ', '\t', '\n'}) classes[static_cast<unsigned char>(c)] = kSpace;
     for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] = classes[c - 32] = kNameStart | kNameChar;
     for (const char c : {':', '_'}) classes[static_cast<unsigned char>(c)] = kNameStart | kNameChar;
+    classes[':'] |= kColon;
     for (unsigned c = '0'; c <= '9'; ++c) classes[c] = kNameChar;
     for (const char c : {'-', '.'}) classes[static_cast<unsigned char>(c)] = kNameChar;
     for (unsigned c = 0x80; c <= 0xFF; ++c) classes[c] = kNameStart | kNameChar | kNonAscii;
