@@ -116,7 +116,7 @@ public:
     // known, or no failure.
     virtual int getLine() = 0;
     virtual int getColumn() = 0;
-    // What was wrong, without file and position: the engine's or the system's own words. Replaces the content
-    // of `out` and returns it; empty where the message says it all.
+    // What was wrong, without file and position: the engine's words in those of the current translator, or the
+    // system's own. Replaces the content of `out` and returns it; empty where the message says it all.
     virtual KelString& getReason(KelString& out) = 0;
 };

@@ -25,8 +25,8 @@ public:
     // Where it is, from 1, the column in characters; 0: not in a particular position.
     virtual int getLine() = 0;
     virtual int getColumn() = 0;
-    // What is wrong there, in the engine's words; the message without its beginning. Replaces the content of
-    // `out` and returns it.
+    // What is wrong there, the message without its beginning: the engine's words in those of the current
+    // translator. Replaces the content of `out` and returns it.
     virtual KelString& getReason(KelString& out) = 0;
 };
 

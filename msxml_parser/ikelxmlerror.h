@@ -29,8 +29,10 @@ public:
     virtual int getLine() = 0;
     virtual int getColumn() = 0;
 
-    // They replace the content of `out` and return it. The message is in the words of the current translator,
-    // the reason is the engine's part of it.
+    // They replace the content of `out` and return it. The message is in the words of the current translator.
+    // The reason is the engine's part of it, in the same words as far as they are ours and not those of a
+    // library or the system; where it has causes in several files, each is a line that begins with "FILE,
+    // line N: " in every language.
     virtual KelString& getMessage(KelString& out) = 0;
     virtual KelString& getReason(KelString& out) = 0;
 };

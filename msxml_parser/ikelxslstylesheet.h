@@ -27,7 +27,7 @@ public:
     // transformation, which fails with this text as its reason.
     virtual void message(std::u16string_view text, bool isLast) = 0;
     // Something that was passed over, such as an instruction that is not known: "FILE, line N: what", while
-    // the style sheet is compiled or run.
+    // the style sheet is compiled or run. What is our own is in the words of the current translator.
     virtual void warning(std::u16string_view text) = 0;
 
 protected:

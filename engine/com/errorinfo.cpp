@@ -6,6 +6,7 @@
 #include "engine/com/ref.h"
 #include "engine/com/status.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::com {
 
@@ -89,11 +90,11 @@ HRESULT detail::translateException() noexcept {
     } catch (const Failure& failure) {
         return fail(failure.status(), failure.description());
     } catch (const std::bad_alloc&) {
-        return fail(E_OUTOFMEMORY, "There is not enough memory to complete this operation.");
+        return fail(E_OUTOFMEMORY, text::worded("There is not enough memory to complete this operation."));
     } catch (const std::exception& exception) {
         return fail(E_FAIL, std::string_view(exception.what()));
     } catch (...) {
-        return fail(E_FAIL, "The operation failed for a reason that it did not give.");
+        return fail(E_FAIL, text::worded("The operation failed for a reason that it did not give."));
     }
 }
 

@@ -13,6 +13,7 @@
 #include "engine/source/comstream.h"
 #include "engine/text/chars.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::dom {
 
@@ -20,6 +21,7 @@ using com::fail;
 using com::Failure;
 using com::guarded;
 using com::textOf;
+using text::worded;
 
 namespace {
 
@@ -35,7 +37,8 @@ std::string takeDescription() {
         const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> owner(text, SysFreeString);
         description = text::toUtf8(textOf(text));
     }
-    return description.empty() ? "The document could not be validated while it was loaded." : description;
+    return description.empty() ? worded("The document could not be validated while it was loaded.")
+                               : description;
 }
 
 void checkName(BSTR name, const char* what) {
@@ -216,7 +219,7 @@ HRESULT Document::loadFrom(const source::Input& input, std::string url, VARIANT_
         lastError_ = {};
         lastError_.code = status;
         (void)guarded([&] {  // the words are welcome, but may be more than there is memory for
-            lastError_.reason = "There is not enough memory to load the document.";
+            lastError_.reason = worded("There is not enough memory to load the document.");
             return S_OK;
         });
     }
@@ -314,8 +317,9 @@ std::vector<std::pair<std::string, std::string>> prefixesIn(std::u16string_view 
         prefixes.emplace_back(attribute.name.substr(attribute.name.find(':') + 1), attribute.value);
     }
     if (isWrong) {
-        throw Failure(E_INVALIDARG,
-                      "The prefixes of expressions are declared as in a start tag: xmlns:p=\"uri\" ...");
+        throw Failure(
+            E_INVALIDARG,
+            worded("The prefixes of expressions are declared as in a start tag: xmlns:p=\"uri\" ..."));
     }
     return prefixes;
 }
@@ -332,9 +336,10 @@ ExpressionValue Document::evaluate(const NodeSource& context, BSTR expression, E
         return available->evaluate(context, asked, kind);
     } catch (const ExpressionError& error) {
         expressionError_ = error.column();
-        const std::string place =
-            error.column() == 0 ? "" : "Column " + std::to_string(error.column()) + " : ";
-        throw Failure(E_INVALIDARG, place + error.reason());
+        throw Failure(E_INVALIDARG,
+                      error.column() == 0
+                          ? error.reason()
+                          : worded("Column %1 : %2", std::to_string(error.column()), error.reason()));
     }
 }
 
@@ -401,8 +406,9 @@ public:
             const auto count = static_cast<ULONG>(std::min<std::size_t>(bytes.size(), 1u << 30));
             ULONG done = 0;
             const HRESULT status = stream_.Write(bytes.data(), count, &done);
-            if (FAILED(status)) throw Failure(status, "The stream took no more of the document.");
-            if (done == 0) throw Failure(STG_E_MEDIUMFULL, "The stream took no more of the document.");
+            if (FAILED(status)) throw Failure(status, worded("The stream took no more of the document."));
+            if (done == 0)
+                throw Failure(STG_E_MEDIUMFULL, worded("The stream took no more of the document."));
             bytes.remove_prefix(std::min(done, count));
         }
     }

@@ -12,6 +12,7 @@
 #include "engine/com/status.h"
 #include "engine/source/encoder.h"
 #include "engine/text/chars.h"
+#include "engine/text/worded.h"
 
 namespace engine::dom {
 
@@ -22,6 +23,7 @@ using source::Encoder;
 using text::decodeAt;
 using text::Decoded;
 using text::isSpace;
+using text::worded;
 using Declaration = WriteSettings::Declaration;
 
 constexpr std::size_t kBufferInBytes = std::size_t{64} << 10;
@@ -192,8 +194,8 @@ private:
     void checkName(NameId name) const {
         const NameId prefix = tree_.names().prefix(name);
         if (prefix == tables::kNoName || counts_[prefix] != 0 || tree_.names().text(prefix) == "xml") return;
-        refuse("The prefix of '" + std::string(tree_.names().text(name)) +
-               "' is not declared on its element or around it.");
+        refuse(worded("The prefix of '%1' is not declared on its element or around it.",
+                      tree_.names().text(name)));
     }
 
     const Tree& tree_;
@@ -466,8 +468,8 @@ private:
             }
             const Decoded next = checked(node, at, end);
             if (next.character == '\r' || !isWritable(next.character)) {
-                refuse(codePoint(next.character) + " cannot be written in " + std::string(encodingName_) +
-                       " here, and " + describe(node) + " cannot contain a reference to it.");
+                refuse(worded("%1 cannot be written in %2 here, and %3 cannot contain a reference to it.",
+                              codePoint(next.character), encodingName_, describe(node)));
             }
             at += next.length;
         }
@@ -481,8 +483,8 @@ private:
         Decoded next = decodeAt(at);
         next.length = std::min(next.length, static_cast<std::size_t>(end - at));
         if (!text::isXmlCharacter(next.character)) {
-            refuse("The text of " + describe(node) + " contains " + codePoint(next.character) +
-                   ", which an XML document cannot contain.");
+            refuse(worded("The text of %1 contains %2, which an XML document cannot contain.", describe(node),
+                          codePoint(next.character)));
         }
         return next;
     }
@@ -496,16 +498,16 @@ private:
     [[nodiscard]] std::string describe(NodeId node) const {
         switch (tree_.kind(node)) {
             case NodeKind::Element:
-                return "the element '" + std::string(tree_.name(node)) + "'";
+                return worded("the element '%1'", tree_.name(node));
             case NodeKind::Text:
             case NodeKind::CData:
-                return tree_.parent(node) == kNoNode ? "a text" : describe(tree_.parent(node));
+                return tree_.parent(node) == kNoNode ? worded("a text") : describe(tree_.parent(node));
             case NodeKind::ProcessingInstruction:
-                return "the processing instruction '" + std::string(tree_.name(node)) + "'";
+                return worded("the processing instruction '%1'", tree_.name(node));
             case NodeKind::Comment:
-                return "a comment";
+                return worded("a comment");
             default:
-                return "the DOCTYPE";
+                return worded("the DOCTYPE");
         }
     }
 
@@ -547,9 +549,9 @@ void writeDocument(const Tree& tree, const WriteSettings& settings, ByteSink& si
         if (settings.declaration == Declaration::WithoutEncoding || name.empty()) name = "UTF-8";
     }
     const std::unique_ptr<Encoder> encoder = isNameOfEncoding(name) ? Encoder::create(name) : nullptr;
-    if (encoder == nullptr) refuse("The encoding '" + std::string(name) + "' is not known.");
+    if (encoder == nullptr) refuse(worded("The encoding '%1' is not known.", name));
     if (settings.declaration == Declaration::Never && !encoder->isUtf8() && encoder->mark().empty()) {
-        refuse("A document in the encoding '" + std::string(name) + "' needs an XML declaration.");
+        refuse(worded("A document in the encoding '%1' needs an XML declaration.", name));
     }
     Writer(tree, settings, declaration, *encoder, name, sink).write();
 }

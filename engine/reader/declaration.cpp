@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "engine/text/chars.h"
+#include "engine/text/worded.h"
 
 namespace engine::reader::detail {
 
@@ -46,17 +47,18 @@ private:
     bool parseParts() {
         const std::string_view version = part("version");
         if (fault_) return false;
-        if (partStart_ == kNone) return refuse(at_, "The XML declaration must begin with version=\"1.0\".");
+        if (partStart_ == kNone)
+            return refuse(at_, worded("The XML declaration must begin with version=\"1.0\"."));
         if (!isVersion(version))
-            return refuse(valueStart_, "XML version " + quoted(version) + " is not known; \"1.0\" is.");
+            return refuse(valueStart_, worded("XML version '%1' is not known; \"1.0\" is.", shown(version)));
         const std::string_view encoding = part("encoding");
         if (!fault_ && partStart_ != kNone && !isEncodingName(encoding)) {
-            return refuse(valueStart_, quoted(encoding) + " cannot be the name of an encoding.");
+            return refuse(valueStart_, worded("'%1' cannot be the name of an encoding.", shown(encoding)));
         }
         const std::string_view standalone = fault_ ? std::string_view() : part("standalone");
         if (!fault_ && partStart_ != kNone && standalone != "yes" && standalone != "no") {
             return refuse(valueStart_,
-                          "standalone must be \"yes\" or \"no\", not " + quoted(standalone) + ".");
+                          worded("standalone must be \"yes\" or \"no\", not '%1'.", shown(standalone)));
         }
         if (fault_) return false;
         skipSpace();
@@ -75,26 +77,28 @@ private:
             return {};
         }
         if (!spaced)
-            return refuse(at_, "Whitespace is missing before " + quoted(name) + " in the XML declaration."),
+            return refuse(at_,
+                          worded("Whitespace is missing before '%1' in the XML declaration.", shown(name))),
                    text_;
         partStart_ = at_;
         at_ += name.size();
         skipSpace();
         if (next() != '=')
-            return refuse(at_, "'=' is missing after " + quoted(name) + " in the XML declaration."), text_;
+            return refuse(at_, worded("'=' is missing after '%1' in the XML declaration.", shown(name))),
+                   text_;
         ++at_;
         skipSpace();
         const char quote = next();
         if (quote != '"' && quote != '\'') {
-            return refuse(at_,
-                          "The value of " + quoted(name) + " in the XML declaration must stand in quotes."),
+            return refuse(at_, worded("The value of '%1' in the XML declaration must stand in quotes.",
+                                      shown(name))),
                    text_;
         }
         valueStart_ = at_ + 1;
         const std::size_t end = text_.find(quote, valueStart_);
         if (end == text_.npos || text_.substr(valueStart_, end - valueStart_).find('<') != text_.npos) {
-            return refuse(at_, "The value of " + quoted(name) +
-                                   " in the XML declaration lacks its closing quote."),
+            return refuse(at_, worded("The value of '%1' in the XML declaration lacks its closing quote.",
+                                      shown(name))),
                    text_;
         }
         at_ = end + 1;
@@ -104,10 +108,10 @@ private:
     bool refuseRest() {
         const std::string rest(text_.substr(at_));
         const auto length = static_cast<std::size_t>(nameEnd(rest.c_str()) - rest.c_str());
-        if (length == 0) return refuse(at_, "The XML declaration must end with '?>'.");
-        return refuse(
-            at_, "Unexpected " + quoted(rest.substr(0, length)) +
-                     " in the XML declaration; expected version, encoding and standalone, in this order.");
+        if (length == 0) return refuse(at_, worded("The XML declaration must end with '?>'."));
+        return refuse(at_, worded("Unexpected '%1' in the XML declaration; expected version, encoding and "
+                                  "standalone, in this order.",
+                                  shown(rest.substr(0, length))));
     }
 
     bool refuse(std::size_t at, std::string reason) {

@@ -168,9 +168,9 @@ const char* DirectParserBase::expandValue(const char* at, const char* start, cha
             return cut();
         } else {
             return fail(ErrorCode::LessThanInValue, at,
-                        "'<' is not allowed in the value of attribute " +
-                            quoted(names_.text(attributes_.back().name)) +
-                            ": write '&lt;', or close the quotes before it.");
+                        worded("'<' is not allowed in the value of attribute '%1': write '&lt;', or close "
+                               "the quotes before it.",
+                               shown(names_.text(attributes_.back().name))));
         }
         start = at;
         at = endOfPlainValue(at, quote);
@@ -185,13 +185,14 @@ const char* DirectParserBase::reference(const char* start, char32_t& character) 
     const char* const stop = start + 1 + name.size();
     if (stop == end_) return cut();
     if (name.empty()) {
-        return fail(ErrorCode::BareAmpersand, start,
-                    "'&' must begin a reference such as '&amp;'; write '&amp;' for the character itself.");
+        return fail(
+            ErrorCode::BareAmpersand, start,
+            worded("'&' must begin a reference such as '&amp;'; write '&amp;' for the character itself."));
     }
     if (*stop != ';') {
         return fail(ErrorCode::BareAmpersand, start,
-                    "The reference " + quoted(view(start, stop)) +
-                        " must end with ';'; write '&amp;' for a plain '&'.");
+                    worded("The reference '%1' must end with ';'; write '&amp;' for a plain '&'.",
+                           shown(view(start, stop))));
     }
     for (const auto& [known, meaning] : kPredefined) {
         if (name == known) {
@@ -199,7 +200,7 @@ const char* DirectParserBase::reference(const char* start, char32_t& character) 
             return stop + 1;
         }
     }
-    return fail(ErrorCode::UnknownEntity, start, "Entity " + quoted(name) + " is not declared.");
+    return fail(ErrorCode::UnknownEntity, start, worded("Entity '%1' is not declared.", shown(name)));
 }
 
 const char* DirectParserBase::characterReference(const char* start, char32_t& character) {
@@ -215,13 +216,14 @@ const char* DirectParserBase::characterReference(const char* start, char32_t& ch
     if (stop == end_) return cut();
     if (stop == digits || *stop != ';') {
         return fail(ErrorCode::BadCharacterReference, start,
-                    "The character reference " + quoted(view(start, stop)) +
-                        (stop == digits ? " must hold a number." : " must end with ';'."));
+                    worded(stop == digits ? worded("The character reference '%1' must hold a number.")
+                                          : worded("The character reference '%1' must end with ';'."),
+                           shown(view(start, stop))));
     }
     if (!isXmlCharacter(character)) {
         return fail(ErrorCode::BadCharacterReference, start,
-                    "The character reference " + quoted(view(start, stop + 1)) +
-                        " stands for a character that XML does not allow.");
+                    worded("The character reference '%1' stands for a character that XML does not allow.",
+                           shown(view(start, stop + 1))));
     }
     return stop + 1;
 }
@@ -232,7 +234,7 @@ DirectParserBase::Markup DirectParserBase::comment(const char* at) {
     const char* const stop = find(text, "--");
     if (stop == nullptr || stop + 2 == end_) return {{}, {}, cut()};
     if (stop[2] != '>')
-        return {{}, {}, fail(ErrorCode::BadComment, stop, "'--' is not allowed inside a comment.")};
+        return {{}, {}, fail(ErrorCode::BadComment, stop, worded("'--' is not allowed inside a comment."))};
     return {{}, view(text, stop), stop + 3};
 }
 
@@ -245,30 +247,31 @@ DirectParserBase::Markup DirectParserBase::instruction(const char* at) {
     const auto failed = [](const char* null) { return Markup{{}, {}, null}; };
     if (name.empty()) {
         return failed(fail(ErrorCode::BadInstruction, target,
-                           "A processing instruction must begin with a name, not with " +
-                               quoted(decodeAt(target).character) + "."));
+                           worded("A processing instruction must begin with a name, not with %1.",
+                                  quoted(decodeAt(target).character))));
     }
     if (name == "xml") {
         return failed(fail(ErrorCode::LateDeclaration, at,
-                           "The XML declaration is allowed at the very start of the document only."));
+                           worded("The XML declaration is allowed at the very start of the document only.")));
     }
     if (isReservedTarget(name)) {
         return failed(
             fail(ErrorCode::BadInstruction, target,
-                 "The name " + quoted(name) + " is reserved: no processing instruction may have it."));
+                 worded("The name '%1' is reserved: no processing instruction may have it.", shown(name))));
     }
     const char* const data = skipSpace(targetEnd);
     const char* const stop = find(targetEnd, "?>");
     if (data == targetEnd && stop != targetEnd && end_ - targetEnd > 1) {
-        return failed(fail(ErrorCode::BadInstruction, targetEnd,
-                           "Whitespace or '?>' is missing after the name " + quoted(name) +
-                               " of the processing instruction."));
+        return failed(
+            fail(ErrorCode::BadInstruction, targetEnd,
+                 worded("Whitespace or '?>' is missing after the name '%1' of the processing instruction.",
+                        shown(name))));
     }
     if (stop == nullptr) return failed(cut());
     if (name.find(':') != std::string_view::npos) {
         return failed(
             fail(ErrorCode::BadQualifiedName, at,
-                 "The target " + quoted(name) + " of a processing instruction must not hold a colon."));
+                 worded("The target '%1' of a processing instruction must not hold a colon.", shown(name))));
     }
     return {name, view(std::min(data, stop), stop), stop + 2};
 }
@@ -279,14 +282,15 @@ const char* DirectParserBase::outsideRoot(const char* at) {
     if (*at == '<') return at;
     if (at == end_) return isEnded_ ? finish() : stop(Stop::NeedMore);
     return fail(ErrorCode::TextOutsideRoot, at,
-                hasRoot_ ? "Text is not allowed after the root element."
-                         : "Text is not allowed before the root element.");
+                hasRoot_ ? worded("Text is not allowed after the root element.")
+                         : worded("Text is not allowed before the root element."));
 }
 
 bool DirectParserBase::isCDataStart(const char* at) {
     if (!startsWith(at, kCData)) return false;
     if (opens_.empty()) {
-        fail(ErrorCode::TextOutsideRoot, at, "A CDATA section is allowed inside the root element only.");
+        fail(ErrorCode::TextOutsideRoot, at,
+             worded("A CDATA section is allowed inside the root element only."));
     }
     return true;
 }
@@ -295,11 +299,11 @@ const char* DirectParserBase::doctype(const char* at) {
     isEmpty_ = false;
     if (!startsWith(at, kDoctype)) return failMarkup(at);
     if (hasRoot_) {
-        return fail(ErrorCode::MisplacedDoctype, at, "A DOCTYPE must stand before the root element.");
+        return fail(ErrorCode::MisplacedDoctype, at, worded("A DOCTYPE must stand before the root element."));
     }
     if (options_.dtd == ReadOptions::Dtd::Internal && options_.parser != ReadOptions::Parser::Direct)
         return stop(Stop::Doctype);
-    return fail(ErrorCode::DoctypeProhibited, at, std::string(kDoctypeProhibited));
+    return fail(ErrorCode::DoctypeProhibited, at, kDoctypeProhibited);
 }
 
 // --- what ends a parse
@@ -322,13 +326,13 @@ const char* DirectParserBase::finish() {
     if (source_.fault()) {
         fault_ = source_.fault();
     } else if (!opens_.empty()) {
-        fault_ = {
-            ErrorCode::UnclosedElement, opens_.back().offset,
-            "Element " + quoted(names_.text(opens_.back().name)) + " is not closed: its end tag is missing."};
+        fault_ = {ErrorCode::UnclosedElement, opens_.back().offset,
+                  worded("Element '%1' is not closed: its end tag is missing.",
+                         shown(names_.text(opens_.back().name)))};
     } else if (!hasRoot_) {
         fault_ = {isEmpty_ ? ErrorCode::EmptyDocument : ErrorCode::NoRoot, offsetOf(end_),
-                  isEmpty_ ? "The document is empty: a root element is missing."
-                           : "The document has no root element."};
+                  isEmpty_ ? worded("The document is empty: a root element is missing.")
+                           : worded("The document has no root element.")};
     } else {
         return stop(Stop::Done);
     }
@@ -337,36 +341,35 @@ const char* DirectParserBase::finish() {
 
 Fault DirectParserBase::unfinishedToken() const {
     const std::string_view token = view(cursor_, end_);
-    const auto name = [&](std::size_t skip) {
-        return quoted(nameIn(cursor_ + std::min(skip, token.size())));
-    };
+    const auto name = [&](std::size_t skip) { return shown(nameIn(cursor_ + std::min(skip, token.size()))); };
     const std::uint64_t offset = isInCData_ ? cDataOffset_ : offsetOf(cursor_);
     const auto fault = [&](ErrorCode code, std::string reason) {
         return Fault{code, offset, std::move(reason)};
     };
     if (isInCData_ || token.starts_with("<![")) {
-        return fault(ErrorCode::BadCData, "This CDATA section is not closed: ']]>' is missing.");
+        return fault(ErrorCode::BadCData, worded("This CDATA section is not closed: ']]>' is missing."));
     }
     if (token.starts_with("<!-")) {
-        return fault(ErrorCode::BadComment, "This comment is not closed: '-->' is missing.");
+        return fault(ErrorCode::BadComment, worded("This comment is not closed: '-->' is missing."));
     }
     if (token.starts_with("<?")) {
         return fault(ErrorCode::BadInstruction,
-                     "The processing instruction " + name(2) + " is not closed: '?>' is missing.");
+                     worded("The processing instruction '%1' is not closed: '?>' is missing.", name(2)));
     }
     if (token.starts_with("</")) {
-        return fault(ErrorCode::BadTag, "The end tag " + name(2) + " is not finished: '>' is missing.");
+        return fault(ErrorCode::BadTag, worded("The end tag '%1' is not finished: '>' is missing.", name(2)));
     }
     if (token.starts_with("<!D")) {
-        return fault(ErrorCode::BadDoctype, "This DOCTYPE is not finished: '>' is missing.");
+        return fault(ErrorCode::BadDoctype, worded("This DOCTYPE is not finished: '>' is missing."));
     }
-    if (token.starts_with("<!")) return fault(ErrorCode::BadMarkup, "The document ends after '<!'.");
-    if (token == "<") return fault(ErrorCode::BadTag, "The document ends after '<'.");
+    if (token.starts_with("<!")) return fault(ErrorCode::BadMarkup, worded("The document ends after '<!'."));
+    if (token == "<") return fault(ErrorCode::BadTag, worded("The document ends after '<'."));
     if (token.starts_with("<")) {
-        return fault(ErrorCode::BadTag, "The start tag " + name(1) + " is not finished: '>' is missing.");
+        return fault(ErrorCode::BadTag,
+                     worded("The start tag '%1' is not finished: '>' is missing.", name(1)));
     }
     return fault(ErrorCode::BareAmpersand,
-                 "The reference " + quoted(token) + " is not finished: ';' is missing.");
+                 worded("The reference '%1' is not finished: ';' is missing.", shown(token)));
 }
 
 const char* DirectParserBase::failNames() {
@@ -381,59 +384,61 @@ const char* DirectParserBase::failNames() {
 const char* DirectParserBase::failStartTag(const char* at) {
     if (at == end_) return cut();
     if (isSpace(*at) || *at == '<' || *at == '>' || *at == '=' || *at == '&') {
-        return fail(ErrorCode::BadTag, cursor_,
-                    "'<' must be followed by the name of an element; write '&lt;' for the character itself.");
+        return fail(
+            ErrorCode::BadTag, cursor_,
+            worded("'<' must be followed by the name of an element; write '&lt;' for the character itself."));
     }
     return fail(ErrorCode::BadName, at,
-                "The name of an element must not start with " + quoted(decodeAt(at).character) + ".");
+                worded("The name of an element must not start with %1.", quoted(decodeAt(at).character)));
 }
 
 const char* DirectParserBase::failSpace(const char* at) {
     if (at != end_ && attributes_.size() != 0 && nameEnd(at) != at) {
         return fail(ErrorCode::BadAttribute, at,
-                    "Whitespace is missing before attribute " + quoted(nameIn(at)) + ".");
+                    worded("Whitespace is missing before attribute '%1'.", shown(nameIn(at))));
     }
     return failInStartTag(at);
 }
 
 const char* DirectParserBase::failInStartTag(const char* at) {
     if (at == end_) return cut();
-    const std::string tag = quoted(nameIn(cursor_ + 1));
+    const std::string tag = shown(nameIn(cursor_ + 1));
     if (*at == '<') {
-        return fail(ErrorCode::BadTag, cursor_, "The start tag " + tag + " is not finished: '>' is missing.");
+        return fail(ErrorCode::BadTag, cursor_,
+                    worded("The start tag '%1' is not finished: '>' is missing.", tag));
     }
     return fail(ErrorCode::BadTag, at,
-                "Unexpected " + quoted(decodeAt(at).character) + " in start tag " + tag +
-                    "; expected an attribute, '>' or '/>'.");
+                worded("Unexpected %1 in start tag '%2'; expected an attribute, '>' or '/>'.",
+                       quoted(decodeAt(at).character), tag));
 }
 
 const char* DirectParserBase::failAttribute(const char* at, const char* name) {
     if (at == end_) return cut();
     return fail(
         ErrorCode::BadAttribute, name,
-        "Attribute " + quoted(nameIn(name)) + " has no value: '=' and a value in quotes must follow.");
+        worded("Attribute '%1' has no value: '=' and a value in quotes must follow.", shown(nameIn(name))));
 }
 
 const char* DirectParserBase::failQuote(const char* at, const char* name) {
     if (at == end_) return cut();
     return fail(ErrorCode::BadAttribute, at,
-                "The value of attribute " + quoted(nameIn(name)) + " must stand in quotes.");
+                worded("The value of attribute '%1' must stand in quotes.", shown(nameIn(name))));
 }
 
 const char* DirectParserBase::failDuplicate() {
     const std::uint32_t index = findDuplicate();
     return fail(ErrorCode::DuplicateAttribute, attributeAt(index),
-                "Duplicate attribute " + quoted(names_.text(attributes_[index].name)) + ".");
+                worded("Duplicate attribute '%1'.", shown(names_.text(attributes_[index].name))));
 }
 
 const char* DirectParserBase::failRoot(std::string_view name) {
     return fail(ErrorCode::SecondRoot, cursor_,
-                "A document has one root element: " + quoted(name) + " is a second one.");
+                worded("A document has one root element: '%1' is a second one.", shown(name)));
 }
 
 const char* DirectParserBase::failDepth() {
     return fail(ErrorCode::TooDeep, cursor_,
-                "Elements are nested more than " + std::to_string(options_.depthLimit) + " deep.");
+                worded("Elements are nested more than %1 deep.", std::to_string(options_.depthLimit)));
 }
 
 const char* DirectParserBase::failEndTag(const char* at) {
@@ -441,25 +446,26 @@ const char* DirectParserBase::failEndTag(const char* at) {
     at += name.size();
     if (at == end_) return cut();
     if (name.empty()) {
-        return fail(ErrorCode::BadName, cursor_, "'</' must be followed by the name of an element.");
+        return fail(ErrorCode::BadName, cursor_, worded("'</' must be followed by the name of an element."));
     }
     at = skipSpace(at);
     if (at == end_) return cut();
     if (opens_.empty()) {
-        return fail(ErrorCode::UnexpectedEndTag, cursor_, "End tag " + quoted(name) + " has no start tag.");
+        return fail(ErrorCode::UnexpectedEndTag, cursor_,
+                    worded("End tag '%1' has no start tag.", shown(name)));
     }
     const std::string_view open = names_.text(opens_.back().name);
     if (name != open) {
         return fail(ErrorCode::MismatchedEndTag, cursor_,
-                    "End tag " + quoted(name) + " does not match the start tag " + quoted(open) + ".");
+                    worded("End tag '%1' does not match the start tag '%2'.", shown(name), shown(open)));
     }
     return fail(
         ErrorCode::BadTag, at,
-        "Unexpected " + quoted(decodeAt(at).character) + " in end tag " + quoted(name) + "; expected '>'.");
+        worded("Unexpected %1 in end tag '%2'; expected '>'.", quoted(decodeAt(at).character), shown(name)));
 }
 
 const char* DirectParserBase::failCDataEnd(const char* at) {
-    return fail(ErrorCode::CDataEndInText, at, "']]>' is not allowed in text: write ']]&gt;'.");
+    return fail(ErrorCode::CDataEndInText, at, worded("']]>' is not allowed in text: write ']]&gt;'."));
 }
 
 const char* DirectParserBase::failMarkup(const char* at) {
@@ -468,8 +474,9 @@ const char* DirectParserBase::failMarkup(const char* at) {
         if (rest.size() < known.size() && known.starts_with(rest)) return cut();
     }
     return fail(ErrorCode::BadMarkup, at,
-                std::string("'<!' must begin a comment '<!--'") +
-                    (opens_.empty() ? " here." : " or a CDATA section '<![CDATA[' here."));
+                opens_.empty()
+                    ? worded("'<!' must begin a comment '<!--' here.")
+                    : worded("'<!' must begin a comment '<!--' or a CDATA section '<![CDATA[' here."));
 }
 
 }  // namespace engine::reader::detail

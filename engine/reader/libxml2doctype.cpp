@@ -16,11 +16,11 @@ std::string_view viewOf(const xmlChar* text) {
 }
 
 std::string notExpanded(std::string_view entity) {
-    return "Entity " + quoted(entity) + " is not expanded";
+    return worded("Entity '%1' is not expanded", shown(entity));
 }
 
 std::string firstLine(const char* message) {
-    std::string_view text = message == nullptr ? "no details" : message;
+    std::string_view text = message == nullptr ? worded("no details") : message;
     text = text.substr(0, text.find('\n'));
     return std::string(text);
 }
@@ -32,17 +32,16 @@ std::uint64_t Libxml2Parser::offending() const {
     return at == lastReference_ ? referenceStart_ : at;
 }
 
-void Libxml2Parser::refuseColon(std::string_view name, std::string_view what) {
+void Libxml2Parser::refuseColon(std::string_view name, const char* words) {
     if (name.find(':') == std::string_view::npos) return;
-    refuse(ErrorCode::BadQualifiedName, here(),
-           "The name " + quoted(name) + " of this " + std::string(what) + " must not hold a colon.");
+    refuse(ErrorCode::BadQualifiedName, here(), worded(words, shown(name)));
 }
 
 void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* publicId,
                                   const xmlChar* systemId, xmlChar* content) {
     eventEnds();
     if (isSubsetIncomplete_) return;
-    refuseColon(viewOf(name), "entity");
+    refuseColon(viewOf(name), worded("The name '%1' of this entity must not hold a colon."));
     if (isStopped_) return;
     xmlDoc* const document = context_->myDoc;
     const bool isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
@@ -59,8 +58,8 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
     } else {
         if (!TagWidth().add(viewOf(content))) {
             return refuse(ErrorCode::TooManyAttributes, here(),
-                          "An element in entity " + quoted(viewOf(name)) + " has more than " +
-                              std::to_string(TagWidth::kMax) + " attributes.");
+                          worded("An element in entity '%1' has more than %2 attributes.",
+                                 shown(viewOf(name)), std::to_string(TagWidth::kMax)));
         }
         // A carriage return got here by reference, but libxml2 would take it for a line end.
         std::string text(viewOf(content));
@@ -75,11 +74,11 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
 
 // libxml2 lets one without an identifier pass.
 void Libxml2Parser::declareNotation(std::string_view name, bool hasIdentifier) {
-    refuseColon(name, "notation");
+    refuseColon(name, worded("The name '%1' of this notation must not hold a colon."));
     if (!hasIdentifier && !isStopped_) {
-        refuse(
-            ErrorCode::BadDoctype, here(),
-            "The declaration of notation " + quoted(name) + " must hold SYSTEM or PUBLIC and an identifier.");
+        refuse(ErrorCode::BadDoctype, here(),
+               worded("The declaration of notation '%1' must hold SYSTEM or PUBLIC and an identifier.",
+                      shown(name)));
     }
     eventEnds();
 }
@@ -113,8 +112,8 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     if (isRefusedAsExternal(externalGeneral_, entity, viewOf(name)) || entity == nullptr) return nullptr;
     if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
         refuse(ErrorCode::BadEntity, offending(),
-               "Entity " + quoted(viewOf(name)) +
-                   " is external and must not be used in the value of an attribute.");
+               worded("Entity '%1' is external and must not be used in the value of an attribute.",
+                      shown(viewOf(name))));
         return nullptr;
     }
     if (context_->inSubset != 0) {
@@ -147,12 +146,14 @@ bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEnti
     const auto found = external.find(name);
     if (found != external.end()) {
         refuse(ErrorCode::BadEntity, offending(),
-               "Entity " + quoted(name) + " is external (" + quoted(found->second) +
-                   ") and not read; the file itself would have to declare what it stands for.");
+               worded("Entity '%1' is external ('%2') and not read; the file itself would have to declare "
+                      "what it stands for.",
+                      shown(name), shown(found->second)));
     } else if (entity == nullptr && mayBeDeclaredOutside()) {
         refuse(ErrorCode::UnknownEntity, offending(),
-               "Entity " + quoted(name) +
-                   " is not declared in the file itself, and the external part of its DOCTYPE is not read.");
+               worded("Entity '%1' is not declared in the file itself, and the external part of its DOCTYPE "
+                      "is not read.",
+                      shown(name)));
     } else {
         return false;
     }
@@ -162,13 +163,13 @@ bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEnti
 bool Libxml2Parser::isExpansionAllowed(std::string_view name) {
     const EntitySizes::Size& size = sizes_.sizeOf(name);
     if (size.isLoop) {
-        refuse(ErrorCode::EntityLoop, offending(), "Entity " + quoted(name) + " refers to itself.");
+        refuse(ErrorCode::EntityLoop, offending(), worded("Entity '%1' refers to itself.", shown(name)));
         return false;
     }
     if (size.isTooDeep) {
         refuse(ErrorCode::EntityTooLarge, offending(),
-               "Entity " + quoted(name) + " holds entities nested more than " +
-                   std::to_string(EntitySizes::kDeepest) + " deep.");
+               worded("Entity '%1' holds entities nested more than %2 deep.", shown(name),
+                      std::to_string(EntitySizes::kDeepest)));
         return false;
     }
     return isAffordable(size.bytes, notExpanded(name));
@@ -183,8 +184,8 @@ bool Libxml2Parser::isAffordable(std::uint64_t bytes, std::string_view refusal) 
         return true;
     }
     refuse(ErrorCode::EntityTooLarge, offending(),
-           std::string(refusal) + ": the document's entities and defaults would grow to more than " +
-               std::to_string(allowed) + " bytes.");
+           worded("%1: the document's entities and defaults would grow to more than %2 bytes.", refusal,
+                  std::to_string(allowed)));
     return false;
 }
 
@@ -203,58 +204,54 @@ namespace {
 struct Wording {
     int code;  // libxml2's
     ErrorCode ours;
-    bool isOfTag;           // it concerns the tag that has begun last, not the place where libxml2 noticed
-    std::string_view text;  // "%" stands for the name that libxml2 gives, quoted
+    bool isOfTag;      // it concerns the tag that has begun last, not the place where libxml2 noticed
+    const char* text;  // "%1" stands for the name that libxml2 gives
 };
 
 constexpr Wording kWordings[] = {
     {XML_ERR_TAG_NOT_FINISHED, ErrorCode::UnclosedElement, false,
-     "Element % is not closed: its end tag is missing."},
-    {XML_ERR_DOCUMENT_EMPTY, ErrorCode::NoRoot, false, "The document has no root element."},
-    {XML_ERR_UNDECLARED_ENTITY, ErrorCode::UnknownEntity, false, "Entity % is not declared."},
-    {XML_ERR_ENTITY_LOOP, ErrorCode::EntityLoop, false, "An entity refers to itself."},
+     worded("Element '%1' is not closed: its end tag is missing.")},
+    {XML_ERR_DOCUMENT_EMPTY, ErrorCode::NoRoot, false, worded("The document has no root element.")},
+    {XML_ERR_UNDECLARED_ENTITY, ErrorCode::UnknownEntity, false, worded("Entity '%1' is not declared.")},
+    {XML_ERR_ENTITY_LOOP, ErrorCode::EntityLoop, false, worded("An entity refers to itself.")},
     {XML_ERR_UNPARSED_ENTITY, ErrorCode::BadEntity, false,
-     "Entity % is not text (NDATA) and must not be referred to."},
+     worded("Entity '%1' is not text (NDATA) and must not be referred to.")},
     {XML_ERR_ENTITYREF_SEMICOL_MISSING, ErrorCode::BareAmpersand, false,
-     "A reference must end with ';'; write '&amp;' for a plain '&'."},
+     worded("A reference must end with ';'; write '&amp;' for a plain '&'.")},
     {XML_ERR_LT_IN_ATTRIBUTE, ErrorCode::LessThanInValue, false,
-     "'<' is not allowed in the value of an attribute: write '&lt;', or close the quotes before it."},
-    {XML_ERR_ATTRIBUTE_REDEFINED, ErrorCode::DuplicateAttribute, false, "Duplicate attribute %."},
+     worded("'<' is not allowed in the value of an attribute: write '&lt;', or close the quotes before it.")},
+    {XML_ERR_ATTRIBUTE_REDEFINED, ErrorCode::DuplicateAttribute, false, worded("Duplicate attribute '%1'.")},
     {XML_ERR_ATTRIBUTE_NOT_STARTED, ErrorCode::BadAttribute, false,
-     "The value of an attribute must stand in quotes."},
-    {XML_ERR_ATTRIBUTE_NOT_FINISHED, ErrorCode::BadTag, true, "The value of an attribute is not closed."},
+     worded("The value of an attribute must stand in quotes.")},
+    {XML_ERR_ATTRIBUTE_NOT_FINISHED, ErrorCode::BadTag, true,
+     worded("The value of an attribute is not closed.")},
     {XML_ERR_ATTRIBUTE_WITHOUT_VALUE, ErrorCode::BadAttribute, false,
-     "Attribute % has no value: '=' and a value in quotes must follow."},
-    {XML_ERR_GT_REQUIRED, ErrorCode::BadTag, true, "The tag is not finished: '>' is missing."},
-    {XML_ERR_SPACE_REQUIRED, ErrorCode::BadTag, false, "Whitespace is missing."},
+     worded("Attribute '%1' has no value: '=' and a value in quotes must follow.")},
+    {XML_ERR_GT_REQUIRED, ErrorCode::BadTag, true, worded("The tag is not finished: '>' is missing.")},
+    {XML_ERR_SPACE_REQUIRED, ErrorCode::BadTag, false, worded("Whitespace is missing.")},
     {XML_ERR_INVALID_CHARREF, ErrorCode::BadCharacterReference, false,
-     "A character reference stands for a character that XML does not allow."},
+     worded("A character reference stands for a character that XML does not allow.")},
     {XML_ERR_INVALID_CHAR, ErrorCode::BadCharacterReference, false,
-     "A character reference stands for a character that XML does not allow."},
+     worded("A character reference stands for a character that XML does not allow.")},
     {XML_ERR_INVALID_DEC_CHARREF, ErrorCode::BadCharacterReference, false,
-     "A character reference must hold a number and end with ';'."},
+     worded("A character reference must hold a number and end with ';'.")},
     {XML_ERR_INVALID_HEX_CHARREF, ErrorCode::BadCharacterReference, false,
-     "A character reference must hold a number and end with ';'."},
+     worded("A character reference must hold a number and end with ';'.")},
     {XML_ERR_MISPLACED_CDATA_END, ErrorCode::CDataEndInText, false,
-     "']]>' is not allowed in text: write ']]&gt;'."},
-    {XML_ERR_HYPHEN_IN_COMMENT, ErrorCode::BadComment, false, "'--' is not allowed inside a comment."},
+     worded("']]>' is not allowed in text: write ']]&gt;'.")},
+    {XML_ERR_HYPHEN_IN_COMMENT, ErrorCode::BadComment, false,
+     worded("'--' is not allowed inside a comment.")},
     {XML_ERR_COMMENT_NOT_FINISHED, ErrorCode::BadComment, false,
-     "A comment is not closed: '-->' is missing."},
+     worded("A comment is not closed: '-->' is missing.")},
     {XML_ERR_CDATA_NOT_FINISHED, ErrorCode::BadCData, false,
-     "A CDATA section is not closed: ']]>' is missing."},
+     worded("A CDATA section is not closed: ']]>' is missing.")},
     {XML_ERR_PI_NOT_STARTED, ErrorCode::BadInstruction, false,
-     "A processing instruction must begin with a name."},
+     worded("A processing instruction must begin with a name.")},
     {XML_ERR_PI_NOT_FINISHED, ErrorCode::BadInstruction, false,
-     "A processing instruction is not closed: '?>' is missing."},
+     worded("A processing instruction is not closed: '?>' is missing.")},
     {XML_ERR_RESERVED_XML_NAME, ErrorCode::LateDeclaration, false,
-     "The XML declaration is allowed at the very start of the document only."},
+     worded("The XML declaration is allowed at the very start of the document only.")},
 };
-
-std::string worded(std::string_view text, std::string_view name) {
-    std::string reason(text);
-    if (const std::size_t at = reason.find('%'); at != std::string::npos) reason.replace(at, 1, name);
-    return reason;
-}
 
 }  // namespace
 
@@ -265,7 +262,7 @@ void Libxml2Parser::describe(const xmlError& error) {
         return;
     }
     const std::string message = firstLine(error.message);
-    const std::string name = error.str1 == nullptr ? std::string() : quoted(error.str1);
+    const std::string name = error.str1 == nullptr ? std::string() : shown(error.str1);
     const bool isInEntity = here() == lastReference_;
     const bool isInDoctype = context_->inSubset != 0 || context_->instate == XML_PARSER_DTD;
     fault_.offset = offending();
@@ -276,13 +273,13 @@ void Libxml2Parser::describe(const xmlError& error) {
     if (isInDoctype && !isOfEntity) return describeInDoctype(message);
     if (isInEntity && !isOfEntity) {
         fault_.code = ErrorCode::BadEntity;
-        fault_.reason = "The text of an entity does not fit in here: " + message + ".";
+        fault_.reason = worded("The text of an entity does not fit in here: %1.", message);
         return;
     }
     if (error.code == XML_ERR_TAG_NAME_MISMATCH && error.str2 != nullptr) {
         fault_.code = ErrorCode::MismatchedEndTag;
         fault_.offset = lastInText('<');
-        fault_.reason = "End tag " + quoted(error.str2) + " does not match the start tag " + name + ".";
+        fault_.reason = worded("End tag '%1' does not match the start tag '%2'.", shown(error.str2), name);
     } else if (wording != std::end(kWordings)) {
         fault_.code = wording->ours;
         if (wording->isOfTag) fault_.offset = lastInText('<');
@@ -294,10 +291,10 @@ void Libxml2Parser::describe(const xmlError& error) {
 
 void Libxml2Parser::describeInDoctype(const std::string& message) {
     fault_.code = ErrorCode::BadDoctype;
-    fault_.reason = "The document type declaration is not well formed: " + message + ".";
+    fault_.reason = worded("The document type declaration is not well formed: %1.", message);
     if (here() != source_.offsetOf(source_.end()) || source_.fault()) return;
     if (doctypeStart_ != kNoOffset) fault_.offset = doctypeStart_;
-    fault_.reason = "This DOCTYPE is not finished: '>' is missing.";
+    fault_.reason = worded("This DOCTYPE is not finished: '>' is missing.");
 }
 
 // For what libxml2 has no code of its own: what stands there tells.
@@ -305,13 +302,14 @@ void Libxml2Parser::describeUnexpected(const std::string& message) {
     const std::uint64_t tag = lastInText('<');
     const std::string_view rest(source_.at(tag), static_cast<std::size_t>(source_.end() - source_.at(tag)));
     if (rest.starts_with("<!DOCTYPE") && doctypeStart_ != kNoOffset && tag > doctypeStart_) {
-        fault_ = {ErrorCode::MisplacedDoctype, tag, "A document has one DOCTYPE."};
+        fault_ = {ErrorCode::MisplacedDoctype, tag, worded("A document has one DOCTYPE.")};
     } else if (context_->instate == XML_PARSER_EPILOG || context_->instate == XML_PARSER_EOF) {
         fault_.code = ErrorCode::TextOutsideRoot;
-        fault_.reason = "Nothing but comments and processing instructions may follow the root element.";
+        fault_.reason =
+            worded("Nothing but comments and processing instructions may follow the root element.");
     } else {
         fault_.code = ErrorCode::BadMarkup;
-        fault_.reason = "The document is not well formed: " + message + ".";
+        fault_.reason = worded("The document is not well formed: %1.", message);
     }
 }
 

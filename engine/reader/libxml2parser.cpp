@@ -23,8 +23,8 @@ std::string_view viewOf(const xmlChar* text) {
 }
 
 std::string tooManyAttributes() {
-    return "In a document with a DOCTYPE, an element must not have more than " +
-           std::to_string(TagWidth::kMax) + " attributes.";
+    return worded("In a document with a DOCTYPE, an element must not have more than %1 attributes.",
+                  std::to_string(TagWidth::kMax));
 }
 
 }  // namespace
@@ -93,7 +93,7 @@ struct Libxml2Parser::Callbacks {
     static void unparsedEntityDecl(void* user, const xmlChar* name, const xmlChar* publicId,
                                    const xmlChar* systemId, const xmlChar* notation) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.refuseColon(viewOf(name), "entity");
+            self.refuseColon(viewOf(name), worded("The name '%1' of this entity must not hold a colon."));
             xmlSAX2UnparsedEntityDecl(self.context_.get(), name, publicId, systemId, notation);
             self.eventEnds();
         });
@@ -298,12 +298,12 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
         attributes_.push_back({viewOf(attributes[0]), viewOf(attributes[1])});
     }
     if (!isAffordable(attributeDeclarations_.costOf(written, attributes_),
-                      "The defaults of its attributes are not added"))
+                      worded("The defaults of its attributes are not added")))
         return;
     attributeDeclarations_.apply(written, attributes_);
     if (opens_.size() >= options_.depthLimit) {
         refuse(ErrorCode::TooDeep, shared_.event,
-               "Elements are nested more than " + std::to_string(options_.depthLimit) + " deep.");
+               worded("Elements are nested more than %1 deep.", std::to_string(options_.depthLimit)));
         return;
     }
     Names& names = shared_.names();
@@ -350,7 +350,7 @@ void Libxml2Parser::startDoctype() {
     locateFirst("<!DOCTYPE");
     doctypeStart_ = shared_.event;
     if (options_.dtd == ReadOptions::Dtd::Prohibit)
-        refuse(ErrorCode::DoctypeProhibited, shared_.event, std::string(kDoctypeProhibited));
+        refuse(ErrorCode::DoctypeProhibited, shared_.event, kDoctypeProhibited);
     eventEnds();
 }
 
@@ -377,8 +377,9 @@ void Libxml2Parser::comment(std::string_view text) {
 void Libxml2Parser::instruction(std::string_view target, std::string_view data) {
     locateFirst("<?");
     if (target.find(':') != std::string_view::npos) {
-        return refuse(ErrorCode::BadQualifiedName, shared_.event,
-                      "The target " + quoted(target) + " of a processing instruction must not hold a colon.");
+        return refuse(
+            ErrorCode::BadQualifiedName, shared_.event,
+            worded("The target '%1' of a processing instruction must not hold a colon.", shown(target)));
     }
     tell([&] { sink_.processingInstruction(target, data); });
     eventEnds();

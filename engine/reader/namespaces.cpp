@@ -4,11 +4,13 @@
 #include <tuple>
 
 #include "engine/text/chars.h"
+#include "engine/text/worded.h"
 
 namespace engine::reader {
 namespace {
 
-using text::quoted;
+using text::shown;
+using text::worded;
 
 constexpr std::string_view kXmlUri = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlnsUri = "http://www.w3.org/2000/xmlns/";
@@ -43,24 +45,24 @@ bool Namespaces::declare(std::size_t index) {
     if (!isDefault && !checkName(name, index)) return false;
     const std::string_view prefix = isDefault ? std::string_view() : names_.localName(name);
     if (prefix == "xmlns")
-        return refuse(ErrorCode::ReservedPrefix, index, "The prefix 'xmlns' must not be declared.");
+        return refuse(ErrorCode::ReservedPrefix, index, worded("The prefix 'xmlns' must not be declared."));
     if (uri == kXmlnsUri) {
         return refuse(ErrorCode::ReservedPrefix, index,
-                      "The namespace '" + std::string(uri) + "' is reserved and must not be declared.");
+                      worded("The namespace '%1' is reserved and must not be declared.", uri));
     }
     if (prefix == "xml") {
-        return uri == kXmlUri ||
-               refuse(ErrorCode::ReservedPrefix, index,
-                      "The prefix 'xml' can only stand for '" + std::string(kXmlUri) + "'.");
+        return uri == kXmlUri || refuse(ErrorCode::ReservedPrefix, index,
+                                        worded("The prefix 'xml' can only stand for '%1'.", kXmlUri));
     }
     if (uri == kXmlUri) {
         return refuse(ErrorCode::ReservedPrefix, index,
-                      "The namespace '" + std::string(kXmlUri) + "' belongs to the prefix 'xml' alone.");
+                      worded("The namespace '%1' belongs to the prefix 'xml' alone.", kXmlUri));
     }
     if (uri.empty() && !isDefault) {
-        return refuse(ErrorCode::EmptyPrefixDeclaration, index,
-                      "The declaration of prefix " + quoted(prefix) +
-                          " must name a namespace; only xmlns=\"\" may be empty.");
+        return refuse(
+            ErrorCode::EmptyPrefixDeclaration, index,
+            worded("The declaration of prefix '%1' must name a namespace; only xmlns=\"\" may be empty.",
+                   shown(prefix)));
     }
     bind(isDefault ? kNoName : names_.prefix(name), uri);
     ++declared_;
@@ -70,20 +72,21 @@ bool Namespaces::declare(std::size_t index) {
 bool Namespaces::checkUnusualName(NameId name, std::size_t index) {
     const std::uint8_t flags = names_.flags(name);
     if ((flags & Names::kNotQualified) != 0) {
-        return refuse(ErrorCode::BadQualifiedName, index,
-                      "The name " + quoted(names_.text(name)) +
-                          " is not a qualified name: one colon may stand between a prefix and a name.");
+        return refuse(
+            ErrorCode::BadQualifiedName, index,
+            worded("The name '%1' is not a qualified name: one colon may stand between a prefix and a name.",
+                   shown(names_.text(name))));
     }
     if ((flags & Names::kDeclaration) != 0 && index == kElement && names_.prefixLength(name) != 0) {
         return refuse(ErrorCode::ReservedPrefix, index,
-                      "The prefix 'xmlns' is reserved: no element may have it.");
+                      worded("The prefix 'xmlns' is reserved: no element may have it."));
     }
     if ((flags & Names::kPrefixed) == 0) return true;
     const NameId prefix = names_.prefix(name);
     if (find(prefix) != kNone || names_.text(prefix) == "xml") return true;
     return refuse(ErrorCode::UndeclaredPrefix, index,
-                  "The prefix of " + quoted(names_.text(name)) +
-                      " is not declared: xmlns:" + std::string(names_.text(prefix)) + "=\"...\" is missing.");
+                  worded("The prefix of '%1' is not declared: xmlns:%2=\"...\" is missing.",
+                         shown(names_.text(name)), names_.text(prefix)));
 }
 
 // Names as written are unique: two prefixes for one namespace remain. Sorted, so that a long list stays
@@ -105,8 +108,8 @@ bool Namespaces::checkDuplicates() {
     }
     return duplicate == kNone ||
            refuse(ErrorCode::DuplicateExpandedAttribute, duplicate,
-                  "Duplicate attribute " + quoted(names_.text(attributes_[duplicate].name)) +
-                      ": another prefix stands for the same namespace.");
+                  worded("Duplicate attribute '%1': another prefix stands for the same namespace.",
+                         shown(names_.text(attributes_[duplicate].name))));
 }
 
 std::uint32_t& Namespaces::newest(NameId prefix) {

@@ -9,6 +9,7 @@
 
 #include "engine/com/status.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::sax {
 namespace {
@@ -16,7 +17,8 @@ namespace {
 // A length for the handler. Texts this long are attribute values of gigabytes: rejected, not cut.
 int lengthOf(std::u16string_view text) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY, "A name or an attribute value is longer than a handler can take.");
+        throw com::Failure(E_OUTOFMEMORY,
+                           text::worded("A name or an attribute value is longer than a handler can take."));
     }
     return static_cast<int>(text.size());
 }
@@ -236,7 +238,7 @@ void SaxEvents::startElement(tables::NameId id, std::string_view name,
     std::size_t bytes = name.size();
     for (const reader::IdAttribute& attribute : attributes) bytes += attribute.value.size();
     if (bytes > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY, "A start tag is longer than a handler can take.");
+        throw com::Failure(E_OUTOFMEMORY, text::worded("A start tag is longer than a handler can take."));
     }
     scratch_.start(bytes);
     const std::u16string_view uri = uriOfElement();

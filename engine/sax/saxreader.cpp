@@ -14,6 +14,7 @@
 #include "engine/reader/detail/parse.h"
 #include "engine/source/comstream.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::sax {
 namespace {
@@ -329,8 +330,8 @@ HRESULT SaxReader::reportError(const source::ParseError& error, bool& inHandler)
     }
     std::string description = error.reason;
     if (error.position.line != 0) {
-        description = "Line " + std::to_string(error.position.line) + ", column " +
-                      std::to_string(error.position.column) + ": " + description;
+        description = text::worded("Line %1, column %2: %3", std::to_string(error.position.line),
+                                   std::to_string(error.position.column), description);
     }
     return com::fail(error.code, description);
 }

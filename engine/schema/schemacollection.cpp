@@ -8,6 +8,7 @@
 #include "engine/reader/reader.h"
 #include "engine/schema/streamvalidator.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::schema {
 
@@ -50,8 +51,10 @@ HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
         }
         const source::Input input = source::Input::location(com::textOf(source.bstrVal));
         if (input.kind() != source::Input::Kind::File) {
-            throw Failure(E_ACCESSDENIED, "The schema '" + input.path() +
-                                              "' is refused: only local files are read, never the network.");
+            throw Failure(
+                E_ACCESSDENIED,
+                text::worded("The schema '%1' is refused: only local files are read, never the network.",
+                             input.path()));
         }
         SchemaFile file{text::toUtf8(com::textOf(namespaceUri)), input.path()};
         std::vector<SchemaFile> files = files_;

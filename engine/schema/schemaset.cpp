@@ -9,6 +9,7 @@
 #include "engine/libstate/libstate.h"
 #include "engine/reader/reader.h"
 #include "engine/schema/elementpath.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/inclusions.h"
 #include "engine/xml2/treeexport.h"
 #include "engine/xml2/uri.h"
@@ -17,6 +18,7 @@ namespace engine::schema {
 
 namespace {
 
+using text::worded;
 using xml2::chars;
 using xml2::orThrow;
 
@@ -65,8 +67,17 @@ private:
     throw com::Failure(E_FAIL, xml2::placeText(file.path, line) + reason);
 }
 
-std::string namespaceWords(const std::string& uri) {
-    return uri.empty() ? std::string("no target namespace") : "the target namespace '" + uri + "'";
+std::string otherNamespace(const std::string& found, const std::string& wanted) {
+    if (found.empty()) {
+        return worded("The schema has no target namespace, but it was added for the target namespace '%1'.",
+                      wanted);
+    }
+    if (wanted.empty()) {
+        return worded("The schema has the target namespace '%1', but it was added for no target namespace.",
+                      found);
+    }
+    return worded("The schema has the target namespace '%1', but it was added for the target namespace '%2'.",
+                  found, wanted);
 }
 
 // `text` is the file's, as the inclusions have read it.
@@ -80,13 +91,11 @@ void checkRoot(const SchemaFile& file, const std::string& text) {
     }
     if (root.uri != kXsd || root.local != "schema") {
         refuse(file, root.line,
-               "The file is no XML Schema: its document element is '" + root.local + "', not 'schema' of " +
-                   std::string(kXsd) + '.');
+               worded("The file is no XML Schema: its document element is '%1', not 'schema' of %2.",
+                      root.local, kXsd));
     }
     if (root.targetNamespace != file.namespaceUri) {
-        refuse(file, root.line,
-               "The schema has " + namespaceWords(root.targetNamespace) + ", but it was added for " +
-                   namespaceWords(file.namespaceUri) + '.');
+        refuse(file, root.line, otherNamespace(root.targetNamespace, file.namespaceUri));
     }
 }
 
@@ -196,6 +205,53 @@ void findPlaces(Violations& violations) {
     }
 }
 
+// What libxml2 says of invalid documents, as far as it is worth having in other languages. Nothing here uses
+// it: it is here to be found with our own texts.
+[[maybe_unused]] constexpr const char* kTheirWords[]{
+    worded("Element '%1': %2"),
+    worded("Element '%1', attribute '%2': %3"),
+    worded("This element is not expected."),
+    worded("This element is not expected. Expected is ( %1 )."),
+    worded("This element is not expected. Expected is one of ( %1 )."),
+    worded("Missing child element(s). Expected is ( %1 )."),
+    worded("Missing child element(s). Expected is one of ( %1 )."),
+    worded(
+        "Character content other than whitespace is not allowed because the content type is 'element-only'."),
+    worded("Character content is not allowed, because the content type is empty."),
+    worded("Element content is not allowed, because the content type is empty."),
+    worded("Element content is not allowed, because the type definition is simple."),
+    worded("The attribute '%1' is required but missing."),
+    worded("The attribute '%1' is not allowed."),
+    worded("The value '%1' does not match the fixed value constraint '%2'."),
+    worded("'%1' is not a valid value of the atomic type '%2'."),
+    worded("'%1' is not a valid value of the list type '%2'."),
+    worded("'%1' is not a valid value of the union type '%2'."),
+    worded("'%1' is not a valid value of the local atomic type."),
+    worded("'%1' is not a valid value of the local list type."),
+    worded("'%1' is not a valid value of the local union type."),
+    worded("[facet '%1'] The value '%2' is not an element of the set {%3}."),
+    worded("[facet '%1'] The value '%2' is not accepted by the pattern '%3'."),
+    worded("[facet '%1'] The value '%2' is less than the minimum value allowed ('%3')."),
+    worded("[facet '%1'] The value '%2' is greater than the maximum value allowed ('%3')."),
+    worded("[facet '%1'] The value '%2' must be less than '%3'."),
+    worded("[facet '%1'] The value '%2' must be greater than '%3'."),
+    worded("[facet '%1'] The value '%2' has more digits than are allowed ('%3')."),
+    worded("[facet '%1'] The value '%2' has more fractional digits than are allowed ('%3')."),
+    worded("[facet '%1'] The value has a length of '%2'; this differs from the allowed length of '%3'."),
+    worded("[facet '%1'] The value has a length of '%2'; this exceeds the allowed maximum length of '%3'."),
+    worded("[facet '%1'] The value has a length of '%2'; this underruns the allowed minimum length of '%3'."),
+    worded("[facet '%1'] The value '%2' has a length of '%3'; this differs from the allowed length of '%4'."),
+    worded(
+        "[facet '%1'] The value '%2' has a length of '%3'; this exceeds the allowed maximum length of '%4'."),
+    worded("[facet '%1'] The value '%2' has a length of '%3'; this underruns the allowed minimum length of "
+           "'%4'."),
+    worded("Not all fields of key identity-constraint '%1' evaluate to a node."),
+    worded("Duplicate key-sequence %1 in key identity-constraint '%2'."),
+    worded("Duplicate key-sequence %1 in unique identity-constraint '%2'."),
+    worded("No match found for key-sequence %1 of keyref '%2'."),
+    worded("No matching global declaration available for the validation root."),
+};
+
 }  // namespace
 
 bool isViolation(const xmlError& error) noexcept {
@@ -210,7 +266,7 @@ std::string violationText(const char* message) {
     for (char& c : text) {
         if (c == '\n') c = ' ';
     }
-    return text.empty() ? "The document is not valid." : text;
+    return text.empty() ? worded("The document is not valid.") : text;
 }
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
@@ -242,7 +298,7 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     if (causes.isOutOfMemory()) throw std::bad_alloc();
     memory.throwIfHappened();
     if (schema_ == nullptr) {
-        if (causes.empty()) causes.add("The schema could not be compiled.");
+        if (causes.empty()) causes.add(worded("The schema could not be compiled."));
         throw com::Failure(E_FAIL, causes.text());
     }
 }
@@ -262,7 +318,7 @@ std::vector<reader::Violation> SchemaSet::validate(const dom::NodeSource& source
     if (violations.isOutOfMemory) throw std::bad_alloc();
     memory.throwIfHappened();
     if (result < 0)
-        throw com::Failure(E_FAIL, "The document could not be validated: " + violationText(nullptr));
+        throw com::Failure(E_FAIL, worded("The document could not be validated: %1", violationText(nullptr)));
     if (result > 0 && violations.found.empty()) {
         violations.found.emplace_back().error.code = statusOfViolation(result);
         violations.found.back().error.reason = violationText(nullptr);

@@ -10,6 +10,7 @@
 #include "engine/com/extension.h"
 #include "engine/com/status.h"
 #include "engine/libstate/libstate.h"
+#include "engine/text/worded.h"
 
 namespace engine::schema {
 
@@ -89,7 +90,9 @@ void StreamValidator::validate(source::Position position, Call&& call) {
     }
     if (found_.empty()) return;
     const std::vector<Found> found = std::exchange(found_, {});
-    if (hasFailed_) throw com::Failure(E_FAIL, "The document could not be validated: " + found.back().reason);
+    if (hasFailed_)
+        throw com::Failure(E_FAIL,
+                           text::worded("The document could not be validated: %1", found.back().reason));
     reader::Violation violation;
     violation.error.position = position;
     violation.path = path_.text();

@@ -9,27 +9,31 @@
 #include <cstring>
 #include <string>
 
+#include "engine/text/worded.h"
+
 namespace engine::source {
 namespace {
+
+using text::worded;
 
 // Our own words: the system's follow the user's language.
 std::string describe(int error) {
     switch (error) {
         case ENOENT:
         case ENOTDIR:
-            return "there is no such file";
+            return worded("there is no such file");
         case EACCES:
         case EPERM:
-            return "there is no right to read it";
+            return worded("there is no right to read it");
         case EISDIR:
-            return "it is a directory";
+            return worded("it is a directory");
         case EMFILE:
         case ENFILE:
-            return "too many files are open";
+            return worded("too many files are open");
         case EIO:
-            return "the device reports an error";
+            return worded("the device reports an error");
         default:
-            return "system error " + std::to_string(error);
+            return worded("system error %1", std::to_string(error));
     }
 }
 
@@ -40,13 +44,13 @@ ByteSource::~ByteSource() {
 }
 
 Fault ByteSource::systemFault(ErrorCode code, int error) const {
-    return {code, kNoOffset, "The file '" + input_.path() + "' cannot be read: " + describe(error) + "."};
+    return {code, kNoOffset, worded("The file '%1' cannot be read: %2.", input_.path(), describe(error))};
 }
 
 Fault ByteSource::open() {
     if (input_.kind() == Input::Kind::Refused) {
         return {ErrorCode::AddressRefused, kNoOffset,
-                "The address '" + input_.path() + "' is rejected: only files can be read."};
+                worded("The address '%1' is rejected: only files can be read.", input_.path())};
     }
     if (input_.kind() != Input::Kind::File) return {};
     if (input_.path().find('\0') != std::string::npos) return systemFault(ErrorCode::CannotOpen, ENOENT);
@@ -71,7 +75,7 @@ std::size_t ByteSource::readStream(char* to, std::size_t count) {
         if (now == 0) break;
         given += now;
     }
-    if (stream.hasFailed()) fault_ = {ErrorCode::CannotRead, kNoOffset, "The stream cannot be read."};
+    if (stream.hasFailed()) fault_ = {ErrorCode::CannotRead, kNoOffset, worded("The stream cannot be read.")};
     return given;
 }
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "engine/text/worded.h"
+
 namespace engine::source {
 namespace {
 
@@ -126,13 +128,13 @@ std::string narrowed(std::string_view head, const Layout& layout) {
 
 Fault conflict(const Declared& declared, std::string_view actual) {
     return {ErrorCode::EncodingConflict, declared.offset,
-            "The XML declaration says encoding '" + declared.name + "', but the document is written in " +
-                std::string(actual) + "."};
+            text::worded("The XML declaration says encoding '%1', but the document is written in %2.",
+                         declared.name, actual)};
 }
 
 Fault unknown(const Declared& declared) {
     return {ErrorCode::UnknownEncoding, declared.offset,
-            "The encoding '" + declared.name + "' is not known."};
+            text::worded("The encoding '%1' is not known.", declared.name)};
 }
 
 // The declaration could be read as ASCII, so the encoding that it names must give the same reading.
@@ -148,11 +150,12 @@ Detection detectEightBit(std::string_view head) {
     const bool isWide = name.starts_with("UTF-16") || name == "ISO-10646-UCS-2" || name == "UCS-2";
     const auto transcoder = isWide ? nullptr : Transcoder::create(found);
     if (transcoder == nullptr) {
-        found.fault = isWide ? conflict(*declared, "single bytes") : unknown(*declared);
+        found.fault = isWide ? conflict(*declared, text::worded("single bytes")) : unknown(*declared);
     } else {
         std::string reading;
         const Transcoded result = transcoder->convert(kDeclarationStart, false, reading);
-        if (result.fault || reading != kDeclarationStart) found.fault = conflict(*declared, "single bytes");
+        if (result.fault || reading != kDeclarationStart)
+            found.fault = conflict(*declared, text::worded("single bytes"));
     }
     if (found.fault)
         found.encoding = Encoding::Latin1;  // shows the declaration, and nothing else is looked at
@@ -170,7 +173,7 @@ Detection detectEbcdic(std::string_view head) {
     const std::optional<Declared> declared = declaredEncoding(reading);
     if (!declared) {
         found.fault = {ErrorCode::UnknownEncoding, 0,
-                       "The document is in an EBCDIC encoding that it does not declare."};
+                       text::worded("The document is in an EBCDIC encoding that it does not declare.")};
         return found;
     }
     found.name = declared->name;

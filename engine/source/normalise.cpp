@@ -6,9 +6,12 @@
 
 #include "engine/text/block.h"
 #include "engine/text/chars.h"
+#include "engine/text/worded.h"
 
 namespace engine::source {
 namespace {
+
+using text::worded;
 
 std::string hex(char byte) {
     char text[8];
@@ -39,7 +42,7 @@ bool isSecondByteValid(char first, char second) {
 }
 
 Fault badByte(char byte) {
-    return {ErrorCode::BadByte, kNoOffset, "Byte " + hex(byte) + " is not valid in UTF-8."};
+    return {ErrorCode::BadByte, kNoOffset, worded("Byte %1 is not valid in UTF-8.", hex(byte))};
 }
 
 Fault badCharacter(char32_t c) {
@@ -47,10 +50,9 @@ Fault badCharacter(char32_t c) {
     std::snprintf(number, sizeof number, "U+%04X", static_cast<unsigned>(c));
     if (c >= 0xD800 && c <= 0xDFFF) {
         return {ErrorCode::BadCharacter, kNoOffset,
-                std::string("Half of a surrogate pair, ") + number + ", stands without its other half."};
+                worded("Half of a surrogate pair, %1, stands without its other half.", number)};
     }
-    return {ErrorCode::BadCharacter, kNoOffset,
-            std::string("Character ") + number + " is not allowed in XML."};
+    return {ErrorCode::BadCharacter, kNoOffset, worded("Character %1 is not allowed in XML.", number)};
 }
 
 // The length of a character of the common sort, valid at a glance; 0 sends it to checkSequence.
@@ -75,14 +77,14 @@ Sequence checkSequence(std::string_view from, bool last) {
             if (!last) return {};
             return {0,
                     {ErrorCode::BadByte, kNoOffset,
-                     "The document ends in the middle of a UTF-8 character that starts with byte " +
-                         hex(from[0]) + "."}};
+                     worded("The document ends in the middle of a UTF-8 character that starts with byte %1.",
+                            hex(from[0]))}};
         }
         if (!isContinuation(from[i])) {
             return {0,
                     {ErrorCode::BadByte, kNoOffset,
-                     "Byte " + hex(from[0]) + " starts a UTF-8 character of " + std::to_string(length) +
-                         " bytes, but byte " + hex(from[i]) + " cannot continue it."}};
+                     worded("Byte %1 starts a UTF-8 character of %2 bytes, but byte %3 cannot continue it.",
+                            hex(from[0]), std::to_string(length), hex(from[i]))}};
         }
         if (i == 1 && !isSecondByteValid(from[0], from[1])) return {0, badByte(from[0])};
     }

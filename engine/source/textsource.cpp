@@ -11,6 +11,7 @@
 #include "engine/source/normalise.h"
 #include "engine/text/chars.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::source {
 namespace {
@@ -172,7 +173,8 @@ void TextSource::accept(std::size_t added, const Fault& after, bool isMoreToCome
     std::memset(text_ + end_, 0, kSlack);
     if (offsetOf(end()) > options_.lengthLimitInBytes && !checked.fault && !after) {
         end({ErrorCode::TooLong, kNoOffset,
-             "The document is longer than " + std::to_string(options_.lengthLimitInBytes) + " bytes."});
+             text::worded("The document is longer than %1 bytes.",
+                          std::to_string(options_.lengthLimitInBytes))});
     } else if (isOver) {
         end(checked.fault ? checked.fault : after ? after : bytes_.fault());
     }

@@ -12,6 +12,7 @@
 #include "engine/source/encoding.h"
 #include "engine/text/chars.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 
 namespace engine::source {
 namespace {
@@ -19,13 +20,12 @@ namespace {
 Fault badByte(char byte, std::string_view encoding) {
     char hex[8];
     std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    return {ErrorCode::BadByte, kNoOffset,
-            std::string("Byte ") + hex + " is not valid in " + std::string(encoding) + "."};
+    return {ErrorCode::BadByte, kNoOffset, text::worded("Byte %1 is not valid in %2.", hex, encoding)};
 }
 
 Fault cutShort(std::string_view encoding) {
     return {ErrorCode::BadByte, kNoOffset,
-            "The document ends in the middle of a character (encoding " + std::string(encoding) + ")."};
+            text::worded("The document ends in the middle of a character (encoding %1).", encoding)};
 }
 
 // One byte, one character.

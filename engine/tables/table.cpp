@@ -4,6 +4,7 @@
 #include <new>
 
 #include "engine/com/status.h"
+#include "engine/text/worded.h"
 
 namespace engine::tables {
 
@@ -34,8 +35,9 @@ void detail::freeBlock(void* block) noexcept {
 void detail::tableIsFull() {
     throw com::Failure(
         E_OUTOFMEMORY,
-        "The document is too large: a tree holds at most 4 GiB of text and 4,294,967,280 nodes or "
-        "attributes.");
+        text::worded(
+            "The document is too large: a tree holds at most 4 GiB of text and 4,294,967,280 nodes or "
+            "attributes."));
 }
 
 }  // namespace engine::tables

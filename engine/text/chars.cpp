@@ -134,15 +134,16 @@ std::string quoted(char32_t c) {
     return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string shown(std::string_view text) {
     constexpr std::size_t kLongest = 80;
     std::size_t length = std::min(text.size(), kLongest);
     while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
         --length;
-    std::string shown = "'";
-    for (char c : text.substr(0, length)) shown += c == '\n' || c == '\t' ? ' ' : c;  // a reason is one line
-    if (length < text.size()) shown += "...";
-    return shown + "'";
+    std::string result(text.substr(0, length));
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return c == '\n' || c == '\t'; }, ' ');
+    if (length < text.size()) result += "...";
+    return result;
 }
 
 }  // namespace engine::text

@@ -57,9 +57,9 @@ char* writeUtf8(char* to, char32_t c) noexcept;
 [[nodiscard]] bool isNcName(std::u16string_view text) noexcept;  // a name without a colon
 [[nodiscard]] bool isQualifiedName(std::u16string_view text) noexcept;  // with a prefix or without
 
-// How a message shows a character or a piece of text: quoted; by code point if it cannot be seen; cut if
-// long.
+// How a message shows a character: quoted; by code point if it cannot be seen.
 [[nodiscard]] std::string quoted(char32_t c);
-[[nodiscard]] std::string quoted(std::string_view text);
+// How a message shows a piece of text, between its quotes: on one line, and cut if it is long.
+[[nodiscard]] std::string shown(std::string_view text);
 
 }  // namespace engine::text

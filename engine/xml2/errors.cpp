@@ -6,9 +6,12 @@
 
 #include "engine/libstate/libstate.h"
 #include "engine/libstate/xslterrors.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/uri.h"
 
 namespace engine::xml2 {
+
+using text::worded;
 
 namespace {
 
@@ -18,7 +21,7 @@ constexpr std::size_t kLongestLine = 2000;  // bytes
 // The library's words for work that goes on and on, and ours.
 constexpr std::string_view kLimitReached = "Operation limit exceeded";
 constexpr std::string_view kEndless =
-    "Stopped as endless: this is far more work than a document of this size can ask for.";
+    worded("Stopped as endless: this is far more work than a document of this size can ask for.");
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kBlank = " \t\r\n";
@@ -119,8 +122,9 @@ void Causes::add(const xmlError& error) {
     std::string text(trimmed(error.message));
     if (text == kLimitReached) text = kEndless;
     if (error.domain == XML_FROM_XPATH && error.str1 != nullptr) {
-        text = "XPath expression '" + std::string(error.str1) + "': " + text;
-        if (error.int1 > 0) text += " at character " + std::to_string(error.int1 + 1);
+        text = error.int1 > 0 ? worded("XPath expression '%1': %2 at character %3", error.str1, text,
+                                       std::to_string(error.int1 + 1))
+                              : worded("XPath expression '%1': %2", error.str1, text);
     }
     const auto line = error.line > 0 ? static_cast<std::uint32_t>(error.line) : 0;
     const std::string_view file = error.file == nullptr ? std::string_view() : error.file;
@@ -190,7 +194,7 @@ std::string Causes::text() {
         if (!all.empty()) all += '\n';
         all += line;
     }
-    if (dropped_ != 0) all += "\n... and " + std::to_string(dropped_) + " more";
+    if (dropped_ != 0) all += '\n' + worded("... and %1 more", std::to_string(dropped_));
     return all;
 }
 

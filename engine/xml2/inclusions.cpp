@@ -8,11 +8,14 @@
 
 #include "engine/libstate/libstate.h"
 #include "engine/reader/reader.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/servedtext.h"
 #include "engine/xml2/uri.h"
 
 namespace engine::xml2 {
+
+using text::worded;
 
 namespace {
 
@@ -23,16 +26,16 @@ thread_local Inclusions* current = nullptr;
 
 // Why the file cannot be brought in; empty: it can.
 std::string obstacle(const std::string& uri) {
-    if (uri.empty()) return "that is not a valid address";
+    if (uri.empty()) return worded("that is not a valid address");
     const std::string path = localPath(uri);
-    if (path.empty()) return "only local files are read, never the network";
+    if (path.empty()) return worded("only local files are read, never the network");
     std::error_code failure;
     const std::filesystem::file_status status = std::filesystem::status(path, failure);
-    if (status.type() == std::filesystem::file_type::not_found) return "the file does not exist";
-    if (std::filesystem::is_directory(status)) return "that is a directory";
+    if (status.type() == std::filesystem::file_type::not_found) return worded("the file does not exist");
+    if (std::filesystem::is_directory(status)) return worded("that is a directory");
     // not opened: a pipe would wait for its writer
-    if (!std::filesystem::is_regular_file(status)) return "that is no regular file";
-    if (!std::ifstream(path).good()) return "the file cannot be opened for reading";
+    if (!std::filesystem::is_regular_file(status)) return worded("that is no regular file");
+    if (!std::ifstream(path).good()) return worded("the file cannot be opened for reading");
     return {};
 }
 
@@ -71,8 +74,8 @@ Inclusions::Verdict Inclusions::judge(const Reference& reference) {
     }
     const bool isHint = dialect_ == Dialect::Schema && reference.local == "import";
     addCause(reference.document, reference.line,
-             "cannot " + std::string(reference.local) + " '" +
-                 (uri.empty() ? reference.href : displayName(uri)) + "': " + reason);
+             worded("cannot %1 '%2': %3", reference.local, uri.empty() ? reference.href : displayName(uri),
+                    reason));
     return isHint ? Verdict::DropReference : Verdict::Stop;
 }
 
@@ -110,7 +113,7 @@ const std::string* Inclusions::textOf(const std::string& uri) {
     const auto known = texts_.find(uri);
     if (known != texts_.end()) return &known->second;
     if (!isAdmitted(uri)) {
-        addCause({}, 0, "access to '" + displayName(uri) + "' is refused");
+        addCause({}, 0, worded("access to '%1' is refused", displayName(uri)));
         return nullptr;
     }
     const auto provided = provided_.find(uri);
@@ -134,7 +137,7 @@ const std::string* Inclusions::read(const std::string& uri) {
         }
     } catch (const ServedText::TooLong& text) {
         addCause(uri, text.line,
-                 "with its entities and attribute defaults, the file is far longer than it looks");
+                 worded("with its entities and attribute defaults, the file is far longer than it looks"));
         return nullptr;
     }
     if (!sink.accepted()) return nullptr;
@@ -150,11 +153,12 @@ const std::string* Inclusions::handOut(const std::string& uri) {
     const std::string* text = textOf(uri);
     if (text == nullptr) return nullptr;
     if (++documents_ > kMaxDocuments) {
-        addCause({}, 0, "more than " + std::to_string(kMaxDocuments) + " files are included or imported");
+        addCause({}, 0, worded("more than %1 files are included or imported", std::to_string(kMaxDocuments)));
         return nullptr;
     }
     if (text->size() > textLeftInBytes()) {
-        addCause({}, 0, "the included and imported files come to too much text, most of it the same again");
+        addCause({}, 0,
+                 worded("the included and imported files come to too much text, most of it the same again"));
         return nullptr;
     }
     textInBytes_ += text->size();

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "engine/com/status.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/errors.h"
 
 namespace engine::xml2 {
@@ -21,6 +22,7 @@ namespace {
 using dom::NodeId;
 using dom::NodeKind;
 using dom::Tree;
+using text::worded;
 
 constexpr std::size_t kFirstBlock = std::size_t{16} << 10;  // bytes; each block is twice the one before
 constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
@@ -132,7 +134,7 @@ private:
     }
 
     static int length(std::string_view text) {
-        if (text.size() >= INT_MAX) throw com::Failure(E_FAIL, "A single text is longer than 2 GB.");
+        if (text.size() >= INT_MAX) throw com::Failure(E_FAIL, worded("A single text is longer than 2 GB."));
         return static_cast<int>(text.size());
     }
 
@@ -335,9 +337,9 @@ private:
             return orThrow(xmlSearchNs(doc_.get(), reinterpret_cast<xmlNode*>(doc_.get()), prefix.text));
         }
         throw com::Failure(E_FAIL,
-                           at(element) + "The prefix of '" + std::string(written) +
-                               "' is not declared; an attribute 'xmlns:" + std::string(view(prefix.text)) +
-                               "' on the element or around it would declare it.");
+                           at(element) + worded("The prefix of '%1' is not declared; an attribute 'xmlns:%2' "
+                                                "on the element or around it would declare it.",
+                                                written, view(prefix.text)));
     }
 
     void copyAttribute(xmlNode& node, NodeId id, std::uint32_t index) {
@@ -375,21 +377,24 @@ private:
     std::string at(NodeId element) const { return placeText(options_.uri, tree_.position(element).line); }
 
     [[noreturn]] void tooManyDeclarations(NodeId element) const {
-        throw com::Failure(E_FAIL, at(element) + "The element '" + std::string(tree_.name(element)) +
-                                       "' declares more than " + std::to_string(options_.declarationLimit) +
-                                       " namespaces, which is too many here.");
+        throw com::Failure(
+            E_FAIL,
+            at(element) + worded("The element '%1' declares more than %2 namespaces, which is too many here.",
+                                 tree_.name(element), std::to_string(options_.declarationLimit)));
     }
 
     [[noreturn]] void tooManyAttributes(NodeId element) const {
-        throw com::Failure(E_FAIL, at(element) + "The element '" + std::string(tree_.name(element)) +
-                                       "' has more than " + std::to_string(options_.attributeLimit) +
-                                       " attributes, which is too many here.");
+        throw com::Failure(
+            E_FAIL,
+            at(element) + worded("The element '%1' has more than %2 attributes, which is too many here.",
+                                 tree_.name(element), std::to_string(options_.attributeLimit)));
     }
 
     [[noreturn]] void tooDeep(NodeId element) const {
-        throw com::Failure(E_FAIL, at(element) + "The document is nested more than " +
-                                       std::to_string(options_.depthLimit) +
-                                       " elements deep, which is too deep here.");
+        throw com::Failure(
+            E_FAIL,
+            at(element) + worded("The document is nested more than %1 elements deep, which is too deep here.",
+                                 std::to_string(options_.depthLimit)));
     }
 
     struct Inherited {

@@ -19,6 +19,7 @@
 
 #include "engine/com/status.h"
 #include "engine/libstate/libstate.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/errors.h"
 #include "engine/xml2/treeexport.h"
 #include "engine/xslt/forwardpath.h"
@@ -36,6 +37,7 @@ using dom::ExpressionValue;
 using dom::NodeId;
 using dom::SelectedNode;
 using dom::Tree;
+using text::worded;
 using xml2::chars;
 using xml2::orThrow;
 using xml2::view;
@@ -104,35 +106,35 @@ private:
     std::vector<xmlNode*> elements_;  // by id; empty until an element is asked for
 };
 
-std::string messageFor(int code, std::string_view detail) {
+std::string messageFor(int code, std::string_view name) {
     switch (code - kFirstCode) {
         case XPATH_UNFINISHED_LITERAL_ERROR:
         case XPATH_START_LITERAL_ERROR:
-            return "expected a closing quote";
+            return worded("expected a closing quote");
         case XPATH_VARIABLE_REF_ERROR:
         case XPATH_UNDEF_VARIABLE_ERROR:
         case XPATH_FORBID_VARIABLE_ERROR:
-            return "variables are not defined here";
+            return worded("variables are not defined here");
         case XPATH_INVALID_PREDICATE_ERROR:
-            return "expected ']' after a predicate";
+            return worded("expected ']' after a predicate");
         case XPATH_UNCLOSED_ERROR:
-            return "expected ')'";
+            return worded("expected ')'");
         case XPATH_UNKNOWN_FUNC_ERROR:
-            return "unknown function" + std::string(detail);
+            return name.empty() ? worded("unknown function") : worded("unknown function '%1'", name);
         case XPATH_INVALID_TYPE:
-            return "operand of a wrong type; expected a node set";
+            return worded("operand of a wrong type; expected a node set");
         case XPATH_INVALID_ARITY:
-            return "wrong number of arguments";
+            return worded("wrong number of arguments");
         case XPATH_UNDEF_PREFIX_ERROR:
-            return "undeclared prefix" + std::string(detail);
+            return name.empty() ? worded("undeclared prefix") : worded("undeclared prefix '%1'", name);
         case XPATH_INVALID_CHAR_ERROR:
-            return "character that XML does not allow";
+            return worded("character that XML does not allow");
         case XPATH_OP_LIMIT_EXCEEDED:
-            return "more work than is allowed for a document of this size";
+            return worded("more work than is allowed for a document of this size");
         case XPATH_RECURSION_LIMIT_EXCEEDED:
-            return "expression is nested too deep";
+            return worded("expression is nested too deep");
         default:
-            return "expected an expression";
+            return worded("expected an expression");
     }
 }
 
@@ -174,16 +176,14 @@ public:
         const std::string_view expression = asked.text;
         const bool lacksPrefix = code_ == kFirstCode + XPATH_UNDEF_PREFIX_ERROR;
         const std::string_view name = lacksPrefix ? undeclaredPrefix(asked) : std::string_view(name_);
-        std::string detail;
         std::size_t offset = offset_ < 0 ? expression.npos : static_cast<std::size_t>(offset_);
         if (!name.empty()) {
-            detail = " '" + std::string(name) + "'";
             offset = lacksPrefix ? static_cast<std::size_t>(name.data() - expression.data())
                                  : expression.find(name);
         }
-        throw ExpressionError(messageFor(code_, detail), std::min(offset, expression.size()) == offset
-                                                             ? characters(expression.substr(0, offset)) + 1
-                                                             : 0);
+        throw ExpressionError(messageFor(code_, name), std::min(offset, expression.size()) == offset
+                                                           ? characters(expression.substr(0, offset)) + 1
+                                                           : 0);
     }
 
 private:
@@ -229,7 +229,7 @@ SelectedNode selected(const xmlNode* node) {
         case XML_DOCUMENT_NODE:
             return {dom::kDocumentNode, SelectedNode::kNoAttribute};
         case XML_NAMESPACE_DECL:
-            throw ExpressionError("namespace nodes cannot be selected", 0);
+            throw ExpressionError(worded("namespace nodes cannot be selected"), 0);
         case XML_ATTRIBUTE_NODE:
             break;
         default:
@@ -261,7 +261,7 @@ ExpressionValue valueOf(const Tree& tree, xmlXPathObject& object, ExpressionValu
     switch (kind) {
         case ExpressionValue::Kind::Nodes: {
             if (object.type != XPATH_NODESET)
-                throw ExpressionError("expected an expression that selects nodes", 1);
+                throw ExpressionError(worded("expected an expression that selects nodes"), 1);
             if (object.nodesetval == nullptr) break;
             sortNodes(*object.nodesetval);
             value.nodes.reserve(static_cast<std::size_t>(object.nodesetval->nodeNr));
@@ -332,9 +332,10 @@ class LibxmlEvaluator final : public dom::Evaluator {
 public:
     ExpressionValue evaluate(const dom::NodeSource& context, const Expression& expression,
                              ExpressionValue::Kind kind) override {
-        if (expression.text.size() > kLongestExpression) throw ExpressionError("expression is too long", 0);
+        if (expression.text.size() > kLongestExpression)
+            throw ExpressionError(worded("expression is too long"), 0);
         if (const std::size_t nul = expression.text.find('\0'); nul != std::string::npos)
-            throw ExpressionError("character that XML does not allow", 0);
+            throw ExpressionError(worded("character that XML does not allow"), 0);
         if (const std::optional<ForwardPath> path = ForwardPath::compile(expression)) {
             if (std::optional<ExpressionValue> value = path->evaluate(context.tree, context.node, kind))
                 return std::move(*value);
@@ -352,7 +353,7 @@ public:
         }
         xmlNode* const node = copy->find(context.node);
         if (node == nullptr)
-            throw com::Failure(E_INVALIDARG, "Expressions start at a document or an element.");
+            throw com::Failure(E_INVALIDARG, worded("Expressions start at a document or an element."));
         Evaluation evaluation(expression, *copy, node);
         ExpressionValue value;
         const auto run = [&] { value = evaluation.run(context.tree, kind); };

@@ -2,6 +2,7 @@
 // lead to, and those after "//", which all nodes below inherit. So each node is looked at once, in document
 // order, whatever the number of paths that lead to it; a node without bits ends the walk into it.
 #include "engine/xslt/forwardpath.h"
+#include "engine/text/worded.h"
 
 #include <algorithm>
 #include <bit>
@@ -358,7 +359,8 @@ std::optional<ExpressionValue> ForwardPath::evaluate(const Tree& tree, NodeId co
                                                      ExpressionValue::Kind kind) const {
     using Kind = ExpressionValue::Kind;
     const bool isForNodes = kind == Kind::Nodes;
-    if (isForNodes && isCount_) throw dom::ExpressionError("expected an expression that selects nodes", 1);
+    if (isForNodes && isCount_)
+        throw dom::ExpressionError(text::worded("expected an expression that selects nodes"), 1);
     if (!isForNodes && !isCount_ && kind != Kind::Truth) return std::nullopt;
     NodeId start = context;
     if (isAbsolute_) {

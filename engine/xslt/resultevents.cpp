@@ -5,12 +5,14 @@
 #include <vector>
 
 #include "engine/com/status.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/handles.h"
 
 namespace engine::xslt {
 
 namespace {
 
+using text::worded;
 using xml2::view;
 
 class Nowhere final : public reader::Locator {
@@ -27,20 +29,20 @@ void checkTopLevel(const xmlDoc& result) {
     for (const xmlNode* node = result.children; node != nullptr; node = node->next) {
         if (node->type == XML_ELEMENT_NODE) {
             if (root != nullptr) {
-                throw com::Failure(E_FAIL, "The result of the transformation is no document: '" +
-                                               std::string(view(node->name)) +
-                                               "' is a second element beside '" +
-                                               std::string(view(root->name)) + "'.");
+                throw com::Failure(E_FAIL, worded("The result of the transformation is no document: '%1' is "
+                                                  "a second element beside '%2'.",
+                                                  view(node->name), view(root->name)));
             }
             root = node;
         } else if (node->type == XML_TEXT_NODE && !isWhite(view(node->content))) {
-            throw com::Failure(E_FAIL,
-                               "The result of the transformation is no document: it has text outside its "
-                               "elements.");
+            throw com::Failure(
+                E_FAIL, worded("The result of the transformation is no document: it has text outside its "
+                               "elements."));
         }
     }
     if (root == nullptr) {
-        throw com::Failure(E_FAIL, "The result of the transformation is no document: it has no element.");
+        throw com::Failure(E_FAIL,
+                           worded("The result of the transformation is no document: it has no element."));
     }
 }
 

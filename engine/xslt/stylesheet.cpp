@@ -19,6 +19,7 @@
 #include <libxslt/xsltutils.h>
 
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 #include "engine/xml2/handles.h"
 #include "engine/xml2/treeexport.h"
 #include "engine/xml2/uri.h"
@@ -91,6 +92,7 @@ void addFunctions(xsltTransformContext& context) {
 
 namespace {
 
+using text::worded;
 using xml2::chars;
 using xml2::orThrow;
 using xml2::view;
@@ -285,9 +287,9 @@ void StyleSheet::compile() {
     });
     inclusions_.provide(uri_, [this] { return dump(*exportStyle()); });
     style_.reset(xsltParseStylesheetDoc(document.get()));
-    if (style_ == nullptr) operation.fail("The style sheet could not be compiled.");
+    if (style_ == nullptr) operation.fail(worded("The style sheet could not be compiled."));
     (void)document.release();  // the style sheet's from now on, also when it has errors
-    if (style_->errors != 0) operation.fail("The style sheet has errors.");
+    if (style_->errors != 0) operation.fail(worded("The style sheet has errors."));
     charges_ = Meter::equip(*style_);
     encoding_ = outputEncoding(*style_);
     if (!operation.causes().empty()) addLines(steps_.asWritten(operation.causes().text()), warnings_);
@@ -345,7 +347,8 @@ xml2::DocHandle StyleSheet::run(xmlDoc& document, std::size_t templateDepth, con
     parameters.push_back(nullptr);
     xml2::DocHandle result(
         xsltApplyStylesheetUser(style_.get(), &document, parameters.data(), nullptr, nullptr, context.get()));
-    if (result == nullptr || context->state != XSLT_STATE_OK) operation.fail("The transformation failed.");
+    if (result == nullptr || context->state != XSLT_STATE_OK)
+        operation.fail(worded("The transformation failed."));
     if (options.reports != nullptr && !operation.causes().empty())
         addLines(steps_.asWritten(operation.causes().text()), *options.reports);
     operation.finish();
@@ -357,7 +360,7 @@ std::u16string StyleSheet::save(xmlDoc& result) const {
     Operation operation(none, steps_);
     const BufferHandle buffer(orThrow(xmlAllocOutputBuffer(nullptr)));
     if (xsltSaveResultTo(buffer.get(), &result, style_.get()) < 0) {
-        operation.fail("The result of the transformation could not be written.");
+        operation.fail(worded("The result of the transformation could not be written."));
     }
     operation.finish();
     return text::toUtf16({reinterpret_cast<const char*>(xmlOutputBufferGetContent(buffer.get())),
@@ -369,7 +372,7 @@ std::string StyleSheet::saveBytes(xmlDoc& result) const {
     Operation operation(none, steps_);
     xmlCharEncodingHandler* const converter = xmlFindCharEncodingHandler(encoding_.c_str());
     if (converter == nullptr)
-        operation.fail("The encoding '" + encoding_ + "' that the style sheet asks for is not known.");
+        operation.fail(worded("The encoding '%1' that the style sheet asks for is not known.", encoding_));
     std::string bytes;
     xmlOutputBuffer* const buffer = xmlOutputBufferCreateIO(appendBytes, nullptr, &bytes, converter);
     if (buffer == nullptr) {
@@ -379,7 +382,7 @@ std::string StyleSheet::saveBytes(xmlDoc& result) const {
     BufferHandle owner(buffer);
     const bool isWritten = xsltSaveResultTo(buffer, &result, style_.get()) >= 0;
     if (xmlOutputBufferClose(owner.release()) < 0 || !isWritten)
-        operation.fail("The result of the transformation could not be written.");
+        operation.fail(worded("The result of the transformation could not be written."));
     operation.finish();
     return bytes;
 }

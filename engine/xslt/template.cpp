@@ -11,6 +11,7 @@
 #include "engine/libstate/libstate.h"
 #include "engine/text/chars.h"
 #include "engine/text/utf.h"
+#include "engine/text/worded.h"
 #include "engine/xslt/resultevents.h"
 
 namespace engine::xslt {
@@ -58,7 +59,8 @@ void writeAll(ISequentialStream& stream, std::string_view bytes) {
         const HRESULT status =
             stream.Write(bytes.data(), static_cast<ULONG>(std::min(bytes.size(), kMax)), &done);
         if (FAILED(status) || done == 0)
-            throw Failure(FAILED(status) ? status : E_FAIL, "The stream took no more of the result.");
+            throw Failure(FAILED(status) ? status : E_FAIL,
+                          text::worded("The stream took no more of the result."));
         bytes.remove_prefix(std::min<std::size_t>(done, bytes.size()));
     }
 }
@@ -161,8 +163,8 @@ HRESULT Processor::get_output(VARIANT* output) {
 HRESULT Processor::addParameter(BSTR name, VARIANT value, BSTR namespaceUri) {
     return guarded([&] {
         if (!text::isNcName(com::textOf(name)))
-            throw Failure(E_INVALIDARG, "'" + text::toUtf8(com::textOf(name).substr(0, 100)) +
-                                            "' is not a name that a parameter can have.");
+            throw Failure(E_INVALIDARG, text::worded("'%1' is not a name that a parameter can have.",
+                                                     text::toUtf8(com::textOf(name).substr(0, 100))));
         std::string full = text::toUtf8(com::textOf(name));
         if (!com::textOf(namespaceUri).empty())
             full = '{' + text::toUtf8(com::textOf(namespaceUri)) + '}' + full;

@@ -20,6 +20,7 @@
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/msdomxmlelement.h"
 #include "msxml_parser/detail/msdomxmlelementitr.h"
+#include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
@@ -264,7 +265,7 @@ bool reporting(Error& error, Work&& work) {
         return msxml::atBorder(std::forward<Work>(work));
     } catch (const _com_error& exception) {
         return fail(error, IKelDOMXml::kTransformFailed, "Exception during transform: %1",
-                    msxml::descriptionOf(exception));
+                    msxml::translatedPlaces(msxml::descriptionOf(exception)));
     }
 }
 

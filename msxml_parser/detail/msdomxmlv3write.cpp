@@ -36,7 +36,8 @@ WriteSettings settingsOf(unsigned options, const KelString& encoding) {
 
 // The system's own words, or ours where it said nothing.
 KelString reasonOf(int systemError) {
-    if (systemError == 0) return KelString("The medium took no more bytes");
+    KelString reason;
+    if (systemError == 0) return kel::translate(reason, "The medium took no more bytes");
     const std::string text = std::generic_category().message(systemError);
     return KelString(std::u16string_view(kel::fromUtf8(text)));
 }
@@ -92,7 +93,8 @@ private:
 
 // Empty: everything is written; else why not. Memory that ran out is raised.
 KelString MSDOMXml::writeTo(OutputStream& out, const WriteSettings& settings) {
-    if (!documentElement()) return KelString("The document has no root element");
+    KelString reason;
+    if (!documentElement()) return kel::translate(reason, "The document has no root element");
     try {
         msxml::writeDocument(document_, out, settings);
         return {};
@@ -100,9 +102,8 @@ KelString MSDOMXml::writeTo(OutputStream& out, const WriteSettings& settings) {
         out.rethrow();
         if (out.hasFailed()) return reasonOf(out.systemError());
         if (error.Error() == E_OUTOFMEMORY) throw;
-        KelString reason = msxml::descriptionOf(error);
-        if (reason.isEmpty()) reason = KelString("The engine refused it");
-        return reason;
+        reason = msxml::descriptionOf(error);
+        return reason.isEmpty() ? kel::translate(reason, "The engine refused it") : reason;
     }
 }
 

@@ -11,6 +11,7 @@
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/msdomxml.h"
+#include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
@@ -170,7 +171,8 @@ bool MSXmlSchema::addFile(const KelString& namespaceUri, const KelString& path) 
         if (error.Error() == E_OUTOFMEMORY) throw;
         const KelString reason = msxml::descriptionOf(error);
         error_.setDetails(0, 0, reason);
-        return fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", normalised, reason);
+        return fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", normalised,
+                    msxml::translatedPlaces(reason));
     }
     schemas_ = std::move(schemas);
     reader_ = {};  // holds the collection as it was

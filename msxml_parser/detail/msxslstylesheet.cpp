@@ -9,6 +9,7 @@
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/outputstream.h"
+#include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
@@ -86,9 +87,10 @@ bool MSXslStyleSheet::refuse(const KelString* path, const _com_error& error) {
     if (error.Error() == E_OUTOFMEMORY) throw _com_error(error);
     const KelString reason = msxml::descriptionOf(error);
     error_.setDetails(0, 0, reason);
+    const KelString causes = msxml::translatedPlaces(reason);
     return path != nullptr
-               ? fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", *path, reason)
-               : fail(error_, IKelXmlError::kRefused, "Error while compiling Xml : %1", reason);
+               ? fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", *path, causes)
+               : fail(error_, IKelXmlError::kRefused, "Error while compiling Xml : %1", causes);
 }
 
 // Templates want documents that may be used on any thread, so the style sheet has one of its own.
@@ -206,7 +208,8 @@ bool MSXslStyleSheet::transform(IKelDOMXml* source, Before&& before, After&& aft
         if (error.Error() == E_OUTOFMEMORY) throw;
         const KelString reason = msxml::descriptionOf(error);
         error_.setDetails(0, 0, reason);
-        return fail(error_, IKelXmlError::kTransformFailed, "Exception during transform: %1", reason);
+        return fail(error_, IKelXmlError::kTransformFailed, "Exception during transform: %1",
+                    msxml::translatedPlaces(reason));
     }
 }
 

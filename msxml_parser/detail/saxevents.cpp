@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "KelBasicTypes/message.h"
 #include "msxml_parser/detail/enginereports.h"
 #include "msxml_parser/detail/text.h"
 
@@ -134,8 +135,8 @@ void SaxEvents::showDeclarations() {
 
 HRESULT SaxEvents::refuseDepth() noexcept {
     (void)deliver([&](IKelSAXXmlHandlerV2&) {
-        KelString reason(u"Elements are nested more than ");
-        reason.append(KelString(depthLimit_)).append(u" deep.");
+        KelString reason;
+        kel::translate(reason, "Elements are nested more than %1 deep.", KelString(depthLimit_));
         failure_ = {E_FAIL, true, line(), column(), std::move(reason)};
     });
     return E_ABORT;

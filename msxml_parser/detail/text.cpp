@@ -3,17 +3,19 @@
 #include <limits>
 #include <string>
 
+#include "msxml_parser/detail/reasons.h"
+
 namespace msxml {
 
 KelString descriptionOf(const _com_error& error) {
-    return KelString(std::u16string_view(descriptionTextOf(error)));
+    return translatedReason(descriptionTextOf(error));
 }
 
 KelString trimmedReason(const OLECHAR* message) {
     if (message == nullptr) return {};
     std::u16string_view reason(reinterpret_cast<const char16_t*>(message));  // one unit under two names
     while (!reason.empty() && reason.back() <= u' ') reason.remove_suffix(1);
-    return KelString(reason);
+    return translatedReason(reason);
 }
 
 namespace {
@@ -54,7 +56,7 @@ RefusalTexts readRefusal(const ComPtr<IXMLDOMParseError>& record) {
 KelString readReason(const ComPtr<IXMLDOMParseError>& record) {
     BStr reason;
     check(record->get_reason(reason.receive()), record);
-    return KelString(reason.view());
+    return translatedReason(reason.view());
 }
 
 bool holdsError(const ComPtr<IXMLDOMParseError>& record) {

@@ -97,10 +97,11 @@ inline void assign(KelCString& out, std::u16string_view text) {
     out.assignLowBytes(text);
 }  // the low bytes
 
-// What an engine says is wrong, without the line end that the platform's texts have; null is empty.
+// What an engine says is wrong, translated (reasons.h), without the line end that the platform's texts have;
+// null is empty.
 [[nodiscard]] KelString trimmedReason(const OLECHAR* message);
 
-// The description attached to an engine failure; empty if there is none.
+// The description attached to an engine failure, translated; empty if there is none.
 [[nodiscard]] KelString descriptionOf(const _com_error& error);
 
 // A position in a document.
@@ -113,7 +114,7 @@ struct SourcePosition {
 struct RefusalTexts {
     KelString line;
     KelString column;
-    KelString reason;  // as the engine gives it
+    KelString reason;  // translated
     SourcePosition position;
 };
 

@@ -1,4 +1,4 @@
-# docs/errors.md has every message that the sources hold, and no other. Messages for people are those of the
+# docs/errors.md has every message that the sources hold, and no other, but for the reasons inside messages. Messages for people are those of the
 # catalogues, which a test of their own compares with the sources; the texts of exceptions and assertions, and the
 # numbers of codes and statuses, come from the sources themselves. Run with -D for: SOURCES, MSGCAT
 cmake_minimum_required(VERSION 3.25)
@@ -8,6 +8,11 @@ file(READ ${SOURCES}/docs/errors.md page)
 
 execute_process(COMMAND ${MSGCAT} --no-wrap ${SOURCES}/po/msxml_parser/de.po OUTPUT_VARIABLE catalogue
     COMMAND_ERROR_IS_FATAL ANY)
+string(FIND "${catalogue}" "# What the engine reports." reasons)  # the rest of the catalogue
+if(reasons EQUAL -1)
+    message(FATAL_ERROR "the catalogue does not say where the reasons begin")
+endif()
+string(SUBSTRING "${catalogue}" 0 ${reasons} catalogue)
 string(REGEX REPLACE "\"\n\"" "" catalogue "${catalogue}")  # a text of several lines
 string(REGEX MATCHALL "msgid \"[^\n]+\"\n" messages "${catalogue}")
 list(TRANSFORM messages REPLACE "^msgid \"(.*)\"\n$" "\\1")

@@ -11,16 +11,17 @@
 #include "engine/reader/events.h"
 #include "engine/source/textsource.h"
 #include "engine/text/chars.h"
+#include "engine/text/worded.h"
 
 namespace engine::reader::detail {
 
-using namespace text;  // characters and names
+using namespace text;  // characters, names and words
 using source::Fault;
 using source::kNoOffset;
 using source::TextSource;
 
-inline constexpr std::string_view kDoctypeProhibited =
-    "A DOCTYPE is not allowed here: documents with a document type declaration are refused.";
+inline constexpr const char* kDoctypeProhibited =
+    worded("A DOCTYPE is not allowed here: documents with a document type declaration are refused.");
 
 class Context final : public Locator {
 public:

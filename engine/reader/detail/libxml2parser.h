@@ -80,7 +80,7 @@ private:
                        xmlChar* content);
     void declareAttribute(const xmlChar* element, const xmlChar* name, int type, const xmlChar* defaultValue);
     void declareNotation(std::string_view name, bool hasIdentifier);
-    void refuseColon(std::string_view name, std::string_view what);
+    void refuseColon(std::string_view name, const char* words);
     [[nodiscard]] xmlEntity* generalEntity(const xmlChar* name);
     [[nodiscard]] xmlEntity* parameterEntity(const xmlChar* name);
     [[nodiscard]] bool mayBeDeclaredOutside() const;

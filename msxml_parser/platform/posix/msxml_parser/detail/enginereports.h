@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/com/extension.h"
+#include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"
 #include "msxml_parser/ikelxslstylesheet.h"
 
@@ -57,7 +58,10 @@ public:
         return tell([&] { handler_->message(text, isLast); });
     }
     HRESULT warning(const OLECHAR* text) override {
-        return tell([&] { handler_->warning(text); });
+        return tell([&] {
+            const KelString words = translatedReason(text);
+            handler_->warning(words.view());
+        });
     }
 
 private:
