@@ -105,6 +105,11 @@ public:
 
     // As select, for nodes of every kind.
     virtual IKelDOMXmlNodeItr* selectNodes(const KelString& expression, IKelDOMXmlElement* context) = 0;
+
+    // Puts the element in the place of the root element, among the comments and instructions around it; the
+    // handles on the old one stay valid, and it then has no parent. Without a root element, and with what is
+    // no element of ours, as setRootElement.
+    virtual void replaceRootElement(IKelDOMXmlElement* element) = 0;
 };
 
 // Where the last failure was, as far as it is known. Found by its name on a DOM parser's error object.
@@ -116,7 +121,7 @@ public:
     // known, or no failure.
     virtual int getLine() = 0;
     virtual int getColumn() = 0;
-    // What was wrong, without file and position: the engine's words in those of the current translator, or the
-    // system's own. Replaces the content of `out` and returns it; empty where the message says it all.
+    // What was wrong, without file and position: the engine's words in those of the current translator, or
+    // the system's own. Replaces the content of `out` and returns it; empty where the message says it all.
     virtual KelString& getReason(KelString& out) = 0;
 };

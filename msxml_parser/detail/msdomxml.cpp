@@ -88,6 +88,16 @@ void MSDOMXml::setRootElement(IKelDOMXmlElement* element) {
     check(document_->appendChild(ours->engineElement().get(), added.receive()), document_);
 }
 
+void MSDOMXml::replaceRootElement(IKelDOMXmlElement* element) {
+    const auto* const ours = kel::queryInterface<MSDOMXmlElement>(element);
+    msxml::ComPtr<IXMLDOMElement> root;
+    check(document_->get_documentElement(root.receive()), document_);
+    if (ours == nullptr || !root) return setRootElement(element);
+    error_.clear();
+    msxml::Node replaced;
+    check(document_->replaceChild(ours->engineElement().get(), root.get(), replaced.receive()), document_);
+}
+
 bool MSDOMXml::addProcessingInstruction(const KelString& target, const KelString& data) {
     const BStr targetText(target.view());
     const BStr dataText(data.view());

@@ -68,6 +68,7 @@ public:
     bool evaluateNumber(const KelString& expression, IKelDOMXmlElement* context, double& out) override;
     bool evaluateTruth(const KelString& expression, IKelDOMXmlElement* context, bool& out) override;
     IKelDOMXmlNodeItr* selectNodes(const KelString& expression, IKelDOMXmlElement* context) override;
+    void replaceRootElement(IKelDOMXmlElement* element) override;
 
 private:
     using ParseError = msxml::ComPtr<IXMLDOMParseError>;

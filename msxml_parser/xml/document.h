@@ -166,6 +166,9 @@ public:
     void setRoot(const Element& element) {                      // of an empty document; else Rejected
         detail::guarded([&] { parser().setRootElement(&element.handle()); });
     }
+    void replaceRoot(const Element& element) {  // where the root stands, which then has no parent
+        detail::guarded([&] { parser().replaceRootElement(&element.handle()); });
+    }
     // New ones, which belong to no parent yet.
     [[nodiscard]] Element createElement(const Text& name) const {
         return detail::guarded(

@@ -262,6 +262,20 @@ TEST(RootElement, OfADocumentThatHasOneIsRefused) {
     EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
 }
 
+TEST(RootElement, IsReplacedWhereItStands) {
+    const DomParser parser = load("<!--1--><a><b/></a><?p 2?>");
+    auto* const newer = kel::queryInterface<IKelDOMXmlV3>(parser.get());
+    const Element old = rootOf(parser);
+    newer->replaceRootElement(Element(parser->createElement(wide("c"))).get());
+    KelString text;
+    EXPECT_TRUE(newer->writeString(text, 0));
+    EXPECT_EQ(utf8(text), "<!--1-->\n<c/>\n<?p 2?>\n");
+    newer->replaceRootElement(nullptr);
+    EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");
+    rootOf(parser)->addChild(old.get());
+    EXPECT_EQ(saved(parser), "<c>\n\t<a>\n\t\t<b />\n\t</a>\n</c>\n");
+}
+
 // An element from elsewhere, which has no interface name of ours.
 class ForeignElement final : public MSDOMXmlElement {
 public:

@@ -124,6 +124,9 @@ TEST_F(SelectTest, EditsWhatIsSelectedAndNothingElse) {
         EXPECT_EQ(kelxml({"events", "--json", "-"}, {.input = result.output}).output,
                   kelxml({"events", "--json", same}).output);
     }
+    const std::string around =
+        folder_.write("around.xml", "<!--1-->\n<a x=\"1\"><!--2--><b/></a>\n<!--3-->\n");
+    EXPECT_EQ(kelxml({"edit", "--set", "/a", "t", around}).output, "<!--1-->\n<a x=\"1\">t</a>\n<!--3-->\n");
 }
 
 TEST_F(SelectTest, EditsInPlaceOrNotAtAll) {

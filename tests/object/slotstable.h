@@ -118,6 +118,7 @@
     KEL_SLOT(IKelDOMXmlV3, evaluateNumber, 11)              \
     KEL_SLOT(IKelDOMXmlV3, evaluateTruth, 12)               \
     KEL_SLOT(IKelDOMXmlV3, selectNodes, 13)                 \
+    KEL_SLOT(IKelDOMXmlV3, replaceRootElement, 14)          \
     KEL_SLOT(IKelDOMXmlNodeItr, first, 0)                   \
     KEL_SLOT(IKelDOMXmlNodeItr, next, 1)                    \
     KEL_SLOT(IKelDOMXmlNodeItr, isEnd, 2)                   \

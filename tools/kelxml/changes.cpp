@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -15,6 +16,8 @@ namespace {
 
 using Element = IPtr<IKelDOMXmlElementV2>;
 using Elements = std::vector<Element>;
+
+constexpr std::uint32_t kOutOfMemory = 0x8007000E;  // a status
 
 struct AttributeTarget {
     std::string elements;  // the expression of their elements
@@ -71,8 +74,7 @@ void setContent(IKelDOMXmlV3& document, IKelDOMXmlElementV2& element, const KelS
         parent->replaceChild(made.get(), &element);
         return;
     }
-    element.removeFromParent();
-    document.setRootElement(made.get());
+    document.replaceRootElement(made.get());
 }
 
 class Editor {
@@ -81,6 +83,7 @@ public:
         : session_(session), document_(document), prefixes_(prefixes), edit_(edit) {}
 
     std::size_t run() {
+        if (edit_.kind == Edit::Kind::Rename) checkName(kelhost::fromUtf8(edit_.argument));
         if (const auto attribute = attributeIn(edit_.expression)) return changeAttributes(*attribute);
         Elements elements = selectElements(document_, edit_.expression);
         // From the last: a rename copies what is inside, which is then done already.
@@ -93,7 +96,18 @@ public:
     }
 
 private:
+    // Elements and attributes may have the same names.
+    void checkName(const KelString& name) const {
+        try {
+            const ElementPtr unused(document_.createElement(name));
+        } catch (const _com_error& error) {
+            if (static_cast<std::uint32_t>(error.Error()) == kOutOfMemory) throw;
+            throw Failure(kWrongUsage, tr("'%1' is not a name", kelhost::toUtf8(name)));
+        }
+    }
+
     std::size_t changeAttributes(const AttributeTarget& target) {
+        checkName(target.name);
         const KelString argument = kelhost::fromUtf8(edit_.argument);
         std::size_t count = 0;
         for (const Element& element : selectElements(document_, target.elements)) {
