@@ -17,18 +17,38 @@ using kel::test::RunResult;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST_F(KelxmlTest, TheManualPageIsWellFormed) {
+// Bold and underlined characters of a terminal that prints on paper.
+std::string withoutOverstrikes(const std::string& text) {
+    std::string result;
+    for (const char unit : text) {
+        if (unit != '\b') {
+            result += unit;
+        } else if (!result.empty()) {
+            result.pop_back();
+        }
+    }
+    return result;
+}
+
+TEST_F(KelxmlTest, TheManualPagesAreWellFormed) {
     const std::string page = folder_.write("kelxml.1", kelxml({"manual"}).output);
     if (::access("/usr/bin/mandoc", X_OK) == 0) {
         const RunResult lint = kel::test::run({"/usr/bin/mandoc", "-T", "lint", "-W", "style", page});
         EXPECT_EQ(lint.status, 0) << lint.output << lint.errors;
-    } else if (::access("/usr/bin/man", X_OK) == 0) {
-        const RunResult warnings =
-            kel::test::run({"/usr/bin/man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", page});
-        EXPECT_EQ(warnings.status, 0);
-        EXPECT_THAT(warnings.errors, IsEmpty());
-    } else {
-        GTEST_SKIP() << "neither mandoc nor man is installed";
+    }
+    if (::access("/usr/bin/man", X_OK) != 0) GTEST_SKIP() << "man is not installed";
+    for (const std::string language : {"en", "de", "fr", "ja"}) {
+        SCOPED_TRACE(language);
+        folder_.write("kelxml.1",
+                      kelxml({"manual"}, {.environment = {"LC_ALL=C.UTF-8", "LANGUAGE=" + language}}).output);
+        const RunResult shown =
+            kel::test::run({"/usr/bin/man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", page},
+                           {.environment = {"MANWIDTH=80"}});
+        EXPECT_EQ(shown.status, 0);
+        EXPECT_THAT(shown.errors, IsEmpty());
+        const std::string text = withoutOverstrikes(shown.output);
+        EXPECT_NE(text.find("\n     kelxml check FILE ...\n     kelxml tree ["), text.npos)
+            << "synopsis run together";
     }
 }
 

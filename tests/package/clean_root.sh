@@ -65,7 +65,7 @@ printf '<shelf><book></shelf>\n' >"$root/trial/bad.xml"
 expect "${version%%_*}" as_user kelxml --version
 expect "book" as_user kelxml tree /trial/shelf.xml
 expect "bad.xml:1:14: Fehler: " as_user sh -c 'LANGUAGE=de LANG=C.UTF-8 kelxml tree /trial/bad.xml; test $? = 1'
-for file in man/man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
+for file in man/{,de/,fr/,ja/}man1/kelxml.1.gz bash-completion/completions/kelxml zsh/vendor-completions/_kelxml \
     fish/vendor_completions.d/kelxml.fish locale/{de,fr,ja}/LC_MESSAGES/{msxml_parser,kelxml}.mo; do
     [[ -s $root/usr/share/$file ]] || fail "there is no /usr/share/$file"
 done

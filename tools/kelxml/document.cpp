@@ -55,7 +55,7 @@ DocumentPtr loadDocument(const Session& session, Source& source, unsigned option
     Diagnostic diagnostic = failureOf(static_cast<IKelDOMXml&>(*document), source).diagnostic();
     const bool isAllowed = (options & IKelDOMXmlV3::kAllowDoctype) != 0;
     if (!isAllowed && isAboutDoctype(diagnostic.reason))
-        diagnostic.reason += ' ' + tr("--allow-dtd reads its internal subset.");
+        diagnostic.reason = tr("%1 --allow-dtd reads its internal subset.", diagnostic.reason);
     throw Failure(kRejected, std::move(diagnostic));
 }
 

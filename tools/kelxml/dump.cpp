@@ -8,6 +8,7 @@
 #include "host/text.h"
 #include "tools/kelxml/batch.h"
 #include "tools/kelxml/failure.h"
+#include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/verbs.h"
 
@@ -108,6 +109,7 @@ void dumpFile(Task& task) {
 }  // namespace
 
 void dump(const DumpOptions& options) {
+    translateBasicTypes();
     forEachFile(options.files, []() -> Work { return dumpFile; });
 }
 

@@ -14,11 +14,11 @@ namespace kelxml {
 namespace {
 
 std::string describe(const _com_error& error) {
+    const std::u16string description = msxml::descriptionTextOf(error);
+    if (!description.empty()) return kel::toUtf8(description);
     char status[16];
     std::snprintf(status, sizeof status, "0x%08X", static_cast<unsigned int>(error.Error()));
-    const std::u16string description = msxml::descriptionTextOf(error);
-    return tr("engine error %1: %2", status,
-              description.empty() ? std::string(error.ErrorMessage()) : kel::toUtf8(description));
+    return tr("engine error %1: %2", status, std::string(error.ErrorMessage()));
 }
 
 }  // namespace

@@ -12,20 +12,26 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 
 set(generated)
-# kelxml_writes(FILE DESTINATION ARGUMENT...)
-function(kelxml_writes file destination)
-    set(path ${CMAKE_CURRENT_BINARY_DIR}/generated/${file})
-    # In English, whatever the builder speaks; written beside and renamed, so that a failure leaves nothing.
+# kelxml_writes(FILE DESTINATION LANGUAGE ARGUMENT...), in a folder of the build tree for each language; en: whatever the
+# builder speaks.
+function(kelxml_writes file destination language)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/generated/${language})
+    set(path ${folder}/${file})
+    # Written beside and renamed, so that a failure leaves nothing.
     add_custom_command(OUTPUT ${path}
-        COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/generated
-        COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C LANGUAGE= $<TARGET_FILE:kelxml> ${ARGN} > ${path}.new
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+        COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C.UTF-8 LANGUAGE=${language} $<TARGET_FILE:kelxml> ${ARGN} > ${path}.new
         COMMAND ${CMAKE_COMMAND} -E rename ${path}.new ${path}
-        DEPENDS kelxml VERBATIM)
+        DEPENDS kelxml catalogues_kelxml VERBATIM)
     install(FILES ${path} DESTINATION ${destination} COMPONENT tools)
     set(generated ${generated} ${path} PARENT_SCOPE)
 endfunction()
-kelxml_writes(kelxml.1 ${CMAKE_INSTALL_MANDIR}/man1 manual)
-kelxml_writes(kelxml ${KEL_BASH_COMPLETION_DIR} completion bash)
-kelxml_writes(_kelxml ${KEL_ZSH_COMPLETION_DIR} completion zsh)
-kelxml_writes(kelxml.fish ${KEL_FISH_COMPLETION_DIR} completion fish)
+kelxml_writes(kelxml.1 ${CMAKE_INSTALL_MANDIR}/man1 en manual)
+file(STRINGS ${PROJECT_SOURCE_DIR}/po/kelxml/LINGUAS languages)
+foreach(language IN LISTS languages)
+    kelxml_writes(kelxml.1 ${CMAKE_INSTALL_MANDIR}/${language}/man1 ${language} manual)
+endforeach()
+kelxml_writes(kelxml ${KEL_BASH_COMPLETION_DIR} en completion bash)
+kelxml_writes(_kelxml ${KEL_ZSH_COMPLETION_DIR} en completion zsh)
+kelxml_writes(kelxml.fish ${KEL_FISH_COMPLETION_DIR} en completion fish)
 add_custom_target(kelxml_generated ALL DEPENDS ${generated})

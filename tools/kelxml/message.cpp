@@ -1,6 +1,10 @@
 #include "tools/kelxml/message.h"
 
+#include "KelBasicTypes/keltrivialtranslator.h"
+#include "KelBasicTypes/message.h"
+#include "framework/object/iptr.h"
 #include "host/messages.h"
+#include "host/text.h"
 
 #include "tools/kelxml/platform/files.h"
 
@@ -8,14 +12,34 @@ namespace kelxml {
 
 namespace {
 
-// Read on first use; the environment says which languages.
+// The environment says which languages.
+kelhost::Messages messagesOf(std::string_view domain) {
+    return {domain, kelhost::catalogueFoldersNear(programFolder() / "kelxml")};
+}
+
+// Read on first use.
 const kelhost::Messages& messages() {
-    static const kelhost::Messages catalogues("kelxml",
-                                              kelhost::catalogueFoldersNear(programFolder() / "kelxml"));
+    static const kelhost::Messages catalogues = messagesOf("kelxml");
     return catalogues;
 }
 
+class BasicTypesTranslator final : public KelTrivialTranslator {
+public:
+    bool lookUp(const char* key, KelString& result) override {
+        result = kelhost::fromUtf8(messages_.text(key));
+        return true;
+    }
+
+private:
+    const kelhost::Messages messages_ = messagesOf("msxml_parser");
+};
+
 }  // namespace
+
+void translateBasicTypes() {
+    const IPtr<IKelTranslator> translator(new BasicTypesTranslator);
+    kel::setCurrentTranslator(translator.get());
+}
 
 std::string tr(const char* key) {
     return std::string(messages().text(key));

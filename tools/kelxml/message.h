@@ -31,6 +31,10 @@ template <class... Arguments>
                      {std::string_view(std::to_string(count)), std::string_view(arguments)...});
 }
 
+// The messages of the basic types inside this program are translated from now on. They are in the catalogue
+// of the library, which has basic types of its own and a translator from the host.
+void translateBasicTypes();
+
 // Marks a key that is looked up later.
 [[nodiscard]] constexpr const char* trKey(const char* key) noexcept {
     return key;

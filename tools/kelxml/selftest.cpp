@@ -217,8 +217,9 @@ void selfTest(Session& session) {
     }
     output.finish();
     if (failed > 0)
-        throw Failure(kRejected, tr("%1 of %2 steps failed", std::to_string(failed),
-                                    std::to_string(std::size(kSteps) + ownTests.size())));
+        throw Failure(kRejected, trCount("%1 of %2 steps failed", "%1 of %2 steps failed",
+                                         static_cast<std::uint64_t>(failed),
+                                         std::to_string(std::size(kSteps) + ownTests.size())));
 }
 
 }  // namespace kelxml

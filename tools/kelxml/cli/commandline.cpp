@@ -251,7 +251,7 @@ void CommandLine::addValidate() {
             "schema's own imports and includes are read from local files only. Documents of more than 16 MB "
             "are read in constant memory; values of type xs:ID that occur twice are then not found."),
          {{"kelxml validate order.xsd orders/*.xml", tr("validate a folder against one schema")},
-          {"kelxml validate order.xsd - < order.xml", tr("check standard input")}}},
+          {"kelxml validate order.xsd - < order.xml", tr("validate standard input")}}},
         [this](Session& session) { validate(session, validating_); });
     addArgument(command, "SCHEMA", validating_.schema, tr("the schema; '-' reads standard input"));
     addArguments(command, validating_.files);

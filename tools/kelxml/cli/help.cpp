@@ -79,7 +79,10 @@ std::string exampleLines(const std::vector<Example>& examples) {
 }
 
 std::string usageLine(const std::string& synopsis) {
-    return tr("Usage: %1", synopsis) + "\n\n";
+    std::string result;
+    for (const std::string& line : wrapped(tr("Usage: %1", synopsis), lineInColumns() - 4))
+        result += (result.empty() ? "" : "    ") + line + '\n';
+    return result + '\n';
 }
 
 }  // namespace

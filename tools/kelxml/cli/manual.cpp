@@ -4,6 +4,7 @@
 #include <cctype>
 #include <string_view>
 
+#include "tools/kelxml/cli/textwidth.h"
 #include "tools/kelxml/message.h"
 
 namespace kelxml {
@@ -14,16 +15,28 @@ namespace {
 constexpr const char* kDate = "November 22, 2026";
 constexpr std::size_t kLineInColumns = 76;
 
-// Text in the body of a page: each sentence on lines of its own, which are short; backslashes are written
-// out, and a line must not begin like a request.
+// Backslashes are written out, and lines may be broken between East Asian characters.
+std::string escaped(std::string_view line) {
+    std::string result;
+    bool isAfterBlank = true;
+    for (const std::string& piece : pieces(line)) {
+        const bool isBlank = piece == " ";
+        if (!isBlank && !isAfterBlank) result += "\\:";
+        for (const char unit : piece) result += unit == '\\' ? "\\e" : std::string(1, unit);
+        isAfterBlank = isBlank;
+    }
+    return result;
+}
+
+// Text in the body of a page: each sentence on lines of its own, which are short; a line must not begin like
+// a request.
 std::string body(std::string_view text) {
     std::string result;
     std::string line;
     const auto endLine = [&] {
         if (line.empty()) return;
         if (line[0] == '.' || line[0] == '\'') result += "\\&";
-        for (const char unit : line) result += unit == '\\' ? "\\e" : std::string(1, unit);
-        result += '\n';
+        result += escaped(line) + '\n';
         line.clear();
     };
     while (!text.empty()) {
@@ -66,10 +79,22 @@ std::string argument(std::string_view text) {
     return '"' + literal(text) + '"';
 }
 
-std::string sentence(std::string_view text) {
+// Of a letter of Latin-1, which all our languages with capitals do with.
+void capitalise(std::string& utf8) {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(utf8[at]); };
+    const bool isTwoBytes = utf8.size() > 1 && byte(0) == 0xC3 && byte(1) >= 0xA0;
+    if (isTwoBytes) {
+        utf8[1] = static_cast<char>(byte(1) - 0x20);
+    } else {
+        utf8[0] = static_cast<char>(std::toupper(byte(0)));
+    }
+}
+
+std::string sentence(const std::string& text) {
     if (text.empty()) return "";
-    std::string result = body(text) + (text.back() == '.' ? "\n" : ".\n");
-    result[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(result[0])));
+    const bool hasEnd = text.ends_with('.') || text.ends_with("\u3002");
+    std::string result = body(hasEnd ? text : tr("%1.", text)) + '\n';
+    if (!result.ends_with("\u3002\n")) capitalise(result);  // a Japanese sentence has no capitals
     return result;
 }
 
@@ -95,7 +120,7 @@ std::string optionList(const std::vector<Option>& options) {
 std::string exampleList(const std::vector<Example>& examples) {
     std::string text;
     for (const Example& example : examples) {
-        text += ".Pp\n" + body(example.explanation) + ":\n.Dl " + literal(example.command) + '\n';
+        text += ".Pp\n" + body(tr("%1:", example.explanation)) + "\n.Dl " + literal(example.command) + '\n';
     }
     return text;
 }
@@ -121,24 +146,37 @@ std::string verbSection(const Verb& verb) {
     return text + optionList(verb.options);
 }
 
+std::string section(const std::string& title) {
+    return ".Sh " + title + '\n';
+}
+
+// The macros know two sections by their titles, which they keep in strings.
+std::string nameAndSynopsis(const Program& program) {
+    const std::string name = tr("NAME");
+    const std::string usage = tr("SYNOPSIS");
+    std::string text;
+    if (name != "NAME") text += ".ds doc-section-name " + name + "\n.ds doc-section-synopsis " + usage + '\n';
+    text += section(name) + ".Nm kelxml\n.Nd " + body(program.summary) + '\n' + section(usage);
+    for (const Verb& verb : program.verbs) text += synopsis(verb);
+    return text + ".Nm\n.Fl \"\\-help\" | Fl \"\\-version\"\n";
+}
+
 }  // namespace
 
 std::string manualPage(const Program& program) {
     std::string text = ".\\\" Written by 'kelxml manual'.\n.Dd ";
     text += kDate;
-    text += "\n.Dt KELXML 1\n.Os\n.Sh NAME\n.Nm kelxml\n.Nd " + body(program.summary) + "\n.Sh SYNOPSIS\n";
-    for (const Verb& verb : program.verbs) text += synopsis(verb);
-    text += ".Nm\n.Fl \"\\-help\" | Fl \"\\-version\"\n";
-    text += ".Sh DESCRIPTION\n" + sentence(program.details) + ".Pp\nOptions of every verb:\n" +
-            optionList(program.options);
+    text += "\n.Dt KELXML 1\n.Os\n" + nameAndSynopsis(program);
+    text += section(tr("DESCRIPTION")) + sentence(program.details) + ".Pp\n" +
+            tr("%1:", tr("Options of every verb")) + '\n' + optionList(program.options);
     for (const Verb& verb : program.verbs) text += verbSection(verb);
-    text += ".Sh ENVIRONMENT\n.Bl -tag -width Ds\n";
+    text += section(tr("ENVIRONMENT")) + ".Bl -tag -width Ds\n";
     for (const Note& variable : program.environment)
         text += ".It Ev " + variable.name + '\n' + sentence(variable.meaning);
-    text += ".El\n.Sh EXIT STATUS\n.Bl -tag -width Ds\n";
+    text += ".El\n" + section(tr("EXIT STATUS")) + ".Bl -tag -width Ds\n";
     for (const Note& status : program.statuses)
         text += ".It " + status.name + '\n' + sentence(status.meaning);
-    text += ".El\n.Sh EXAMPLES\n";
+    text += ".El\n" + section(tr("EXAMPLES"));
     std::string examples = exampleList(program.examples);
     for (const Verb& verb : program.verbs) examples += exampleList(verb.examples);
     return text + examples.substr(std::string_view(".Pp\n").size());

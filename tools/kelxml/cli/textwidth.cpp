@@ -61,4 +61,14 @@ std::vector<std::string> wrapped(std::string_view utf8, std::size_t widthInColum
     return lines;
 }
 
+std::vector<std::string> pieces(std::string_view utf8) {
+    const std::u16string text = kel::fromUtf8(utf8);
+    std::vector<std::string> result;
+    for (std::size_t at = 0, end = 0; at < text.size(); at = end) {
+        end = pieceEnd(text, at);
+        result.push_back(kel::toUtf8(std::u16string_view(text).substr(at, end - at)));
+    }
+    return result;
+}
+
 }  // namespace kelxml

@@ -12,4 +12,8 @@ namespace kelxml {
 // stays whole.
 [[nodiscard]] std::vector<std::string> wrapped(std::string_view utf8, std::size_t widthInColumns);
 
+// What a line may be broken between: blanks, words, and single East Asian characters with the punctuation
+// that belongs to them. Together they are the text.
+[[nodiscard]] std::vector<std::string> pieces(std::string_view utf8);
+
 }  // namespace kelxml
