@@ -162,7 +162,7 @@ TEST(HostedComponent, SpeaksTheLanguageThatIsChosenAndChangesIt) {
         EXPECT_THAT(kelhost::toUtf8(parser->getError()->getMessage()), ::testing::StartsWith(row.message))
             << row.languages;
     }
-    // The reason comes from the engine, in English; the position moves behind it.
+    // The position moves after the reason.
     loaded().host.setLanguages("ja");
     const auto parser = loaded().host.create<IKelDOMXmlV2>("MSDOMXml");
     EXPECT_FALSE(parser->loadFromString(u"<a>\n<b></a>"));
