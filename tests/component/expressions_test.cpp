@@ -191,8 +191,8 @@ TEST(Expressions, DoNoMoreWorkThanIsAllowed) {
     std::string steps = "*";
     for (int i = 0; i < 20'000; ++i) steps += "/..";
     EXPECT_TRUE(value(parser, steps).size() < 100'000);
-    EXPECT_EQ(value(parser, std::string(4000, '-') + "1"), "1");
-    EXPECT_EQ(value(parser, std::string(2'000'000, ' ') + "1").substr(0, 3), "10 ");
+    EXPECT_EQ(value(parser, std::string(4000, '-').append("1")), "1");
+    EXPECT_EQ(value(parser, std::string(2'000'000, ' ').append("1")).substr(0, 3), "10 ");
 }
 
 }  // namespace
