@@ -16,7 +16,7 @@
 #include "KelBasicTypes/buffers.h"
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/message.h"
-#include "bench/block_rounds.h"
+#include "bench/blockrounds.h"
 #include "bench/rows.h"
 
 namespace bench {

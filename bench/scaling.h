@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "bench/block_rounds.h"
+#include "bench/blockrounds.h"
 
 namespace bench {
 

@@ -1,3 +1,5 @@
+// The environment says which languages are wanted; each is looked for from its most particular name to its
+// most general.
 #include "host/messages.h"
 
 #include <algorithm>

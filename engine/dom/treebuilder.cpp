@@ -1,3 +1,5 @@
+// Each open element has a record on a stack: what has been collected for it, whether it has elements, which
+// texts wait.
 #include "engine/dom/treebuilder.h"
 
 #include <algorithm>

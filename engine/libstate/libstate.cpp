@@ -1,3 +1,5 @@
+// Initialisations run once, whichever thread comes first. A refused allocation shows in errno, which libxml2
+// leaves as the allocator set it.
 #include "engine/libstate/libstate.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// A parser of one line: the parts in their fixed order, the last two optional. The first fault ends it.
 #include "engine/reader/detail/declaration.h"
 
 #include <string_view>

@@ -1,3 +1,6 @@
+// The parts of our own parser that know no sink: the window that moves over the text, the tokens that are
+// rare or need more than a glance (references, values with line ends, attributes given twice), and what ends
+// a parse. The loop over the tokens stands in the header, where it is compiled into its consumer.
 #include "engine/reader/detail/directparser.h"
 
 #include <algorithm>

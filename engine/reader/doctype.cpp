@@ -1,3 +1,6 @@
+// Small machines over the internal subset and its entities, each a loop with a stack of its own, so that
+// depth costs memory only: declared attributes, the attributes of a tag counted before libxml2 sees it, and
+// the length of an entity when expanded, computed once for each.
 #include "engine/reader/detail/doctype.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// libxml2 is fed from the TextSource piece by piece, as its pull interface asks. Its callbacks, which are C
+// functions, each end in a member function of the parser. What libxml2 does not limit is counted there, too.
 #include "engine/reader/detail/libxml2parser.h"
 
 #include <libxml/SAX2.h>

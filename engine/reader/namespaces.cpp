@@ -1,3 +1,6 @@
+// The declarations of an element are bound before any of its names is looked at, so that they may stand in
+// any order. A binding remembers the one that it hides; leaving an element takes its bindings from the end of
+// the stack. Two attributes of one expanded name are found by sorting those with a prefix.
 #include "engine/reader/namespaces.h"
 
 #include <algorithm>

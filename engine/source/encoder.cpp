@@ -1,3 +1,5 @@
+// UTF-8 and UTF-16 are conversions, ASCII, ISO-8859-1 and windows-1252 a table; everything else goes through
+// iconv, with a second handle to find out whether a character has a form.
 #include "engine/source/encoder.h"
 
 #include <iconv.h>

@@ -1,3 +1,5 @@
+// A byte order mark decides. Without one the first bytes tell how wide the units are; the declaration can
+// then be read, and the encoding that it names must fit that layout.
 #include "engine/source/encoding.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Blocks of plain ASCII pass at once; other text goes character by character, the common lengths by a glance
+// at the lead byte. A fault is described where it is found, with its offset.
 #include "engine/source/normalise.h"
 
 #include <bit>

@@ -1,3 +1,5 @@
+// From an encoding to UTF-8, in pieces that may end anywhere: the bytes of an unfinished character are not
+// consumed. A table for encodings of one byte, a loop for UTF-16, iconv for everything else.
 #include <iconv.h>
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// libxml2 and libxslt report one failure in several pieces: some without a line, some that repeat each other,
+// some with the names of functions. They are put together by the words that they begin with.
 #include "engine/xml2/errors.h"
 
 #include <algorithm>

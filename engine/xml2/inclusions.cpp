@@ -1,3 +1,5 @@
+// A file is admitted by looking at it, not by opening it. It is read when libxml2 asks for it, and its text
+// is kept for the call; what it names itself is judged then.
 #include "engine/xml2/inclusions.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A walk without recursion over libxml2's result tree. What is no document (two elements, text beside the
+// root) is reported before the first event.
 #include "engine/xslt/resultevents.h"
 
 #include <string>

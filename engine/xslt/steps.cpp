@@ -1,3 +1,6 @@
+// Each step in question is compiled by itself, and a call that names it by number takes its place in the
+// expression. The function evaluates the step from every node of its set, one after the other, and joins the
+// results.
 #include "engine/xslt/steps.h"
 
 #include <libxml/xpathInternals.h>

@@ -1,3 +1,4 @@
+// Line by line, in one pass. A fault ends it with the line and the position in it.
 #include "host/detail/settingsparser.h"
 
 #include <algorithm>

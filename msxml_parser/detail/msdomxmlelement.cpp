@@ -1,3 +1,5 @@
+// Each operation is one or two calls of the engine. What the interface returns by reference lives in the
+// handle; the attributes are kept from one call to the next, so that reading them in order does not search.
 #include "msxml_parser/detail/msdomxmlelement.h"
 
 #include <new>

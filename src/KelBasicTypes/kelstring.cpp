@@ -1,3 +1,5 @@
+// Text stands in a block of buffers.h, whose header names the allocator. Every change begins with beginAssign
+// or beginAppend, which see to it that the string has a block of its own with room enough.
 #include "KelBasicTypes/kelstring.h"
 
 #include <algorithm>

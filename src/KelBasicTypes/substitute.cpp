@@ -1,3 +1,5 @@
+// The pieces of the result, which are stretches of the template and arguments, are collected first, so that
+// their length is known and the text is put together in one block.
 #include "KelBasicTypes/substitute.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Each change selects its elements first and then works on them one after the other, so that it does not meet
+// what it has made itself.
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -7,8 +9,8 @@
 #include "msxml_parser/comerror.h"
 #include "msxml_parser/ikeldomxmlelementitr.h"
 #include "tools/kelxml/changes.h"
-#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/outputtext.h"
 
 namespace kelxml {
 

@@ -1,9 +1,9 @@
 #include "tools/kelxml/diagnostic.h"
 
 #include "tools/kelxml/console.h"
-#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
+#include "tools/kelxml/outputtext.h"
 
 namespace kelxml {
 

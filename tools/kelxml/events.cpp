@@ -1,3 +1,5 @@
+// `kelxml events`: the receiver counts and joins what the parser reports, and one of two writers shows it, as
+// lines for people or as JSON.
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -7,8 +9,8 @@
 
 #include "host/text.h"
 #include "tools/kelxml/document.h"
-#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/message.h"
+#include "tools/kelxml/outputtext.h"
 #include "tools/kelxml/place.h"
 #include "tools/kelxml/verbs.h"
 

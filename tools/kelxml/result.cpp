@@ -1,3 +1,5 @@
+// A short result waits in memory, a long one in an unnamed file. Delivered, it replaces its target by a
+// rename, with the owner and mode that the target had, or is copied to what cannot be replaced.
 #include "tools/kelxml/result.h"
 
 #include <cerrno>

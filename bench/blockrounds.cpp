@@ -1,4 +1,4 @@
-#include "bench/block_rounds.h"
+#include "bench/blockrounds.h"
 
 #include <array>
 #include <cstddef>
