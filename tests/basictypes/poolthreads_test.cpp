@@ -125,7 +125,7 @@ class Reclaiming final : public kel::Implements<Reclaiming, KelMM::IKelMManager>
 public:
     static constexpr const char* kClassName = "Reclaiming";
     bool giveMemoryBack() override {
-        other = std::async(std::launch::async, [] { (void)takeMany(3); });
+        other = std::async(std::launch::async, [] { giveBackAll(takeMany(3)); });
         isReached = other.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
         return true;
     }

@@ -212,9 +212,9 @@ TEST_F(ComponentTest, SelfTestNamesItsTestClassesInOrder) {
 
 TEST_F(ComponentTest, TestClassesAreMadeAndNamedButNotEnumerated) {
     static constexpr KelClassId kTestId{0x40, 1, 2, {3}};
-    for (const char* const name : {"an earlier one", "ShelfTest"}) {
-        new KelTClassItemFactory<Shelf>(&kTestId, name, nullptr, KelItemFactory::Listing::SelfTest);
-    }
+    constexpr auto kListing = KelItemFactory::Listing::SelfTest;
+    static KelTClassItemFactory<Shelf> earlier(&kTestId, "an earlier one", nullptr, kListing);
+    static KelTClassItemFactory<Shelf> replacement(&kTestId, "ShelfTest", nullptr, kListing);
     ASSERT_EQ(kel::testClassList().count(), 1U) << "registered twice, listed once";
     EXPECT_EQ(internal_->classCount(), 3);
     KelClassId id;
