@@ -257,15 +257,20 @@ void BucketMemoryPool::exchangeBlocks(BucketMemoryPool& other) noexcept {
 }
 
 void BucketMemoryPool::mergeInto(IBucketMemoryPool& other) {
+    const BucketMemoryPool* known = nullptr;  // the other one, if its classes can be compared with ours
     {
         const LibraryGuard guard(libraryLock());
         closeCaches();
+        known = ofThisLibrary(&other);
     }
     for (std::uint32_t index = 0; index < classes_.count(); ++index) {
+        const std::int32_t size = classes_.sizeOf(index);
+        // Rounded up to a class of the other pool, a block would be handed out as longer than it is.
+        const bool fits = known == nullptr || known->grantedSize(size) == size;
         for (FreeBlock* oldest = detachOldestFirst(index); oldest != nullptr;) {
             FreeBlock* const given = std::exchange(oldest, oldest->next);
             void* block = given;
-            if (!other.giveBack(classes_.sizeOf(index), block)) freeByHeader(given);
+            if (!fits || !other.giveBack(size, block)) freeByHeader(given);
         }
     }
 }

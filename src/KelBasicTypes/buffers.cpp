@@ -163,7 +163,8 @@ bool isReporting() noexcept {
         const LibraryGuard guard(libraryLock());
         if (BucketMemoryPool* const pool = current.local.load(std::memory_order_relaxed)) {
             if (cache != nullptr && !cache->open(*pool)) cache = nullptr;
-            isKept = pool->keep(capacity, block, cache);
+            // A block of an earlier pool with other classes would be handed out as longer than it is.
+            isKept = pool->grantedSize(capacity) == capacity && pool->keep(capacity, block, cache);
         } else {
             host = current.pool;
         }

@@ -17,6 +17,8 @@ public:
     virtual void* allocate(std::int32_t size, std::uint32_t& actualSize) = 0;
 
     // 2. Takes the block over and makes the caller's pointer null. False, and nothing changed, for a size
-    // below 1 or no block. `size` is the actual size, or any other of the same class.
+    // below 1 or no block. `size` is the actual size, or any other of the same class. A pool that a host
+    // offers also gets blocks that were taken from the library's own pool, with the sizes of that one's
+    // classes: it must not hand one out as longer than `size`.
     virtual bool giveBack(std::int32_t size, void*& block) = 0;
 };

@@ -199,6 +199,32 @@ TEST(Buffers, MoveToAHostsPoolAfter601Takes) {
     kel::detail::resetBufferPool();  // while the host lives
 }
 
+TEST(Buffers, AreNeverLentAsLongerThanTheyAre) {
+    const NoPoolYet fresh;
+    touch(20);  // take 1; stays with our pool, whose classes are four bytes apart
+    std::int32_t capacity = 0;
+    void* const block = takeBuffer(20, capacity);
+    FreshHost host;
+    const IPtr<BucketMemoryPool> hostPool(new BucketMemoryPool(8, 8192, 262144));
+    host->offer<IBucketMemoryPool>(*hostPool);
+    for (int take = 3; take <= 602; ++take) touch(50);
+    giveBackBuffer(capacity, block);
+    int requests = 0;
+    {
+        const RefusingHeap heap([&](const RefusingHeap::Request&) {
+            ++requests;
+            return false;
+        });
+        void* const first = takeBuffer(20, capacity);
+        EXPECT_EQ(capacity, 24);
+        void* const second = takeBuffer(24, capacity);
+        giveBackBuffer(24, first);
+        giveBackBuffer(24, second);
+    }
+    EXPECT_EQ(requests, 2) << "20 bytes are no class of the host's pool";
+    kel::detail::resetBufferPool();
+}
+
 TEST(Buffers, StartOnAHostsPoolOfAnyMake) {
     const NoPoolYet fresh;
     FreshHost host;

@@ -41,7 +41,8 @@ public:
                                     std::uint32_t& actualSize) noexcept {
         return takeIf<true>(pool, size, actualSize);
     }
-    // False, and nothing changed: not open for the pool, full, or not a block for a cache.
+    // False, and nothing changed: not open for the pool, full, not the size of a class, or not a block for a
+    // cache.
     [[nodiscard]] bool keep(const BucketMemoryPool* pool, std::int32_t size, void* block) noexcept;
 
     // --- Under the library's lock ----------------------------------------------------------------------
@@ -151,9 +152,12 @@ void* ThreadCache::takeIf(const BucketMemoryPool* pool, std::int32_t size,
 inline bool ThreadCache::keep(const BucketMemoryPool* pool, std::int32_t size, void* block) noexcept {
     if (!enter(pool)) return false;
     const std::uint32_t index = (static_cast<std::uint32_t>(size) - 1) >> shift_;
+    const std::uint32_t classSize = (index + 1) << shift_;
     // Shorter ones have room for a link only if they are ours.
-    const bool hasLink = ((index + 1) << shift_) >= sizeof(FreeBlock) || headerOf(block)->allocator == ours_;
-    const bool isKept = index < classCount_ && hasLink && !isFull();
+    const bool hasLink = classSize >= sizeof(FreeBlock) || headerOf(block)->allocator == ours_;
+    // A size between two classes is the pool's to judge.
+    const bool isKept =
+        classSize == static_cast<std::uint32_t>(size) && index < classCount_ && hasLink && !isFull();
     if (isKept) push(index, block);
     leave();
     return isKept;
