@@ -118,6 +118,19 @@ xmlXPathObject* lookUpNoVariable(void*, const xmlChar*, const xmlChar*) noexcept
     return nullptr;
 }
 
+// Takes the step from each of the nodes. False: it has been reported.
+bool follow(xmlXPathContext& context, xmlXPathCompExpr& step, const xmlXPathObject& from, Union& found) {
+    const KeepPlace keep(context);
+    const int size = from.nodesetval == nullptr ? 0 : from.nodesetval->nodeNr;
+    for (int i = 0; i < size; ++i) {
+        context.node = from.nodesetval->nodeTab[i];
+        const ObjectHandle nodes(xmlXPathCompiledEval(&step, &context));
+        if (nodes == nullptr) return false;
+        found.add(*nodes);
+    }
+    return true;
+}
+
 // engine-step(nodes, number)
 void step(xmlXPathParserContextPtr parser, int count) {
     if (count != 2) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
@@ -125,22 +138,12 @@ void step(xmlXPathParserContextPtr parser, int count) {
     guarded(parser, [&] {
         const ObjectHandle from = takeNodes(parser);
         if (from == nullptr) return;
-        xmlXPathContext& context = *parser->context;
         xmlXPathCompExpr* compiled = stepsOf(parser).at(number);
         if (compiled == nullptr) return xmlXPathErr(parser, XPATH_EXPR_ERROR);
-        Union found(context);
-        {
-            const KeepPlace keep(context);
-            const int size = from->nodesetval == nullptr ? 0 : from->nodesetval->nodeNr;
-            for (int i = 0; i < size; ++i) {
-                context.node = from->nodesetval->nodeTab[i];
-                const ObjectHandle nodes(xmlXPathCompiledEval(compiled, &context));
-                if (nodes == nullptr) {
-                    parser->error = XPATH_EXPR_ERROR;  // it has been reported
-                    return;
-                }
-                found.add(*nodes);
-            }
+        Union found(*parser->context);
+        if (!follow(*parser->context, *compiled, *from, found)) {
+            parser->error = XPATH_EXPR_ERROR;
+            return;
         }
         valuePush(parser, found.finish());
     });
