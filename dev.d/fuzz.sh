@@ -1,13 +1,14 @@
 # shellcheck shell=bash
 # ./dev fuzz: feeds each fuzz target for a while, from the seeds in the tree. What it finds stays in build-checked/.
 
+fuzz_packages=("${checked_packages[@]}")
 fuzz_targets=(datamodelread datamodelwrite reader load transform validate)
 fuzz_input_limit=4000  # bytes
 
 verb_fuzz() {
     local seconds=${1:-60} target seeds
     [[ $seconds =~ ^[1-9][0-9]*$ ]] || die "fuzz takes a number of seconds, not '$seconds'"
-    need "${checked_packages[@]}"
+    need "${fuzz_packages[@]}"
     build_checked "${fuzz_targets[@]/%/_fuzz}"
     for target in "${fuzz_targets[@]}"; do
         say "fuzzing $target for $seconds seconds"
