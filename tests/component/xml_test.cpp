@@ -94,6 +94,7 @@ TEST(Xml, ElementsMayBeRemovedOnTheWay) {
     EXPECT_EQ(names(document.root().children("a")), "");
     document.root().remove();
     EXPECT_TRUE(document.isEmpty());
+    if (traits::kForgetsParents != nullptr) GTEST_SKIP() << traits::kForgetsParents;
     document.setRoot(removed[0]);
     EXPECT_EQ(document.root().name(), "a");
 }

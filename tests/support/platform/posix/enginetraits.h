@@ -46,6 +46,7 @@ inline constexpr const char* kDeliversInstructions = nullptr;
 inline constexpr const char* kKnowsItsDocuments = nullptr;
 inline constexpr const char* kProhibitsDoctypes = nullptr;
 inline constexpr const char* kRefusesStrangeNeighbours = nullptr;
+inline constexpr const char* kForgetsParents = nullptr;
 inline constexpr const char* kRejectsExpressions = nullptr;
 inline constexpr const char* kPositionsOfEvents = nullptr;
 inline constexpr const char* kSaysWhatIsMalformed = nullptr;

@@ -59,6 +59,8 @@ inline const char* const kRejectsExpressions = onWine("Wine takes a wrong expres
 inline const char* const kProhibitsDoctypes = onWine("Wine reads every DOCTYPE, and drops its entities");
 inline const char* const kRefusesStrangeNeighbours =
     onWine("Wine puts an element before one that is no child of the same parent");
+inline const char* const kForgetsParents =
+    onWine("Wine remembers the former parent of a removed element, which may be gone");
 inline constexpr const char* kPositionsOfEvents = "this engine reports the end of an event";
 inline const char* const kSaysWhatIsMalformed =
     onWine("Wine fails without a reason for malformed bytes from a stream");
