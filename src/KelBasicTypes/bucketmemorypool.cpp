@@ -82,15 +82,21 @@ void freeByHeader(FreeBlock* block) noexcept {
 
 BucketMemoryPool::BucketMemoryPool(std::int32_t granularity, std::int32_t smallLimit, std::int32_t largeLimit)
     : classes_(granularity, smallLimit, largeLimit) {
+    enterLibrary();
+    kel::detail::succeedCurrentPool(*this);
+}
+
+BucketMemoryPool::BucketMemoryPool(Aside) : classes_(kGranularity, kSmallLimit, kLargeLimit) {
+    enterLibrary();
+}
+
+void BucketMemoryPool::enterLibrary() {
     void* lists = nullptr;
     kel::oxaMalloc(lists, sizeof(FreeBlock*), classes_.count());
     newest_ = static_cast<FreeBlock**>(lists);
     std::fill_n(newest_, classes_.count(), nullptr);
-    {
-        const LibraryGuard guard(libraryLock());
-        nextOfLibrary_ = std::exchange(firstOfLibrary, this);
-    }
-    kel::detail::succeedCurrentPool(*this);
+    const LibraryGuard guard(libraryLock());
+    nextOfLibrary_ = std::exchange(firstOfLibrary, this);
 }
 
 BucketMemoryPool::~BucketMemoryPool() {

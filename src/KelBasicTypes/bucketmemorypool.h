@@ -6,8 +6,9 @@
 // back to the heap when the pool is destroyed, not before.
 //
 // A pool made with the three numbers of the process's current pool (see buffers.h) becomes the current pool
-// itself and takes over what that one keeps. Pools live on the heap and are counted; nothing but `release`
-// destroys one. Threads: all operations may run together, but for the destruction.
+// itself and takes over what that one keeps; when several threads make such pools, the others may destroy one
+// before its maker holds it. Pools live on the heap and are counted; nothing but `release` destroys one.
+// Threads: all operations may run together, but for the destruction.
 #pragma once
 
 #include <cstddef>
@@ -61,6 +62,9 @@ public:
     // The three figures are in bytes, with the meaning of the constants.
     explicit BucketMemoryPool(std::int32_t granularity = kGranularity, std::int32_t smallLimit = kSmallLimit,
                               std::int32_t largeLimit = kLargeLimit);
+    // One with the numbers of the library's pools that does not become the current pool by being made.
+    struct Aside {};
+    explicit BucketMemoryPool(Aside);
     ~BucketMemoryPool() override;
 
     void* allocate(std::int32_t size, std::uint32_t& actualSize) override;
@@ -108,6 +112,7 @@ private:
     void refill(kel::detail::ThreadCache& cache, std::uint32_t index) noexcept;
     void spill(kel::detail::ThreadCache& cache) noexcept;
     void moveOlder(kel::detail::ThreadCache& cache, std::uint32_t index, std::uint32_t keepOneIn) noexcept;
+    void enterLibrary();  // what every constructor does
     [[nodiscard]] FreeBlock* detachOldestFirst(std::uint32_t index) noexcept;
 
     kel::detail::SizeClasses classes_;

@@ -88,7 +88,8 @@ void lookForPool() {
     if (const IPtr<IBucketMemoryPool> offered = detail::findService<IBucketMemoryPool>())
         return adopt(*offered);
     if (current.local.load(std::memory_order_relaxed) != nullptr) return;
-    const IPtr<BucketMemoryPool> own(new BucketMemoryPool);
+    // Aside: several threads may come here at once, and one's pool must not take the place of another's.
+    const IPtr<BucketMemoryPool> own(new BucketMemoryPool(BucketMemoryPool::Aside()));
     Retired none;
     const LibraryGuard guard(libraryLock());
     if (current.pool == nullptr) replaceCurrent(own.get(), true, none);
