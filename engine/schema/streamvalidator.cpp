@@ -61,7 +61,15 @@ StreamValidator::StreamValidator(std::shared_ptr<const SchemaSet> schemas, reade
 }
 
 StreamValidator::~StreamValidator() {
-    if (plug_ != nullptr) (void)xmlSchemaSAXUnplug(plug_);
+    if (plug_ == nullptr) return;
+    // Of elements that are still open libxml2 loses the state of identity constraints.
+    if (!hasFailed_ && !isOutOfMemory_) {
+        for (; entered_ != 0; --entered_) {
+            const Open& open = open_[entered_ - 1];
+            events_->endElementNs(user_, open.local, open.prefix, open.uri);
+        }
+    }
+    (void)xmlSchemaSAXUnplug(plug_);
 }
 
 void StreamValidator::listen(void* self, xml2::ErrorPointer error) noexcept {
@@ -187,6 +195,7 @@ void StreamValidator::startElement(std::string_view, std::span<const reader::Att
         events_->startElementNs(user_, open.local, open.prefix, open.uri,
                                 static_cast<int>(declared_.size() / 2), declared_.data(),
                                 static_cast<int>(attributes_.size() / 5), 0, attributes_.data());
+        ++entered_;
     });
 }
 
@@ -195,6 +204,7 @@ void StreamValidator::endElement(std::string_view) {
     validate(open.position, [&] {  // what its end shows is wrong with the element, as in a tree
         deliverText();
         events_->endElementNs(user_, open.local, open.prefix, open.uri);
+        --entered_;
     });
     path_.leave();
     texts_.release(open.texts);

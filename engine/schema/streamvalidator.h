@@ -92,6 +92,7 @@ private:
     ElementTexts texts_;
     ElementPath path_;
     std::vector<Open> open_;
+    std::size_t entered_ = 0;  // of these, those that libxml2 has entered and not left
     std::string text_;  // since the last tag: the validator takes long texts piece by piece at a high cost
     std::vector<const xmlChar*> declared_;
     std::vector<const xmlChar*> attributes_;
