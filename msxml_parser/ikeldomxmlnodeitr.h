@@ -12,6 +12,7 @@ class IKelDOMXmlNodeItr : public virtual IKelUnknown {
 public:
     static constexpr const char* interfaceName() noexcept { return "IKelDOMXmlNodeItr"; }
 
+    // What a node is, by the numbers of the DOM.
     enum Kind : int {
         kNone = 0,  // at the end
         kElement = 1,
@@ -25,8 +26,8 @@ public:
 
     virtual void first() = 0;  // back to the first node, at any time
     virtual void next() = 0;   // at the end: stays there
-    virtual bool isEnd() = 0;
-    virtual int getKind() = 0;
+    virtual bool isEnd() = 0;  // past the last node
+    virtual int getKind() = 0;  // one of Kind
     // Both replace the content of `out` and return it. The name of an element or attribute, the target of an
     // instruction; empty for all others.
     virtual KelString& getName(KelString& out) = 0;

@@ -62,8 +62,9 @@ public:
     // The three figures are in bytes, with the meaning of the constants.
     explicit BucketMemoryPool(std::int32_t granularity = kGranularity, std::int32_t smallLimit = kSmallLimit,
                               std::int32_t largeLimit = kLargeLimit);
-    // One with the numbers of the library's pools that does not become the current pool by being made.
+    // Chooses the constructor below.
     struct Aside {};
+    // A pool with the numbers of the library's pools that does not become the current one by being made.
     explicit BucketMemoryPool(Aside);
     ~BucketMemoryPool() override;
 
