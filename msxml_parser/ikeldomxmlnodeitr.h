@@ -24,9 +24,9 @@ public:
         kDocument = 9,
     };
 
-    virtual void first() = 0;  // back to the first node, at any time
-    virtual void next() = 0;   // at the end: stays there
-    virtual bool isEnd() = 0;  // past the last node
+    virtual void first() = 0;   // back to the first node, at any time
+    virtual void next() = 0;    // at the end: stays there
+    virtual bool isEnd() = 0;   // past the last node
     virtual int getKind() = 0;  // one of Kind
     // Both replace the content of `out` and return it. The name of an element or attribute, the target of an
     // instruction; empty for all others.
