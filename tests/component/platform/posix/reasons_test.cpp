@@ -60,7 +60,7 @@ TEST_F(Reasons, AreTranslatedWithWhatTheySayOfTheDocument) {
               "[/a.xsl, line 12: ]what\n[line 3: ]what\nwhat");
 }
 
-// Where a reason was put together in a way that nobody collects, it would stay as it is.
+// A reason that is put together elsewhere is in no catalogue, and would stay English.
 TEST_F(Reasons, OfTheParserAreAllKnown) {
     constexpr std::array<std::string_view, 34> kMalformed{
         "",
