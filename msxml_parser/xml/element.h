@@ -168,7 +168,7 @@ inline std::optional<Element> takeElement(IKelDOMXmlElement* element) {
 // One attribute of an element: its position in the list. Removing an attribute moves those after it.
 class Attribute final {
 public:
-    Attribute(const Element& element, int index) : element_(element), index_(index) {}  // from 0
+    Attribute(Element element, int index) : element_(std::move(element)), index_(index) {}  // from 0
 
     // With its prefix, as written.
     [[nodiscard]] std::string name() const {
