@@ -36,7 +36,6 @@ private:
 
 int main(int argc, char** argv) try {
     if (argc != 4) return std::fputs("usage: words XML-LIBRARY WORDCOUNT-LIBRARY FILE\n", stderr), 2;
-    // [begin host]
     kelhost::Host host;
     host.settings().set("Words/Shortest", "3");  // read by the component while it is initialised
     for (const char* library : {argv[1], argv[2]}) {
@@ -50,7 +49,6 @@ int main(int argc, char** argv) try {
     if (!parser->parseFile(kelhost::fromUtf8(argv[3])))
         return std::fprintf(stderr, "%s\n", kelhost::toUtf8(parser->getError()->getMessage()).c_str()), 1;
     std::printf("%lld words\n", static_cast<long long>(counter->wordCount()));
-    // [end host]
     KelString word;
     std::int64_t count = 0;
     for (std::int32_t rank = 1; rank <= 3 && counter->frequentWord(rank, word, count); ++rank)

@@ -33,6 +33,8 @@ include(${CMAKE_CURRENT_LIST_DIR}/examples.cmake)
 # The installed kelxml finds the installed library, which stands elsewhere, seen from it, than in the build tree.
 run(${WORK}/prefix/bin/kelxml info)
 run(${WORK}/prefix/bin/kelxml tree ${WORK}/run/shelf.xml)
+# It tries the components of others, too.
+run(${WORK}/prefix/bin/kelxml selftest --component ${WORK}/examples/wordcount/libwordcount.so)
 
 # The same through pkg-config.
 set(ENV{PKG_CONFIG_PATH} ${WORK}/prefix/${LIBDIR}/pkgconfig)
