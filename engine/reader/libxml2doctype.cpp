@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <new>
 
+#include "engine/libstate/xmlchars.h"
 #include "engine/reader/detail/libxml2parser.h"
 #include "engine/text/chars.h"
 
 namespace engine::reader::detail {
-namespace {
 
-std::string_view viewOf(const xmlChar* text) {
-    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
+using libstate::view;
+
+namespace {
 
 std::string notExpanded(std::string_view entity) {
     return worded("Entity '%1' is not expanded", shown(entity));
@@ -41,7 +41,7 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
                                   const xmlChar* systemId, xmlChar* content) {
     eventEnds();
     if (isSubsetIncomplete_) return;
-    refuseColon(viewOf(name), worded("The name '%1' of this entity must not hold a colon."));
+    refuseColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
     if (isStopped_) return;
     xmlDoc* const document = context_->myDoc;
     const bool isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
@@ -50,19 +50,19 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
     if (isKnown) return;  // the first declaration counts
     static xmlChar nothing[] = "";
     if (type == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
-        externalGeneral_.emplace(viewOf(name), viewOf(systemId));
+        externalGeneral_.emplace(view(name), view(systemId));
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_GENERAL_ENTITY, nullptr, nullptr, nothing);
     } else if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
-        externalParameter_.emplace(viewOf(name), viewOf(systemId));
+        externalParameter_.emplace(view(name), view(systemId));
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, nothing);
     } else {
-        if (!TagWidth().add(viewOf(content))) {
+        if (!TagWidth().add(view(content))) {
             return refuse(ErrorCode::TooManyAttributes, here(),
-                          worded("An element in entity '%1' has more than %2 attributes.",
-                                 shown(viewOf(name)), std::to_string(TagWidth::kMax)));
+                          worded("An element in entity '%1' has more than %2 attributes.", shown(view(name)),
+                                 std::to_string(TagWidth::kMax)));
         }
         // A carriage return got here by reference, but libxml2 would take it for a line end.
-        std::string text(viewOf(content));
+        std::string text(view(content));
         const bool isMarkup = text.find('<') != std::string::npos;
         for (std::size_t at = 0; !isMarkup && (at = text.find('\r', at)) != std::string::npos;)
             text.replace(at, 1, "&#13;");
@@ -88,9 +88,8 @@ void Libxml2Parser::declareAttribute(const xmlChar* element, const xmlChar* name
     eventEnds();
     if (isSubsetIncomplete_) return;
     std::optional<std::string> value;
-    if (defaultValue != nullptr) value = viewOf(defaultValue);
-    attributeDeclarations_.declare(viewOf(element), viewOf(name), type != XML_ATTRIBUTE_CDATA,
-                                   std::move(value));
+    if (defaultValue != nullptr) value = view(defaultValue);
+    attributeDeclarations_.declare(view(element), view(name), type != XML_ATTRIBUTE_CDATA, std::move(value));
 }
 
 xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
@@ -106,22 +105,22 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
     const bool isNested = at == lastReference_;
     if (!isNested) {
         lastReference_ = at;
-        referenceStart_ = at - viewOf(name).size() - 2;  // the name, '&' and ';'
+        referenceStart_ = at - view(name).size() - 2;  // the name, '&' and ';'
     }
     if (entity == nullptr && !mayBeDeclaredOutside()) return nullptr;
-    if (isRefusedAsExternal(externalGeneral_, entity, viewOf(name)) || entity == nullptr) return nullptr;
-    if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(viewOf(name))) {
+    if (isRefusedAsExternal(externalGeneral_, entity, view(name)) || entity == nullptr) return nullptr;
+    if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(view(name))) {
         refuse(ErrorCode::BadEntity, offending(),
                worded("Entity '%1' is external and must not be used in the value of an attribute.",
-                      shown(viewOf(name))));
+                      shown(view(name))));
         return nullptr;
     }
     if (context_->inSubset != 0) {
         // A default value. More entities may follow, so the whole cannot be known; each is charged with its
         // own text.
-        return isAffordable(viewOf(entity->content).size() + 1, notExpanded(viewOf(name))) ? entity : nullptr;
+        return isAffordable(view(entity->content).size() + 1, notExpanded(view(name))) ? entity : nullptr;
     }
-    return isNested || isExpansionAllowed(viewOf(name)) ? entity : nullptr;
+    return isNested || isExpansionAllowed(view(name)) ? entity : nullptr;
 }
 
 xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {
@@ -131,9 +130,9 @@ xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {
         declareEntity(name, XML_EXTERNAL_PARAMETER_ENTITY, nullptr, noAddress, nullptr);
         entity = xmlGetParameterEntity(context_->myDoc, name);
     }
-    if (isRefusedAsExternal(externalParameter_, entity, viewOf(name)) || entity == nullptr) return nullptr;
-    if (externalParameter_.contains(viewOf(name)) && !shared_.isStandalone) isSubsetIncomplete_ = true;
-    return isAffordable(viewOf(entity->content).size() + 1, notExpanded(viewOf(name))) ? entity : nullptr;
+    if (isRefusedAsExternal(externalParameter_, entity, view(name)) || entity == nullptr) return nullptr;
+    if (externalParameter_.contains(view(name)) && !shared_.isStandalone) isSubsetIncomplete_ = true;
+    return isAffordable(view(entity->content).size() + 1, notExpanded(view(name))) ? entity : nullptr;
 }
 
 bool Libxml2Parser::mayBeDeclaredOutside() const {

@@ -10,19 +10,19 @@
 #include <new>
 
 #include "engine/libstate/libstate.h"
+#include "engine/libstate/xmlchars.h"
 #include "engine/text/chars.h"
 
 namespace engine::reader::detail {
+
+using libstate::view;
+
 namespace {
 
 // Text without events (blanks outside the root, a huge tag) is kept for its position up to here.
 constexpr std::uint64_t kLongestLookBack = std::uint64_t{16} << 20;
 constexpr std::string_view kPreamble = "<?xml version=\"1.0\"?>";
 constexpr std::string_view kStandalonePreamble = "<?xml version=\"1.0\" standalone=\"yes\"?>";
-
-std::string_view viewOf(const xmlChar* text) {
-    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
 
 std::string tooManyAttributes() {
     return worded("In a document with a DOCTYPE, an element must not have more than %1 attributes.",
@@ -75,10 +75,10 @@ struct Libxml2Parser::Callbacks {
         });
     }
     static void comment(void* user, const xmlChar* text) noexcept {
-        guarded(user, [&](Libxml2Parser& self) { self.comment(viewOf(text)); });
+        guarded(user, [&](Libxml2Parser& self) { self.comment(view(text)); });
     }
     static void instruction(void* user, const xmlChar* target, const xmlChar* data) noexcept {
-        guarded(user, [&](Libxml2Parser& self) { self.instruction(viewOf(target), viewOf(data)); });
+        guarded(user, [&](Libxml2Parser& self) { self.instruction(view(target), view(data)); });
     }
     static void internalSubset(void* user, const xmlChar* name, const xmlChar* publicId,
                                const xmlChar* systemId) noexcept {
@@ -95,7 +95,7 @@ struct Libxml2Parser::Callbacks {
     static void unparsedEntityDecl(void* user, const xmlChar* name, const xmlChar* publicId,
                                    const xmlChar* systemId, const xmlChar* notation) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.refuseColon(viewOf(name), worded("The name '%1' of this entity must not hold a colon."));
+            self.refuseColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
             xmlSAX2UnparsedEntityDecl(self.context_.get(), name, publicId, systemId, notation);
             self.eventEnds();
         });
@@ -103,7 +103,7 @@ struct Libxml2Parser::Callbacks {
     static void notationDecl(void* user, const xmlChar* name, const xmlChar* publicId,
                              const xmlChar* systemId) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.declareNotation(viewOf(name), publicId != nullptr || systemId != nullptr);
+            self.declareNotation(view(name), publicId != nullptr || systemId != nullptr);
         });
     }
     static void attributeDecl(void* user, const xmlChar* element, const xmlChar* name, int type, int,
@@ -149,7 +149,7 @@ Libxml2Parser::Libxml2Parser(Context& context, const ReadOptions& options, Event
           const xmlEntity* entity =
               xmlGetDocEntity(context_->myDoc, reinterpret_cast<const xmlChar*>(terminated.c_str()));
           const bool hasText = entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY;
-          return hasText ? viewOf(entity->content) : std::string_view();
+          return hasText ? view(entity->content) : std::string_view();
       }) {}
 
 void Libxml2Parser::createContext() {
@@ -294,10 +294,10 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
     // libxml2 tells of a tag that the text's end cuts short, and notices afterwards.
     if (here() == source_.offsetOf(source_.end())) return;
     locateLast('<');
-    const std::string_view written = viewOf(name);
+    const std::string_view written = view(name);
     attributes_.clear();
     for (; attributes != nullptr && attributes[0] != nullptr; attributes += 2) {
-        attributes_.push_back({viewOf(attributes[0]), viewOf(attributes[1])});
+        attributes_.push_back({view(attributes[0]), view(attributes[1])});
     }
     if (!isAffordable(attributeDeclarations_.costOf(written, attributes_),
                       worded("The defaults of its attributes are not added")))
@@ -333,7 +333,7 @@ void Libxml2Parser::endElement(const xmlChar* name) {
     const Open open = opens_.back();
     opens_.pop_back();
     shared_.resolved().beginLeave(open.name, open.declared);
-    tell([&] { sink_.endElement(viewOf(name)); });
+    tell([&] { sink_.endElement(view(name)); });
     shared_.resolved().leave(open.declared);
     eventEnds();
 }

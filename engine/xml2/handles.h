@@ -8,8 +8,8 @@
 
 #include <memory>
 #include <new>
-#include <string>
-#include <string_view>
+
+#include "engine/libstate/xmlchars.h"
 
 namespace engine::xml2 {
 
@@ -37,15 +37,7 @@ template <typename T>
     return object;
 }
 
-[[nodiscard]] inline std::string_view view(const xmlChar* text) noexcept {
-    return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-// Zero-terminated as `text` is.
-[[nodiscard]] inline const xmlChar* chars(const std::string& text) noexcept {
-    return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-[[nodiscard]] inline const xmlChar* chars(const char* text) noexcept {
-    return reinterpret_cast<const xmlChar*>(text);
-}
+using libstate::chars;
+using libstate::view;
 
 }  // namespace engine::xml2

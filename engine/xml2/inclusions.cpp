@@ -21,7 +21,6 @@ using text::worded;
 
 namespace {
 
-constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
 constexpr std::string_view kXsd = "http://www.w3.org/2001/XMLSchema";
 
 thread_local Inclusions* current = nullptr;
@@ -50,7 +49,7 @@ std::string nsText(const xmlNode& node) {
 std::string_view Inclusions::referenceAttribute(std::string_view namespaceUri,
                                                 std::string_view local) const noexcept {
     if (dialect_ == Dialect::StyleSheet) {
-        const bool names = namespaceUri == kXslt && (local == "import" || local == "include");
+        const bool names = namespaceUri == kXsltNamespace && (local == "import" || local == "include");
         return names ? "href" : "";
     }
     const bool names =
@@ -59,7 +58,7 @@ std::string_view Inclusions::referenceAttribute(std::string_view namespaceUri,
 }
 
 bool Inclusions::isOfDialect(std::string_view namespaceUri) const noexcept {
-    return namespaceUri == (dialect_ == Dialect::StyleSheet ? kXslt : kXsd);
+    return namespaceUri == (dialect_ == Dialect::StyleSheet ? kXsltNamespace : kXsd);
 }
 
 void Inclusions::addCause(std::string_view uri, std::uint32_t line, std::string_view text) {

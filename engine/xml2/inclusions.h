@@ -25,6 +25,8 @@
 
 namespace engine::xml2 {
 
+inline constexpr std::string_view kXsltNamespace = "http://www.w3.org/1999/XSL/Transform";
+
 enum class Dialect : std::uint8_t { StyleSheet, Schema };
 
 class Inclusions final {

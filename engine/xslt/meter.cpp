@@ -17,6 +17,7 @@
 #include <libxslt/xsltutils.h>
 
 #include "engine/xml2/handles.h"
+#include "engine/xml2/inclusions.h"
 #include "engine/xslt/platform/stack.h"
 
 namespace engine::xslt {
@@ -101,11 +102,14 @@ void putBefore(xsltElemPreComp& compiled) noexcept {
     }
 }
 
-bool isInstruction(const xmlNode& node, std::string_view name = {}) noexcept {
+}  // namespace
+
+bool isInstruction(const xmlNode& node, std::string_view name) noexcept {
     return node.type == XML_ELEMENT_NODE && node.ns != nullptr &&
-           view(node.ns->href) == "http://www.w3.org/1999/XSL/Transform" &&
-           (name.empty() || view(node.name) == name);
+           view(node.ns->href) == xml2::kXsltNamespace && (name.empty() || view(node.name) == name);
 }
+
+namespace {
 
 // Whether its children are carried out as a sequence, and any may be among them.
 bool holdsSequence(const xmlNode& instruction) noexcept {

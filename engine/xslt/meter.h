@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <string_view>
 
 #include <libxslt/xsltInternals.h>
 
@@ -33,6 +34,9 @@ struct WorkLimits {
 // Runs `work` where there is stack enough for a source of that depth, and passes it how many templates may be
 // open at once. What `work` throws comes out.
 void runWithStack(std::size_t sourceDepth, const std::function<void(std::size_t templateDepth)>& work);
+
+// Whether it is an element of XSLT, of that name unless it is empty.
+[[nodiscard]] bool isInstruction(const xmlNode& node, std::string_view name = {}) noexcept;
 
 class Steps;
 

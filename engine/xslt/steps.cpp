@@ -20,7 +20,6 @@ namespace {
 using xml2::chars;
 using xml2::view;
 
-constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
 constexpr unsigned long kNodesPerStep = 4;  // found again or kept by the hash for what a step costs
 
 struct FreeNodeSet {
@@ -319,7 +318,7 @@ std::string Steps::attribute(std::string_view element, std::string_view name, st
 void Steps::replaceIn(xmlDoc& style) {
     xmlNode* const root = xmlDocGetRootElement(&style);
     for (xmlNode* node = root; node != nullptr;) {
-        const bool isXslt = node->ns != nullptr && view(node->ns->href) == kXslt;
+        const bool isXslt = isInstruction(*node);
         for (xmlAttr* at = node->properties; at != nullptr; at = at->next) {
             if (at->children == nullptr || at->children->content == nullptr || (isXslt && at->ns != nullptr))
                 continue;

@@ -97,7 +97,6 @@ using xml2::chars;
 using xml2::orThrow;
 using xml2::view;
 
-constexpr std::string_view kXslt = "http://www.w3.org/1999/XSL/Transform";
 constexpr const char* kResultEncoding = "UTF-16";
 
 using ContextHandle = std::unique_ptr<xsltTransformContext, xml2::FreeBy<xsltFreeTransformContext>>;
@@ -118,9 +117,7 @@ struct Run {
 // The xsl:message that is being reported, or null.
 const xmlNode* messageOf(const xsltTransformContext& context) {
     const xmlNode* node = context.inst;
-    const bool isMessage = node != nullptr && node->type == XML_ELEMENT_NODE && node->ns != nullptr &&
-                           view(node->ns->href) == kXslt && view(node->name) == "message";
-    return isMessage ? node : nullptr;
+    return node != nullptr && isInstruction(*node, "message") ? node : nullptr;
 }
 
 // A message that does not is no cause of failure.
