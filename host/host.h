@@ -21,6 +21,7 @@
 
 #include "framework/object/ikelcomponentmanager.h"
 #include "host/component.h"
+#include "host/strsupport.h"
 
 namespace kelhost {
 
@@ -35,6 +36,9 @@ struct HostOptions {
     std::string languages = {};
     // Of comparison and case, "de_DE"; empty: the user's.
     std::string locale = {};
+    // Makes the string support. A program in which every HostOptions names makeInvariantStrSupport here is
+    // not linked with makeLocaleStrSupport, and so needs no ICU.
+    MakeStrSupport strSupport = makeLocaleStrSupport;
     // Of message catalogues, looked into before those near a component's library.
     std::vector<std::filesystem::path> catalogueFolders = {};
     // See host/settings.h; empty: no settings.
@@ -58,7 +62,7 @@ class Host {
 public:
     // Offers the standard services:
     //
-    //     IKelStrSupport         Unicode's rules in the user's locale; the 8-bit form is UTF-8
+    //     IKelStrSupport         Unicode's rules in the user's locale (host/strsupport.h)
     //     IKelTranslatorService  messages in the user's language, from catalogues (host/messages.h)
     //     IKelErrorService       writes to standard error (host/errorservice.h)
     //     IDataStore             settings from a file or set by the application (host/settings.h)

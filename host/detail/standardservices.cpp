@@ -13,7 +13,6 @@
 #include "host/errorservice.h"
 #include "host/messages.h"
 #include "host/platform/knownfolders.h"
-#include "host/platform/localestrsupport.h"
 #include "host/text.h"
 
 namespace kelhost {
@@ -47,8 +46,7 @@ void addStandardServices(ServiceRegistry& registry, const StandardServices& serv
     add<IKelDirService>(registry, *services.directories);
     add<KelMM::IKelMManager>(registry, *services.memory);
     add<IKelTranslatorService>(registry, *services.translators);
-    add<IKelStrSupport>(registry,
-                        *new LocaleStrSupport(options.locale.empty() ? nullptr : options.locale.c_str()));
+    add<IKelStrSupport>(registry, *options.strSupport(options.locale));
     add<IKelErrorService>(registry, *new ErrorService);
     add<IMemChecker>(registry, *new MemoryChecker);
     add<IKelAssertHandlerCB>(registry, *new AssertionHandler);

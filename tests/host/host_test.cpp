@@ -144,6 +144,20 @@ TEST_F(HostTest, StringsFollowUnicodeOnceThereIsAHost) {
     EXPECT_TRUE(KelString(u"\u0664").isDigit(0));
 }
 
+TEST_F(HostTest, StringsAreTheSameInEveryLocaleIfTheApplicationSaysSo) {
+    const kelhost::Host host({.strSupport = kelhost::makeInvariantStrSupport});
+    const KelString text(u"na\u00EFve \u20AC");
+    EXPECT_STREQ(text.narrow(), "na\xC3\xAFve \xE2\x82\xAC");
+    EXPECT_LT(KelString(u"Zoe"), KelString(u"amy"));
+    EXPECT_LT(KelString(u"z"), KelString(u"\u00E4"));
+    EXPECT_EQ(KelString(u"az{ \u00DF").toUpper(), u"AZ{ \u00DF");
+    EXPECT_EQ(KelString(u"AZ[ \u0391").toLower(), u"az[ \u0391");
+    EXPECT_EQ(KelString(u"e\u0301\t\r b").mapWhitespace(u'_'), u"e\u0301___b");
+    EXPECT_FALSE(KelString(u"\u2003").isSpace(0));
+    EXPECT_TRUE(KelString(u"9").isDigit(0) && !KelString(u":").isDigit(0) &&
+                !KelString(u"\u0664").isDigit(0));
+}
+
 TEST_F(HostTest, OrdersTextsAsTheLocaleDoesAndTellsAllApart) {
     struct Row {
         const char* locale;

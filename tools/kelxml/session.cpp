@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/strsupport.h"
 #include "host/text.h"
 #include "tools/kelxml/failure.h"
 #include "tools/kelxml/message.h"
@@ -63,8 +64,11 @@ std::unique_ptr<TemporaryFile> placeIn(const fs::path& folder) {
 
 }  // namespace
 
+// Nothing here depends on a locale's order or case, and ICU's collation would take a sixth of the start.
 Session::Session(const fs::path& component)
-    : library_(component.empty() ? findComponent() : component), component_(loadComponent(host_, library_)) {}
+    : library_(component.empty() ? findComponent() : component),
+      host_({.strSupport = kelhost::makeInvariantStrSupport}),
+      component_(loadComponent(host_, library_)) {}
 
 IPtr<IKelDOMXmlV3> Session::makeParser() const {
     return component_.create<IKelDOMXmlV3>(component_.classNamed(kDomClassName));

@@ -15,6 +15,7 @@
 
 #include "KelBasicTypes/kelstring.h"
 #include "KelBasicTypes/utf8.h"
+#include "host/strsupport.h"
 
 namespace kelhost {
 
@@ -110,6 +111,10 @@ void LocaleStrSupport::toUpper(KelString& text) {
                            std::int32_t length, UErrorCode* status) {
         return u_strToUpper(target, capacity, source, length, state_->locale(), status);
     });
+}
+
+IPtr<IKelStrSupport> makeLocaleStrSupport(const std::string& locale) {
+    return IPtr<IKelStrSupport>(new LocaleStrSupport(locale.empty() ? nullptr : locale.c_str()));
 }
 
 }  // namespace kelhost

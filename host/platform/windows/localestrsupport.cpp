@@ -8,6 +8,7 @@
 
 #include "KelBasicTypes/kelstring.h"
 #include "host/platform/windows/wide.h"
+#include "host/strsupport.h"
 
 namespace kelhost {
 
@@ -106,6 +107,10 @@ void LocaleStrSupport::toLower(KelString& text) {
 
 void LocaleStrSupport::toUpper(KelString& text) {
     mapCase(text, state_->locale, LCMAP_UPPERCASE);
+}
+
+IPtr<IKelStrSupport> makeLocaleStrSupport(const std::string& locale) {
+    return IPtr<IKelStrSupport>(new LocaleStrSupport(locale.empty() ? nullptr : locale.c_str()));
 }
 
 }  // namespace kelhost
