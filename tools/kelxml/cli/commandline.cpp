@@ -95,20 +95,25 @@ CommandLine::CommandLine()
     app_->fallthrough();
     app_->set_help_flag("-h,--help", tr("explain, with examples; after a verb, that verb"));
     addGlobals();
-    addCheck();
-    addTree();
-    addFormat();
-    addValidate();
-    addSelect();
-    addEdit();
-    addTransform();
-    addEvents();
-    addSave();
-    addDump();
-    addInfo();
-    addSelfTest();
-    addCompletion();
-    addHelp();
+    addVerb("check", tr("report whether documents are well formed"), &CommandLine::defineCheck);
+    addVerb("tree", tr("outline documents: elements, attributes, texts"), &CommandLine::defineTree);
+    addVerb("format", tr("indent documents without loss"), &CommandLine::defineFormat);
+    addVerb("validate", tr("validate documents against an XML Schema"), &CommandLine::defineValidate);
+    addVerb("select", tr("show what an XPath expression selects"), &CommandLine::defineSelect);
+    addVerb("edit", tr("change what XPath expressions select"), &CommandLine::defineEdit);
+    addVerb("transform", tr("apply an XSLT style sheet"), &CommandLine::defineTransform);
+    addVerb("events", tr("report elements and texts as they come, however long the document"),
+            &CommandLine::defineEvents);
+    addVerb("save", tr("write a document with the component's own writer and check the result"),
+            &CommandLine::defineSave);
+    addVerb("dump", tr("show the records of data-model files"), &CommandLine::defineDump);
+    addVerb("info", tr("show what the component is and offers"), &CommandLine::defineInfo);
+    addVerb("selftest", tr("try every class and every operation of the component"),
+            &CommandLine::defineSelfTest);
+    addVerb("completion", tr("write the completion script of a shell"), &CommandLine::defineCompletion);
+    // Hidden: the build and the packages call it.
+    addVerb("manual", tr("write the manual page"), &CommandLine::defineManual).group("");
+    addVerb("help", tr("explain the program or one of its verbs"), &CommandLine::defineHelp);
 }
 
 CommandLine::~CommandLine() = default;
@@ -132,24 +137,32 @@ void CommandLine::addGlobals() {
               tr("the component library to load instead of the one that belongs to this program"));
 }
 
-CLI::App& CommandLine::addPlainVerb(const char* name, std::string summary, Notes notes, Work run) {
-    CLI::App* command = app_->add_subcommand(name, std::move(summary));
-    command->callback([this, run = std::move(run)] { work_ = run; });
-    notes_[command] = std::move(notes);
-    return *command;
+CLI::App& CommandLine::addVerb(const char* name, std::string summary, Definition definition) {
+    CLI::App& command = *app_->add_subcommand(name, std::move(summary));
+    undefined_[&command] = definition;
+    command.preparse_callback([this, &command](std::size_t /*rest*/) { define(command); });
+    return command;
 }
 
-CLI::App& CommandLine::addVerb(const char* name, std::string summary, Notes notes,
-                               std::function<void(Session&)> run) {
-    return addPlainVerb(name, std::move(summary), std::move(notes), [this, run = std::move(run)] {
-        Session session(kelhost::pathOf(component_));
-        run(session);
-    });
+void CommandLine::define(CLI::App& command) {
+    if (const auto found = undefined_.extract(&command)) (this->*found.mapped())(command);
 }
 
-void CommandLine::addTree() {
-    CLI::App& command = addVerb(
-        "tree", tr("outline documents: elements, attributes, texts"),
+void CommandLine::setWork(CLI::App& command, Notes notes, Work work) {
+    notes_[&command] = std::move(notes);
+    command.callback([this, work = std::move(work)] { work_ = work; });
+}
+
+void CommandLine::setWork(CLI::App& command, Notes notes, std::function<void(Session&)> work) {
+    setWork(command, std::move(notes), Work([this, work = std::move(work)] {
+                Session session(kelhost::pathOf(component_));
+                work(session);
+            }));
+}
+
+void CommandLine::defineTree(CLI::App& command) {
+    setWork(
+        command,
         {tr("Shows one element a line, indented by its level, with its attributes and its text shortened to "
             "fit."),
          {{"kelxml tree --depth 2 catalogue.xml", tr("the first two levels of a large document")},
@@ -161,9 +174,9 @@ void CommandLine::addTree() {
     addAllowDtd(command, outlining_.allowDtd);
 }
 
-void CommandLine::addCheck() {
-    CLI::App& command = addVerb(
-        "check", tr("report whether documents are well formed"),
+void CommandLine::defineCheck(CLI::App& command) {
+    setWork(
+        command,
         {tr("Nothing is written for a document that is. Documents of any length are read in constant memory; "
             "the internal subset of a DOCTYPE is read, nothing external is."),
          {{"kelxml check *.xml", tr("check all documents of a folder")},
@@ -172,9 +185,9 @@ void CommandLine::addCheck() {
     addArguments(command, checking_.files);
 }
 
-void CommandLine::addFormat() {
-    CLI::App& command = addVerb(
-        "format", tr("indent documents without loss"),
+void CommandLine::defineFormat(CLI::App& command) {
+    setWork(
+        command,
         {tr("Only white space between elements changes, and the writing of references and tags: comments, "
             "CDATA sections, mixed content, xml:space, the declaration and the encoding stay. Formatting the "
             "result again changes nothing."),
@@ -198,9 +211,9 @@ void CommandLine::addFormat() {
     addOutput(command, formatting_.out);
 }
 
-void CommandLine::addSave() {
-    CLI::App& command = addVerb(
-        "save", tr("write a document with the component's own writer and check the result"),
+void CommandLine::defineSave(CLI::App& command) {
+    setWork(
+        command,
         {tr("The writer keeps elements, attributes and texts, one element a line; it is made for records. "
             "The "
             "result is read back and compared: where it would say something else, the first places are named "
@@ -215,9 +228,9 @@ void CommandLine::addSave() {
     addOutput(command, saving_.out);
 }
 
-void CommandLine::addTransform() {
-    CLI::App& command = addVerb(
-        "transform", tr("apply an XSLT style sheet"),
+void CommandLine::defineTransform(CLI::App& command) {
+    setWork(
+        command,
         {tr("The result is in the encoding that the style sheet asks for, else UTF-8. Style sheets may "
             "include "
             "and import local files; the network, writing files and other documents are refused. Messages of "
@@ -244,9 +257,9 @@ void CommandLine::addTransform() {
     addAllowDtd(command, transforming_.allowDtd);
 }
 
-void CommandLine::addValidate() {
-    CLI::App& command = addVerb(
-        "validate", tr("validate documents against an XML Schema"),
+void CommandLine::defineValidate(CLI::App& command) {
+    setWork(
+        command,
         {tr("Each document is reported as valid, or with everything that is wrong with it and where. The "
             "schema's own imports and includes are read from local files only. Documents of more than 16 MB "
             "are read in constant memory; values of type xs:ID that occur twice are then not found."),
@@ -259,9 +272,9 @@ void CommandLine::addValidate() {
               tr("the namespace that the schema is for, if it is another than the schema says"));
 }
 
-void CommandLine::addSelect() {
-    CLI::App& command = addVerb(
-        "select", tr("show what an XPath expression selects"),
+void CommandLine::defineSelect(CLI::App& command) {
+    setWork(
+        command,
         {tr("Elements, attributes, texts and values, each on a line of its own. Prefixes are those that the "
             "root element declares; its default namespace has the prefix '_'. Exit status 1 if nothing was "
             "selected."),
@@ -280,9 +293,9 @@ void CommandLine::addSelect() {
     addAllowDtd(command, selecting_.allowDtd);
 }
 
-void CommandLine::addEdit() {
-    CLI::App& command = addVerb(
-        "edit", tr("change what XPath expressions select"),
+void CommandLine::defineEdit(CLI::App& command) {
+    setWork(
+        command,
         {tr("The changes are made in the order in which they are given. Everything else stays as it is, "
             "white space included. An expression that ends in '/@name' selects attributes."),
          {{"kelxml edit --set //price/@currency EUR -i shop.xml", tr("set an attribute of many elements")},
@@ -331,46 +344,44 @@ void CommandLine::collectEdits(const CLI::App& command) {
     }
 }
 
-void CommandLine::addEvents() {
-    CLI::App& command =
-        addVerb("events", tr("report elements and texts as they come, however long the document"),
-                {tr("The document is never held in memory. With --json each event is one JSON object on a "
-                    "line of its own, as events.schema.json in the documentation describes; of several "
-                    "documents each begins with one that names the file."),
-                 {{"kelxml events huge.xml | head", tr("look into a document that fits into no editor")},
-                  {"kelxml events --json log.xml | jq -r 'select(.event == \"text\").text'",
-                   tr("all texts of a document, by way of another program")}}},
-                [this](Session& session) { events(session, reporting_); });
+void CommandLine::defineEvents(CLI::App& command) {
+    setWork(command,
+            {tr("The document is never held in memory. With --json each event is one JSON object on a "
+                "line of its own, as events.schema.json in the documentation describes; of several "
+                "documents each begins with one that names the file."),
+             {{"kelxml events huge.xml | head", tr("look into a document that fits into no editor")},
+              {"kelxml events --json log.xml | jq -r 'select(.event == \"text\").text'",
+               tr("all texts of a document, by way of another program")}}},
+            [this](Session& session) { events(session, reporting_); });
     addArguments(command, reporting_.files);
     command.add_flag("-j,--json", reporting_.json, tr("one JSON object a line, for programs"));
 }
 
-void CommandLine::addDump() {
-    CLI::App& command =
-        addPlainVerb("dump", tr("show the records of data-model files"),
-                     {tr("Shows one record a line: the byte where it starts, its tag, its kind and its "
-                         "value, indented by its "
-                         "level. A damaged file is shown up to the damage."),
-                      {{"kelxml dump shelf.kel", tr("what a program has stored, and at which byte")}}},
-                     [this] { dump(dumping_); });
+void CommandLine::defineDump(CLI::App& command) {
+    setWork(command,
+            {tr("Shows one record a line: the byte where it starts, its tag, its kind and its "
+                "value, indented by its "
+                "level. A damaged file is shown up to the damage."),
+             {{"kelxml dump shelf.kel", tr("what a program has stored, and at which byte")}}},
+            [this] { dump(dumping_); });
     command.add_option("FILE", dumping_.files, tr("the data-model files; '-' reads standard input"))
         ->required();
 }
 
-void CommandLine::addInfo() {
-    addVerb("info", tr("show what the component is and offers"), {}, info);
+void CommandLine::defineInfo(CLI::App& command) {
+    setWork(command, {}, info);
 }
 
-void CommandLine::addSelfTest() {
-    addVerb(
-        "selftest", tr("try every class and every operation of the component"),
+void CommandLine::defineSelfTest(CLI::App& command) {
+    setWork(
+        command,
         {tr("Works on small documents of its own and reports each step. Exit status 1 if a step fails."), {}},
         selfTest);
 }
 
-void CommandLine::addCompletion() {
-    CLI::App& command = addPlainVerb(
-        "completion", tr("write the completion script of a shell"),
+void CommandLine::defineCompletion(CLI::App& command) {
+    setWork(
+        command,
         {{}, {{"source <(kelxml completion bash)", tr("complete verbs, options and files in this bash")}}},
         [this] {
             const Program program = describe();
@@ -379,19 +390,18 @@ void CommandLine::addCompletion() {
                                         : fishCompletion(program));
         });
     requireChoice(addArgument(command, "bash|zsh|fish", shell_, tr("the shell")), "bash|zsh|fish");
-    // For those who build and package; everybody else has it installed.
-    addPlainVerb("manual", tr("write the manual page"), {}, [this] {
-        writeText(manualPage(describe()));
-    }).group("");
 }
 
-void CommandLine::addHelp() {
-    CLI::App& command =
-        addPlainVerb("help", tr("explain the program or one of its verbs"), {}, [this] { showHelp(); });
+void CommandLine::defineManual(CLI::App& command) {
+    setWork(command, {}, Work([this] { writeText(manualPage(describe())); }));
+}
+
+void CommandLine::defineHelp(CLI::App& command) {
+    setWork(command, {}, [this] { showHelp(); });
     command.add_option("VERB", topic_, tr("the verb to explain"));
 }
 
-void CommandLine::showHelp() const {
+void CommandLine::showHelp() {
     const Program program = describe();
     if (topic_.empty()) return writeText(helpOn(program));
     const Verb* verb = program.find(topic_);

@@ -29,7 +29,7 @@ public:
     using Work = std::function<void()>;
     [[nodiscard]] Work parse(int argc, const char* const* argv);
 
-    [[nodiscard]] Program describe() const;
+    [[nodiscard]] Program describe();
 
 private:
     struct Notes {
@@ -37,29 +37,37 @@ private:
         std::vector<Example> examples;
     };
 
-    CLI::App& addVerb(const char* name, std::string summary, Notes notes, std::function<void(Session&)> run);
-    CLI::App& addPlainVerb(const char* name, std::string summary, Notes notes, Work run);
-    void addGlobals();
-    void addSave();
-    void addFormat();
-    void addTree();
-    void addCheck();
-    void addSelect();
-    void addEdit();
-    void collectEdits(const CLI::App& command);
-    void addEvents();
-    void addTransform();
-    void addValidate();
-    void addDump();
-    void addInfo();
-    void addSelfTest();
-    void addCompletion();
-    void addHelp();
+    // What a verb takes and does. A run needs one of them: each is defined when its verb is met on the
+    // command line, or when the program is described.
+    using Definition = void (CommandLine::*)(CLI::App&);
 
-    void showHelp() const;
+    CLI::App& addVerb(const char* name, std::string summary, Definition definition);
+    void define(CLI::App& command);  // unless it is
+    void setWork(CLI::App& command, Notes notes, Work work);
+    void setWork(CLI::App& command, Notes notes, std::function<void(Session&)> work);
+    void addGlobals();
+    void defineSave(CLI::App& command);
+    void defineFormat(CLI::App& command);
+    void defineTree(CLI::App& command);
+    void defineCheck(CLI::App& command);
+    void defineSelect(CLI::App& command);
+    void defineEdit(CLI::App& command);
+    void collectEdits(const CLI::App& command);
+    void defineEvents(CLI::App& command);
+    void defineTransform(CLI::App& command);
+    void defineValidate(CLI::App& command);
+    void defineDump(CLI::App& command);
+    void defineInfo(CLI::App& command);
+    void defineSelfTest(CLI::App& command);
+    void defineCompletion(CLI::App& command);
+    void defineManual(CLI::App& command);
+    void defineHelp(CLI::App& command);
+
+    void showHelp();
     [[nodiscard]] const CLI::App* chosenVerb() const;
 
     std::unique_ptr<CLI::App> app_;  // included by the sources alone: the library takes long to compile
+    std::map<CLI::App*, Definition> undefined_;
     std::map<const CLI::App*, Notes> notes_;
     Work work_;
 

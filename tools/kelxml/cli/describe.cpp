@@ -47,7 +47,8 @@ std::vector<Note> environmentVariables() {
 
 }  // namespace
 
-Program CommandLine::describe() const {
+Program CommandLine::describe() {
+    while (!undefined_.empty()) define(*undefined_.begin()->first);
     Program program;
     program.name = app_->get_name();
     program.summary = app_->get_description();
