@@ -65,7 +65,9 @@ namespace {
 void ignore(void*, const char*, ...) {}
 }  // namespace
 
+// Asking for the thread's state would initialise the library, too, but without a lock.
 LastError::LastError() noexcept {
+    initialiseLibxml2();
     if (xmlGetLastError() != nullptr) (void)xmlCopyError(xmlGetLastError(), &saved_);
 }
 

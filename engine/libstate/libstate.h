@@ -48,7 +48,7 @@ private:
 // libxml2 keeps settings for each thread that a host may have made its own. The objects here change them for
 // the time of a call and put back what they found.
 
-// The thread's record of the last error stays the host's, whatever happens meanwhile.
+// The thread's record of the last error stays the host's, whatever happens meanwhile. Initialises libxml2.
 class LastError final {
 public:
     LastError() noexcept;

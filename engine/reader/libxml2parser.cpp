@@ -153,7 +153,6 @@ Libxml2Parser::Libxml2Parser(Context& context, const ReadOptions& options, Event
       }) {}
 
 void Libxml2Parser::createContext() {
-    libstate::initialiseLibxml2();
     xmlSAXHandler sax{};
     sax.initialized = 1;  // the first kind of callbacks
     sax.startDocument = Callbacks::startDocument;
