@@ -84,9 +84,11 @@ public:
         }
         pieces_.resize(kept);
         for (Piece& piece : pieces_) {
-            piece.moved = start_ + target.size();
             const std::uint32_t length = piece.end - piece.begin;
-            std::memcpy(target.extend(length), source.data() + (piece.begin - start_), length);
+            piece.moved = start_ + target.size() + std::uint32_t{sizeof length};
+            char* const to = target.extend(length + std::uint32_t{sizeof length});
+            std::memcpy(to, &length, sizeof length);  // its room
+            std::memcpy(to + sizeof length, source.data() + (piece.begin - start_), length);
         }
     }
     [[nodiscard]] std::uint32_t moved(std::uint32_t offset, std::uint32_t length) const noexcept {
@@ -145,6 +147,7 @@ void Tree::compact() {
         record.first = first;
     }
     text_ = std::move(text);
+    roomsFrom_ = sourceSize();
     attributes_ = std::move(attributes);
 }
 

@@ -83,17 +83,48 @@ void Tree::adoptSource(source::SourceText source) {
     text_ = Table<char>(maxText_ - sourceSize());
 }
 
-Tree::Span Tree::store(std::string_view text) {
-    if (text.empty()) return {0, 0};
+std::optional<Tree::Span> Tree::spanWithin(std::string_view text) noexcept {
     const auto length = static_cast<std::uint32_t>(text.size());
+    if (text.empty()) return Span{0, 0};
     if (isWithin(text.data(), source_.text))
-        return {static_cast<std::uint32_t>(text.data() - source_.text.data()), length};
-    if (isWithin(text.data(), {text_.data(), text_.size()}))
-        return {sourceSize() + static_cast<std::uint32_t>(text.data() - text_.data()), length};
+        return Span{static_cast<std::uint32_t>(text.data() - source_.text.data()), length};
+    if (!isWithin(text.data(), {text_.data(), text_.size()})) return std::nullopt;
+    sharesTexts_ = true;
+    return Span{sourceSize() + static_cast<std::uint32_t>(text.data() - text_.data()), length};
+}
+
+Tree::Span Tree::store(std::string_view text) {
+    if (const std::optional<Span> span = spanWithin(text)) return *span;
+    constexpr std::size_t kRoundedTo = 8;  // so that a text may grow a little
+    const std::size_t room = (text.size() + kRoundedTo - 1) / kRoundedTo * kRoundedTo;
+    if (text_.most() < sizeof(Room) || room > text_.most() - sizeof(Room)) tables::detail::tableIsFull();
+    const std::uint32_t offset = sourceSize() + text_.size() + std::uint32_t{sizeof(Room)};
+    const auto recorded = static_cast<Room>(room);
+    char* const to = text_.extend(recorded + std::uint32_t{sizeof(Room)});
+    std::memcpy(to, &recorded, sizeof recorded);
+    std::memcpy(to + sizeof(Room), text.data(), text.size());
+    return {offset, static_cast<std::uint32_t>(text.size())};
+}
+
+Tree::Span Tree::storeLoaded(std::string_view text) {
+    if (const std::optional<Span> span = spanWithin(text)) return *span;
     if (text.size() > text_.most()) tables::detail::tableIsFull();
-    const std::uint32_t offset = text_.size();
+    const auto length = static_cast<std::uint32_t>(text.size());
+    const std::uint32_t offset = sourceSize() + text_.size();
     std::memcpy(text_.extend(length), text.data(), length);
-    return {sourceSize() + offset, length};
+    return {offset, length};
+}
+
+Tree::Room Tree::roomAt(std::uint32_t offset) const noexcept {
+    Room room;
+    std::memcpy(&room, text_.data() + (offset - sourceSize()) - sizeof room, sizeof room);
+    return room;
+}
+
+bool Tree::overwrite(std::uint32_t offset, std::uint32_t length, std::string_view text) noexcept {
+    if (text.empty() || !hasRoom(offset, length) || text.size() > roomAt(offset)) return false;
+    std::memmove(text_.data() + (offset - sourceSize()), text.data(), text.size());
+    return true;
 }
 
 NodeId Tree::allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count) {
@@ -170,6 +201,7 @@ NodeId Tree::copySubtree(const Tree& source, NodeId node, Copy copy) {
 }
 
 NodeId Tree::clone(NodeId node, bool deep) {
+    sharesTexts_ = true;
     const auto copy = [this](NodeId from) {
         const Node original = nodes_[from];
         std::uint32_t first = original.first;
@@ -210,20 +242,28 @@ NodeId Tree::copyFrom(const Tree& source, NodeId node) {
 
 void Tree::setContent(NodeId node, std::string_view text) {
     Node& record = nodes_[node];
-    const Span span = store(text);
+    if (overwrite(record.first, record.count, text)) {
+        record.count = static_cast<std::uint32_t>(text.size());
+    } else {
+        const Span span = store(text);
+        waste(record.first, record.count);
+        record.first = span.offset;
+        record.count = span.length;
+    }
     ++otherRevision_;
-    waste(record.first, record.count);
-    record.first = span.offset;
-    record.count = span.length;
 }
 
 void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_view value) {
-    const Span span = store(value);
     Attribute& record = attributes_[nodes_[element].first + index];
+    if (overwrite(record.offset, record.length, value)) {
+        record.length = static_cast<std::uint32_t>(value.size());
+    } else {
+        const Span span = store(value);
+        waste(record.offset, record.length);
+        record.offset = span.offset;
+        record.length = span.length;
+    }
     ++otherRevision_;
-    waste(record.offset, record.length);
-    record.offset = span.offset;
-    record.length = span.length;
 }
 
 void Tree::setAttribute(NodeId element, std::string_view name, std::string_view value) {

@@ -215,9 +215,25 @@ private:
     [[nodiscard]] static bool isWithin(const char* at, std::string_view text) noexcept {
         return static_cast<std::uintptr_t>(at - text.data()) < text.size();
     }
+    // A text made by an edit has its room in front, in bytes, so that a later one may take its place. Those
+    // that were loaded have none: they are many, and seldom replaced.
+    using Room = std::uint32_t;
     Span store(std::string_view text);
+    Span storeLoaded(std::string_view text);
+    [[nodiscard]] std::optional<Span> spanWithin(
+        std::string_view text) noexcept;  // if it stands here already
+    // The text in the place of one that is replaced; false if it has no room there.
+    bool overwrite(std::uint32_t offset, std::uint32_t length, std::string_view text) noexcept;
+    [[nodiscard]] bool hasRoom(std::uint32_t offset, std::uint32_t length) const noexcept {
+        return length != 0 && offset >= roomsFrom_ && !sharesTexts_;
+    }
+    [[nodiscard]] Room roomAt(std::uint32_t offset) const noexcept;
     void waste(std::uint32_t offset, std::uint32_t length) noexcept {
-        if (offset >= sourceSize()) wastedBytes_ += length;  // the source stays as it is
+        if (hasRoom(offset, length)) {
+            wastedBytes_ += sizeof(Room) + roomAt(offset);
+        } else if (offset >= sourceSize()) {  // the source stays as it is
+            wastedBytes_ += length;
+        }
     }
     NodeId allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count);
     void release(NodeId node) noexcept;
@@ -243,6 +259,8 @@ private:
     std::uint32_t madeSinceReclaim_ = 0;
     std::uint32_t nodesAtReclaim_ = 0;
     std::uint64_t wastedBytes_ = 0;  // estimate of what compact would give back
+    std::uint32_t roomsFrom_ = 0;    // the offset from which on texts of the store have their room in front
+    bool sharesTexts_ = false;       // a text of the store may belong to two nodes
 };
 
 // What a prefix (empty: the default namespace) stands for at an element: of its innermost declaration there

@@ -36,6 +36,7 @@ bool isAllWhite(std::string_view text) noexcept {
 void TreeBuilder::startDocument(const reader::Locator& locator) {
     assert(tree_.firstChild(kDocumentNode) == kNoNode);
     locator_ = &locator;
+    tree_.roomsFrom_ = Tree::kNoOffset;  // until the end
     const std::string_view source = tree_.source_.text;
     isPlaced_ = source.data() != nullptr;
     const std::uint32_t expected = expectedCount(source, '<', 24);
@@ -51,6 +52,7 @@ void TreeBuilder::endDocument() {
     closeText();
     closeChildren(open_.front());
     tree_.trim();
+    tree_.roomsFrom_ = tree_.sourceSize() + tree_.text_.size();
     tree_.madeSinceReclaim_ = 0;
     tree_.nodesAtReclaim_ = tree_.nodeCount();
     locator_ = nullptr;
@@ -165,14 +167,14 @@ void TreeBuilder::endCData() {
 
 void TreeBuilder::comment(std::string_view text) {
     closeText();
-    const Tree::Span span = tree_.store(text);
+    const Tree::Span span = tree_.storeLoaded(text);
     (void)add(NodeKind::Comment, 0, span.offset, span.length);
 }
 
 void TreeBuilder::processingInstruction(std::string_view target, std::string_view data) {
     closeText();
     const NameId name = tree_.names_.intern(target);
-    const Tree::Span span = tree_.store(data);
+    const Tree::Span span = tree_.storeLoaded(data);
     (void)add(NodeKind::ProcessingInstruction, name, span.offset, span.length);
 }
 

@@ -123,7 +123,7 @@ private:
     }
     [[nodiscard]] Tree::Span spanOf(std::string_view text) {
         if (!Tree::isWithin(text.data(), tree_.source_.text)) [[unlikely]]
-            return tree_.store(text);
+            return tree_.storeLoaded(text);
         return {static_cast<std::uint32_t>(text.data() - tree_.source_.text.data()),
                 static_cast<std::uint32_t>(text.size())};
     }
