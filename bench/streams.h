@@ -23,7 +23,7 @@ struct EventCounts {
 class StreamLibrary {
 public:
     [[nodiscard]] virtual std::string_view name() const = 0;
-    // Throws std::runtime_error when the document is refused.
+    // Throws std::runtime_error when the document is rejected.
     [[nodiscard]] virtual EventCounts parse(const std::string& path) const = 0;
 
 protected:

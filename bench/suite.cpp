@@ -15,10 +15,10 @@
 namespace bench {
 namespace {
 
-constexpr double kBudgetInSeconds = 2.0;  // for all rounds of a row, so far as the fewest rounds allow
+constexpr double kBudgetInSeconds = 2.0;  // for all rounds of a row, as far as the minimum of rounds allows
 constexpr double kShortestRoundInSeconds = 0.01;  // shorter ones are repeated, for the clock's sake
-constexpr std::size_t kFewestRounds = 5;
-constexpr std::size_t kMostRounds = 41;
+constexpr std::size_t kMinRounds = 5;
+constexpr std::size_t kMaxRounds = 41;
 
 double cpuSeconds() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
@@ -57,14 +57,14 @@ struct Course {
             if (contender->round() != answer)
                 throw std::runtime_error(contender->name + " changed its answer between two rounds");
         }
-        settleHeap();  // whoever left the garbage pays for it, not whoever comes next
+        settleHeap();  // the contender that left garbage pays for it, not the next one
         const double taken = cpuSeconds() - start;
         seconds.push_back(taken / static_cast<double>(repeats));
         return taken;
     }
 };
 
-// The unmeasured first run: warms up, gives the answer, and tells how many repeats a timed round needs.
+// The unmeasured first run: warms up, gives the answer, and shows how many repeats a timed round needs.
 Course warmUp(const Contender& contender) {
     Course course;
     course.contender = &contender;
@@ -83,9 +83,9 @@ Course warmUp(const Contender& contender) {
 void demandEqualAnswers(const std::vector<Course>& courses) {
     for (const Course& course : courses) {
         if (course.answer == courses.front().answer) continue;
-        throw std::runtime_error(courses.front().contender->name + " answers " +
+        throw std::runtime_error(courses.front().contender->name + " returns " +
                                  std::to_string(courses.front().answer) + " where " + course.contender->name +
-                                 " answers " + std::to_string(course.answer));
+                                 " returns " + std::to_string(course.answer));
     }
 }
 
@@ -96,9 +96,9 @@ std::vector<Timing> alternate(const std::vector<Contender>& contenders, Answers 
     for (const Contender& contender : contenders) courses.push_back(warmUp(contender));
     if (answers == Answers::Equal) demandEqualAnswers(courses);
     double spent = 0;
-    for (std::size_t round = 0; round < kMostRounds && (round < kFewestRounds || spent < kBudgetInSeconds);
+    for (std::size_t round = 0; round < kMaxRounds && (round < kMinRounds || spent < kBudgetInSeconds);
          ++round) {
-        // Who goes first changes, so that nobody always runs in the caches that one other left.
+        // Who goes first changes, so that none always runs in the caches that one other left.
         for (std::size_t i = 0; i < courses.size(); ++i)
             spent += courses[(round + i) % courses.size()].timeOnce();
     }
@@ -275,7 +275,7 @@ bool Suite::run(const std::vector<std::string>& prefixes, const std::string& jso
     std::printf(
         "%s\nmedian of %zu to %zu alternating rounds, CPU time; \xC2\xB1 half the quartile distance; "
         "ratio above 1: ours is better\n\n",
-        describeMachine().c_str(), kFewestRounds, kMostRounds);
+        describeMachine().c_str(), kMinRounds, kMaxRounds);
     std::vector<Result> results;
     std::size_t failures = 0;
     for (const Entry& entry : entries_) {

@@ -26,10 +26,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kFewestRuns = 5;
-constexpr std::size_t kMostRuns = 25;
-constexpr double kBudgetInSeconds = 4.0;  // for all runs of a contest, so far as the fewest allow
-constexpr std::size_t kFewestLongRuns = 3;
+constexpr std::size_t kMinRuns = 5;
+constexpr std::size_t kMaxRuns = 25;
+constexpr double kBudgetInSeconds = 4.0;  // for all runs of a contest, as far as the minimum allows
+constexpr std::size_t kMinLongRuns = 3;
 constexpr double kLongInSeconds = 10.0;  // a round of all programs
 constexpr std::uint64_t kLongDocumentInBytes = 300'000'000;
 constexpr int kArticles = 200;
@@ -99,9 +99,9 @@ using Figures = std::vector<std::vector<Cost>>;  // by tool, one a run
 Figures measure(const Contest& contest, const std::string& output) {
     const Input input = contest.input();
     const double roundInSeconds = demandEqualAnswers(contest, input, output);
-    const std::size_t fewest = roundInSeconds > kLongInSeconds ? kFewestLongRuns : kFewestRuns;
+    const std::size_t min = roundInSeconds > kLongInSeconds ? kMinLongRuns : kMinRuns;
     const auto affordable = static_cast<std::size_t>(kBudgetInSeconds / roundInSeconds);
-    const std::size_t rounds = std::clamp(affordable, fewest, kMostRuns);
+    const std::size_t rounds = std::clamp(affordable, min, kMaxRuns);
     Figures figures(contest.tools.size());
     for (std::size_t round = 0; round < rounds; ++round) {
         for (std::size_t i = 0; i < contest.tools.size(); ++i) {

@@ -37,7 +37,7 @@ using Validator = std::unique_ptr<xmlSchemaValidCtxt, FreeBy<xmlSchemaFreeValidC
 
 template <typename T>
 T demanded(T handle, const std::string& what) {
-    if (!handle) throw std::runtime_error(what + " was refused");
+    if (!handle) throw std::runtime_error(what + " was rejected");
     return handle;
 }
 

@@ -47,7 +47,7 @@ public:
 class TreeLibrary {
 public:
     [[nodiscard]] virtual std::string_view name() const = 0;
-    // Throws std::runtime_error with the library's words when the document is refused.
+    // Throws std::runtime_error with the library's words when the document is rejected.
     [[nodiscard]] virtual std::unique_ptr<Tree> load(const std::string& path) const = 0;
     // Takes the UTF-8 text over into the form that the library loads from, and returns what loads it.
     [[nodiscard]] virtual std::function<std::unique_ptr<Tree>()> loader(const std::string& text) const = 0;

@@ -34,14 +34,14 @@ bool isValid(IKelDOMXmlV2& document, const KelString& schema, const KelString& f
 int main(int argc, char** argv) {
     if (argc < 3) return std::fputs("usage: validate SCHEMA FILE...\n", stderr), 2;
     XmlDOM xml;
-    int refused = 0;
+    int rejected = 0;
     for (int i = 2; i < argc; ++i) {
         IPtr<IKelDOMXmlV2> document(xml.getParser());
         if (isValid(*document, kel::fromUtf8(argv[1]), kel::fromUtf8(argv[i]))) {
             std::printf("%s is valid\n", argv[i]);
         } else {
-            ++refused;
+            ++rejected;
         }
     }
-    return refused == 0 ? 0 : 1;
+    return rejected == 0 ? 0 : 1;
 }

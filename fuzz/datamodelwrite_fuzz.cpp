@@ -205,7 +205,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KelFileRead reader(in);
     const std::string read = readBack(reader);
     const std::string failure = kel::toUtf8(reader.failureMessage().view());
-    require(isFinished == failure.empty(), "what was not finished must be refused, and only that", written,
+    require(isFinished == failure.empty(), "what was not finished must be rejected, and only that", written,
             failure);
     if (isFinished) require(read == written, "another text than was written", written, read);
     return 0;

@@ -147,7 +147,7 @@ LoadedFolder Host::loadFolder(const fs::path& folder) {
         try {
             result.components.push_back(load(library));
         } catch (const HostError& error) {
-            result.refused.push_back({library, error.what()});
+            result.rejected.push_back({library, error.what()});
         }
     }
     return result;

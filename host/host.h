@@ -46,15 +46,15 @@ struct HostOptions {
 };
 
 // A library that a folder had and that was rejected.
-struct RefusedLibrary {
+struct RejectedLibrary {
     std::filesystem::path library;  // the file
     std::string reason;             // what HostError would have said
 };
 
 // What became of the libraries of a folder.
 struct LoadedFolder {
-    std::vector<Component> components;    // in the order of the libraries' names
-    std::vector<RefusedLibrary> refused;  // in the same order
+    std::vector<Component> components;      // in the order of the libraries' names
+    std::vector<RejectedLibrary> rejected;  // in the same order
 };
 
 // Runs components and offers them services. See the top of host/host.h.

@@ -80,7 +80,7 @@ private:
     void tell(const std::vector<std::string>& changedKeys);
     [[nodiscard]] std::vector<IPtr<IKelDataReceiver>> receiversOf(const std::string& key) const;
 
-    std::recursive_mutex changing_;  // held while a change is made and told; taken before lock_
+    std::recursive_mutex changing_;  // held while a change is made and reported; taken before lock_
     mutable std::shared_mutex lock_;
     Values values_;
     std::vector<std::pair<std::string, IPtr<IKelDataReceiver>>> receivers_;

@@ -27,7 +27,7 @@ public:
     // Error codes of a DOM parser.
     enum ErrorCode : int {
         kFileNotReadable = 1,     // missing, a folder, or not permitted
-        kRefusedByEngine = 3,     // a load, a validation or a transformed source was rejected, with a reason
+        kRejectedByEngine = 3,    // a load, a validation or a transformed source was rejected, with a reason
         kInvalidElement = 4,      // not an element of this component
         kNoDocument = 5,          // the engine could not make one
         kTransformFailed = 6,     // no style sheet or result of this component, or the engine rejected it

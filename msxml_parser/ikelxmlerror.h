@@ -20,7 +20,7 @@ public:
         kNotCompiled = 7,       // there is no schema or style sheet yet
         kLimitExceeded = 8,     // a document beyond a limit of the engine: depth, text out of entities
         kNotValid = 9,          // a document that does not fit the schema
-        kRefused = 10,          // a file or text that is no schema or style sheet, or has errors
+        kRejected = 10,         // a file or text that is no schema or style sheet, or has errors
         kInvalidArgument = 11,  // not a document of this component, or not a name
     };
     virtual int getCode() = 0;  // a Code

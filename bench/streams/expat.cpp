@@ -47,7 +47,7 @@ void feed(XML_Parser parser, std::FILE* file, const std::string& path) {
         const std::size_t count = std::fread(buffer, 1, kPieceInBytes, file);
         last = count < static_cast<std::size_t>(kPieceInBytes);
         if (XML_ParseBuffer(parser, static_cast<int>(count), last) != XML_STATUS_OK)
-            throw std::runtime_error("expat refuses " + path);
+            throw std::runtime_error("expat rejects " + path);
     }
 }
 

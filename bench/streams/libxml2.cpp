@@ -42,7 +42,7 @@ public:
         context->userData = &counts;
         xmlCtxtUseOptions(context.get(), XML_PARSE_NONET | XML_PARSE_HUGE);
         const int result = xmlParseDocument(context.get());
-        if (result != 0 || context->wellFormed == 0) throw std::runtime_error("libxml2 refuses " + path);
+        if (result != 0 || context->wellFormed == 0) throw std::runtime_error("libxml2 rejects " + path);
         return counts;
     }
 };

@@ -96,8 +96,8 @@ public:
         parser_.setDoSchema(false);
         parser_.setLoadExternalDTD(false);
         parser_.setCreateEntityReferenceNodes(false);
-        xc::HandlerBase refuse;  // its defaults throw at the first fatal error
-        parser_.setErrorHandler(&refuse);
+        xc::HandlerBase reject;  // its defaults throw at the first fatal error
+        parser_.setErrorHandler(&reject);
         try {
             parser_.parse(source);
         } catch (const xc::SAXException&) {

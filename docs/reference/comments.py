@@ -3,7 +3,7 @@
 
 The rules are those by which we read a header ourselves:
 - the comment that opens a file documents the file, and the first class that has none of its own;
-- a comment directly above a declaration, or behind it on its lines, documents it;
+- a comment directly above a declaration, or after it on its lines, documents it;
 - a comment above several declarations without a blank line between them documents all of them, down to the next
   comment; a comment behind a declaration also documents the overloads that follow it line on line;
 - a few names mean the same everywhere; SAME_EVERYWHERE says what;
@@ -66,7 +66,7 @@ def without_literals(code):
 
 
 def split_slots(text):
-    """Interfaces number their operations, "3. and 4. What it does": the number reads better behind the words."""
+    """Interfaces number their operations, "3. and 4. What it does": the number reads better after the words."""
     m = re.match(r"(\d+\.(?: (?:and|to) \d+\.)*)(?:\s+|$)", text)
     return (text[m.end():], f" [slot {m.group(1).replace('.', '')}]") if m else (text, "")
 

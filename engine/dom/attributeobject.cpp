@@ -24,7 +24,7 @@ HRESULT nothing(T** result, std::string_view operation) noexcept {
 }
 
 template <typename T>
-HRESULT refuse(T** result, HRESULT status, std::string_view description) noexcept {
+HRESULT reject(T** result, HRESULT status, std::string_view description) noexcept {
     if (result != nullptr) *result = nullptr;
     return fail(status, description);
 }
@@ -163,25 +163,25 @@ HRESULT AttributeObject::get_attributes(IXMLDOMNamedNodeMap** attributes) {
     return nothing(attributes, "get_attributes");
 }
 HRESULT AttributeObject::get_childNodes(IXMLDOMNodeList** children) {
-    return refuse(children, E_NOTIMPL, "The value of an attribute is not offered as nodes; take it as text.");
+    return reject(children, E_NOTIMPL, "The value of an attribute is not offered as nodes; take it as text.");
 }
 HRESULT AttributeObject::insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode** inserted) {
-    return refuse(inserted, E_FAIL, kNoChildren);
+    return reject(inserted, E_FAIL, kNoChildren);
 }
 HRESULT AttributeObject::replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode** replaced) {
-    return refuse(replaced, E_FAIL, kNoChildren);
+    return reject(replaced, E_FAIL, kNoChildren);
 }
 HRESULT AttributeObject::removeChild(IXMLDOMNode*, IXMLDOMNode** removed) {
-    return refuse(removed, E_FAIL, kNoChildren);
+    return reject(removed, E_FAIL, kNoChildren);
 }
 HRESULT AttributeObject::appendChild(IXMLDOMNode*, IXMLDOMNode** added) {
-    return refuse(added, E_FAIL, kNoChildren);
+    return reject(added, E_FAIL, kNoChildren);
 }
 HRESULT AttributeObject::selectNodes(BSTR, IXMLDOMNodeList** nodes) {
-    return refuse(nodes, E_NOTIMPL, kNoContext);
+    return reject(nodes, E_NOTIMPL, kNoContext);
 }
 HRESULT AttributeObject::selectSingleNode(BSTR, IXMLDOMNode** node) {
-    return refuse(node, E_NOTIMPL, kNoContext);
+    return reject(node, E_NOTIMPL, kNoContext);
 }
 HRESULT AttributeObject::get_namespaceURI(BSTR* uri) {
     return com::give(uri, "get_namespaceURI", [&]() -> BSTR {
@@ -209,10 +209,10 @@ HRESULT AttributeObject::get_baseName(BSTR* name) {
     });
 }
 HRESULT AttributeObject::cloneNode(VARIANT_BOOL, IXMLDOMNode** copy) {
-    return refuse(copy, E_NOTIMPL, "An attribute cannot be copied by itself; copy its element.");
+    return reject(copy, E_NOTIMPL, "An attribute cannot be copied by itself; copy its element.");
 }
 HRESULT AttributeObject::transformNode(IXMLDOMNode*, BSTR* text) {
-    return refuse(text, E_NOTIMPL, "An attribute cannot be transformed by itself.");
+    return reject(text, E_NOTIMPL, "An attribute cannot be transformed by itself.");
 }
 HRESULT AttributeObject::transformNodeToObject(IXMLDOMNode*, VARIANT) {
     return fail(E_NOTIMPL, "An attribute cannot be transformed by itself.");

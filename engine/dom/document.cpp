@@ -339,7 +339,7 @@ ExpressionValue Document::evaluate(const NodeSource& context, BSTR expression, E
         throw Failure(E_INVALIDARG,
                       error.column() == 0
                           ? error.reason()
-                          : worded("Column %1 : %2", std::to_string(error.column()), error.reason()));
+                          : worded("column %1: %2", std::to_string(error.column()), error.reason()));
     }
 }
 

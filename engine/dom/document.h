@@ -20,7 +20,7 @@ class Document final
     : public com::Object<Document, NodeObject<IXMLDOMDocument2>, IContentTarget, IXMLDocumentExtension> {
 public:
     // An empty document; throws std::bad_alloc. The limit is for tests; see Table.
-    explicit Document(std::uint32_t maxTextInBytes = Table<char>::kMost);
+    explicit Document(std::uint32_t maxTextInBytes = Table<char>::kMax);
     ~Document();
 
     // As the class table wants it.

@@ -56,7 +56,7 @@ std::string codePoint(char32_t c) {
     return text;
 }
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void reject(const std::string& why) {
     throw Failure(E_INVALIDARG, why);
 }
 
@@ -194,7 +194,7 @@ private:
     void checkName(NameId name) const {
         const NameId prefix = tree_.names().prefix(name);
         if (prefix == tables::kNoName || counts_[prefix] != 0 || tree_.names().text(prefix) == "xml") return;
-        refuse(worded("The prefix of '%1' is not declared on its element or around it.",
+        reject(worded("The prefix of '%1' is not declared on its element or around it.",
                       tree_.names().text(name)));
     }
 
@@ -468,7 +468,7 @@ private:
             }
             const Decoded next = checked(node, at, end);
             if (next.character == '\r' || !isWritable(next.character)) {
-                refuse(worded("%1 cannot be written in %2 here, and %3 cannot contain a reference to it.",
+                reject(worded("%1 cannot be written in %2 here, and %3 cannot contain a reference to it.",
                               codePoint(next.character), encodingName_, describe(node)));
             }
             at += next.length;
@@ -483,7 +483,7 @@ private:
         Decoded next = decodeAt(at);
         next.length = std::min(next.length, static_cast<std::size_t>(end - at));
         if (!text::isXmlCharacter(next.character)) {
-            refuse(worded("The text of %1 contains %2, which an XML document cannot contain.", describe(node),
+            reject(worded("The text of %1 contains %2, which an XML document cannot contain.", describe(node),
                           codePoint(next.character)));
         }
         return next;
@@ -549,9 +549,9 @@ void writeDocument(const Tree& tree, const WriteSettings& settings, ByteSink& si
         if (settings.declaration == Declaration::WithoutEncoding || name.empty()) name = "UTF-8";
     }
     const std::unique_ptr<Encoder> encoder = isNameOfEncoding(name) ? Encoder::create(name) : nullptr;
-    if (encoder == nullptr) refuse(worded("The encoding '%1' is not known.", name));
+    if (encoder == nullptr) reject(worded("The encoding '%1' is not known.", name));
     if (settings.declaration == Declaration::Never && !encoder->isUtf8() && encoder->mark().empty()) {
-        refuse(worded("A document in the encoding '%1' needs an XML declaration.", name));
+        reject(worded("A document in the encoding '%1' needs an XML declaration.", name));
     }
     Writer(tree, settings, declaration, *encoder, name, sink).write();
 }

@@ -70,7 +70,7 @@ BSTR gatherText(const Tree& tree, NodeId node) {
     return result;
 }
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void reject(const std::string& why) {
     throw Failure(E_FAIL, why);
 }
 
@@ -83,24 +83,24 @@ void checkInsertion(const Binding& parent, const Binding& child, NodeId replaced
     const NodeKind kind = child.kind();
     const bool sameTree = &target == &source;
     if (!holdsChildren(targetKind)) {
-        refuse("A node of the kind '" + std::string(nameOf(target, parent.node())) + "' takes no children.");
+        reject("A node of the kind '" + std::string(nameOf(target, parent.node())) + "' takes no children.");
     }
     if (kind == NodeKind::Document)
-        refuse("A document cannot be put into another node; put its document element there.");
+        reject("A document cannot be put into another node; put its document element there.");
     if (sameTree && (source.firstChild(child.node()) != kNoNode || parent.node() == child.node()) &&
         source.isAncestorOrSelf(child.node(), parent.node())) {
-        refuse("The element '" + std::string(source.name(child.node())) + "' cannot be put below itself.");
+        reject("The element '" + std::string(source.name(child.node())) + "' cannot be put below itself.");
     }
-    if (kind == NodeKind::DocumentType) refuse("A DOCTYPE stays where it was loaded.");
+    if (kind == NodeKind::DocumentType) reject("A DOCTYPE stays where it was loaded.");
     if (targetKind != NodeKind::Document) return;
     if (kind == NodeKind::Text || kind == NodeKind::CData) {
-        refuse("Text cannot stand beside the document element; put it into an element.");
+        reject("Text cannot stand beside the document element; put it into an element.");
     }
     if (kind != NodeKind::Element) return;
     const NodeId root = target.documentElement();
     const bool sameNode = sameTree && root == child.node();
     if (root != kNoNode && root != replaced && !sameNode) {
-        refuse("The document has a document element, '" + std::string(target.name(root)) +
+        reject("The document has a document element, '" + std::string(target.name(root)) +
                "', and cannot take a second one, '" + std::string(source.name(child.node())) + "'.");
     }
 }

@@ -128,7 +128,7 @@ void Tree::compact() {
             spans.add(attributes_[record.first + i].offset, attributes_[record.first + i].length);
         }
     }
-    Table<char> text(text_.most());
+    Table<char> text(text_.max());
     spans.moveTo(text, text_);
     Table<Attribute> attributes;
     attributes.reserve(attributeTotal);

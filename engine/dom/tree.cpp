@@ -97,7 +97,7 @@ Tree::Span Tree::store(std::string_view text) {
     if (const std::optional<Span> span = spanWithin(text)) return *span;
     constexpr std::size_t kRoundedTo = 8;  // so that a text may grow a little
     const std::size_t room = (text.size() + kRoundedTo - 1) / kRoundedTo * kRoundedTo;
-    if (text_.most() < sizeof(Room) || room > text_.most() - sizeof(Room)) tables::detail::tableIsFull();
+    if (text_.max() < sizeof(Room) || room > text_.max() - sizeof(Room)) tables::detail::tableIsFull();
     const std::uint32_t offset = sourceSize() + text_.size() + std::uint32_t{sizeof(Room)};
     const auto recorded = static_cast<Room>(room);
     char* const to = text_.extend(recorded + std::uint32_t{sizeof(Room)});
@@ -108,7 +108,7 @@ Tree::Span Tree::store(std::string_view text) {
 
 Tree::Span Tree::storeLoaded(std::string_view text) {
     if (const std::optional<Span> span = spanWithin(text)) return *span;
-    if (text.size() > text_.most()) tables::detail::tableIsFull();
+    if (text.size() > text_.max()) tables::detail::tableIsFull();
     const auto length = static_cast<std::uint32_t>(text.size());
     const std::uint32_t offset = sourceSize() + text_.size();
     std::memcpy(text_.extend(length), text.data(), length);

@@ -54,7 +54,7 @@ struct AttributeView {
 class Tree final {
 public:
     // An empty document. The limit is for tests; see Table.
-    explicit Tree(std::uint32_t maxTextInBytes = Table<char>::kMost);
+    explicit Tree(std::uint32_t maxTextInBytes = Table<char>::kMax);
 
     // Reading. All of it in constant time but where stated.
     [[nodiscard]] NodeKind kind(NodeId node) const noexcept {

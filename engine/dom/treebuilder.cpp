@@ -131,7 +131,7 @@ void TreeBuilder::keepWaiting() {
 void TreeBuilder::appendText(std::string_view text) {
     if (text.empty()) return;
     const std::uint32_t storeStart = tree_.sourceSize();
-    if (text.size() > tree_.text_.most()) tables::detail::tableIsFull();
+    if (text.size() > tree_.text_.max()) tables::detail::tableIsFull();
     if (text_.length == 0) {
         text_.offset = storeStart + tree_.text_.size();
     } else if (text_.offset < storeStart) {

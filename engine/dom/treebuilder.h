@@ -112,7 +112,7 @@ private:
     }
     [[nodiscard, gnu::always_inline]] std::uint32_t addAttributes(
         std::span<const reader::IdAttribute> attributes) {
-        if (attributes.size() > tree_.attributes_.most()) tables::detail::tableIsFull();
+        if (attributes.size() > tree_.attributes_.max()) tables::detail::tableIsFull();
         const std::uint32_t first = tree_.attributes_.size();
         Tree::Attribute* to = tree_.attributes_.extend(static_cast<std::uint32_t>(attributes.size()));
         for (const reader::IdAttribute& attribute : attributes) {

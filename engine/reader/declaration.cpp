@@ -49,21 +49,21 @@ private:
         const std::string_view version = part("version");
         if (fault_) return false;
         if (partStart_ == kNone)
-            return refuse(at_, worded("The XML declaration must begin with version=\"1.0\"."));
+            return reject(at_, worded("The XML declaration must begin with version=\"1.0\"."));
         if (!isVersion(version))
-            return refuse(valueStart_, worded("XML version '%1' is not known; \"1.0\" is.", shown(version)));
+            return reject(valueStart_, worded("XML version '%1' is not known; \"1.0\" is.", shown(version)));
         const std::string_view encoding = part("encoding");
         if (!fault_ && partStart_ != kNone && !isEncodingName(encoding)) {
-            return refuse(valueStart_, worded("'%1' cannot be the name of an encoding.", shown(encoding)));
+            return reject(valueStart_, worded("'%1' cannot be the name of an encoding.", shown(encoding)));
         }
         const std::string_view standalone = fault_ ? std::string_view() : part("standalone");
         if (!fault_ && partStart_ != kNone && standalone != "yes" && standalone != "no") {
-            return refuse(valueStart_,
+            return reject(valueStart_,
                           worded("standalone must be \"yes\" or \"no\", not '%1'.", shown(standalone)));
         }
         if (fault_) return false;
         skipSpace();
-        if (!text_.substr(at_).starts_with("?>")) return refuseRest();
+        if (!text_.substr(at_).starts_with("?>")) return rejectRest();
         at_ += 2;
         return standalone == "yes";
     }
@@ -78,27 +78,27 @@ private:
             return {};
         }
         if (!spaced)
-            return refuse(at_,
+            return reject(at_,
                           worded("Whitespace is missing before '%1' in the XML declaration.", shown(name))),
                    text_;
         partStart_ = at_;
         at_ += name.size();
         skipSpace();
         if (next() != '=')
-            return refuse(at_, worded("'=' is missing after '%1' in the XML declaration.", shown(name))),
+            return reject(at_, worded("'=' is missing after '%1' in the XML declaration.", shown(name))),
                    text_;
         ++at_;
         skipSpace();
         const char quote = next();
         if (quote != '"' && quote != '\'') {
-            return refuse(at_, worded("The value of '%1' in the XML declaration must stand in quotes.",
-                                      shown(name))),
+            return reject(at_,
+                          worded("The value of '%1' in the XML declaration must be quoted.", shown(name))),
                    text_;
         }
         valueStart_ = at_ + 1;
         const std::size_t end = text_.find(quote, valueStart_);
         if (end == text_.npos || text_.substr(valueStart_, end - valueStart_).find('<') != text_.npos) {
-            return refuse(at_, worded("The value of '%1' in the XML declaration lacks its closing quote.",
+            return reject(at_, worded("The value of '%1' in the XML declaration lacks its closing quote.",
                                       shown(name))),
                    text_;
         }
@@ -106,16 +106,16 @@ private:
         return text_.substr(valueStart_, end - valueStart_);
     }
 
-    bool refuseRest() {
+    bool rejectRest() {
         const std::string rest(text_.substr(at_));
         const auto length = static_cast<std::size_t>(nameEnd(rest.c_str()) - rest.c_str());
-        if (length == 0) return refuse(at_, worded("The XML declaration must end with '?>'."));
-        return refuse(at_, worded("Unexpected '%1' in the XML declaration; expected version, encoding and "
+        if (length == 0) return reject(at_, worded("The XML declaration must end with '?>'."));
+        return reject(at_, worded("Unexpected '%1' in the XML declaration; expected version, encoding and "
                                   "standalone, in this order.",
                                   shown(rest.substr(0, length))));
     }
 
-    bool refuse(std::size_t at, std::string reason) {
+    bool reject(std::size_t at, std::string reason) {
         fault_ = {ErrorCode::BadDeclaration, at, std::move(reason)};
         return false;
     }
@@ -149,7 +149,7 @@ Declaration readDeclaration(TextSource& source) {
     while (window().find("?>") == std::string_view::npos && window().size() < kLongest && source.fill(0)) {
     }
     Declaration result = DeclarationParser(window()).parse();
-    // Cut short by bad bytes: those are the mistake.
+    // Cut short by bad bytes: those are the error.
     if (result.fault && source.fault() && window().find("?>") == std::string_view::npos)
         result.fault = source.fault();
     return result;

@@ -302,7 +302,7 @@ const char* DirectParserBase::doctype(const char* at) {
     isEmpty_ = false;
     if (!startsWith(at, kDoctype)) return failMarkup(at);
     if (hasRoot_) {
-        return fail(ErrorCode::MisplacedDoctype, at, worded("A DOCTYPE must stand before the root element."));
+        return fail(ErrorCode::MisplacedDoctype, at, worded("A DOCTYPE must precede the root element."));
     }
     if (options_.dtd == ReadOptions::Dtd::Internal && options_.parser != ReadOptions::Parser::Direct)
         return stop(Stop::Doctype);
@@ -425,7 +425,7 @@ const char* DirectParserBase::failAttribute(const char* at, const char* name) {
 const char* DirectParserBase::failQuote(const char* at, const char* name) {
     if (at == end_) return cut();
     return fail(ErrorCode::BadAttribute, at,
-                worded("The value of attribute '%1' must stand in quotes.", shown(nameIn(name))));
+                worded("The value of attribute '%1' must be quoted.", shown(nameIn(name))));
 }
 
 const char* DirectParserBase::failDuplicate() {

@@ -32,16 +32,16 @@ std::uint64_t Libxml2Parser::offending() const {
     return at == lastReference_ ? referenceStart_ : at;
 }
 
-void Libxml2Parser::refuseColon(std::string_view name, const char* words) {
+void Libxml2Parser::rejectColon(std::string_view name, const char* words) {
     if (name.find(':') == std::string_view::npos) return;
-    refuse(ErrorCode::BadQualifiedName, here(), worded(words, shown(name)));
+    reject(ErrorCode::BadQualifiedName, here(), worded(words, shown(name)));
 }
 
 void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* publicId,
                                   const xmlChar* systemId, xmlChar* content) {
     eventEnds();
     if (isSubsetIncomplete_) return;
-    refuseColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
+    rejectColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
     if (isStopped_) return;
     xmlDoc* const document = context_->myDoc;
     const bool isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
@@ -57,7 +57,7 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
         xmlSAX2EntityDecl(context_.get(), name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, nothing);
     } else {
         if (!TagWidth().add(view(content))) {
-            return refuse(ErrorCode::TooManyAttributes, here(),
+            return reject(ErrorCode::TooManyAttributes, here(),
                           worded("An element in entity '%1' has more than %2 attributes.", shown(view(name)),
                                  std::to_string(TagWidth::kMax)));
         }
@@ -74,9 +74,9 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
 
 // libxml2 lets one without an identifier pass.
 void Libxml2Parser::declareNotation(std::string_view name, bool hasIdentifier) {
-    refuseColon(name, worded("The name '%1' of this notation must not hold a colon."));
+    rejectColon(name, worded("The name '%1' of this notation must not hold a colon."));
     if (!hasIdentifier && !isStopped_) {
-        refuse(ErrorCode::BadDoctype, here(),
+        reject(ErrorCode::BadDoctype, here(),
                worded("The declaration of notation '%1' must hold SYSTEM or PUBLIC and an identifier.",
                       shown(name)));
     }
@@ -108,9 +108,9 @@ xmlEntity* Libxml2Parser::generalEntity(const xmlChar* name) {
         referenceStart_ = at - view(name).size() - 2;  // the name, '&' and ';'
     }
     if (entity == nullptr && !mayBeDeclaredOutside()) return nullptr;
-    if (isRefusedAsExternal(externalGeneral_, entity, view(name)) || entity == nullptr) return nullptr;
+    if (isRejectedAsExternal(externalGeneral_, entity, view(name)) || entity == nullptr) return nullptr;
     if (context_->instate == XML_PARSER_ATTRIBUTE_VALUE && externalGeneral_.contains(view(name))) {
-        refuse(ErrorCode::BadEntity, offending(),
+        reject(ErrorCode::BadEntity, offending(),
                worded("Entity '%1' is external and must not be used in the value of an attribute.",
                       shown(view(name))));
         return nullptr;
@@ -130,26 +130,26 @@ xmlEntity* Libxml2Parser::parameterEntity(const xmlChar* name) {
         declareEntity(name, XML_EXTERNAL_PARAMETER_ENTITY, nullptr, noAddress, nullptr);
         entity = xmlGetParameterEntity(context_->myDoc, name);
     }
-    if (isRefusedAsExternal(externalParameter_, entity, view(name)) || entity == nullptr) return nullptr;
+    if (isRejectedAsExternal(externalParameter_, entity, view(name)) || entity == nullptr) return nullptr;
     if (externalParameter_.contains(view(name)) && !shared_.isStandalone) isSubsetIncomplete_ = true;
     return isAffordable(view(entity->content).size() + 1, notExpanded(view(name))) ? entity : nullptr;
 }
 
 bool Libxml2Parser::mayBeDeclaredOutside() const {
-    return options_.refuseExternalEntities && context_->hasExternalSubset != 0;
+    return options_.rejectExternalEntities && context_->hasExternalSubset != 0;
 }
 
-bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEntity* entity,
-                                        std::string_view name) {
-    if (!options_.refuseExternalEntities) return false;
+bool Libxml2Parser::isRejectedAsExternal(const SystemIds& external, const xmlEntity* entity,
+                                         std::string_view name) {
+    if (!options_.rejectExternalEntities) return false;
     const auto found = external.find(name);
     if (found != external.end()) {
-        refuse(ErrorCode::BadEntity, offending(),
+        reject(ErrorCode::BadEntity, offending(),
                worded("Entity '%1' is external ('%2') and not read; the file itself would have to declare "
                       "what it stands for.",
                       shown(name), shown(found->second)));
     } else if (entity == nullptr && mayBeDeclaredOutside()) {
-        refuse(ErrorCode::UnknownEntity, offending(),
+        reject(ErrorCode::UnknownEntity, offending(),
                worded("Entity '%1' is not declared in the file itself, and the external part of its DOCTYPE "
                       "is not read.",
                       shown(name)));
@@ -162,11 +162,11 @@ bool Libxml2Parser::isRefusedAsExternal(const SystemIds& external, const xmlEnti
 bool Libxml2Parser::isExpansionAllowed(std::string_view name) {
     const EntitySizes::Size& size = sizes_.sizeOf(name);
     if (size.isLoop) {
-        refuse(ErrorCode::EntityLoop, offending(), worded("Entity '%1' refers to itself.", shown(name)));
+        reject(ErrorCode::EntityLoop, offending(), worded("Entity '%1' refers to itself.", shown(name)));
         return false;
     }
     if (size.isTooDeep) {
-        refuse(ErrorCode::EntityTooLarge, offending(),
+        reject(ErrorCode::EntityTooLarge, offending(),
                worded("Entity '%1' holds entities nested more than %2 deep.", shown(name),
                       std::to_string(EntitySizes::kDeepest)));
         return false;
@@ -174,7 +174,7 @@ bool Libxml2Parser::isExpansionAllowed(std::string_view name) {
     return isAffordable(size.bytes, notExpanded(name));
 }
 
-bool Libxml2Parser::isAffordable(std::uint64_t bytes, std::string_view refusal) {
+bool Libxml2Parser::isAffordable(std::uint64_t bytes, std::string_view rejection) {
     if (bytes == 0) return true;
     const std::uint64_t at = here();
     const std::uint64_t allowed = std::max(options_.entityFloorInBytes, options_.entityFactor * at);
@@ -182,8 +182,8 @@ bool Libxml2Parser::isAffordable(std::uint64_t bytes, std::string_view refusal) 
         expandedBytes_ += bytes;
         return true;
     }
-    refuse(ErrorCode::EntityTooLarge, offending(),
-           worded("%1: the document's entities and defaults would grow to more than %2 bytes.", refusal,
+    reject(ErrorCode::EntityTooLarge, offending(),
+           worded("%1: the document's entities and defaults would grow to more than %2 bytes.", rejection,
                   std::to_string(allowed)));
     return false;
 }
@@ -221,7 +221,7 @@ constexpr Wording kWordings[] = {
      worded("'<' is not allowed in the value of an attribute: write '&lt;', or close the quotes before it.")},
     {XML_ERR_ATTRIBUTE_REDEFINED, ErrorCode::DuplicateAttribute, false, worded("Duplicate attribute '%1'.")},
     {XML_ERR_ATTRIBUTE_NOT_STARTED, ErrorCode::BadAttribute, false,
-     worded("The value of an attribute must stand in quotes.")},
+     worded("The value of an attribute must be quoted.")},
     {XML_ERR_ATTRIBUTE_NOT_FINISHED, ErrorCode::BadTag, true,
      worded("The value of an attribute is not closed.")},
     {XML_ERR_ATTRIBUTE_WITHOUT_VALUE, ErrorCode::BadAttribute, false,
@@ -296,7 +296,7 @@ void Libxml2Parser::describeInDoctype(const std::string& message) {
     fault_.reason = worded("This DOCTYPE is not finished: '>' is missing.");
 }
 
-// For what libxml2 has no code of its own: what stands there tells.
+// For what libxml2 has no code of its own: the text there shows it.
 void Libxml2Parser::describeUnexpected(const std::string& message) {
     const std::uint64_t tag = lastInText('<');
     const std::string_view rest(source_.at(tag), static_cast<std::size_t>(source_.end() - source_.at(tag)));

@@ -95,7 +95,7 @@ struct Libxml2Parser::Callbacks {
     static void unparsedEntityDecl(void* user, const xmlChar* name, const xmlChar* publicId,
                                    const xmlChar* systemId, const xmlChar* notation) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.refuseColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
+            self.rejectColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
             xmlSAX2UnparsedEntityDecl(self.context_.get(), name, publicId, systemId, notation);
             self.eventEnds();
         });
@@ -220,7 +220,7 @@ int Libxml2Parser::feed(char* to, int length) {
         const std::size_t now = std::min(from.size(), static_cast<std::size_t>(length - given));
         std::memcpy(to + given, from.data(), now);
         if (!width_.add(from.substr(0, now))) {
-            refuse(ErrorCode::TooManyAttributes, lastEventEnd_, tooManyAttributes());
+            reject(ErrorCode::TooManyAttributes, lastEventEnd_, tooManyAttributes());
             return 0;
         }
         given += static_cast<int>(now);
@@ -246,7 +246,7 @@ void Libxml2Parser::stop() {
     if (!isReading_) xmlStopParser(context_.get());
 }
 
-void Libxml2Parser::refuse(ErrorCode code, std::uint64_t offset, std::string reason) {
+void Libxml2Parser::reject(ErrorCode code, std::uint64_t offset, std::string reason) {
     fault_ = {code, offset, std::move(reason)};
     stop();
 }
@@ -290,7 +290,7 @@ void Libxml2Parser::eventEnds() {
 }
 
 void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes) {
-    // libxml2 tells of a tag that the text's end cuts short, and notices afterwards.
+    // libxml2 reports a tag that the text's end cuts short, and notices afterwards.
     if (here() == source_.offsetOf(source_.end())) return;
     locateLast('<');
     const std::string_view written = view(name);
@@ -303,7 +303,7 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
         return;
     attributeDeclarations_.apply(written, attributes_);
     if (opens_.size() >= options_.depthLimit) {
-        refuse(ErrorCode::TooDeep, shared_.event,
+        reject(ErrorCode::TooDeep, shared_.event,
                worded("Elements are nested more than %1 deep.", std::to_string(options_.depthLimit)));
         return;
     }
@@ -317,7 +317,7 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
     }
     Namespaces& namespaces = shared_.resolved();
     if (!namespaces.enter(id, idAttributes_, flags)) {
-        return refuse(namespaces.error().code, shared_.event, std::move(namespaces.error().reason));
+        return reject(namespaces.error().code, shared_.event, std::move(namespaces.error().reason));
     }
     opens_.push_back({id, namespaces.declared()});
     tell([&] { sink_.startElement(written, attributes_); });
@@ -351,7 +351,7 @@ void Libxml2Parser::startDoctype() {
     locateFirst("<!DOCTYPE");
     doctypeStart_ = shared_.event;
     if (options_.dtd == ReadOptions::Dtd::Prohibit)
-        refuse(ErrorCode::DoctypeProhibited, shared_.event, kDoctypeProhibited);
+        reject(ErrorCode::DoctypeProhibited, shared_.event, kDoctypeProhibited);
     eventEnds();
 }
 
@@ -378,7 +378,7 @@ void Libxml2Parser::comment(std::string_view text) {
 void Libxml2Parser::instruction(std::string_view target, std::string_view data) {
     locateFirst("<?");
     if (target.find(':') != std::string_view::npos) {
-        return refuse(
+        return reject(
             ErrorCode::BadQualifiedName, shared_.event,
             worded("The target '%1' of a processing instruction must not hold a colon.", shown(target)));
     }

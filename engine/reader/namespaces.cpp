@@ -20,7 +20,7 @@ constexpr std::string_view kXmlnsUri = "http://www.w3.org/2000/xmlns/";
 
 }  // namespace
 
-bool Namespaces::refuse(ErrorCode code, std::size_t index, std::string reason) {
+bool Namespaces::reject(ErrorCode code, std::size_t index, std::string reason) {
     error_ = {code, std::move(reason), index};
     return false;
 }
@@ -48,21 +48,21 @@ bool Namespaces::declare(std::size_t index) {
     if (!isDefault && !checkName(name, index)) return false;
     const std::string_view prefix = isDefault ? std::string_view() : names_.localName(name);
     if (prefix == "xmlns")
-        return refuse(ErrorCode::ReservedPrefix, index, worded("The prefix 'xmlns' must not be declared."));
+        return reject(ErrorCode::ReservedPrefix, index, worded("The prefix 'xmlns' must not be declared."));
     if (uri == kXmlnsUri) {
-        return refuse(ErrorCode::ReservedPrefix, index,
+        return reject(ErrorCode::ReservedPrefix, index,
                       worded("The namespace '%1' is reserved and must not be declared.", uri));
     }
     if (prefix == "xml") {
-        return uri == kXmlUri || refuse(ErrorCode::ReservedPrefix, index,
+        return uri == kXmlUri || reject(ErrorCode::ReservedPrefix, index,
                                         worded("The prefix 'xml' can only stand for '%1'.", kXmlUri));
     }
     if (uri == kXmlUri) {
-        return refuse(ErrorCode::ReservedPrefix, index,
+        return reject(ErrorCode::ReservedPrefix, index,
                       worded("The namespace '%1' belongs to the prefix 'xml' alone.", kXmlUri));
     }
     if (uri.empty() && !isDefault) {
-        return refuse(
+        return reject(
             ErrorCode::EmptyPrefixDeclaration, index,
             worded("The declaration of prefix '%1' must name a namespace; only xmlns=\"\" may be empty.",
                    shown(prefix)));
@@ -75,19 +75,19 @@ bool Namespaces::declare(std::size_t index) {
 bool Namespaces::checkUnusualName(NameId name, std::size_t index) {
     const std::uint8_t flags = names_.flags(name);
     if ((flags & Names::kNotQualified) != 0) {
-        return refuse(
+        return reject(
             ErrorCode::BadQualifiedName, index,
             worded("The name '%1' is not a qualified name: one colon may stand between a prefix and a name.",
                    shown(names_.text(name))));
     }
     if ((flags & Names::kDeclaration) != 0 && index == kElement && names_.prefixLength(name) != 0) {
-        return refuse(ErrorCode::ReservedPrefix, index,
+        return reject(ErrorCode::ReservedPrefix, index,
                       worded("The prefix 'xmlns' is reserved: no element may have it."));
     }
     if ((flags & Names::kPrefixed) == 0) return true;
     const NameId prefix = names_.prefix(name);
     if (find(prefix) != kNone || names_.text(prefix) == "xml") return true;
-    return refuse(ErrorCode::UndeclaredPrefix, index,
+    return reject(ErrorCode::UndeclaredPrefix, index,
                   worded("The prefix of '%1' is not declared: xmlns:%2=\"...\" is missing.",
                          shown(names_.text(name)), names_.text(prefix)));
 }
@@ -110,7 +110,7 @@ bool Namespaces::checkDuplicates() {
         if (key(order_[i - 1]) == key(order_[i])) duplicate = std::min(duplicate, order_[i]);
     }
     return duplicate == kNone ||
-           refuse(ErrorCode::DuplicateExpandedAttribute, duplicate,
+           reject(ErrorCode::DuplicateExpandedAttribute, duplicate,
                   worded("Duplicate attribute '%1': another prefix stands for the same namespace.",
                          shown(names_.text(attributes_[duplicate].name))));
 }

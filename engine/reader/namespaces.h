@@ -137,7 +137,7 @@ private:
     }
     [[nodiscard]] bool checkUnusualName(NameId name, std::size_t index);
     [[nodiscard]] bool checkDuplicates();
-    [[nodiscard]] bool refuse(ErrorCode code, std::size_t index, std::string reason);
+    [[nodiscard]] bool reject(ErrorCode code, std::size_t index, std::string reason);
     void bind(NameId prefix, std::string_view uri);
     void unbind(std::uint32_t count) noexcept;
     [[nodiscard]] std::uint32_t& newest(NameId prefix);

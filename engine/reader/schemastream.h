@@ -14,14 +14,14 @@ namespace engine::reader {
 struct Violation {
     ParseError error;
     // An XPath expression for the element, with the names as written; more than a few dozen steps are cut to
-    // the last ones, behind "...".
+    // the last ones, after "...".
     std::string path;
     // No violation: the document may repeat a value of type xs:ID, which only a tree shows.
     bool isDoubt = false;
 };
 using ViolationReport = std::function<void(const Violation&)>;
 
-// What a schema collection answers to when it is given to a streaming reader.
+// What a schema collection implements when it is given to a streaming reader.
 struct ISchemaStream : IUnknown {
     // A sink that validates the one document whose events it gets, and reports each violation during the
     // event that shows it. What `report` throws comes out of the event. Throws com::Failure if there is no

@@ -53,7 +53,7 @@ HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
         if (input.kind() != source::Input::Kind::File) {
             throw Failure(
                 E_ACCESSDENIED,
-                text::worded("The schema '%1' is refused: only local files are read, never the network.",
+                text::worded("The schema '%1' is rejected: only local files are read, never the network.",
                              input.path()));
         }
         SchemaFile file{text::toUtf8(com::textOf(namespaceUri)), input.path()};

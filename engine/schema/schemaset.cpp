@@ -63,7 +63,7 @@ private:
     const reader::Locator* locator_ = nullptr;
 };
 
-[[noreturn]] void refuse(const SchemaFile& file, std::uint32_t line, const std::string& reason) {
+[[noreturn]] void reject(const SchemaFile& file, std::uint32_t line, const std::string& reason) {
     throw com::Failure(E_FAIL, xml2::placeText(file.path, line) + reason);
 }
 
@@ -85,17 +85,17 @@ void checkRoot(const SchemaFile& file, const std::string& text) {
     RootReader root;
     try {
         const source::ParseError error = reader::read(source::Input::bytes(text), {}, root);
-        if (error.failed()) refuse(file, error.position.line, error.reason);
+        if (error.failed()) reject(file, error.position.line, error.reason);
     } catch (const RootReader::Found&) {
         // as it should be
     }
     if (root.uri != kXsd || root.local != "schema") {
-        refuse(file, root.line,
-               worded("The file is no XML Schema: its document element is '%1', not 'schema' of %2.",
+        reject(file, root.line,
+               worded("The file is not an XML Schema: its document element is '%1', not 'schema' of %2.",
                       root.local, kXsd));
     }
     if (root.targetNamespace != file.namespaceUri) {
-        refuse(file, root.line, otherNamespace(root.targetNamespace, file.namespaceUri));
+        reject(file, root.line, otherNamespace(root.targetNamespace, file.namespaceUri));
     }
 }
 

@@ -133,14 +133,14 @@ void StreamValidator::deliverText() {
 
 // Equal hashes of different values only cost the work of a second look.
 void StreamValidator::watchId(std::string_view local, std::string_view value) {
-    constexpr std::size_t kMost = std::size_t{1} << 16;
+    constexpr std::size_t kMax = std::size_t{1} << 16;
     constexpr std::string_view kBlanks = " \t\r\n";
     const IdDeclarations& declared = schemas_->ids();
     if (declared.hasDerived) return doubt();
     if (declared.attributes.empty() || !declared.attributes.contains(local)) return;
     value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
     value = value.substr(0, value.find_last_not_of(kBlanks) + 1);
-    const bool isNew = ids_.size() < kMost && ids_.insert(std::hash<std::string_view>()(value)).second;
+    const bool isNew = ids_.size() < kMax && ids_.insert(std::hash<std::string_view>()(value)).second;
     if (!isNew) doubt();
 }
 

@@ -48,8 +48,8 @@ Fault ByteSource::systemFault(ErrorCode code, int error) const {
 }
 
 Fault ByteSource::open() {
-    if (input_.kind() == Input::Kind::Refused) {
-        return {ErrorCode::AddressRefused, kNoOffset,
+    if (input_.kind() == Input::Kind::Rejected) {
+        return {ErrorCode::AddressRejected, kNoOffset,
                 worded("The address '%1' is rejected: only files can be read.", input_.path())};
     }
     if (input_.kind() != Input::Kind::File) return {};

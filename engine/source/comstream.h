@@ -15,9 +15,9 @@ public:
     explicit ComByteStream(ISequentialStream& stream) noexcept : stream_(stream) {}
 
     std::size_t read(char* to, std::size_t count) override {
-        constexpr std::size_t kMost = std::numeric_limits<ULONG>::max();
+        constexpr std::size_t kMax = std::numeric_limits<ULONG>::max();
         if (hasFailed_) return 0;
-        const auto asked = static_cast<ULONG>(std::min(count, kMost));
+        const auto asked = static_cast<ULONG>(std::min(count, kMax));
         ULONG given = 0;
         hasFailed_ = FAILED(stream_.Read(to, asked, &given));
         return hasFailed_ ? 0 : std::min(given, asked);

@@ -91,7 +91,7 @@ struct Declared {
     std::uint64_t offset;  // of the name, in characters
 };
 
-// Looks for encoding="..." in a declaration that may have any other mistake: those are found later, by the
+// Looks for encoding="..." in a declaration that may have any other error: those are found later, by the
 // parser.
 std::optional<Declared> declaredEncoding(std::string_view head) {
     constexpr std::string_view kSpaces = " \t\r\n";
@@ -164,7 +164,7 @@ Detection detectEightBit(std::string_view head) {
     return found;
 }
 
-// Every EBCDIC code page has the characters of a declaration in common places; the name tells which it is.
+// Every EBCDIC code page has the characters of a declaration in common places; the name shows which it is.
 Detection detectEbcdic(std::string_view head) {
     Detection found;
     found.encoding = Encoding::Foreign;

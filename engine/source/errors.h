@@ -1,4 +1,4 @@
-// Everything that a document can be refused for, and the record of it. The values of the codes are failing
+// Everything that a document can be rejected for, and the record of it. The values of the codes are failing
 // statuses (severity and customer bit set), stable across releases. Threads: plain values.
 #pragma once
 
@@ -13,11 +13,11 @@ enum class ErrorCode : std::uint32_t {
     None = 0,
 
     // The source
-    CannotOpen = 0xA0010001,      // missing file, no right to read it, not a file
-    CannotRead = 0xA0010002,      // the system failed while the document was being read
-    AddressRefused = 0xA0010003,  // a URL that is not a file
-    TooLong = 0xA0010004,         // longer than the limit given
-    NoMemory = 0xA0010005,        // kept for callers that turn std::bad_alloc into a record
+    CannotOpen = 0xA0010001,       // missing file, no right to read it, not a file
+    CannotRead = 0xA0010002,       // the system failed while the document was being read
+    AddressRejected = 0xA0010003,  // a URL that is not a file
+    TooLong = 0xA0010004,          // longer than the limit given
+    NoMemory = 0xA0010005,         // kept for callers that turn std::bad_alloc into a record
 
     // The encoding
     UnknownEncoding = 0xA0010011,   // declared, and no converter knows it

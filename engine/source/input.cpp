@@ -80,17 +80,17 @@ Input Input::location(std::u16string_view pathOrUrl) {
             rest.remove_prefix(2);
             if (startsWithIgnoringCase(rest, "localhost/")) rest.remove_prefix(9);
             if (!rest.starts_with('/')) {  // file://host/...
-                Input refused = file(std::move(location));
-                refused.kind_ = Kind::Refused;
-                return refused;
+                Input rejected = file(std::move(location));
+                rejected.kind_ = Kind::Rejected;
+                return rejected;
             }
         }
         return file(unescaped(rest.substr(0, rest.find_first_of("?#"))));
     }
     if (hasScheme(location)) {
-        Input refused = file(std::move(location));
-        refused.kind_ = Kind::Refused;
-        return refused;
+        Input rejected = file(std::move(location));
+        rejected.kind_ = Kind::Rejected;
+        return rejected;
     }
     for (char& c : location) {
         if (c == '\\') c = '/';

@@ -23,7 +23,7 @@ protected:
 // Where a document comes from. Cheap to make: a file is opened by `read`, and only there can it fail.
 class Input final {
 public:
-    enum class Kind : std::uint8_t { Bytes, Text, File, Stream, Refused };
+    enum class Kind : std::uint8_t { Bytes, Text, File, Stream, Rejected };
 
     // Borrowed bytes: the encoding is found from the byte-order mark and the XML declaration.
     [[nodiscard]] static Input bytes(std::string_view bytes) noexcept;
@@ -34,14 +34,14 @@ public:
     // Borrowed: the encoding is found as that of bytes. Its exceptions come out of `read`.
     [[nodiscard]] static Input stream(ByteStream& stream) noexcept;
     // A framework path (both separators recognised) or a `file:` URL. Any other URL makes an input that
-    // `read` refuses.
+    // `read` rejects.
     [[nodiscard]] static Input location(std::u16string_view pathOrUrl);
 
     [[nodiscard]] Kind kind() const noexcept { return kind_; }
     [[nodiscard]] std::string_view bytes() const noexcept { return bytes_; }
     [[nodiscard]] std::u16string_view text() const noexcept { return text_; }
     [[nodiscard]] ByteStream* stream() const noexcept { return stream_; }  // null for other kinds
-    // The path of a file; for a refused address the address itself, UTF-8.
+    // The path of a file; for a rejected address the address itself, UTF-8.
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
 
 private:
@@ -53,8 +53,9 @@ private:
 };
 
 struct SourceOptions {
-    std::uint64_t lengthLimitInBytes = ~std::uint64_t{0};  // of the decoded document; longer ones are refused
-    std::size_t chunkInBytes = std::size_t{64} << 10;      // read at a time
+    // Of the decoded document; longer ones are rejected.
+    std::uint64_t lengthLimitInBytes = ~std::uint64_t{0};
+    std::size_t chunkInBytes = std::size_t{64} << 10;  // read at a time
 };
 
 }  // namespace engine::source

@@ -92,9 +92,9 @@ void TextSource::readWhole() {
 // Of a short text not exact: giving back what is left over costs less than counting.
 std::size_t TextSource::utf8LengthBound() const {
     constexpr std::size_t kShort = std::size_t{16} << 10;
-    constexpr std::size_t kMostBytesPerUnit = 3;
+    constexpr std::size_t kMaxBytesPerUnit = 3;
     const std::u16string_view units = bytes_.input().text();
-    return units.size() <= kShort ? kMostBytesPerUnit * units.size() : text::utf8Length(units);
+    return units.size() <= kShort ? kMaxBytesPerUnit * units.size() : text::utf8Length(units);
 }
 
 void TextSource::appendText() {
@@ -161,7 +161,7 @@ void TextSource::accept(std::size_t added, const Fault& after) {
     accept(added, after, !isAtRawEnd());
 }
 
-// Takes the bytes behind the window into it. `after` is what is wrong with what follows them.
+// Takes the bytes after the window into it. `after` is what is wrong with what follows them.
 void TextSource::accept(std::size_t added, const Fault& after, bool isMoreToCome) {
     const Checked checked = check({text_ + end_, added}, !isMoreToCome && !bytes_.fault());
     const bool isOver = checked.fault || after || !isMoreToCome;

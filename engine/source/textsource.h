@@ -94,7 +94,7 @@ private:
     std::size_t capacity_ = 0;  // without the slack
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
-    std::array<char, 4> tail_{};  // behind the end: the start of a character, or of a line end
+    std::array<char, 4> tail_{};  // after the end: the start of a character, or of a line end
     std::size_t tailSize_ = 0;
     std::uint64_t base_ = 0;              // offset of the window's first byte
     TextMark baseMark_;                   // stands at base_

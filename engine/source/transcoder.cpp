@@ -66,7 +66,7 @@ private:
     std::array<char16_t, 256> table_;
 };
 
-// A lone surrogate goes through as three bytes, and the filter refuses it by name.
+// A lone surrogate goes through as three bytes, and the filter rejects it by name.
 class Utf16Transcoder final : public Transcoder {
 public:
     explicit Utf16Transcoder(bool isLittle)

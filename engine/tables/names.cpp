@@ -97,7 +97,7 @@ std::optional<NameId> Names::find(std::string_view name) const noexcept {
 }
 
 NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash) {
-    if (name.size() > bytes_.most()) detail::tableIsFull();
+    if (name.size() > bytes_.max()) detail::tableIsFull();
     const std::uint32_t prefixAndFlags = examine(name);
     if (std::uint64_t{records_.size()} * 2 > mask_) growSlots();
     if (records_.capacity() == 0) {

@@ -21,8 +21,8 @@ inline constexpr NameId kNoName = 0xFFFFFFFF;
 
 class Names final {
 public:
-    static constexpr std::uint32_t kMost = (1u << 27) - 8;  // what a node's record has room for
-    static constexpr std::size_t kReadableBytes = 16;       // see internAt
+    static constexpr std::uint32_t kMax = (1u << 27) - 8;  // what a node's record has room for
+    static constexpr std::size_t kReadableBytes = 16;      // see internAt
 
     enum Flag : std::uint8_t {
         kPrefixed = 1,      // has a prefix other than xmlns
@@ -47,7 +47,7 @@ public:
     }
     [[nodiscard]] std::optional<NameId> find(std::string_view name) const noexcept;
 
-    // Behind this name, if the text at `at` begins with it, else null. The text ends in a NUL, behind which
+    // After this name, if the text at `at` begins with it, else null. The text ends in a NUL, after which
     // kReadableBytes may be read; whether the name ends there, too, is the caller's to see.
     [[nodiscard, gnu::always_inline]] const char* endAt(NameId id, const char* at) const noexcept {
         const Record& record = records_[id];
@@ -85,7 +85,7 @@ public:
     [[nodiscard]] std::size_t sizeInBytes() const noexcept;
     void trim();
     // Forgets all names but those of `kept` and their prefixes, and replaces the ids there. The generation
-    // tells one set of ids from the next.
+    // distinguishes one set of ids from the next.
     void compact(std::span<NameId* const> kept);
     [[nodiscard]] std::uint32_t generation() const noexcept { return generation_; }
 
@@ -149,7 +149,7 @@ private:
 
     // Differs from document to document, so that no document can be written whose names all meet in one slot.
     std::uint64_t secret_[2];
-    Table<Record> records_{kMost};
+    Table<Record> records_{kMax};
     Table<char> bytes_;
     // Open addressing, a power of two, at most half full; 0 is free, else the id plus 1. The first few need
     // no heap.

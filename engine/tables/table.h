@@ -31,26 +31,26 @@ class Table final {
     static_assert(std::is_trivially_copyable_v<T>);
 
 public:
-    static constexpr std::uint32_t kMost = 0xFFFFFFF0u;
+    static constexpr std::uint32_t kMax = 0xFFFFFFF0u;
 
-    explicit Table(std::uint32_t most = kMost) noexcept : most_(most) {}
+    explicit Table(std::uint32_t max = kMax) noexcept : max_(max) {}
     Table(Table&& other) noexcept
         : data_(std::exchange(other.data_, nullptr)),
           size_(std::exchange(other.size_, 0)),
           capacity_(std::exchange(other.capacity_, 0)),
-          most_(other.most_) {}
+          max_(other.max_) {}
     Table& operator=(Table&& other) noexcept {
         std::swap(data_, other.data_);
         std::swap(size_, other.size_);
         std::swap(capacity_, other.capacity_);
-        std::swap(most_, other.most_);
+        std::swap(max_, other.max_);
         return *this;
     }
     ~Table() { detail::freeBlock(data_); }
 
     [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
     [[nodiscard]] std::uint32_t capacity() const noexcept { return capacity_; }
-    [[nodiscard]] std::uint32_t most() const noexcept { return most_; }
+    [[nodiscard]] std::uint32_t max() const noexcept { return max_; }
     [[nodiscard]] T* data() noexcept { return data_; }
     [[nodiscard]] const T* data() const noexcept { return data_; }
     T& operator[](std::uint32_t index) noexcept { return data_[index]; }
@@ -83,11 +83,11 @@ public:
 
 private:
     void grow(std::uint32_t count) {
-        if (count > most_ - size_) detail::tableIsFull();
+        if (count > max_ - size_) detail::tableIsFull();
         const std::uint64_t wanted = std::uint64_t{size_} + count;
         const std::uint64_t roomy = std::uint64_t{capacity_} + capacity_ / 2 + 16;
         const std::uint64_t next = wanted > roomy ? wanted : roomy;
-        resize(static_cast<std::uint32_t>(next < most_ ? next : most_));
+        resize(static_cast<std::uint32_t>(next < max_ ? next : max_));
     }
     void resize(std::uint32_t capacity) {
         data_ = static_cast<T*>(detail::resizeBlock(data_, std::size_t{capacity} * sizeof(T)));
@@ -97,7 +97,7 @@ private:
     T* data_ = nullptr;
     std::uint32_t size_ = 0;
     std::uint32_t capacity_ = 0;
-    std::uint32_t most_;
+    std::uint32_t max_;
 };
 
 }  // namespace engine::tables

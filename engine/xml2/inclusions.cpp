@@ -114,7 +114,7 @@ const std::string* Inclusions::textOf(const std::string& uri) {
     const auto known = texts_.find(uri);
     if (known != texts_.end()) return &known->second;
     if (!isAdmitted(uri)) {
-        addCause({}, 0, worded("access to '%1' is refused", displayName(uri)));
+        addCause({}, 0, worded("access to '%1' is denied", displayName(uri)));
         return nullptr;
     }
     const auto provided = provided_.find(uri);
@@ -129,7 +129,7 @@ const std::string* Inclusions::read(const std::string& uri) {
     ServedText sink(*this, uri);
     reader::ReadOptions options;
     options.dtd = reader::ReadOptions::Dtd::Internal;
-    options.refuseExternalEntities = true;  // without its text the style sheet or schema would be another one
+    options.rejectExternalEntities = true;  // without its text the style sheet or schema would be another one
     try {
         const source::ParseError error = reader::read(source::Input::file(localPath(uri)), options, sink);
         if (error.failed()) {

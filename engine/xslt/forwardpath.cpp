@@ -270,7 +270,7 @@ private:
         if (!isAbsolute && take("./")) isBelow = rest_.starts_with('/') && take("/");
         if (path_.firsts_ != 0 && isAbsolute != path_.isAbsolute_) fails_ = true;
         path_.isAbsolute_ = isAbsolute;
-        path_.firsts_ |= path_.steps_.size() < ForwardPath::kMostSteps ? bit(path_.steps_.size()) : 0;
+        path_.firsts_ |= path_.steps_.size() < ForwardPath::kMaxSteps ? bit(path_.steps_.size()) : 0;
         readStep(isBelow.value_or(false));
         while (!fails_) {
             isBelow = takeSlashes();
@@ -297,7 +297,7 @@ private:
         // a function, an axis
         if (rest_.starts_with('(') || rest_.starts_with(':')) fails_ = true;
         while (!fails_ && take("[")) readCondition(step);
-        if (path_.steps_.size() == ForwardPath::kMostSteps) fails_ = true;
+        if (path_.steps_.size() == ForwardPath::kMaxSteps) fails_ = true;
         if (!fails_) path_.steps_.push_back(std::move(step));
     }
 

@@ -41,7 +41,7 @@ public:
         std::string uri;  // empty: in none
         std::vector<Condition> conditions;
     };
-    static constexpr std::size_t kMostSteps = 64;  // of all paths: a bit each
+    static constexpr std::size_t kMaxSteps = 64;  // of all paths: a bit each
 
 private:
     std::vector<Step> steps_;  // of all paths, one after the other

@@ -53,7 +53,7 @@ public:
     // called.
     explicit StyleSheet(const dom::NodeSource& source);
 
-    // Files that may change stand behind it.
+    // Files that may change come after it.
     [[nodiscard]] bool hasParts() const noexcept { return inclusions_.hasFiles(); }
 
     // What compiling it passed over.

@@ -48,7 +48,7 @@ bool check(IKelDOMXmlV2& parser, const Schema& schema) {
         say(isValid ? "valid, found out in " + watch.elapsed() : describeError(parser));
         return true;
     } catch (const _com_error& error) {  // a file that is no schema
-        say("the schema was refused: " + kelhost::toUtf8(KelString(msxml::descriptionTextOf(error))));
+        say("the schema was rejected: " + kelhost::toUtf8(KelString(msxml::descriptionTextOf(error))));
         return false;
     }
 }
@@ -76,7 +76,7 @@ bool validate(const Stage& stage, const fs::path& file) {
             "yours.");
         return true;
     }
-    say("held against " + kelhost::utf8Of(schema->file.filename()));
+    say("validated against " + kelhost::utf8Of(schema->file.filename()));
     if (!check(*parser, *schema)) return false;
     makeASlip(*parser);
     return check(*parser, *schema);

@@ -39,7 +39,7 @@ fs::path keepStandardInput(const fs::path& results) {
 }
 
 // A document that a tree rejects may still be read as events: one with a DOCTYPE, for instance.
-int tellRefused(const Stage& stage) {
+int tellRejected(const Stage& stage) {
     step("Why", "The message names the position, in the language of the user.");
     explain(stage, stage.document);
     step("Stream", "As events, what comes before the fault can still be read; a DOCTYPE is none there.");
@@ -51,7 +51,7 @@ int tell(const Stage& stage) {
     step("Load", "A file becomes a tree in memory.");
     const Parser parser = stage.makeParser();
     if (!load(*parser, stage.document))
-        return parser->getError()->getCode() == IKelDOMXml::kFileNotReadable ? 1 : tellRefused(stage);
+        return parser->getError()->getCode() == IKelDOMXml::kFileNotReadable ? 1 : tellRejected(stage);
     std::error_code unknown;
     const bool isLong = fs::file_size(stage.document, unknown) > kLongInBytes && !unknown;
 
@@ -77,8 +77,8 @@ int tell(const Stage& stage) {
     step("Stream", "The same file as events, in constant memory; 'kelxml events --json' feeds programs.");
     isWell = stream(stage, stage.document) && isWell;
 
-    step("Malformed files", "Each is refused with code, line and column, in the language of the user.");
-    refuse(stage, isLong ? "<shelf>\n  <book year=\"1815\">Emma</book>\n</shelf>\n" : readFile(saved));
+    step("Malformed files", "Each is rejected with code, line and column, in the language of the user.");
+    reject(stage, isLong ? "<shelf>\n  <book year=\"1815\">Emma</book>\n</shelf>\n" : readFile(saved));
     std::printf("\nWhat was written stands in %s.\n", kelhost::utf8Of(stage.results).c_str());
     return isWell ? 0 : 1;
 }

@@ -32,7 +32,7 @@ std::vector<MalformedVariant> makeMalformed(const std::string& content) {
             {"unquoted", "an attribute without its quotes", replaceAt(content, at + 1, 1, "")});
     }
     variants.push_back({"two-roots", "something after the root element", content + "<again/>\n"});
-    variants.push_back({"doctype", "a DOCTYPE, which is refused for safety",
+    variants.push_back({"doctype", "a DOCTYPE, which is rejected for safety",
                         "<!DOCTYPE a [<!ENTITY b 'c'>]>\n<a>&b;</a>\n"});
     return variants;
 }

@@ -30,7 +30,7 @@ void edit(IKelDOMXmlV2& parser);
 [[nodiscard]] bool report(const Stage& stage, IKelDOMXmlV2& parser);
 [[nodiscard]] bool stream(const Stage& stage, const std::filesystem::path& file);
 // `content` is a well-formed document in UTF-8 of which malformed variants are made.
-void refuse(const Stage& stage, const std::string& content);
+void reject(const Stage& stage, const std::string& content);
 // Why a document was rejected, in several languages.
 void explain(const Stage& stage, const std::filesystem::path& file);
 

@@ -65,44 +65,44 @@ private:
 
     void checkText() const {
         const std::size_t nul = line_.find('\0');
-        if (nul != std::string_view::npos) refuse(nul, "a byte 0 is no text");
+        if (nul != std::string_view::npos) reject(nul, "a byte 0 is no text");
         // Decoding marks each byte that is not UTF-8 by U+FFFD: the text then no longer reads as it stands.
         std::size_t at = 0;
         for (const char16_t unit : kel::fromUtf8(line_)) {
             constexpr char16_t kReplacement = 0xFFFD;
             const bool isHighHalf = (unit & 0xFC00) == 0xD800;
             if (unit == kReplacement && line_.substr(at, 3) != "\xEF\xBF\xBD")
-                refuse(at, "this is not UTF-8");
+                reject(at, "this is not UTF-8");
             at += isHighHalf ? 4 : (unit & 0xFC00) == 0xDC00 ? 0 : unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
         }
     }
 
     void readSection(std::string_view text) {
         if (!text.ends_with(']'))
-            refuse(positionOf(text) + text.size(), "the section's name does not end with ']'");
+            reject(positionOf(text) + text.size(), "the section's name does not end with ']'");
         const std::string_view section = trimmed(text.substr(1, text.size() - 2));
-        if (section.empty()) refuse(positionOf(text), "the section has no name");
+        if (section.empty()) reject(positionOf(text), "the section has no name");
         section_ = section;
     }
 
     void readSetting(std::string_view text) {
         const std::size_t equals = text.find('=');
         if (equals == std::string_view::npos)
-            refuse(positionOf(text), "neither a setting, 'Name = value', nor a section, '[Name]'");
+            reject(positionOf(text), "neither a setting, 'Name = value', nor a section, '[Name]'");
         const std::string_view name = trimmed(text.substr(0, equals));
-        if (name.empty()) refuse(positionOf(text), "the setting has no name");
+        if (name.empty()) reject(positionOf(text), "the setting has no name");
         std::string key = section_.empty() ? std::string(name) : section_ + '/' + std::string(name);
         const std::string_view value = valueOf(trimmed(text.substr(equals + 1)));
         checkType(key, value);
         const auto [line, isNew] = lines_.try_emplace(key, number_);
         if (!isNew)
-            refuse(positionOf(name), key + " is set already, in line " + std::to_string(line->second));
+            reject(positionOf(name), key + " is set already, in line " + std::to_string(line->second));
         values_.emplace(std::move(key), value);
     }
 
     [[nodiscard]] std::string_view valueOf(std::string_view text) const {
         if (!text.starts_with('"')) return text;
-        if (text.size() < 2 || !text.ends_with('"')) refuse(positionOf(text), "the quoted value has no end");
+        if (text.size() < 2 || !text.ends_with('"')) reject(positionOf(text), "the quoted value has no end");
         return text.substr(1, text.size() - 2);
     }
 
@@ -110,16 +110,16 @@ private:
         const auto typed = std::ranges::find(kTypedKeys, key, &TypedKey::key);
         if (typed == kTypedKeys.end()) return;
         if (typed->kind == Kind::TruthValue && !truthValueOf(value))
-            refuse(positionOf(value), key + " is yes or no, not '" + std::string(value) + "'");
+            reject(positionOf(value), key + " is yes or no, not '" + std::string(value) + "'");
         if (typed->kind == Kind::Number && !numberOf(value))
-            refuse(positionOf(value), key + " is a number, not '" + std::string(value) + "'");
+            reject(positionOf(value), key + " is a number, not '" + std::string(value) + "'");
     }
 
     [[nodiscard]] std::size_t positionOf(std::string_view part) const {
         return static_cast<std::size_t>(part.data() - line_.data());
     }
 
-    [[noreturn]] void refuse(std::size_t at, const std::string& reason) const {
+    [[noreturn]] void reject(std::size_t at, const std::string& reason) const {
         const auto isStart = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
         const auto characters = std::ranges::count_if(line_.substr(0, at), isStart);
         throw SettingsError(name_, number_, static_cast<std::size_t>(characters) + 1, reason);

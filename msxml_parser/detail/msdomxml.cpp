@@ -162,10 +162,10 @@ bool MSDOMXml::loadFromString(const KelString& text) {
         check(document_->loadXML(xml.get(), &loaded), document_);
         if (loaded == VARIANT_TRUE) return true;
     }
-    const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
-    error_.setDetails(refusal.position, refusal.reason);
-    return fail(error_, kRefusedByEngine, "Error while reading Xml  : Line %1, column %2 : %3", refusal.line,
-                refusal.column, refusal.reason);
+    const msxml::RejectionTexts rejection = msxml::readRejection(lastParseError());
+    error_.setDetails(rejection.position, rejection.reason);
+    return fail(error_, kRejectedByEngine, "Error while reading Xml  : Line %1, column %2 : %3",
+                rejection.line, rejection.column, rejection.reason);
 }
 
 bool MSDOMXml::loadFromFile(const KelString& path) try {
@@ -183,10 +183,10 @@ bool MSDOMXml::loadFromFile(const KelString& path) try {
     VARIANT_BOOL loaded = VARIANT_FALSE;
     check(document_->load(source.get(), &loaded), document_);
     if (loaded == VARIANT_TRUE) return true;
-    const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
-    error_.setDetails(refusal.position, refusal.reason);
-    return fail(error_, kRefusedByEngine, "Error while reading %1  : Line %2, column %3 : %4", normalised,
-                refusal.line, refusal.column, refusal.reason);
+    const msxml::RejectionTexts rejection = msxml::readRejection(lastParseError());
+    error_.setDetails(rejection.position, rejection.reason);
+    return fail(error_, kRejectedByEngine, "Error while reading %1  : Line %2, column %3 : %4", normalised,
+                rejection.line, rejection.column, rejection.reason);
 } catch (const std::exception&) {
     msxml::raiseAsComError();
 }
@@ -286,9 +286,9 @@ bool reporting(Error& error, Work&& work) {
 bool MSDOMXml::finishTransform() {
     const ParseError record = lastParseError();
     if (!msxml::holdsError(record)) return true;
-    const msxml::RefusalTexts refusal = msxml::readRefusal(record);
-    return fail(error_, kRefusedByEngine, "Error while transforming  : Line %1, column %2 : %3", refusal.line,
-                refusal.column, refusal.reason);
+    const msxml::RejectionTexts rejection = msxml::readRejection(record);
+    return fail(error_, kRejectedByEngine, "Error while transforming  : Line %1, column %2 : %3",
+                rejection.line, rejection.column, rejection.reason);
 }
 
 bool MSDOMXml::transformToDocument(IKelDOMXml* styleSheet, IKelDOMXml* result) {
@@ -354,7 +354,7 @@ bool MSDOMXml::validate(const KelString& namespaceUri, const KelString& schemaPa
     ParseError record;
     check(document_->validate(record.receive()), document_);
     if (!msxml::holdsError(record)) return true;
-    return fail(error_, kRefusedByEngine, "Error while validating  : %1", msxml::readReason(record));
+    return fail(error_, kRejectedByEngine, "Error while validating  : %1", msxml::readReason(record));
 } catch (const std::exception&) {
     msxml::raiseAsComError();
 }

@@ -32,7 +32,7 @@ public:
     }
     Options(const Options&) = delete;
     Options& operator=(const Options&) = delete;
-    ~Options() {  // nothing could be done about a refusal
+    ~Options() {  // nothing could be done about a rejection
         (void)document_->put_validateOnParse(validates_);
         if (has(IKelDOMXmlV3::kKeepWhiteSpace)) (void)document_->put_preserveWhiteSpace(1);
         if (!has(IKelDOMXmlV3::kAllowDoctype)) return;
@@ -43,7 +43,7 @@ public:
         }
     }
 
-    // Apart from the constructor, so that a refusal half-way is undone.
+    // Apart from the constructor, so that a rejection half-way is undone.
     void apply() const {
         const bool validates = has(IKelDOMXmlV3::kValidate);
         check(document_->put_validateOnParse(validates ? VARIANT_TRUE : VARIANT_FALSE), document_);
@@ -72,15 +72,15 @@ bool MSDOMXml::loadFrom(const VARIANT& source, unsigned options, const KelString
         check(document_->load(source, &loaded), document_);
         if (loaded == VARIANT_TRUE) return true;
     }
-    const msxml::RefusalTexts refusal = msxml::readRefusal(lastParseError());
+    const msxml::RejectionTexts rejection = msxml::readRejection(lastParseError());
     if (path == nullptr) {
-        fail(error_, kRefusedByEngine, "Error while reading Xml  : Line %1, column %2 : %3", refusal.line,
-             refusal.column, refusal.reason);
+        fail(error_, kRejectedByEngine, "Error while reading Xml  : Line %1, column %2 : %3", rejection.line,
+             rejection.column, rejection.reason);
     } else {
-        fail(error_, kRefusedByEngine, "Error while reading %1  : Line %2, column %3 : %4", *path,
-             refusal.line, refusal.column, refusal.reason);
+        fail(error_, kRejectedByEngine, "Error while reading %1  : Line %2, column %3 : %4", *path,
+             rejection.line, rejection.column, rejection.reason);
     }
-    error_.setDetails(refusal.position, refusal.reason);
+    error_.setDetails(rejection.position, rejection.reason);
     return false;
 }
 

@@ -63,7 +63,7 @@ bool MSDOMXml::setPrefix(const KelString& prefix, const KelString& uri) {
     });
 }
 
-// Runs `use` with the node that the expression starts at. Reports what the engine refuses.
+// Runs `use` with the node that the expression starts at. Reports what the engine rejects.
 template <typename Use>
 bool MSDOMXml::evaluateAt(const KelString& expression, IKelDOMXmlElement* context, Use&& use) {
     error_.clear();

@@ -103,7 +103,7 @@ KelString MSDOMXml::writeTo(OutputStream& out, const WriteSettings& settings) {
         if (out.hasFailed()) return reasonOf(out.systemError());
         if (error.Error() == E_OUTOFMEMORY) throw;
         reason = msxml::descriptionOf(error);
-        return reason.isEmpty() ? kel::translate(reason, "The engine refused it") : reason;
+        return reason.isEmpty() ? kel::translate(reason, "The engine rejected it") : reason;
     }
 }
 
@@ -113,7 +113,7 @@ bool MSDOMXml::writeFile(const KelString& path, unsigned options, const KelStrin
         const KelString normalised = kel::normalisePath(path);
         if (!document_)
             return fail(error_, kNoDocument, "Error while writing %1 : No DOM Object", normalised);
-        const auto refused = [&](const KelString& reason) {
+        const auto rejected = [&](const KelString& reason) {
             error_.setDetails({}, reason);
             return fail(error_, kNotWritten, "Error while writing %1 : %2", normalised, reason);
         };
@@ -130,9 +130,9 @@ bool MSDOMXml::writeFile(const KelString& path, unsigned options, const KelStrin
         errno = 0;
         if (reason.isEmpty() && !medium.flush()) reason = reasonOf(errno);
         medium.close();
-        if (!reason.isEmpty()) return refused(reason);
+        if (!reason.isEmpty()) return rejected(reason);
         const std::string replacing = file.takePlace();
-        return replacing.empty() || refused(KelString(std::u16string_view(kel::fromUtf8(replacing))));
+        return replacing.empty() || rejected(KelString(std::u16string_view(kel::fromUtf8(replacing))));
     });
 }
 

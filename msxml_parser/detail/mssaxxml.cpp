@@ -29,7 +29,7 @@ MSSAXXml::~MSSAXXml() {
     msxml::keepUntilProcessEnd(contentHandler_);
 }
 
-// Intentional: what the engine answers to the parse is ignored. See behaviour.md, "Malformed input to SAX".
+// Intentional: the status of the parse is ignored. See behaviour.md, "Malformed input to SAX".
 bool MSSAXXml::parseFile(const KelString& path) {
     error_.clear();
     const KelString normalised = kel::normalisePath(path);

@@ -171,7 +171,7 @@ bool MSXmlSchema::addFile(const KelString& namespaceUri, const KelString& path) 
         if (error.Error() == E_OUTOFMEMORY) throw;
         const KelString reason = msxml::descriptionOf(error);
         error_.setDetails(0, 0, reason);
-        return fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", normalised,
+        return fail(error_, IKelXmlError::kRejected, "Error while compiling %1 : %2", normalised,
                     msxml::translatedPlaces(reason));
     }
     schemas_ = std::move(schemas);

@@ -73,7 +73,7 @@ bool MSXslStyleSheet::rejectSource(const KelString* path, const ComPtr<IXMLDOMDo
     LONG column = 0;
     check(record->get_line(&line), record);
     check(record->get_linepos(&column), record);
-    const msxml::RefusalTexts texts = msxml::readRefusal(record);
+    const msxml::RejectionTexts texts = msxml::readRejection(record);
     error_.setDetails(static_cast<int>(line), static_cast<int>(column), texts.reason);
     return path != nullptr ? fail(error_, IKelXmlError::kNotWellFormed,
                                   "Error while reading %1  : Line %2, column %3 : %4", *path, texts.line,
@@ -83,14 +83,14 @@ bool MSXslStyleSheet::rejectSource(const KelString* path, const ComPtr<IXMLDOMDo
                                   texts.column, texts.reason);
 }
 
-bool MSXslStyleSheet::refuse(const KelString* path, const _com_error& error) {
+bool MSXslStyleSheet::reject(const KelString* path, const _com_error& error) {
     if (error.Error() == E_OUTOFMEMORY) throw _com_error(error);
     const KelString reason = msxml::descriptionOf(error);
     error_.setDetails(0, 0, reason);
     const KelString causes = msxml::translatedPlaces(reason);
     return path != nullptr
-               ? fail(error_, IKelXmlError::kRefused, "Error while compiling %1 : %2", *path, causes)
-               : fail(error_, IKelXmlError::kRefused, "Error while compiling Xml : %1", causes);
+               ? fail(error_, IKelXmlError::kRejected, "Error while compiling %1 : %2", *path, causes)
+               : fail(error_, IKelXmlError::kRejected, "Error while compiling Xml : %1", causes);
 }
 
 // Templates want documents that may be used on any thread, so the style sheet has one of its own.
@@ -115,7 +115,7 @@ bool MSXslStyleSheet::compile(const KelString* path, Load&& load) {
     try {
         check(status, made);
     } catch (const _com_error& error) {
-        return refuse(path, error);
+        return reject(path, error);
     }
     template_ = std::move(made);
     return true;

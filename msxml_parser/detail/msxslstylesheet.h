@@ -41,7 +41,7 @@ private:
     bool setParameter(const KelString& name, const KelString& namespaceUri, Value value);
     template <typename Load>
     bool compile(const KelString* path, Load&& load);
-    bool refuse(const KelString* path, const _com_error& error);
+    bool reject(const KelString* path, const _com_error& error);
     bool rejectSource(const KelString* path, const msxml::ComPtr<IXMLDOMDocument2>& document);
     // Runs the style sheet; `use` gets the processor after it has set it up, before and after the
     // transformation.

@@ -50,7 +50,7 @@ std::string tryDocument() {
 std::string tryMalformed() {
     const IPtr<IKelDOMXmlV2> parser(new MSDOMXml);
     if (parser->loadFromString(u"<shelf><book></shelf>") ||
-        parser->getError()->getCode() != IKelDOMXml::kRefusedByEngine)
+        parser->getError()->getCode() != IKelDOMXml::kRejectedByEngine)
         return "expected error 3 for a malformed document";
     return {};
 }

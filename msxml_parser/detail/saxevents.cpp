@@ -133,7 +133,7 @@ void SaxEvents::showDeclarations() {
     declaredCount_ = 0;
 }
 
-HRESULT SaxEvents::refuseDepth() noexcept {
+HRESULT SaxEvents::rejectDepth() noexcept {
     (void)deliver([&](IKelSAXXmlHandlerV2&) {
         KelString reason;
         kel::translate(reason, "Elements are nested more than %1 deep.", KelString(depthLimit_));
@@ -145,7 +145,7 @@ HRESULT SaxEvents::refuseDepth() noexcept {
 HRESULT STDMETHODCALLTYPE SaxEvents::startElement(const OLECHAR* uri, int uriLength, const OLECHAR* localName,
                                                   int localNameLength, const OLECHAR* qualifiedName,
                                                   int qualifiedNameLength, ISAXAttributes* attributes) {
-    if (depth_ == depthLimit_) return refuseDepth();
+    if (depth_ == depthLimit_) return rejectDepth();
     ++depth_;
     return deliver([&](IKelSAXXmlHandlerV2& handler) {
         attributes_.clear();

@@ -84,7 +84,7 @@ private:
     };
     template <typename Event>
     HRESULT deliver(Event&& event) noexcept;
-    HRESULT refuseDepth() noexcept;
+    HRESULT rejectDepth() noexcept;
     void readAttributes(ISAXAttributes& attributes);
     void showDeclarations();
 

@@ -44,7 +44,7 @@ Variant::Variant(IDispatch* object) noexcept : Variant() {
     value_.vt = VT_DISPATCH;
 }
 
-RefusalTexts readRefusal(const ComPtr<IXMLDOMParseError>& record) {
+RejectionTexts readRejection(const ComPtr<IXMLDOMParseError>& record) {
     LONG line = 0;
     LONG column = 0;
     check(record->get_line(&line), record);

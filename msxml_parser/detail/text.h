@@ -111,7 +111,7 @@ struct SourcePosition {
 };
 
 // The engine's record of a rejected document, as texts for a message.
-struct RefusalTexts {
+struct RejectionTexts {
     KelString line;
     KelString column;
     KelString reason;  // translated
@@ -119,7 +119,7 @@ struct RefusalTexts {
 };
 
 // Raises _com_error if the record cannot be read.
-[[nodiscard]] RefusalTexts readRefusal(const ComPtr<IXMLDOMParseError>& record);
+[[nodiscard]] RejectionTexts readRejection(const ComPtr<IXMLDOMParseError>& record);
 [[nodiscard]] KelString readReason(const ComPtr<IXMLDOMParseError>& record);
 [[nodiscard]] bool holdsError(const ComPtr<IXMLDOMParseError>& record);
 

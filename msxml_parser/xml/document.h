@@ -51,7 +51,7 @@ inline ErrorCode documentErrorCode(int code) noexcept {
     switch (code) {
         case IKelDOMXml::kFileNotReadable:
             return ErrorCode::NotReadable;
-        case IKelDOMXml::kRefusedByEngine:
+        case IKelDOMXml::kRejectedByEngine:
             return ErrorCode::BadDocument;
         case IKelDOMXml::kInvalidElement:
             return ErrorCode::InvalidArgument;

@@ -155,7 +155,7 @@ inline ErrorCode codeOf(std::uint32_t status) noexcept {
     }
     if (error.reason.empty()) {
         char text[48];
-        std::snprintf(text, sizeof text, "The engine refused with status 0x%08X",
+        std::snprintf(text, sizeof text, "The engine failed with status 0x%08X",
                       static_cast<unsigned>(status));
         error.reason = error.code == ErrorCode::NoElement ? "There is no such element" : text;
     }

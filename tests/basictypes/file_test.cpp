@@ -100,7 +100,7 @@ TEST(Utf8, KeepsEveryTextApartAndReplacesWhatIsNone) {
     EXPECT_EQ(kel::fromUtf8("a\xE2\x82"), u"a\xFFFD\xFFFD");
 }
 
-// A file that is there already may belong to another user, or be a link to one.
+// An existing file may belong to another user, or be a link to one.
 TEST_F(FileTest, ATemporaryFileIsNeverOneThatExists) {
     std::ofstream(folder_.file("taken")) << "kept";
     const platform::RawFile taken(pathOf(u"taken"), platform::RawFile::Creation::NewTemporary);

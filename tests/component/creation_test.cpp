@@ -88,7 +88,7 @@ TEST_F(Creation, DoesNotCareWhatTheEngineSaysToWhiteSpace) {
     EXPECT_EQ(errorOf(parser), "0 ");
 }
 
-TEST_F(Creation, ThatTheEngineRefusesGivesNoParser) {
+TEST_F(Creation, ThatTheEngineRejectsGivesNoParser) {
     for (const char* const failing : {"async", "externals"}) {
         document_.failing = failing;
         EXPECT_EQ(XmlDOM().getParser(), nullptr) << failing;

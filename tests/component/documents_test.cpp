@@ -108,7 +108,7 @@ TEST(Documents, LoadsWithOptionsOfOneLoad) {
     EXPECT_EQ(saved(DomParser(parser.get())), "<a>\n\t<b />\n</a>\n");
 }
 
-TEST(Documents, ReportWhyAndWhereALoadIsRefused) {
+TEST(Documents, ReportWhyAndWhereALoadIsRejected) {
     if (traits::kKeepsPositions != nullptr) GTEST_SKIP() << traits::kKeepsPositions;
     const Parser parser = makeParser();
     EXPECT_FALSE(loadBytes(parser, "<a>\n <b></c></a>"));
@@ -251,31 +251,31 @@ TEST(Documents, AreWrittenAsText) {
     EXPECT_TRUE(parser->loadFromString(wide(text(parser))));
 }
 
-TEST(Documents, AreRefusedWhereTheyCannotBeWritten) {
-    if (traits::kRefusesWrongNames != nullptr) GTEST_SKIP() << traits::kRefusesWrongNames;
+TEST(Documents, AreRejectedWhereTheyCannotBeWritten) {
+    if (traits::kRejectsWrongNames != nullptr) GTEST_SKIP() << traits::kRejectsWrongNames;
     const char* const start = "9 Error while writing XML : ";
     const Parser parser = loaded("<a><!-- \xE2\x82\xAC --><b/></a>");
     const Element root(parser->getRootElement());
     const Element b(root->getChild(wide("b")));
-    const auto refused = [&](const char* encoding, const char* reason) {
+    const auto rejected = [&](const char* encoding, const char* reason) {
         EXPECT_EQ(written(parser, 0, encoding), std::string(start) + reason);
     };
-    refused("US-ASCII",
-            "U+20AC cannot be written in US-ASCII here, and a comment cannot contain a reference to it.");
-    refused("x-nope", "The encoding 'x-nope' is not known.");
-    refused("UTF-8//IGNORE", "The encoding 'UTF-8//IGNORE' is not known.");
+    rejected("US-ASCII",
+             "U+20AC cannot be written in US-ASCII here, and a comment cannot contain a reference to it.");
+    rejected("x-nope", "The encoding 'x-nope' is not known.");
+    rejected("UTF-8//IGNORE", "The encoding 'UTF-8//IGNORE' is not known.");
     EXPECT_EQ(written(parser, V3::kNoDeclaration, "US-ASCII"),
               std::string(start) + "A document in the encoding 'US-ASCII' needs an XML declaration.");
     b->setText(KelString(u"\x1"));
-    refused("", "The text of the element 'b' contains U+0001, which an XML document cannot contain.");
+    rejected("", "The text of the element 'b' contains U+0001, which an XML document cannot contain.");
     b->setText(KelString(std::u16string_view(u"\xD800")));
-    refused("", "The text of the element 'b' contains U+D800, which an XML document cannot contain.");
+    rejected("", "The text of the element 'b' contains U+D800, which an XML document cannot contain.");
     b->setText(KelString());
     b->setAttribute(wide("k"), KelString(u"\xFFFE"));
-    refused("", "The text of the element 'b' contains U+FFFE, which an XML document cannot contain.");
+    rejected("", "The text of the element 'b' contains U+FFFE, which an XML document cannot contain.");
     b->setAttribute(wide("k"), KelString());
     root->addChild(Element(parser->createElement(wide("p:c"))).get());
-    refused("", "The prefix of 'p:c' is not declared on its element or around it.");
+    rejected("", "The prefix of 'p:c' is not declared on its element or around it.");
     Element(root->getChild(wide("p:c")))->setAttribute(wide("xmlns:p"), wide("urn:p"));
     EXPECT_TRUE(written(parser).starts_with("<a>"));
     EXPECT_EQ(written(makeParser()), std::string(start) + "The document has no root element");
@@ -296,7 +296,7 @@ TEST(Documents, NewElementsDeclareTheirNamespace) {
             ->getChildrenNamed(KelString()));
     EXPECT_EQ(utf8(IPtr<IKelDOMXmlElementV2>(children->takeNext())->getNamespaceUri(uri)), "urn:p");
     EXPECT_EQ(utf8(IPtr<IKelDOMXmlElementV2>(children->takeNext())->getNamespaceUri(uri)), "urn:d");
-    if (traits::kRefusesWrongNames != nullptr) GTEST_SKIP() << traits::kRefusesWrongNames;
+    if (traits::kRejectsWrongNames != nullptr) GTEST_SKIP() << traits::kRejectsWrongNames;
     EXPECT_TRUE(FAILED(statusOf([&] { parser->createElementInNamespace(KelString(), wide("p:x")); })));
 }
 

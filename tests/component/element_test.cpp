@@ -73,8 +73,8 @@ TEST(ElementNames, RenamingChangesNothingWhereItFails) {
     EXPECT_EQ(saved(parser), "<a x=\"1\">\n\t<b />\n</a>\n");
 }
 
-TEST(ElementNames, WhatIsNoNameIsRefusedAndChangesNothing) {
-    if (traits::kRefusesWrongNames != nullptr) GTEST_SKIP() << traits::kRefusesWrongNames;
+TEST(ElementNames, WhatIsNoNameIsRejectedAndChangesNothing) {
+    if (traits::kRejectsWrongNames != nullptr) GTEST_SKIP() << traits::kRejectsWrongNames;
     const DomParser parser = load("<a x='1'><b/></a>");
     EXPECT_NE(statusOf([&] { rootOf(parser)->setName(wide("not a name")); }), S_OK);
     EXPECT_NE(statusOf([&] { rootOf(parser)->setAttribute(wide("not a name"), wide("x")); }), S_OK);
@@ -195,7 +195,7 @@ TEST(ElementNeighbours, ChildrenByNameParentsAndClones) {
 }
 
 TEST(ElementNeighbours, AnElementDoesNotMoveBelowItself) {
-    if (traits::kRefusesCycles != nullptr) GTEST_SKIP() << traits::kRefusesCycles;
+    if (traits::kRejectsCycles != nullptr) GTEST_SKIP() << traits::kRejectsCycles;
     const DomParser parser = load("<a><b/></a>");
     EXPECT_NE(statusOf([&] { childOf(rootOf(parser), "b")->addChild(rootOf(parser).get()); }), S_OK);
     EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
@@ -253,8 +253,8 @@ TEST(RootElement, IsCreatedAndSet) {
     EXPECT_EQ(errorOf(parser), "0 ");
 }
 
-TEST(RootElement, OfADocumentThatHasOneIsRefused) {
-    if (traits::kRefusesSecondRoot != nullptr) GTEST_SKIP() << traits::kRefusesSecondRoot;
+TEST(RootElement, OfADocumentThatHasOneIsRejected) {
+    if (traits::kRejectsSecondRoot != nullptr) GTEST_SKIP() << traits::kRejectsSecondRoot;
     const DomParser parser = load("<a><b/></a>");
     EXPECT_NE(statusOf([&] { parser->setRootElement(Element(parser->createElement(wide("c"))).get()); }),
               S_OK);
@@ -325,7 +325,7 @@ TEST(ElementCursor, StandsAtTheEndWhereThereAreNoElements) {
     EXPECT_EQ(none->getElement(), nullptr);
 }
 
-// The iterator's own handle dies with it unless somebody else holds it.
+// The iterator's own handle dies with it unless there is another holder.
 TEST(ElementCursor, SharesItsHandle) {
     Elements itr(load("<a><b/></a>")->getRootElementItr());
     EXPECT_EQ(itr->getElement()->refCount(), 1);

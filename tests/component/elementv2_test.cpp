@@ -139,8 +139,8 @@ TEST(ElementV2, PutsChildrenWhereTheyAreWanted) {
     EXPECT_EQ(saved(parser), "<n />\n");
 }
 
-TEST(ElementV2, RefusesWhatIsNoChildAndChangesNothing) {
-    if (traits::kRefusesStrangeNeighbours != nullptr) GTEST_SKIP() << traits::kRefusesStrangeNeighbours;
+TEST(ElementV2, RejectsWhatIsNoChildAndChangesNothing) {
+    if (traits::kRejectsStrangeNeighbours != nullptr) GTEST_SKIP() << traits::kRejectsStrangeNeighbours;
     const DomParser parser = load("<r><a><d/></a><b/></r>");
     const ElementV2 r = root(parser);
     const ElementV2 a = child(r, "a");

@@ -266,8 +266,8 @@ TEST(Parsers, OfTwoThreadsDoNotMeet) {
     });
 }
 
-TEST(Parsers, OfTwoThreadsRefuseWithoutMeeting) {
-    if (traits::kRefusesOnManyThreads != nullptr) GTEST_SKIP() << traits::kRefusesOnManyThreads;
+TEST(Parsers, OfTwoThreadsRejectWithoutMeeting) {
+    if (traits::kRejectsOnManyThreads != nullptr) GTEST_SKIP() << traits::kRejectsOnManyThreads;
     onTwoThreads([](const char* name) {
         for (int i = 0; i < 200; ++i) {
             const DomParser parser = makeDom();

@@ -138,7 +138,7 @@ TEST(Expressions, ComputeTextsNumbersAndTruth) {
     EXPECT_FALSE(truth);
 }
 
-TEST(Expressions, AreRefusedWithTheirPlace) {
+TEST(Expressions, AreRejectedWithTheirPosition) {
     if (traits::kRejectsExpressions != nullptr) GTEST_SKIP() << traits::kRejectsExpressions;
     const Parser parser = loaded(kDocument);
     EXPECT_TRUE(selected(parser, "//@n").starts_with("11 Error in expression //@n : "));

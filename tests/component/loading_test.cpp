@@ -54,7 +54,7 @@ TEST(Loading, ReportsAFileThatCannotBeOpened) {
     EXPECT_EQ(errorOf(parser), std::string("1 Error while reading c:\\") + kReadRights);
 }
 
-TEST(Loading, ReportsWhereAndWhyTheEngineRefusesADocument) {
+TEST(Loading, ReportsWhereAndWhyTheEngineRejectsADocument) {
     const Folder folder;
     const std::string path = folder.write("mismatched.xml", "<a>\n  <b></c>\n</a>");
     const DomParser parser = makeDom();
@@ -90,7 +90,7 @@ TEST(Loading, WidensAStreamsBytesUpToTheFirstZero) {
     EXPECT_TRUE(parser->loadFromStream(cut));
     MemoryStream malformed("<a>");
     EXPECT_FALSE(parser->loadFromStream(malformed));
-    EXPECT_EQ(parser->getError()->getCode(), IKelDOMXml::kRefusedByEngine);
+    EXPECT_EQ(parser->getError()->getCode(), IKelDOMXml::kRejectedByEngine);
 }
 
 TEST(Loading, LeavesErrorAndDocumentAloneWhenAStreamComesUpShort) {

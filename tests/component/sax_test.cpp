@@ -67,7 +67,7 @@ TEST_F(SaxParsing, ReportsAFileThatCannotBeOpened) {
     EXPECT_EQ(errorOf(parser_), "0 ");
 }
 
-TEST_F(SaxParsing, WithoutAReaderEveryFileIsRefused) {
+TEST_F(SaxParsing, WithoutAReaderEveryFileIsRejected) {
     const ClassRefusal refusal(msxml::kSaxReaderClass);
     const SaxParser parser = makeSax();
     EventRecorder recorder;

@@ -249,7 +249,7 @@ TEST_F(SaxV3, LetsOutWhatAHandlerOrAStreamThrows) {
     EXPECT_EQ(read("<a/>").size(), 4u);
 }
 
-TEST_F(SaxV3, RefusesToReadInsideAnEvent) {
+TEST_F(SaxV3, RejectsToReadInsideAnEvent) {
     Recorder recorder;
     HRESULT status = S_OK;
     recorder.atEvent = [&](const std::string&) {

@@ -1,4 +1,4 @@
-// Schemas that are compiled once: every violation with its place, in trees and in streams.
+// Schemas that are compiled once: every violation with its position, in trees and in streams.
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -220,7 +220,7 @@ TEST_F(Schemas, LetOutWhatAHandlerThrows) {
     }
 }
 
-TEST_F(Schemas, RefuseWhatIsNoSchemaAndKeepWhatTheyHave) {
+TEST_F(Schemas, RejectWhatIsNoSchemaAndKeepWhatTheyHave) {
     Collector collector;
     const IPtr<IKelXmlSchema> empty = make();
     EXPECT_FALSE(empty->validate(load("<a/>").get(), &collector));
@@ -228,7 +228,7 @@ TEST_F(Schemas, RefuseWhatIsNoSchemaAndKeepWhatTheyHave) {
     EXPECT_FALSE(empty->addFile(u"", wide(folder_.path("missing.xsd"))));
     EXPECT_EQ(empty->getError()->getCode(), IKelXmlError::kFileNotReadable);
     EXPECT_FALSE(schema_->addFile(u"urn:s", wide(folder_.write("no.xsd", "<a/>"))));
-    EXPECT_EQ(schema_->getError()->getCode(), IKelXmlError::kRefused);
+    EXPECT_EQ(schema_->getError()->getCode(), IKelXmlError::kRejected);
     EXPECT_FALSE(schema_->validate(nullptr, &collector));
     EXPECT_EQ(schema_->getError()->getCode(), IKelXmlError::kInvalidArgument);
     EXPECT_TRUE(inTree("<list xmlns='urn:s'><item>1</item></list>").empty());

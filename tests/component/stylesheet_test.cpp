@@ -142,7 +142,7 @@ TEST_F(StyleSheets, PutAResultIntoADocument) {
     EXPECT_EQ(code(), IKelXmlError::kInvalidArgument);
 }
 
-TEST_F(StyleSheets, SayWhyTheyAreRefusedAndKeepTheOneBefore) {
+TEST_F(StyleSheets, SayWhyTheyAreRejectedAndKeepTheOneBefore) {
     KelString result;
     EXPECT_FALSE(sheet_->transformToString(source_.get(), result));
     EXPECT_EQ(code(), IKelXmlError::kNotCompiled);
@@ -151,10 +151,10 @@ TEST_F(StyleSheets, SayWhyTheyAreRefusedAndKeepTheOneBefore) {
     EXPECT_EQ(code(), IKelXmlError::kNotWellFormed);
     EXPECT_FALSE(sheet_->compileFile(wide(folder_.path("missing.xsl"))));
     EXPECT_EQ(code(), IKelXmlError::kFileNotReadable);
-    if (traits::kRefusesBadStyleSheets == nullptr) {
+    if (traits::kRejectsBadStyleSheets == nullptr) {
         const std::string path = folder_.write("bad.xsl", sheet("\n<x:template match='['/>"));
         EXPECT_FALSE(sheet_->compileFile(wide(path)));
-        EXPECT_EQ(code(), IKelXmlError::kRefused);
+        EXPECT_EQ(code(), IKelXmlError::kRejected);
         EXPECT_NE(message().find(path), std::string::npos);
         EXPECT_FALSE(sheet_->transformToString(nullptr, result));
         EXPECT_EQ(code(), IKelXmlError::kInvalidArgument);

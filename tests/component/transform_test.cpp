@@ -96,7 +96,7 @@ TEST(Transforming, ReportsTheSourcesFailedLoadAfterTheOutput) {
 }
 
 TEST(Transforming, ReportsABadStyleSheetAndLeavesTheResult) {
-    if (traits::kRefusesBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRefusesBadStyleSheets;
+    if (traits::kRejectsBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRejectsBadStyleSheets;
     const DomParser source = load("<a/>");
     const DomParser sheet = load(
         "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
@@ -168,7 +168,7 @@ TEST(Validating, KeepsTheSchemaForLaterLoads) {
     EXPECT_TRUE(parser->loadFromString(wide("<a xmlns='urn:a'>two</a>")));
 }
 
-TEST(Validating, LetsTheRefusalOfASchemaOut) {
+TEST(Validating, LetsTheRejectionOfASchemaOut) {
     const Folder folder;
     const DomParser parser = load("<a/>");
     parser->setRootElement(nullptr);

@@ -259,7 +259,7 @@ TEST(Xml, AttributesAreListed) {
 }
 
 TEST(Xml, EditsElements) {
-    if (traits::kRefusesStrangeNeighbours != nullptr) GTEST_SKIP() << traits::kRefusesStrangeNeighbours;
+    if (traits::kRejectsStrangeNeighbours != nullptr) GTEST_SKIP() << traits::kRejectsStrangeNeighbours;
     xml::Document document = loaded("<r><a/><b>x<![CDATA[<]]><i>y</i></b></r>");
     xml::Element root = document.root();
     const xml::Element b = *root.child("b");
@@ -275,8 +275,8 @@ TEST(Xml, EditsElements) {
     EXPECT_EQ(written(document), "<r><p:n xmlns:p=\"urn:p\"/><c/><a/><b>x<![CDATA[<]]><i>y</i></b></r>\n");
     const std::string before = written(document);
     EXPECT_EQ(codeOf([&] { root.insertBefore(root.clone(), b); }), ErrorCode::InvalidArgument);
-    if (traits::kRefusesCycles == nullptr && traits::kRefusesWrongNames == nullptr &&
-        traits::kRefusesSecondRoot == nullptr) {
+    if (traits::kRejectsCycles == nullptr && traits::kRejectsWrongNames == nullptr &&
+        traits::kRejectsSecondRoot == nullptr) {
         EXPECT_EQ(codeOf([&] { root.child("b")->append(root); }), ErrorCode::Rejected);
         (void)errorOf([&] { (void)document.createElement("1"); });
         EXPECT_EQ(codeOf([&] { document.setRoot(document.createElement("s")); }), ErrorCode::Rejected);

@@ -70,7 +70,7 @@ std::string readFile(const std::string& path) {
 std::string readCanonicalFile(const std::string& path) {
     std::string text = readFile(path);
     constexpr std::string_view kEnd = "]>\n";
-    const std::size_t start = text.find("<!DOCTYPE");  // behind the instructions that the subset holds
+    const std::size_t start = text.find("<!DOCTYPE");  // after the instructions that the subset holds
     if (start != std::string::npos) {
         const std::size_t end = text.find(kEnd, start);
         if (end == std::string::npos) throw std::runtime_error(path + " is not in the form expected");

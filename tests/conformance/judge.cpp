@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::array kNames{
     std::pair{Difference::Accepts, "accepts"},
-    std::pair{Difference::Refuses, "refuses"},
+    std::pair{Difference::Rejects, "rejects"},
     std::pair{Difference::Content, "content"},
     std::pair{Difference::Contradicts, "contradicts"},
 };
@@ -19,7 +19,7 @@ Demand demandOf(Type type) {
         case Type::Invalid:
             return Demand::Accept;
         case Type::NotWellFormed:
-            return Demand::Refuse;
+            return Demand::Reject;
         case Type::Error:
             break;
     }
@@ -55,8 +55,8 @@ Ruling rulingFor(const TestCase& test) {
 std::optional<Difference> judge(Demand demand, const Outcome& outcome,
                                 const std::optional<std::string>& expectedContent) {
     if (!outcome.contradiction.empty()) return Difference::Contradicts;
-    if (demand == Demand::Accept && !outcome.accepted) return Difference::Refuses;
-    if (demand == Demand::Refuse && outcome.accepted) return Difference::Accepts;
+    if (demand == Demand::Accept && !outcome.accepted) return Difference::Rejects;
+    if (demand == Demand::Reject && outcome.accepted) return Difference::Accepts;
     if (demand == Demand::Accept && expectedContent && outcome.canonical != *expectedContent)
         return Difference::Content;
     return std::nullopt;

@@ -13,14 +13,14 @@ namespace conformance {
 
 enum class Demand : std::uint8_t {
     Accept,
-    Refuse,
+    Reject,
     Nothing,  // the suite leaves it to the parser
 };
 
 // As read from the differences that are known: what the subject does instead.
 enum class Difference : std::uint8_t {
     Accepts,      // what it should reject
-    Refuses,      // what it should accept
+    Rejects,      // what it should accept
     Content,      // accepted, but reported other content than the suite's output file
     Contradicts,  // two routes of the engine disagree
 };

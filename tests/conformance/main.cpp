@@ -72,8 +72,8 @@ void runEngine(const TestCase& test, const Ruling& ruling, const std::optional<s
 
     const Outcome loaded = tryDocument(test.path);
     if (hasDoctype(test.path)) {
-        reports.prohibited.add(test, {Demand::Refuse, {}}, loaded,
-                               judge(Demand::Refuse, loaded, std::nullopt));
+        reports.prohibited.add(test, {Demand::Reject, {}}, loaded,
+                               judge(Demand::Reject, loaded, std::nullopt));
         return;
     }
     runSaving(test, loaded, reports);
@@ -90,7 +90,7 @@ void runDirect(const TestCase& test, const Ruling& ruling, const std::optional<s
     direct.contradiction = disagreement(test.path);
     reports.direct.add(test, ruling, direct, judge(ruling.demand, direct, output));
 
-    const Demand same = direct.accepted ? Demand::Accept : Demand::Refuse;
+    const Demand same = direct.accepted ? Demand::Accept : Demand::Reject;
     const Outcome expat = tryExpat(test.path);
     reports.expat.add(test, {same, {}}, expat, judge(same, expat, std::nullopt));
 }

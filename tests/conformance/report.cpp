@@ -31,7 +31,7 @@ std::string detailOf(const Outcome& outcome, Difference difference) {
     switch (difference) {
         case Difference::Contradicts:
             return outcome.contradiction;
-        case Difference::Refuses:
+        case Difference::Rejects:
             return outcome.reason;
         case Difference::Content:
             return "reported: " + outcome.canonical.substr(0, 200);
@@ -69,7 +69,7 @@ void Report::add(const TestCase& test, const Ruling& ruling, const Outcome& outc
     if (ruling.demand != Demand::Nothing || (test.type == Type::Error && test.skipReason.empty())) {
         for (Row* const row : {&byCollection_[test.collection], &bySection_[test.section], &total_["all"]}) {
             Count& count = (*row)[static_cast<std::size_t>(test.type)];
-            ++(outcome.accepted ? count.accepted : count.refused);
+            ++(outcome.accepted ? count.accepted : count.rejected);
             count.different += difference.has_value();
         }
     }
@@ -83,11 +83,11 @@ void Report::printTable(const char* heading, const std::map<std::string, Row>& r
     for (const auto& [name, row] : rows) {
         std::printf("%-52.52s", name.c_str());
         for (const Count& count : row) {
-            if (count.accepted + count.refused == 0) {
+            if (count.accepted + count.rejected == 0) {
                 std::printf(" | %-20s", "");
                 continue;
             }
-            std::printf(" | %4zu acc %4zu ref%s", count.accepted, count.refused,
+            std::printf(" | %4zu acc %4zu rej%s", count.accepted, count.rejected,
                         count.different > 0 ? " !" : "  ");
         }
         std::printf("\n");
@@ -96,7 +96,7 @@ void Report::printTable(const char* heading, const std::map<std::string, Row>& r
 }
 
 bool Report::print(const std::vector<KnownDifference>& known) const {
-    std::printf("%s\n(acc: accepted, ref: refused, !: with a difference)\n\n", title_.c_str());
+    std::printf("%s\n(acc: accepted, rej: rejected, !: with a difference)\n\n", title_.c_str());
     printTable("by collection", byCollection_);
     printTable("by section of the recommendation", bySection_);
     printTable("total", total_);

@@ -36,7 +36,7 @@ public:
 private:
     struct Count {
         std::size_t accepted = 0;
-        std::size_t refused = 0;
+        std::size_t rejected = 0;
         std::size_t different = 0;
     };
     using Row = std::array<Count, 4>;  // by type

@@ -26,7 +26,7 @@ struct List {
 };
 
 // The package brings a list in one file with corrected bases beside the suite's own; the suite's own is taken
-// where somebody has the suite alone.
+// where the suite is installed alone.
 List findList(const fs::path& folder) {
     for (const char* const inside : {"", "build/dist", "package/build/dist"}) {
         const fs::path root = folder / inside;

@@ -66,7 +66,7 @@ private:
     void work(const Place& place) {
         std::minstd_rand random(static_cast<unsigned>(place.thread));
         while (!isOver_) {
-            // Memory is compared when nobody is at work, with the same tasks done by all.
+            // Memory is compared while no thread is at work, with the same tasks done by all.
             std::vector<const Task*> order;
             for (const Task& task : tasks()) order.insert(order.end(), 3, &task);
             std::shuffle(order.begin(), order.end(), random);

@@ -175,7 +175,7 @@ TEST_F(DomEdit, AListCursorDoesNotOutliveTheMoveOfItsNode) {
     EXPECT_EQ(nameOf(*again), "c");
 }
 
-TEST_F(DomEdit, RefusesWithAStatusAndADescriptionAndChangesNothing) {
+TEST_F(DomEdit, RejectsWithAStatusAndADescriptionAndChangesNothing) {
     const DocumentRef document = loaded(u"<a><b><c/></b>t</a>");
     const Element a = root(*document);
     const Node b = first(*a);
@@ -382,7 +382,7 @@ struct Model {
     }
 };
 
-// Thousands of random edits over two documents, most of whose nodes nobody holds: links, moves, the objects
+// Thousands of random edits over two documents, most of whose nodes have no handle: links, moves, the objects
 // that follow and what is reclaimed must all agree with the model.
 TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
     for (const unsigned seed : {1u, 2u, 3u}) {
@@ -494,7 +494,7 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
                     break;
                 case 6: {
                     if (seed == 2) break;  // without copies, texts are replaced where they stand
-                    // Copies that nobody keeps, for the reclaiming to find.
+                    // Copies without a holder, for the reclaiming to find.
                     for (int i = 0; i < 30; ++i) (void)cloneOf(*one.node);
                     EXPECT_EQ(outline(*cloneOf(*one.node)), one.model->outline());
                     break;

@@ -180,7 +180,7 @@ TEST_F(DomLifetime, RunningOutOfMemoryInAnEditLeavesTheTreeAsItWas) {
         ASSERT_EQ(n->appendChild(held.back().get(), nullptr), S_OK);
     }
     const std::string moved = outline(*m);
-    int refusals = 0;
+    int rejections = 0;
     for (int allowed = 0;; ++allowed) {
         ASSERT_LT(allowed, 100);
         const DocumentRef target = loaded(u"<t/>");
@@ -196,12 +196,12 @@ TEST_F(DomLifetime, RunningOutOfMemoryInAnEditLeavesTheTreeAsItWas) {
             EXPECT_EQ(parentOf(*held.back()).get(), n.get());
             break;
         }
-        ++refusals;
+        ++rejections;
         EXPECT_EQ(status, E_OUTOFMEMORY);
         EXPECT_EQ(outline(*target), "<t/>");
         EXPECT_EQ(outline(*source), "<s>" + moved + "</>");
     }
-    EXPECT_GT(refusals, 3);
+    EXPECT_GT(rejections, 3);
     {
         const engine::dom::AllocationFailure failing(0);
         // One of the tables has to grow sooner or later, whichever it is.

@@ -120,7 +120,7 @@ TEST_F(DomLoad, FailedLoadLeavesAnEmptyDocumentAndItsRecord) {
     EXPECT_EQ(reason(*document), "");
 }
 
-TEST_F(DomLoad, TakesPathsAndFileAddressesAndRefusesTheRest) {
+TEST_F(DomLoad, TakesPathsAndFileAddressesAndRejectsTheRest) {
     const std::string path = testing::TempDir() + "dom load \xC3\xA9.xml";
     std::ofstream(path) << "<f/>";
     const DocumentRef document = newDocument();
@@ -132,8 +132,8 @@ TEST_F(DomLoad, TakesPathsAndFileAddressesAndRefusesTheRest) {
 
     for (const char* address : {"http://localhost/x.xml", "ftp://localhost/x.xml", "/no/such/file.xml", ""}) {
         SCOPED_TRACE(address);
-        const Bstr refused{std::string_view(address)};
-        EXPECT_EQ(document->load(refused.variant(), &ok), S_FALSE);
+        const Bstr rejected{std::string_view(address)};
+        EXPECT_EQ(document->load(rejected.variant(), &ok), S_FALSE);
         EXPECT_EQ(ok, VARIANT_FALSE);
         EXPECT_FALSE(root(*document));
         EXPECT_NE(reason(*document), "");

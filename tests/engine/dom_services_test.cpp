@@ -151,7 +151,7 @@ TEST_F(DomServices, TransformationsReplaceTheResultOrLeaveIt) {
     }
 }
 
-TEST_F(DomServices, WithoutATransformerStyleSheetsAreRefused) {
+TEST_F(DomServices, WithoutATransformerStyleSheetsAreRejected) {
     engine::dom::setTransformer(nullptr);
     const DocumentRef style = loaded(u"<style/>");
     BSTR result = nullptr;

@@ -1,4 +1,4 @@
-// Every mistake has its code, its place and its sentence, in whatever way the document comes.
+// Every error has its code, position and reason, in whatever way the document comes.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -36,15 +36,15 @@ const ErrorCase kCases[] = {
     {" \n\n ", ErrorCode::EmptyDocument, 3, 2, "The document is empty: a root element is missing."},
     {"<!-- only this -->", ErrorCode::NoRoot, 1, 19, "The document has no root element."},
     {"<!DOCTYPE a>\n<a/>", ErrorCode::DoctypeProhibited, 1, 1,
-     "A DOCTYPE is not allowed here: documents with a document type declaration are refused."},
-    {"<a/><!DOCTYPE a>", ErrorCode::MisplacedDoctype, 1, 5, "A DOCTYPE must stand before the root element."},
+     "A DOCTYPE is not allowed here: documents with a document type declaration are rejected."},
+    {"<a/><!DOCTYPE a>", ErrorCode::MisplacedDoctype, 1, 5, "A DOCTYPE must precede the root element."},
 
     {"<a b='1' b='2'/>", ErrorCode::DuplicateAttribute, 1, 10, "Duplicate attribute 'b'."},
     {"<a b1='' b2='' b3='' b4='' b5='' b6='' b7='' b8=''\n b9='' b3='' b2=''/>",
      ErrorCode::DuplicateAttribute, 2, 8, "Duplicate attribute 'b3'."},
     {"<a b='x<y'/>", ErrorCode::LessThanInValue, 1, 8,
      "'<' is not allowed in the value of attribute 'b': write '&lt;', or close the quotes before it."},
-    {"<a b=1/>", ErrorCode::BadAttribute, 1, 6, "The value of attribute 'b' must stand in quotes."},
+    {"<a b=1/>", ErrorCode::BadAttribute, 1, 6, "The value of attribute 'b' must be quoted."},
     {"<a\n b/>", ErrorCode::BadAttribute, 2, 2,
      "Attribute 'b' has no value: '=' and a value in quotes must follow."},
     {"<a b='1'c='2'/>", ErrorCode::BadAttribute, 1, 9, "Whitespace is missing before attribute 'c'."},
@@ -108,7 +108,7 @@ const ErrorCase kCases[] = {
     {"<?xml version='1.0'>\n<a/>", ErrorCode::BadDeclaration, 1, 20,
      "The XML declaration must end with '?>'."},
     {"<?xml version=1.0?><a/>", ErrorCode::BadDeclaration, 1, 15,
-     "The value of 'version' in the XML declaration must stand in quotes."},
+     "The value of 'version' in the XML declaration must be quoted."},
     {"<?xml version='1.0'encoding='UTF-8'?><a/>", ErrorCode::BadDeclaration, 1, 20,
      "Whitespace is missing before 'encoding' in the XML declaration."},
 
@@ -194,7 +194,7 @@ TEST(ReaderErrors, StandAtTheSamePlaceInEveryEncoding) {
     }
 }
 
-// Bytes are part of these mistakes.
+// Bytes are part of these errors.
 TEST(ReaderErrors, OfEncodingsNameTheByte) {
     const struct {
         std::string document;
@@ -298,9 +298,9 @@ TEST(ReaderErrors, OfFilesSayWhatIsWrongWithThem) {
          "The file '/no/such/file.xml' cannot be read: there is no such file."},
         {Input::location(u"file:///no%20such/f.xml"), ErrorCode::CannotOpen,
          "The file '/no such/f.xml' cannot be read: there is no such file."},
-        {Input::location(u"http://example.org/a.xml"), ErrorCode::AddressRefused,
+        {Input::location(u"http://example.org/a.xml"), ErrorCode::AddressRejected,
          "The address 'http://example.org/a.xml' is rejected: only files can be read."},
-        {Input::location(u"file://elsewhere/a.xml"), ErrorCode::AddressRefused,
+        {Input::location(u"file://elsewhere/a.xml"), ErrorCode::AddressRejected,
          "The address 'file://elsewhere/a.xml' is rejected: only files can be read."},
     };
     for (const auto& row : cases) {

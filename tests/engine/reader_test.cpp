@@ -166,7 +166,7 @@ TEST(Reader, ReadsTheInternalSubsetAndNothingElse) {
     std::filesystem::remove(file);
 }
 
-TEST(Reader, RefusesWhatIsWrongWithADoctype) {
+TEST(Reader, RejectsWhatIsWrongWithADoctype) {
     const struct {
         std::string document;
         ErrorCode code;
@@ -217,7 +217,7 @@ TEST(Reader, RefusesWhatIsWrongWithADoctype) {
 }
 
 // Each would take minutes or gigabytes if it were expanded; each ends before the test's patience does.
-TEST(Reader, DefusesEntityBombs) {
+TEST(Reader, DejectsEntityBombs) {
     const auto nested = [](std::string_view sigil, std::string_view reference, std::string_view innermost) {
         std::string declarations;
         for (int level = 0; level < 30; ++level) {

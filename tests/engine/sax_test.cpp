@@ -145,7 +145,7 @@ TEST_F(SaxTest, DeliversNamesResolvedAndTextWhole) {
     } cases[] = {
         {"declarations are no attributes, wherever they stand", "<p:e xmlns:p='u' xmlns:q='v' q:a='1'/>",
          "start\nmap p=u\nmap q=v\n<{u}e|p:e a=1\n</{u}e|p:e\nunmap q\nunmap p\nend\n"},
-        {"a declaration behind the attribute that needs it", "<e q:a='1' xmlns:q='v' b='2'/>",
+        {"a declaration after the attribute that needs it", "<e q:a='1' xmlns:q='v' b='2'/>",
          "start\nmap q=v\n<{}e|e a=1 b=2\n</{}e|e\nunmap q\nend\n"},
         {"the default namespace goes in and out of scope", "<a xmlns='u'><b xmlns=''><c/></b><d/></a>",
          "start\nmap =u\n<{u}a|a\nmap =\n<{}b|b\n<{}c|c\n</{}c|c\n</{}b|b\nunmap "

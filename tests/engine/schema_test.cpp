@@ -132,7 +132,7 @@ TEST_F(Validating, SeesEditsAndCannotJudgeAnUndeclaredPrefix) {
     EXPECT_FALSE(error);
 }
 
-TEST_F(Validating, RefusesWhatIsNoSchemaForTheNamespace) {
+TEST_F(Validating, RejectsWhatIsNoSchemaForTheNamespace) {
     const std::string good = folder_.write("good.xsd", schema("urn:p", kNumbers));
     const std::string broken =
         folder_.write("broken.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>\n<");
@@ -160,7 +160,7 @@ TEST_F(Validating, RefusesWhatIsNoSchemaForTheNamespace) {
         Case{"urn:q", good, {good + ", line 1: ", "'urn:p'", "'urn:q'"}},
         Case{"", good, {"'urn:p'", "no target namespace"}},
         Case{"urn:p", broken, {broken + ", line 2: "}},
-        Case{"urn:p", other, {other + ", line 2: ", "no XML Schema", "'a'"}},
+        Case{"urn:p", other, {other + ", line 2: ", "not an XML Schema", "'a'"}},
         Case{"urn:p", invalid, {invalid + ", line 2: ", "'name' is required", "\n" + invalid + ", line 3: "}},
         Case{"urn:p", dangling, {dangling + ", line 2: ", "nothing"}},
         Case{"urn:p", missing, {missing + ", line 2: ", "absent.xsd", "does not exist"}},
@@ -221,7 +221,7 @@ TEST_F(Validating, HoldsSeveralNamespacesAndReplacesOneThatComesAgain) {
     EXPECT_NE(validated("<p xmlns='urn:p'/>", cache.get()).code, 0);
 }
 
-TEST_F(Validating, WhileLoadingRefusesTheDocumentWithItsPosition) {
+TEST_F(Validating, WhileLoadingRejectsTheDocumentWithItsPosition) {
     const DocumentRef document = newDocument();
     {
         const Cache cache = cacheOf("urn:p", schema("urn:p", kNumbers));
@@ -236,7 +236,7 @@ TEST_F(Validating, WhileLoadingRefusesTheDocumentWithItsPosition) {
     EXPECT_EQ(outcome.line, 2);
     EXPECT_EQ(outcome.column, 2);
     EXPECT_THAT(outcome.reason, HasSubstr("'one'"));
-    EXPECT_FALSE(root(*document)) << "a document that was refused is empty";
+    EXPECT_FALSE(root(*document)) << "a document that was rejected is empty";
     EXPECT_EQ(document->put_validateOnParse(VARIANT_FALSE), S_OK);
     EXPECT_TRUE(load(*document, u"<p xmlns='urn:p'>\n <n>one</n></p>"));
     EXPECT_EQ(document->put_validateOnParse(VARIANT_TRUE), S_OK);

@@ -102,7 +102,7 @@ TEST_F(Transforming, TakesAnElementOrADocumentOnBothSides) {
     EXPECT_THAT(run(*textNode, whole.get()), HasSubstr("not a node of another kind"));
 }
 
-TEST_F(Transforming, SeesEditsAndRefusesPrefixesThatNobodyDeclares) {
+TEST_F(Transforming, SeesEditsAndRejectsPrefixesThatNobodyDeclares) {
     const DocumentRef source = parsed("<a/>");
     const DocumentRef style =
         parsed(sheet("<xsl:template match='/'><xsl:copy-of select='/'/></xsl:template>"));
@@ -166,13 +166,13 @@ TEST_F(Transforming, GivesUtf16WhateverTheStyleSheetAsksFor) {
     EXPECT_EQ(result, "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n<r a=\"é𝄞ü\">é𝄞ü</r>\n");
 }
 
-struct Refusal {
+struct Rejection {
     const char* fault;
     std::string body;
     std::vector<std::string> says;
 };
 
-TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
+TEST_F(Transforming, SaysFileLineAndCauseOfARejection) {
     const TemporaryFolder folder;
     folder.write("loop.xsl", sheet("<xsl:import href='style.xsl'/>"));
     folder.write("broken.xsl", "<a>\n<b></a>");
@@ -192,39 +192,41 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARefusal) {
         return "<xsl:template match='/'>" + std::string(body) + "</xsl:template>";
     };
     const std::array cases{
-        Refusal{"bad expression", inTemplate("<xsl:value-of select='1 +'/>"), {here, "'1 +'"}},
-        Refusal{"unknown function", inTemplate("<xsl:value-of select='nofun()'/>"), {here, "nofun"}},
-        Refusal{"missing template", inTemplate("<xsl:call-template name='none'/>"), {here, "none"}},
-        Refusal{"missing import", "<xsl:import href='absent.xsl'/>", {here, "absent.xsl", "does not exist"}},
-        Refusal{"import of a folder", "<xsl:import href='.'/>", {here, "directory"}},
-        Refusal{"import of a pipe, which nobody writes", "<xsl:import href='pipe'/>", {here, "regular file"}},
-        Refusal{"imports that double", "<xsl:import href='double0.xsl'/>", {"more than 2000 files"}},
-        Refusal{"attribute defaults by the megabyte", "<xsl:import href='swollen.xsl'/>", {"swollen.xsl"}},
-        Refusal{"network import",
-                "<xsl:import href='http://x.test/a.xsl'/>",
-                {here, "http://x.test/a.xsl", "never the network"}},
-        Refusal{"import in a loop", "<xsl:import href='loop.xsl'/>", {"loop.xsl, line 2: ", "recursion"}},
-        Refusal{"import that is not well formed",
-                "<xsl:import href='broken.xsl'/>",
-                {"broken.xsl, line 2: ", "'b'"}},
-        Refusal{"include of a missing file in an import",
-                "<xsl:import href='inner.xsl'/>",
-                {"inner.xsl, line 4: ", "absent.xsl"}},
-        Refusal{"another file",
-                inTemplate("<xsl:copy-of select=\"document('broken.xsl')\"/>"),
-                {here, "broken.xsl", "refused"}},
-        Refusal{"the network",
-                inTemplate("<xsl:copy-of select=\"document('http://x.test/')\"/>"),
-                {here, "http://x.test/", "refused"}},
-        Refusal{
+        Rejection{"bad expression", inTemplate("<xsl:value-of select='1 +'/>"), {here, "'1 +'"}},
+        Rejection{"unknown function", inTemplate("<xsl:value-of select='nofun()'/>"), {here, "nofun"}},
+        Rejection{"missing template", inTemplate("<xsl:call-template name='none'/>"), {here, "none"}},
+        Rejection{
+            "missing import", "<xsl:import href='absent.xsl'/>", {here, "absent.xsl", "does not exist"}},
+        Rejection{"import of a folder", "<xsl:import href='.'/>", {here, "directory"}},
+        Rejection{
+            "import of a pipe, which nobody writes", "<xsl:import href='pipe'/>", {here, "regular file"}},
+        Rejection{"imports that double", "<xsl:import href='double0.xsl'/>", {"more than 2000 files"}},
+        Rejection{"attribute defaults by the megabyte", "<xsl:import href='swollen.xsl'/>", {"swollen.xsl"}},
+        Rejection{"network import",
+                  "<xsl:import href='http://x.test/a.xsl'/>",
+                  {here, "http://x.test/a.xsl", "never the network"}},
+        Rejection{"import in a loop", "<xsl:import href='loop.xsl'/>", {"loop.xsl, line 2: ", "recursion"}},
+        Rejection{"import that is not well formed",
+                  "<xsl:import href='broken.xsl'/>",
+                  {"broken.xsl, line 2: ", "'b'"}},
+        Rejection{"include of a missing file in an import",
+                  "<xsl:import href='inner.xsl'/>",
+                  {"inner.xsl, line 4: ", "absent.xsl"}},
+        Rejection{"another file",
+                  inTemplate("<xsl:copy-of select=\"document('broken.xsl')\"/>"),
+                  {here, "broken.xsl", "refused"}},
+        Rejection{"the network",
+                  inTemplate("<xsl:copy-of select=\"document('http://x.test/')\"/>"),
+                  {here, "http://x.test/", "refused"}},
+        Rejection{
             "end by message",
             inTemplate("<xsl:message>note</xsl:message><xsl:message terminate='yes'>the end</xsl:message>"),
             {here + "the end"}},
-        Refusal{"writing a file",
-                inTemplate("<xt:document href='" + folder.pathOf("written") + "'>x</xt:document>"),
-                {here, "written", "refused"}},
+        Rejection{"writing a file",
+                  inTemplate("<xt:document href='" + folder.pathOf("written") + "'>x</xt:document>"),
+                  {here, "written", "refused"}},
     };
-    for (const Refusal& c : cases) {
+    for (const Rejection& c : cases) {
         SCOPED_TRACE(c.fault);
         const std::string result = runFile(folder.write("style.xsl", sheet(c.body, kExtension)));
         EXPECT_TRUE(result.starts_with("!")) << result;
@@ -326,7 +328,7 @@ TEST_F(Transforming, TakesNoLongerForManyNodesThanTheirStepsSay) {
 
 // An external entity of an included style sheet would carry any file into the result; left out silently, it
 // would make another style sheet.
-TEST_F(Transforming, RefusesExternalEntitiesOfAnIncludedStyleSheet) {
+TEST_F(Transforming, RejectsExternalEntitiesOfAnIncludedStyleSheet) {
     const TemporaryFolder folder;
     folder.write("secret.txt", "SECRET");
     struct Case {
@@ -386,11 +388,11 @@ TEST_F(Transforming, PutsAResultTreeIntoADocument) {
     EXPECT_EQ(outline(*target),
               "<!top><p:r xmlns:p=\"urn:p\" p:a=\"v\"><b k=\"v\">x&y</><c>[1<2]</><?t d></>");
     EXPECT_EQ(nameOf(*oldRoot), "old") << "a node of the old content stays readable";
-    for (const char* const refused :
+    for (const char* const rejected :
          {"text only", "<a/><b/>", "<a/>and text", "<xsl:comment>c</xsl:comment>"}) {
-        SCOPED_TRACE(refused);
+        SCOPED_TRACE(rejected);
         const DocumentRef bad =
-            parsed(sheet("<xsl:template match='/'>" + std::string(refused) + "</xsl:template>"));
+            parsed(sheet("<xsl:template match='/'>" + std::string(rejected) + "</xsl:template>"));
         EXPECT_LT(source->transformNodeToObject(root(*bad).get(), output), 0);
         EXPECT_THAT(lastDescription(), HasSubstr("is no document"));
         EXPECT_EQ(nameOf(*root(*target)), "p:r");
@@ -458,33 +460,34 @@ TEST_F(Transforming, EndsWhatWouldNotEnd) {
     const std::string twice = again("$p - 1") + again("$p - 1");
     constexpr const char* kEndless = "line 2: Stopped as endless";
     const std::array cases{
-        Refusal{"calls", calling("40", "<xsl:if test='$p > 0'>" + twice + "</xsl:if>"), {kEndless}},
-        Refusal{"result",
-                calling("40", "<xsl:if test='$p > 0'><e/><xsl:copy-of select='/'/>" + twice + "</xsl:if>"),
-                {kEndless}},
-        Refusal{"literal elements",
-                calling("40", "<e a='1' b='2' c='3'/>text<xsl:if test='$p > 0'>" + twice + "</xsl:if>"),
-                {kEndless}},
-        Refusal{"string", calling("1", again("concat($p, $p)")), {"'$p' has grown to more than 67"}},
-        Refusal{"attribute",
-                calling("1", "<xsl:variable name='t'><e a='{$p}{$p}'/></xsl:variable>" +
-                                 again("string(e:node-set($t)/e/@a)")),
-                {"'$p' has grown to more than 67"}},
-        Refusal{"text of a fragment",
-                calling("1", fragment("<xsl:value-of select='$p'/><xsl:value-of select='$p'/>")),
-                {kEndless}},
-        Refusal{"fragment",
-                calling("/", fragment("<xsl:copy-of select='$p'/><xsl:copy-of select='$p'/>")),
-                {kEndless}},
-        Refusal{"expression",
-                sheet("<xsl:template match='/'><xsl:value-of select='count(//*[count(//*[count(//*[count(//*"
-                      "[count(//*) > 0]) > 0]) > 0]) > 0])'/></xsl:template>"),
-                {kEndless}},
+        Rejection{"calls", calling("40", "<xsl:if test='$p > 0'>" + twice + "</xsl:if>"), {kEndless}},
+        Rejection{"result",
+                  calling("40", "<xsl:if test='$p > 0'><e/><xsl:copy-of select='/'/>" + twice + "</xsl:if>"),
+                  {kEndless}},
+        Rejection{"literal elements",
+                  calling("40", "<e a='1' b='2' c='3'/>text<xsl:if test='$p > 0'>" + twice + "</xsl:if>"),
+                  {kEndless}},
+        Rejection{"string", calling("1", again("concat($p, $p)")), {"'$p' has grown to more than 67"}},
+        Rejection{"attribute",
+                  calling("1", "<xsl:variable name='t'><e a='{$p}{$p}'/></xsl:variable>" +
+                                   again("string(e:node-set($t)/e/@a)")),
+                  {"'$p' has grown to more than 67"}},
+        Rejection{"text of a fragment",
+                  calling("1", fragment("<xsl:value-of select='$p'/><xsl:value-of select='$p'/>")),
+                  {kEndless}},
+        Rejection{"fragment",
+                  calling("/", fragment("<xsl:copy-of select='$p'/><xsl:copy-of select='$p'/>")),
+                  {kEndless}},
+        Rejection{
+            "expression",
+            sheet("<xsl:template match='/'><xsl:value-of select='count(//*[count(//*[count(//*[count(//*"
+                  "[count(//*) > 0]) > 0]) > 0]) > 0])'/></xsl:template>"),
+            {kEndless}},
     };
     std::string source = "<a>";
     for (int i = 0; i < 100; ++i) source += "<b>x</b>";
     source += "</a>";
-    for (const Refusal& c : cases) {
+    for (const Rejection& c : cases) {
         SCOPED_TRACE(c.fault);
         const std::string result = runText(c.body, source);
         EXPECT_TRUE(result.starts_with("!")) << result.substr(0, 200);

@@ -243,7 +243,7 @@ int main(int argc, char** argv) {
     unsigned violations = 0;
     unsigned faultCount = 0;
     unsigned libraryFaults = 0;
-    std::printf("%-36s %-10s %7s %8s %9s %6s %8s %6s\n", "operation", "fault", "faults", "refused",
+    std::printf("%-36s %-10s %7s %8s %9s %6s %8s %6s\n", "operation", "fault", "faults", "reported",
                 "succeeded", "ended", "library", "wrong");
     for (const faults::Operation& operation : faults::operationsIn(folder)) {
         if (!operation.name.starts_with(wanted)) continue;

@@ -187,7 +187,7 @@ TEST(HostedComponent, SharesCountedObjectsBetweenThreads) {
 }
 
 TEST(HostedComponent, ThreadsWithParsersOfTheirOwnDoNotMeet) {
-    const bool hasMalformed = kel::test::traits::kRefusesOnManyThreads == nullptr;
+    const bool hasMalformed = kel::test::traits::kRejectsOnManyThreads == nullptr;
     const kelhost::Component& component = loaded().component;
     const KelClassId dom = component.classNamed("MSDOMXml");
     std::atomic<int> wrong = 0;

@@ -127,7 +127,7 @@ TEST_F(HostTest, AnswersForServicesByNameAndContainerFirst) {
                 HasSubstr("IKelErrorService"));
     EXPECT_THAT(hostErrorOf([&] { host.offer("IKelDirService", *special); }),
                 AllOf(HasSubstr("IKelDirService"), HasSubstr("NoteTaker")));
-    EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get()) << "a refused offer changes nothing";
+    EXPECT_EQ(SPtr<IKelErrorService>().get(), common.get()) << "a rejected offer changes nothing";
 }
 
 TEST_F(HostTest, StringsFollowUnicodeOnceThereIsAHost) {
@@ -232,7 +232,7 @@ TEST_F(HostTest, StartsWithTheSettingsOfAFileAndPassesThemOn) {
     EXPECT_THROW(kelhost::Host{options}, kelhost::SettingsError);
 }
 
-TEST_F(HostTest, LoadsAFolderAndSaysWhatItRefused) {
+TEST_F(HostTest, LoadsAFolderAndSaysWhatItRejected) {
     namespace fs = std::filesystem;
     const kel::test::TemporaryFolder folder;
     const auto pathOf = [&](const char* stem) {
@@ -247,12 +247,12 @@ TEST_F(HostTest, LoadsAFolderAndSaysWhatItRefused) {
     const kelhost::LoadedFolder loaded = host.loadFolder(folder.path());
     ASSERT_EQ(loaded.components.size(), 1u);
     EXPECT_EQ(loaded.components[0].name(), "msxml_parser");
-    std::vector<std::string> refused;
-    for (const kelhost::RefusedLibrary& library : loaded.refused) {
-        refused.push_back(library.library.stem().string());
-        EXPECT_THAT(library.reason, HasSubstr(refused.back() == "odd" ? "EntryPoint" : refused.back()));
+    std::vector<std::string> rejected;
+    for (const kelhost::RejectedLibrary& library : loaded.rejected) {
+        rejected.push_back(library.library.stem().string());
+        EXPECT_THAT(library.reason, HasSubstr(rejected.back() == "odd" ? "EntryPoint" : rejected.back()));
     }
-    EXPECT_THAT(refused, ElementsAre("junk", "odd"));
+    EXPECT_THAT(rejected, ElementsAre("junk", "odd"));
     EXPECT_EQ(host.components().size(), 1u);
     EXPECT_THAT(hostErrorOf([&] { (void)host.loadFolder(folder.pathOf("missing")); }), HasSubstr("missing"));
     EXPECT_THAT(hostErrorOf([&] { (void)host.loadFolder(folder.pathOf("notes.txt")); }),
@@ -271,12 +271,12 @@ TEST_F(HostTest, LoadsALibraryOfManyLinksOnce) {
     kelhost::Host host;
     const kelhost::LoadedFolder loaded = host.loadFolder(folder.path());
     EXPECT_EQ(loaded.components.size(), 1u);
-    ASSERT_EQ(loaded.refused.size(), 1u);
-    EXPECT_EQ(loaded.refused[0].library.filename(), "lost.so.1.2");
-    EXPECT_THAT(loaded.refused[0].reason, HasSubstr("lost.so.1.2"));
+    ASSERT_EQ(loaded.rejected.size(), 1u);
+    EXPECT_EQ(loaded.rejected[0].library.filename(), "lost.so.1.2");
+    EXPECT_THAT(loaded.rejected[0].reason, HasSubstr("lost.so.1.2"));
 }
 
-TEST_F(HostTest, RefusesWhatIsNoComponent) {
+TEST_F(HostTest, RejectsWhatIsNoComponent) {
     struct Row {
         const char* library;
         const char* reason;

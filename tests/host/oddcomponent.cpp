@@ -9,7 +9,7 @@ extern "C" __attribute__((visibility("default"))) int EntryPoint(std::uint32_t* 
 extern "C" int EntryPoint(std::uint32_t* version, IKelComponent** component) {
     static int object = 0;
     *version = ODD_VERSION;
-    // Not a component at all: whoever looks at it before the version finds that out.
+    // Not a component at all, which shows if it is used before the version is checked.
     *component = ODD_HAS_COMPONENT ? reinterpret_cast<IKelComponent*>(&object) : nullptr;
     return ODD_RESULT;
 }

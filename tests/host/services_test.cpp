@@ -46,7 +46,7 @@ public:
     Settings* store = nullptr;
 };
 
-std::string refusalOf(Settings& settings, const std::string& content) {
+std::string rejectionOf(Settings& settings, const std::string& content) {
     try {
         settings.parse(content, "my.settings");
     } catch (const kelhost::SettingsError& error) {
@@ -82,11 +82,11 @@ TEST(SettingsTest, AreReadWithTheirTypes) {
     EXPECT_EQ(settings->readDouble("Missing", 8), 8);
 }
 
-TEST(SettingsTest, ABadFileIsRefusedWithItsPositionAndChangesNothing) {
+TEST(SettingsTest, ABadFileIsRejectedWithItsPositionAndChangesNothing) {
     struct Row {
         const char* fault;
         std::string content;
-        const char* refusal;
+        const char* rejection;
     };
     const std::array rows{
         Row{"no setting", "a = 1\n  what is this\n",
@@ -107,7 +107,7 @@ TEST(SettingsTest, ABadFileIsRefusedWithItsPositionAndChangesNothing) {
     const IPtr<Settings> settings(new Settings);
     settings->set("kept", "1");
     for (const Row& row : rows) {
-        EXPECT_EQ(refusalOf(*settings, row.content), row.refusal) << row.fault;
+        EXPECT_EQ(rejectionOf(*settings, row.content), row.rejection) << row.fault;
         EXPECT_EQ(settings->text("kept"), "1") << row.fault;
         EXPECT_EQ(settings->text("a"), std::nullopt) << row.fault;
     }

@@ -41,7 +41,7 @@ private:
     BSTR text_;
 };
 
-[[noreturn]] void refuse() {
+[[noreturn]] void reject() {
     Ref<IErrorInfo> info;
     Text description("");
     if (GetErrorInfo(0, info.receive()) == S_OK) (void)info->GetDescription(description.receive());
@@ -49,7 +49,7 @@ private:
 }
 
 void check(HRESULT status) {
-    if (FAILED(status)) refuse();
+    if (FAILED(status)) reject();
 }
 
 template <typename T>

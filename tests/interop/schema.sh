@@ -5,7 +5,7 @@
 #   FOLDER  every NAME.xsd with NAME.xml and NAME-*.xml beside it
 #   PAIRS   a file with a schema and a document on each line, separated by a blank
 #
-# A schema that both refuse counts as alike; what the engine refuses because it opens no door (a DOCTYPE) is
+# A schema that both reject counts as alike; what the engine rejects because it opens no door (a DOCTYPE) is
 # counted apart. Exit status: 0 all alike, 1 differences.
 set -euo pipefail
 
@@ -44,7 +44,7 @@ compare() {
     xmllint --nonet --noout --schema "$schema" "$document" >/dev/null 2>"$scratch/theirs" || theirs=1
     ((ours != theirs)) || return 0
     if ((ours > theirs)) && grep -q 'DOCTYPE is not allowed' "$scratch/ours"; then
-        refused=$((refused + 1))
+        rejected=$((rejected + 1))
         return 0
     fi
     printf 'VERDICT  %s %s: ours %d, xmllint %d\n' "$schema" "$document" "$ours" "$theirs"
@@ -52,10 +52,10 @@ compare() {
     return 1
 }
 
-count=0 different=0 refused=0
+count=0 different=0 rejected=0
 while read -r schema document; do
     count=$((count + 1))
     compare "$schema" "$document" || different=$((different + 1))
 done < <(pairs "$@")
-printf '%d pairs: %d differ, %d refused on principle\n' "$count" "$different" "$refused"
+printf '%d pairs: %d differ, %d rejected on principle\n' "$count" "$different" "$rejected"
 ((count > 0 && different == 0))

@@ -71,7 +71,7 @@ compare() {
     if ((our_status != their_status)); then
         differ "$verb" "$name" "status $our_status and $their_status: $(first_words "$result.theirs.errors")"
     elif ((our_status != 0)); then
-        row 'both refuse' "$verb" "$name" \
+        row 'both reject' "$verb" "$name" \
             "$(first_words "$result.ours.errors") | $(first_words "$result.theirs.errors")"
     elif cmp -s "$result.ours" "$result.theirs"; then
         row alike "$verb" "$name" "$(stat -c %s "$result.ours") bytes"
@@ -119,5 +119,5 @@ if [[ -r $docbook ]]; then
     cd "$(dirname "$docbook")"  # where Wine looks for what a schema imports
     for name in good bad; do compare validate "$name.xml" exact validate docbook.xsd "$kept/$name.xml"; done
 fi
-printf '* but for what normalised.py makes alike\n%d differences that nobody expects\n' "$differences"
+printf '* but for what normalised.py makes alike\n%d unexpected differences\n' "$differences"
 ((differences == 0))

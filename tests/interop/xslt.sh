@@ -6,7 +6,7 @@
 #   PAIRS   a file with a style sheet and a document on each line, separated by a blank
 #
 # The engine's results are UTF-16 by declaration, so declarations, the META of html and the encodings
-# themselves are made alike first. Both refusing counts as alike; what the engine refuses because it opens no
+# themselves are made alike first. Both rejecting counts as alike; what the engine rejects because it opens no
 # door (a DOCTYPE, files of document(), extensions other than node-set and object-type) is counted apart.
 # Exit status: 0 all alike, 1 differences.
 set -euo pipefail
@@ -46,7 +46,7 @@ alike() {
         perl -CS -pe 's/&#x([0-9A-F]+);/hex($1) > 127 ? chr hex $1 : $&/gie; s/&#([0-9]+);/$1 > 127 ? chr $1 : $&/ge'
 }
 
-refused_on_principle() {
+rejected_on_principle() {
     grep -qE 'DOCTYPE is not allowed|file read for .* refused|only local files are read|(function|extension) .*not found|failed to find extension' "$1"
 }
 
@@ -54,8 +54,8 @@ compare() {
     local style=$1 source=$2 ours=0 theirs=0
     "$tool" transform "$style" "$source" >"$scratch/ours" 2>"$scratch/ours.err" || ours=1
     xsltproc --nonet --nowrite "$style" "$source" >"$scratch/theirs" 2>"$scratch/theirs.err" || theirs=1
-    if ((ours > theirs)) && refused_on_principle "$scratch/ours.err"; then
-        refused=$((refused + 1))
+    if ((ours > theirs)) && rejected_on_principle "$scratch/ours.err"; then
+        rejected=$((rejected + 1))
         return 0
     fi
     if ((ours != theirs)); then
@@ -72,10 +72,10 @@ compare() {
     return 1
 }
 
-count=0 different=0 refused=0
+count=0 different=0 rejected=0
 while read -r style source; do
     count=$((count + 1))
     compare "$style" "$source" || different=$((different + 1))
 done < <(pairs "$@")
-printf '%d pairs: %d differ, %d refused on principle\n' "$count" "$different" "$refused"
+printf '%d pairs: %d differ, %d rejected on principle\n' "$count" "$different" "$rejected"
 ((count > 0 && different == 0))

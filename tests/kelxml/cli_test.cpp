@@ -43,7 +43,7 @@ TEST_F(KelxmlTest, SaveWritesInTheComponentsFormAndSavingAgainChangesNothing) {
     EXPECT_THAT(again.errors, IsEmpty());
 }
 
-TEST_F(KelxmlTest, SaveRefusesAResultThatSaysSomethingElseUnlessForced) {
+TEST_F(KelxmlTest, SaveRejectsAResultThatSaysSomethingElseUnlessForced) {
     struct Row {
         const char* fault;
         std::string document;
@@ -71,9 +71,9 @@ TEST_F(KelxmlTest, SaveRefusesAResultThatSaysSomethingElseUnlessForced) {
         if (std::string_view(row.place).starts_with("would not") && traits::kSaysWhatIsMalformed != nullptr)
             continue;
         const std::string file = folder_.write("in.xml", row.document);
-        const RunResult refused = kelxml({"save", file, "-o", out});
-        EXPECT_EQ(refused.status, 1);
-        EXPECT_THAT(refused.errors, HasSubstr(row.place));
+        const RunResult rejected = kelxml({"save", file, "-o", out});
+        EXPECT_EQ(rejected.status, 1);
+        EXPECT_THAT(rejected.errors, HasSubstr(row.place));
         EXPECT_EQ(readFile(out), "what was there");
         EXPECT_EQ(folder_.fileCount(), 2U) << "no temporary file is left";
         EXPECT_THAT(kelxml({"save", file}).output, IsEmpty());
@@ -238,18 +238,18 @@ TEST_F(TransformTest, WritesUtf8AndSaysSo) {
 }
 
 TEST_F(TransformTest, KeepsWhatWasThereWhenItFails) {
-    if (traits::kRefusesBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRefusesBadStyleSheets;
+    if (traits::kRejectsBadStyleSheets != nullptr) GTEST_SKIP() << traits::kRejectsBadStyleSheets;
     const std::string out = folder_.write("out", "what was there");
     struct Row {
         std::string style;
         const char* explanation;
     };
-    const std::vector<Row> refused{
+    const std::vector<Row> rejected{
         {folder_.write("no-sheet.xsl", "<a/>"), "no-sheet.xsl:1: error: "},
         {folder_.pathOf("missing.xsl"), "missing.xsl: error: "},
         {sheet("xml", "<x:message terminate='yes'>enough</x:message>"), "enough"},
     };
-    for (const Row& row : refused) {
+    for (const Row& row : rejected) {
         const RunResult result = kelxml({"transform", row.style, "-", "-o", out}, input_);
         EXPECT_EQ(result.status, 1) << row.explanation;
         EXPECT_THAT(result.errors, HasSubstr(row.explanation));
@@ -310,7 +310,7 @@ TEST_F(KelxmlTest, ValidateReportsEveryViolationOfEachDocument) {
     EXPECT_THAT(three.errors, HasSubstr("2 of 3 documents were rejected"));
     EXPECT_EQ(std::ranges::count(three.errors, '\n'), 5);
 
-    // What is found while reading is not told twice where a tree is needed, too.
+    // What is found while reading is not reported twice where a tree is needed, too.
     const std::string ids = folder_.write(
         "ids.xsd",
         "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='a'><s:complexType>"

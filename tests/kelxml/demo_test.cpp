@@ -42,7 +42,7 @@ TEST_F(DemoTest, ReportCountsWhatIsThere) {
     }
 }
 
-TEST_F(DemoTest, TellsWhyADocumentIsRefusedAndReadsItAsEvents) {
+TEST_F(DemoTest, TellsWhyADocumentIsRejectedAndReadsItAsEvents) {
     const RunResult result = demo("-", "<!DOCTYPE a [<!ENTITY e 'hello'>]><a>&e;</a>");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("A DOCTYPE is not allowed here"));

@@ -157,9 +157,9 @@ TEST_F(KelxmlTest, DoctypesAreReadOnRequest) {
                                                {"select", "/a", file},
                                                {"edit", "--set", "/a/@b", "2", file},
                                                {"transform", sheet, file}}) {
-        const RunResult refused = kelxml(arguments);
-        EXPECT_EQ(refused.status, 1) << arguments[0];
-        EXPECT_THAT(refused.errors, HasSubstr("--allow-dtd"));
+        const RunResult rejected = kelxml(arguments);
+        EXPECT_EQ(rejected.status, 1) << arguments[0];
+        EXPECT_THAT(rejected.errors, HasSubstr("--allow-dtd"));
         std::vector<std::string> allowed = arguments;
         allowed.emplace_back("--allow-dtd");
         const RunResult read = kelxml(allowed);

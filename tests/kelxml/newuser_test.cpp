@@ -24,7 +24,7 @@ using kel::test::RunResult;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST_F(KelxmlTest, RefusedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
+TEST_F(KelxmlTest, RejectedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
     struct Row {
         const char* trial;
         std::string file;
@@ -210,7 +210,7 @@ TEST_F(KelxmlTest, TheSelfTestPassesAndSaysSo) {
     const RunResult result = kelxml({"selftest"});
     EXPECT_EQ(result.status, 0) << result.output << result.errors;
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 10);
-    EXPECT_THAT(result.output, HasSubstr("ok  explain what is refused, and where\n"));
+    EXPECT_THAT(result.output, HasSubstr("ok  explain what is rejected, and where\n"));
 
     EXPECT_THAT(result.output, HasSubstr("ok  run the component's own test: StreamSelfTest\n"));
 

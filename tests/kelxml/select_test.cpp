@@ -149,9 +149,9 @@ TEST_F(SelectTest, EditsInPlaceOrNotAtAll) {
         std::vector<std::string> arguments{"edit", "-i"};
         arguments.insert(arguments.end(), wrong.begin(), wrong.end());
         arguments.push_back(file_);
-        const RunResult refused = kelxml(arguments);
-        EXPECT_NE(refused.status, 0) << wrong.back();
-        EXPECT_THAT(refused.errors, HasSubstr("error: ")) << wrong.back();
+        const RunResult rejected = kelxml(arguments);
+        EXPECT_NE(rejected.status, 0) << wrong.back();
+        EXPECT_THAT(rejected.errors, HasSubstr("error: ")) << wrong.back();
         EXPECT_EQ(readFile(file_), before) << wrong.back();
     }
     EXPECT_EQ(folder_.fileCount(), 2U);

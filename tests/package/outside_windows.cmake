@@ -1,4 +1,4 @@
-# The examples as somebody else's project, against the installed package: built for Windows, and two of them run. Run
+# The examples as a user's project, against the installed package: built for Windows, and two of them run. Run
 # with -D for: BUILD, EXAMPLES, WORK, GENERATOR, TOOLCHAIN, RUNNER, BUILD_TYPE
 cmake_minimum_required(VERSION 3.25)
 

@@ -5,7 +5,7 @@
 # Run with -D for: ROOT, PAGES (;-list), and UPDATE=1 to put the quotes in place.
 cmake_minimum_required(VERSION 3.25)
 
-# Splits at the first occurrence; the rest begins behind it.
+# Splits at the first occurrence; the rest begins after it.
 function(split text at_text before_out rest_out)
     string(FIND "${text}" "${at_text}" at)
     if(at EQUAL -1)

@@ -10,7 +10,7 @@ namespace kel::test {
 
 struct RunOptions {
     std::string_view input = {};                 // what the program reads on standard input
-    std::size_t readAtMost = std::string::npos;  // bytes of standard output after which nobody reads any more
+    std::size_t readAtMost = std::string::npos;  // bytes of standard output after which no more is read
     std::string outputDevice = {};  // where standard output goes instead; then RunResult::output is empty
     std::string folder = {};        // where the program runs; by default where the test does
     std::vector<std::string> environment = {};  // "NAME=value", beside what the test has

@@ -210,9 +210,9 @@ private:
     void report(const Input& input, const Operation& operation, const Growth& found) {
         ++measured_;
         const std::string excess = found.excess();
-        const char* verdict = found.once.isRefused   ? "rejected"
-                              : found.more.isRefused ? "rejected at 4n"
-                                                     : "";
+        const char* verdict = found.once.isRejected   ? "rejected"
+                              : found.more.isRejected ? "rejected at 4n"
+                                                      : "";
         if (!excess.empty() && isKnown(input, operation, excess)) {
             ++excused_;
             verdict = "known";

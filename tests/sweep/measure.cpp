@@ -47,7 +47,7 @@ Cost measureHere(const std::function<std::function<Delivery()>()>& prepare) {
     cost.cpuSeconds = cpuSeconds() - start;
     cost.peakInBytes = statusInBytes("VmHWM:") - before;
     cost.deliveredInBytes = delivery.bytes;
-    cost.isRefused = delivery.isRefused;
+    cost.isRejected = delivery.isRejected;
     return cost;
 }
 

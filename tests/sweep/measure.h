@@ -11,13 +11,13 @@ struct Cost {
     double cpuSeconds = 0;
     double peakInBytes = 0;       // the max rise of resident memory
     double deliveredInBytes = 0;  // that callers receive: events, texts, files
-    bool isRefused = false;       // the operation reported a failure
+    bool isRejected = false;      // the operation reported a failure
     bool isKilled = false;        // it exceeded the limits of the process; the rest is unknown
 };
 
 struct Delivery {
     double bytes = 0;
-    bool isRefused = false;
+    bool isRejected = false;
 };
 
 // `prepare` is not measured; it returns the work. Both run in a child process that may use 20 CPU seconds and

@@ -1,4 +1,4 @@
-// kelxml VERB ... Exit status: 0 done, 1 the document was refused, 2 wrong usage.
+// kelxml VERB ... Exit status: 0 done, 1 the document was rejected, 2 wrong usage.
 #include <string>
 #include <vector>
 
@@ -35,7 +35,7 @@ int run(const std::vector<std::string>& arguments) {
 
 }  // namespace kelxml
 
-// What goes wrong while a failure is being told (no memory, mostly) may end the program as it likes.
+// What goes wrong while a failure is being reported (no memory, mostly) may end the program as it likes.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     kelxml::speakUsersLanguage();
     kelxml::ignoreClosedPipes();

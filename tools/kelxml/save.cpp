@@ -18,7 +18,7 @@ namespace kelxml {
 
 namespace {
 
-constexpr std::size_t kPlacesShown = 5;
+constexpr std::size_t kDifferencesShown = 5;
 
 // Notices the bytes "<![CDATA[" as they go by, in any encoding that has them as ASCII with or without zero
 // bytes around. A false alarm, from a comment say, costs time and changes nothing.
@@ -43,7 +43,8 @@ std::string listOf(const std::vector<Difference>& differences) {
     std::string list;
     for (const Difference& difference : differences)
         list += "\n  " + difference.place + ": " + difference.what;
-    if (differences.size() == kPlacesShown) list += "\n  (" + tr("further places are not listed") + ')';
+    if (differences.size() == kDifferencesShown)
+        list += "\n  (" + tr("further differences are not listed") + ')';
     return list;
 }
 
@@ -62,10 +63,11 @@ std::string check(const Session& session, IKelDOMXml& original, Result& result, 
         const Diagnostic error = diagnosticOf(*copy, {});
         const std::string place = std::to_string(error.line) + ':' + std::to_string(error.column) + ": ";
         return tr("the result would not be well formed: %1", place + error.reason) +
-               listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kPlacesShown));
+               listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kDifferencesShown));
     }
-    const std::vector<Difference> differences = compareTrees(
-        *ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()), hidden, kPlacesShown);
+    const std::vector<Difference> differences =
+        compareTrees(*ElementPtr(original.getRootElement()), *ElementPtr(copy->getRootElement()), hidden,
+                     kDifferencesShown);
     return differences.empty() ? "" : tr("the result would differ from the document:") + listOf(differences);
 }
 

@@ -141,10 +141,10 @@ void readEvents(const Session& session) {
            "startElement, characters, endElement");
 }
 
-void refuseMalformed(const Session& session) {
+void rejectMalformed(const Session& session) {
     const ParserPtr parser = session.makeParser();
     expect(!parser->loadFromString(u"<shelf>\n  <book></shelf>"), "</shelf>");
-    expect(parser->getError()->getCode() == IKelDOMXml::kRefusedByEngine, "error 3");
+    expect(parser->getError()->getCode() == IKelDOMXml::kRejectedByEngine, "error 3");
     const std::string message = kelhost::toUtf8(parser->getError()->getMessage());
     if (message.find('2') == std::string::npos || message.find("book") == std::string::npos)
         throw Failure(kRejected, message);
@@ -184,7 +184,7 @@ constexpr Step kStepsOfXml[]{
     {trKey("transform with a style sheet"), transformDocument},
     {trKey("tell valid from invalid with a schema"), validateDocuments},
     {trKey("read events"), readEvents},
-    {trKey("explain what is refused, and where"), refuseMalformed},
+    {trKey("explain what is rejected, and where"), rejectMalformed},
 };
 
 // A component of another purpose has its own tests alone. Ours is tried whole, whatever it offers.

@@ -21,7 +21,7 @@ using source::kNoOffset;
 using source::TextSource;
 
 inline constexpr const char* kDoctypeProhibited =
-    worded("A DOCTYPE is not allowed here: documents with a document type declaration are refused.");
+    worded("A DOCTYPE is not allowed here: documents with a document type declaration are rejected.");
 
 class Context final : public Locator {
 public:

@@ -1,4 +1,4 @@
-// The XML declaration: checked here for both parsers, which start behind it.
+// The XML declaration: checked here for both parsers, which start after it.
 #pragma once
 
 #include <cstdint>

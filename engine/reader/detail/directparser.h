@@ -4,7 +4,7 @@
 // One token is looked at after the other, over the buffer of a TextSource. A token that the window does not
 // hold whole is looked at again from its start when the window has grown; only text and CDATA sections are
 // delivered in pieces. So nothing but the open elements lives from one token to the next, and memory does not
-// grow with the document. Every loop stops at the NUL behind the text: only where something is not as it
+// grow with the document. Every loop stops at the NUL after the text: only where something is not as it
 // should be is the end of the window looked for, and what stands there is either cut off there (`cut`: more
 // is needed) or an error
 // (`fail`). The functions that take a token return where the next one starts, or null and leave the reason in

@@ -47,7 +47,7 @@ private:
     [[nodiscard]] bool conclude();
     [[nodiscard]] int feed(char* to, int length);
     void stop();
-    void refuse(ErrorCode code, std::uint64_t offset, std::string reason);
+    void reject(ErrorCode code, std::uint64_t offset, std::string reason);
     void failed(const xmlError& error);
     void describe(const xmlError& error);
     void describeInDoctype(const std::string& message);
@@ -80,14 +80,14 @@ private:
                        xmlChar* content);
     void declareAttribute(const xmlChar* element, const xmlChar* name, int type, const xmlChar* defaultValue);
     void declareNotation(std::string_view name, bool hasIdentifier);
-    void refuseColon(std::string_view name, const char* words);
+    void rejectColon(std::string_view name, const char* words);
     [[nodiscard]] xmlEntity* generalEntity(const xmlChar* name);
     [[nodiscard]] xmlEntity* parameterEntity(const xmlChar* name);
     [[nodiscard]] bool mayBeDeclaredOutside() const;
-    [[nodiscard]] bool isRefusedAsExternal(const SystemIds& external, const xmlEntity* entity,
-                                           std::string_view name);
+    [[nodiscard]] bool isRejectedAsExternal(const SystemIds& external, const xmlEntity* entity,
+                                            std::string_view name);
     [[nodiscard]] bool isExpansionAllowed(std::string_view name);
-    [[nodiscard]] bool isAffordable(std::uint64_t bytes, std::string_view refusal);
+    [[nodiscard]] bool isAffordable(std::uint64_t bytes, std::string_view rejection);
 
     struct Open {
         NameId name;
@@ -117,7 +117,7 @@ private:
     SystemIds externalGeneral_;
     SystemIds externalParameter_;
     bool isSubsetIncomplete_ =
-        false;  // what stands behind an external parameter entity may be overridden by it
+        false;  // what stands after an external parameter entity may be overridden by it
     std::uint64_t expandedBytes_ = 0;
     std::uint64_t lastReference_ = kNoOffset;  // the end of the last reference in the document itself
     std::uint64_t referenceStart_ = 0;

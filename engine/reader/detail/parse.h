@@ -8,7 +8,7 @@
 
 namespace engine::reader::detail {
 
-// Goes on behind what has been read and delivered so far.
+// Goes on after what has been read and delivered so far.
 [[nodiscard]] ParseError parseWithLibxml2(Context& context, const ReadOptions& options, EventSink& sink,
                                           std::uint64_t offset);
 // All of the document, for tests.

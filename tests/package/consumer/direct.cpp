@@ -38,9 +38,9 @@ void editAndReload(XmlDOM& xml) {
 
 void reportFailures(XmlDOM& xml) {
     const Parser parser(xml.getParser());
-    expect(!parser->loadFromString(u"<a>\n  <b></a>"), "a malformed text is refused");
+    expect(!parser->loadFromString(u"<a>\n  <b></a>"), "a malformed text is rejected");
     IKelDOMXmlError* const error = parser->getError();
-    expect(error->getCode() == 3, "with the code of an engine's refusal");
+    expect(error->getCode() == 3, "with the code of an engine's rejection");
     const KelString& message = error->getMessage();
     expect(message.view().starts_with(u"Error while reading Xml  : Line 2, column "), "and a position");
 }

@@ -54,7 +54,7 @@ void useParser(IKelComponent& component, const KelClassId& domClass) {
     const IPtr<IKelDOMXmlV2> parser(static_cast<IKelDOMXmlV2*>(part));
     expect(manager().counted > 0, "the host counts");
 
-    expect(!parser->loadFromFile(u"no such file.xml"), "a missing file is refused");
+    expect(!parser->loadFromFile(u"no such file.xml"), "a missing file is rejected");
     const KelString& message = parser->getError()->getMessage();
     expect(message ==
                u"Error while reading no such file.xml : The file doesn't exist or you don't have read rights "

@@ -193,7 +193,7 @@ void CommandLine::defineFormat(CLI::App& command) {
             "result again changes nothing."),
          {{"kelxml format messy.xml | less", tr("read what a program wrote on one line")},
           {"kelxml format --in-place *.xml", tr("bring all documents of a folder into shape")},
-          {"kelxml format --check *.xml", tr("refuse a commit of documents that are not in shape")}}},
+          {"kelxml format --check *.xml", tr("reject a commit of documents that are not in shape")}}},
         [this](Session& session) { format(session, formatting_); });
     addArguments(command, formatting_.files);
     command.add_flag("-i,--in-place", formatting_.inPlace,
@@ -201,7 +201,7 @@ void CommandLine::defineFormat(CLI::App& command) {
     command.add_flag("--check", formatting_.checkOnly,
                      tr("change nothing; exit status 1 if a document is not in shape"));
     addOption(command, "--indent", formatting_.indent, "WIDTH",
-              tr("blanks for each level, 0 to 16, or a tab; by default 2"))
+              tr("spaces for each level, 0 to 16, or a tab; by default 2"))
         .check([](const std::string& text) {
             const bool isWidth = text == "0" || (isCount(text) && text.size() < 3 && std::stoi(text) <= 16);
             return isWidth || text == "tab" ? std::string()
@@ -216,7 +216,8 @@ void CommandLine::defineSave(CLI::App& command) {
         command,
         {tr("The writer keeps elements, attributes and texts, one element a line; it is made for records. "
             "The "
-            "result is read back and compared: where it would say something else, the first places are named "
+            "result is read back and compared: where it would say something else, the first differences are "
+            "listed "
             "and nothing is written."),
          {{"kelxml save in.xml -o out.xml", tr("write, and know that nothing was lost")},
           {"kelxml save --force in.xml -o in.xml", tr("replace the document even if texts change")}}},
@@ -233,7 +234,7 @@ void CommandLine::defineTransform(CLI::App& command) {
         command,
         {tr("The result is in the encoding that the style sheet asks for, else UTF-8. Style sheets may "
             "include "
-            "and import local files; the network, writing files and other documents are refused. Messages of "
+            "and import local files; the network, writing files and other documents are denied. Messages of "
             "the style sheet, and what it asks for that is not known, are reported on standard error."),
          {{"kelxml transform report.xsl data.xml -o report.html", tr("make a page of a document")},
           {"kelxml transform -p title=Shelf page.xsl *.xml --folder site --extension .html",

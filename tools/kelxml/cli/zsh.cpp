@@ -1,4 +1,4 @@
-// One function that hands over to _arguments: first for the program, then for the verb that was chosen.
+// One function that calls _arguments: first for the program, then for the verb that was chosen.
 #include "tools/kelxml/cli/pages.h"
 
 namespace kelxml {

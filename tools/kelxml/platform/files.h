@@ -56,7 +56,7 @@ void replaceFile(const std::filesystem::path& target, const std::filesystem::pat
 // From here on the system words its own messages in the user's language, if it knows it.
 void speakUsersLanguage() noexcept;
 
-// From here on, writing to a pipe that nobody reads is an error of the write and does not end the program.
+// From here on, writing to a pipe without a reader is an error of the write and does not end the program.
 void ignoreClosedPipes() noexcept;
 
 // The folder that holds the running program; empty if the system does not tell.

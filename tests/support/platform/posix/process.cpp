@@ -94,7 +94,7 @@ private:
         const ssize_t sent =
             ::write(input_.number(), unsent_.data(), std::min<std::size_t>(unsent_.size(), 4096));
         if (sent < 0)
-            unsent_ = {};  // nobody reads it
+            unsent_ = {};  // there is no reader
         else
             unsent_.remove_prefix(static_cast<std::size_t>(sent));
     }

@@ -34,14 +34,14 @@ inline constexpr const char* kDeclarationOfUtf8 =
 // What engines do. Null: this one does; else why the tests that want it are skipped.
 inline constexpr const char* kKeepsBlanksOfTexts =
     "without preserved white space this engine drops blank leaves and trims texts";
-inline const char* const kKeepsDeclarationsInPlace = onWine("Wine puts declarations behind other attributes");
+inline const char* const kKeepsDeclarationsInPlace = onWine("Wine puts declarations after other attributes");
 inline const char* const kListsDefaultDeclarations =
     onWine("Wine fails to list a default namespace declaration among the attributes");
-inline const char* const kRefusesWrongNames = onWine("Wine takes any text for a name");
+inline const char* const kRejectsWrongNames = onWine("Wine takes any text for a name");
 inline const char* const kSetsTextsAsTheyAre = onWine("Wine escapes a text that it puts into a text node");
-inline const char* const kRefusesCycles = onWine("Wine lets an element move below itself");
-inline const char* const kRefusesSecondRoot = onWine("Wine lets a document have two root elements");
-inline const char* const kRefusesBadStyleSheets =
+inline const char* const kRejectsCycles = onWine("Wine lets an element move below itself");
+inline const char* const kRejectsSecondRoot = onWine("Wine lets a document have two root elements");
+inline const char* const kRejectsBadStyleSheets =
     onWine("Wine returns success and an empty result for a style sheet with errors");
 inline const char* const kValidatesWhileLoading = onWine("Wine does not validate while it loads");
 inline const char* const kReadsOnAfterException =
@@ -57,7 +57,7 @@ inline const char* const kKnowsItsDocuments =
     onWine("Wine hands out one document as several objects, so no element is known to be in it");
 inline const char* const kRejectsExpressions = onWine("Wine takes a wrong expression for an empty one");
 inline const char* const kProhibitsDoctypes = onWine("Wine reads every DOCTYPE, and drops its entities");
-inline const char* const kRefusesStrangeNeighbours =
+inline const char* const kRejectsStrangeNeighbours =
     onWine("Wine puts an element before one that is no child of the same parent");
 inline const char* const kForgetsParents =
     onWine("Wine remembers the former parent of a removed element, which may be gone");
@@ -67,8 +67,8 @@ inline const char* const kSaysWhatIsMalformed =
 inline const char* const kPlacesErrorsOfEvents =
     onWine("Wine's reader reports other positions, and knows no depth");
 inline const char* const kReadsEveryDocument = onWine("Wine's reader rejects some well-formed documents");
-inline const char* const kBearsDepth = onWine("Wine refuses or does not survive deep documents");
-inline const char* const kRefusesOnManyThreads =
+inline const char* const kBearsDepth = onWine("Wine rejects or does not survive deep documents");
+inline const char* const kRejectsOnManyThreads =
     onWine("Wine corrupts its heap when threads load malformed documents at the same time");
 inline const char* const kReadsManyEncodings = onWine("Wine's parser knows few encodings");
 inline constexpr const char* kKeepsPositions = "this engine keeps no positions of elements";

@@ -26,14 +26,14 @@ BOOL WINAPI onInterruption(DWORD /*kind*/) {
     for (const Path& path : registered) {
         if (path[0] != L'\0') (void)DeleteFileW(path.data());
     }
-    return FALSE;  // and so to whoever ends the program
+    return FALSE;  // and so to the default handler, which ends the program
 }
 
 }  // namespace
 
 void removeTemporaryFilesWhenInterrupted() noexcept {
     (void)lock();                                       // made here, not in the middle of an interruption
-    (void)SetConsoleCtrlHandler(onInterruption, TRUE);  // no console: nobody interrupts
+    (void)SetConsoleCtrlHandler(onInterruption, TRUE);  // no console: no interruption
 }
 
 UninterruptedWork::UninterruptedWork() noexcept {

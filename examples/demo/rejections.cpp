@@ -25,7 +25,7 @@ void explain(const Stage& stage, const std::filesystem::path& file) {
     stage.host.setLanguages("");
 }
 
-void refuse(const Stage& stage, const std::string& content) {
+void reject(const Stage& stage, const std::string& content) {
     bool isFirst = true;
     for (const MalformedVariant& variant : makeMalformed(content)) {
         const std::filesystem::path file = stage.results / (variant.name + ".xml");
