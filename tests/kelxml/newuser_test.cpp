@@ -67,6 +67,8 @@ TEST_F(KelxmlTest, RejectedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
             EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
         }
     }
+    for (const char* verb : {"validate", "transform"})
+        EXPECT_EQ(kelxml({verb, missing, missing}).errors, missing + ": error: No such file or directory\n");
 }
 
 TEST_F(KelxmlTest, ANamedPipeIsReadLikeAFile) {
@@ -217,7 +219,7 @@ TEST_F(KelxmlTest, TheSelfTestPassesAndSaysSo) {
     // Without a place for temporary files four of the steps cannot work, and the others still do.
     const RunResult nowhere = kelxml({"selftest"}, {.environment = {"TMPDIR=" + folder_.pathOf("missing")}});
     EXPECT_EQ(nowhere.status, 1);
-    EXPECT_THAT(nowhere.output, HasSubstr("FAILED  read events: "));
+    EXPECT_THAT(nowhere.output, HasSubstr("FAILED  read events: TMPDIR: No such file or directory\n"));
     EXPECT_THAT(nowhere.output, HasSubstr("ok  transform with a style sheet\n"));
     EXPECT_THAT(nowhere.errors, HasSubstr("4 of 10 steps failed"));
 }

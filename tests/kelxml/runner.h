@@ -19,7 +19,7 @@ inline const std::vector<std::string> kVerbs{"check",    "tree",       "format",
 // In English unless the options' environment says otherwise.
 inline RunResult kelxml(std::vector<std::string> arguments, RunOptions options = {}) {
     arguments.insert(arguments.begin(), KELXML_PROGRAM);
-    options.environment.insert(options.environment.begin(), {"LC_ALL=C.UTF-8", "LANGUAGE="});
+    options.environment.insert(options.environment.begin(), {"LC_ALL=C.UTF-8", "LANGUAGE=", "COLUMNS="});
     return run(arguments, options);
 }
 

@@ -1,4 +1,4 @@
-// The command line itself: what wrong usage is told, and what help, manual and completion say about it.
+// The command line itself: what is reported of wrong usage, and what help, manual and completion show.
 #include <string>
 #include <vector>
 
@@ -93,6 +93,8 @@ TEST_F(KelxmlTest, HelpAndManualTeachEveryVerb) {
     }
     EXPECT_THAT(kelxml({"tree", "-h"}).output, HasSubstr("\nExamples\n  kelxml tree "));
     EXPECT_EQ(kelxml({"help"}).output, help);
+    EXPECT_THAT(kelxml({"help", "format"}, {.environment = {"COLUMNS=40"}}).output,
+                HasSubstr("\nOnly white space between elements\nchanges, and "));
     const RunResult version = kelxml({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.output,

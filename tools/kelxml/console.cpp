@@ -67,7 +67,8 @@ void showStatus(std::string_view line) noexcept {
     Console& shared = console();
     const std::lock_guard lock(shared.mutex);
     if (line.empty() || shared.isStatusOver) return takeStatusBack(shared);
-    (void)std::fprintf(stderr, "\r%.*s\x1b[K", static_cast<int>(line.size()), line.data());
+    // Without wrapping: only the last row of a longer line could be taken back.
+    (void)std::fprintf(stderr, "\r\x1b[K\x1b[?7l%.*s\x1b[?7h", static_cast<int>(line.size()), line.data());
     shared.isStatusShown = true;
 }
 

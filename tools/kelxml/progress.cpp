@@ -56,18 +56,17 @@ void Progress::setPhase(const std::string& phase) {
 // Called with the mutex locked.
 std::string Progress::line(long seconds) {
     const std::string name = oneLine(first_ == "-" ? tr("standard input") : first_, kNameInCharacters);
-    std::string text =
+    const std::string text =
         count_ > 1       ? tr("%1 of %2 documents", std::to_string(finished_.load()), std::to_string(count_))
         : phase_.empty() ? tr("reading %1", name)
                          : phase_;
+    // The figure comes first: a narrow terminal cuts the line off at its end.
     const bool isReading = count_ > 1 || phase_.empty();
     if (isReading && isTotalKnown_ && total_ > 0) {
         const std::uint64_t percent = std::min<std::uint64_t>(done_ * 100 / total_, 100);
-        text += "... " + tr("%1 %", std::to_string(percent));
-    } else {
-        text += "... " + tr("%1 s", std::to_string(seconds));
+        return tr("%1 %", std::to_string(percent)) + "  " + text;
     }
-    return text;
+    return tr("%1 s", std::to_string(seconds)) + "  " + text;
 }
 
 void Progress::paint(const std::stop_token& stop) {

@@ -83,10 +83,10 @@ IPtr<IKelXmlFactory> Session::makeFactory() const {
 }
 
 InputFile::InputFile(std::string name) : name_(std::move(name)), path_(kelhost::pathOf(name_)) {
+    Source source(name_, nullptr);  // reports the system's reason if it cannot be opened
     std::error_code unknown;
     const bool isPipe = name_ == "-" || fs::is_fifo(path_, unknown);
     if (!isPipe && isNameForComponent(name_)) return;
-    Source source(name_, nullptr);
     try {
         const fs::path folder = path_.parent_path();
         const bool isBeside = !isPipe && !folder.empty() && isNameForComponent(kelhost::utf8Of(folder));

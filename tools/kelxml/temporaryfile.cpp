@@ -2,6 +2,7 @@
 
 #include <random>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "tools/kelxml/platform/interruption.h"
@@ -59,7 +60,10 @@ TemporaryFile TemporaryFile::beside(const fs::path& target) {
 }
 
 TemporaryFile TemporaryFile::inTemporaryFolder() {
-    return {fs::temp_directory_path(), Access::Private, Name::IfNeeded};
+    std::error_code error;
+    const fs::path folder = fs::temp_directory_path(error);
+    if (error) throw std::system_error(error, "TMPDIR");
+    return {folder, Access::Private, Name::IfNeeded};
 }
 
 TemporaryFile TemporaryFile::namedIn(const fs::path& folder) {

@@ -40,8 +40,9 @@ std::vector<Note> environmentVariables() {
     return {
         {"LANGUAGE, LC_ALL, LC_MESSAGES, LANG",
          tr("the language of messages: English, German, French or Japanese")},
+        {"COLUMNS", tr("the width of help in columns, if not that of the terminal")},
         {"NO_COLOR", tr("no colours if it is set to anything, unless --color says otherwise")},
-        {"TMPDIR", tr("where standard input is kept while it is worked on")},
+        {"TMPDIR", tr("the folder for temporary files")},
     };
 }
 

@@ -1,6 +1,9 @@
 #include "tools/kelxml/cli/pages.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -20,9 +23,20 @@ constexpr std::size_t kHelpColumn = 24;
 constexpr std::size_t kNarrowHelpColumn = 10;
 constexpr std::size_t kNarrowInColumns = 60;
 
+// What the user wants whatever the terminal has, by the variable of POSIX.
+std::optional<std::size_t> wantedColumns() {
+    const char* const variable = std::getenv("COLUMNS");
+    const std::string_view text = variable != nullptr ? variable : "";
+    std::size_t columns = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), columns);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size() && columns > 0;
+    return isNumber ? std::optional(columns) : std::nullopt;
+}
+
 std::size_t lineInColumns() {
     static const std::size_t width =
-        std::clamp(terminalColumns().value_or(kUsualColumns), kNarrowestColumns, kWidestColumns);
+        std::clamp(wantedColumns().value_or(terminalColumns().value_or(kUsualColumns)), kNarrowestColumns,
+                   kWidestColumns);
     return width;
 }
 

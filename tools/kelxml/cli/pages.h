@@ -8,7 +8,7 @@
 
 namespace kelxml {
 
-// For people, as wide as their terminal; 80 columns where it goes elsewhere.
+// For people, as wide as their terminal; 80 columns where it goes elsewhere; COLUMNS overrules both.
 [[nodiscard]] std::string helpOn(const Program& program);
 [[nodiscard]] std::string helpOn(const Program& program, const Verb& verb);
 
