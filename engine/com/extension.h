@@ -74,10 +74,11 @@ inline constexpr IID IID_IXSLReporting{
 inline constexpr HRESULT kMayRepeatIdStatus = static_cast<HRESULT>(0xA0020000u);
 
 // Statuses of documents that go beyond a limit of this engine: too long, nested too deep, too many
-// attributes, entities too large.
+// attributes, names or entities, entities too large.
 [[nodiscard]] constexpr bool isLimitStatus(HRESULT status) noexcept {
     const auto code = static_cast<std::uint32_t>(status);
-    return code == 0xA0010004u || code == 0xA0010039u || code == 0xA001003Au || code == 0xA001004Au;
+    return code == 0xA0010004u || code == 0xA0010039u || code == 0xA001003Au || code == 0xA001003Bu ||
+           code == 0xA001004Au;
 }
 
 // clang-format off

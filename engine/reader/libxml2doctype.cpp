@@ -48,6 +48,11 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
     const bool isKnown =
         (isParameter ? xmlGetParameterEntity(document, name) : xmlGetDocEntity(document, name)) != nullptr;
     if (isKnown) return;  // the first declaration counts
+    if (++entityCount_ > kMaxEntities) {
+        return reject(
+            ErrorCode::TooManyNames, here(),
+            worded("A DOCTYPE must not declare more than %1 entities.", std::to_string(kMaxEntities)));
+    }
     static xmlChar nothing[] = "";
     if (type == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
         externalGeneral_.emplace(view(name), view(systemId));

@@ -35,6 +35,7 @@ HRESULT unknownName(const char* sort, std::u16string_view name) noexcept {
 static_assert(isLimitStatus(statusOf(source::ErrorCode::TooLong)) &&
               isLimitStatus(statusOf(source::ErrorCode::TooDeep)) &&
               isLimitStatus(statusOf(source::ErrorCode::TooManyAttributes)) &&
+              isLimitStatus(statusOf(source::ErrorCode::TooManyNames)) &&
               isLimitStatus(statusOf(source::ErrorCode::EntityTooLarge)));
 
 // The object in a variant; null for none. Throws com::Failure if it is something else, or has no such

@@ -47,6 +47,7 @@ enum class ErrorCode : std::uint32_t {
     BadAttribute = 0xA0010038,  // no value, no quotes, no space before it
     TooDeep = 0xA0010039,
     TooManyAttributes = 0xA001003A,  // in a document with a DOCTYPE; others may have any number
+    TooManyNames = 0xA001003B,       // likewise: different names, or entities
 
     // Text and the rest
     BareAmpersand = 0xA0010041,

@@ -274,6 +274,20 @@ TEST(Reader, KeepsItsLimits) {
     EXPECT_EQ(readAll(Input::bytes(wide + ">")).error.code, statusOf(ErrorCode::UnclosedElement));
     EXPECT_EQ(readAll(Input::bytes("<!DOCTYPE a []>" + wide + "/>"), with(Parser::Automatic)).error.code,
               statusOf(ErrorCode::TooManyAttributes));
+    const auto numbered = [](int count, const std::string& before, const std::string& after) {
+        std::string all;
+        for (int i = 0; i < count; ++i) all += before + std::to_string(i) + after;
+        return all;
+    };
+    const auto afterReading = [](const std::string& document) {
+        return readAll(Input::bytes(document), with(Parser::Automatic)).error.code;
+    };
+    EXPECT_EQ(afterReading("<!DOCTYPE a [" + numbered(50'000, "<!ENTITY e", " ''>") + "]><a/>"), 0);
+    EXPECT_EQ(afterReading("<!DOCTYPE a [" + numbered(50'001, "<!ENTITY e", " ''>") + "]><a/>"),
+              statusOf(ErrorCode::TooManyNames));
+    EXPECT_EQ(afterReading("<!DOCTYPE a><a>" + numbered(190'000, "<e", "/>") + "</a>"), 0);
+    EXPECT_EQ(afterReading("<!DOCTYPE a><a>" + numbered(200'100, "<e", "/>") + "</a>"),
+              statusOf(ErrorCode::TooManyNames));
     std::string declared = "<a";
     for (int i = 0; i < 20'000; ++i)
         declared += " xmlns:p" + std::to_string(i) + "='u" + std::to_string(i) + "'";

@@ -26,6 +26,11 @@
 
 namespace engine::reader::detail {
 
+// libxml2's tables stop growing at some 10,000 lists: beyond these numbers each name would cost more than the
+// one before.
+inline constexpr std::size_t kMaxEntities = 50'000;
+inline constexpr int kMaxNames = 200'000;
+
 class Libxml2Parser final {
 public:
     // Goes on with a document whose startDocument, and everything else before `offset`, has been delivered.
@@ -114,6 +119,7 @@ private:
     std::vector<IdAttribute> idAttributes_;
     AttributeDeclarations attributeDeclarations_;
     EntitySizes sizes_;
+    std::size_t entityCount_ = 0;
     SystemIds externalGeneral_;
     SystemIds externalParameter_;
     bool isSubsetIncomplete_ =
