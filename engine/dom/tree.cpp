@@ -121,10 +121,14 @@ Tree::Room Tree::roomAt(std::uint32_t offset) const noexcept {
     return room;
 }
 
-bool Tree::overwrite(std::uint32_t offset, std::uint32_t length, std::string_view text) noexcept {
-    if (text.empty() || !hasRoom(offset, length) || text.size() > roomAt(offset)) return false;
-    std::memmove(text_.data() + (offset - sourceSize()), text.data(), text.size());
-    return true;
+Tree::Span Tree::replaceText(Span old, std::string_view text) {
+    if (!text.empty() && hasRoom(old.offset, old.length) && text.size() <= roomAt(old.offset)) {
+        std::memmove(text_.data() + (old.offset - sourceSize()), text.data(), text.size());
+        return {old.offset, static_cast<std::uint32_t>(text.size())};
+    }
+    const Span span = store(text);
+    waste(old.offset, old.length);
+    return span;
 }
 
 NodeId Tree::allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint32_t count) {
@@ -242,28 +246,18 @@ NodeId Tree::copyFrom(const Tree& source, NodeId node) {
 
 void Tree::setContent(NodeId node, std::string_view text) {
     Node& record = nodes_[node];
-    if (overwrite(record.first, record.count, text)) {
-        record.count = static_cast<std::uint32_t>(text.size());
-    } else {
-        const Span span = store(text);
-        waste(record.first, record.count);
-        record.first = span.offset;
-        record.count = span.length;
-    }
+    const Span span = replaceText({record.first, record.count}, text);
     ++otherRevision_;
+    record.first = span.offset;
+    record.count = span.length;
 }
 
 void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_view value) {
     Attribute& record = attributes_[nodes_[element].first + index];
-    if (overwrite(record.offset, record.length, value)) {
-        record.length = static_cast<std::uint32_t>(value.size());
-    } else {
-        const Span span = store(value);
-        waste(record.offset, record.length);
-        record.offset = span.offset;
-        record.length = span.length;
-    }
+    const Span span = replaceText({record.offset, record.length}, value);
     ++otherRevision_;
+    record.offset = span.offset;
+    record.length = span.length;
 }
 
 void Tree::setAttribute(NodeId element, std::string_view name, std::string_view value) {

@@ -222,8 +222,8 @@ private:
     Span storeLoaded(std::string_view text);
     [[nodiscard]] std::optional<Span> spanWithin(
         std::string_view text) noexcept;  // if it stands here already
-    // The text in the place of one that is replaced; false if it has no room there.
-    bool overwrite(std::uint32_t offset, std::uint32_t length, std::string_view text) noexcept;
+    // A text for that of a node or attribute: in its place, if it has the room. Throws as store does.
+    [[nodiscard]] Span replaceText(Span old, std::string_view text);
     [[nodiscard]] bool hasRoom(std::uint32_t offset, std::uint32_t length) const noexcept {
         return length != 0 && offset >= roomsFrom_ && !sharesTexts_;
     }

@@ -198,8 +198,7 @@ TEST_F(Transforming, SaysFileLineAndCauseOfARejection) {
         Rejection{
             "missing import", "<xsl:import href='absent.xsl'/>", {here, "absent.xsl", "does not exist"}},
         Rejection{"import of a folder", "<xsl:import href='.'/>", {here, "directory"}},
-        Rejection{
-            "import of a pipe, which nobody writes", "<xsl:import href='pipe'/>", {here, "regular file"}},
+        Rejection{"import of a pipe without a writer", "<xsl:import href='pipe'/>", {here, "regular file"}},
         Rejection{"imports that double", "<xsl:import href='double0.xsl'/>", {"more than 2000 files"}},
         Rejection{"attribute defaults by the megabyte", "<xsl:import href='swollen.xsl'/>", {"swollen.xsl"}},
         Rejection{"network import",
