@@ -206,6 +206,13 @@ bool Libxml2Parser::conclude() {
 }
 
 int Libxml2Parser::feed(char* to, int length) {
+    // Here, for names come from tags, instructions and declarations alike.
+    if (xmlDictSize(context_->dict) > kMaxNames) {
+        reject(ErrorCode::TooManyNames, lastEventEnd_,
+               worded("A document with a DOCTYPE must not have more than %1 different names.",
+                      std::to_string(kMaxNames)));
+        return 0;
+    }
     int given = 0;
     while (given != length) {
         std::string_view from = preamble_;
@@ -293,11 +300,6 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
     // libxml2 reports a tag that the text's end cuts short, and notices afterwards.
     if (here() == source_.offsetOf(source_.end())) return;
     locateLast('<');
-    if (xmlDictSize(context_->dict) > kMaxNames) {
-        return reject(ErrorCode::TooManyNames, shared_.event,
-                      worded("A document with a DOCTYPE must not have more than %1 different names.",
-                             std::to_string(kMaxNames)));
-    }
     const std::string_view written = view(name);
     attributes_.clear();
     for (; attributes != nullptr && attributes[0] != nullptr; attributes += 2) {
