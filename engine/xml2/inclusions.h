@@ -39,6 +39,8 @@ public:
 
     explicit Inclusions(Dialect dialect) noexcept : dialect_(dialect) {}
 
+    [[nodiscard]] Dialect dialect() const noexcept { return dialect_; }
+
     // A call begins: where causes of rejections go until it ends; null: nowhere.
     void setCauses(Causes* causes) noexcept {
         causes_ = causes;

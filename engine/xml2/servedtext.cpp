@@ -1,11 +1,41 @@
 // A tag that spans several lines would move everything after it up, for attributes are written one after
 // the other. So the '>' of a tag waits until the next event says on which line it stands, and the missing
-// line ends go before the '>', where they mean nothing.
+// line ends go before the '>', where they mean nothing. In a schema layout and comments mean nothing either:
+// libxml2 would make a node of each and remove it again. They are left out there, and their line ends go into
+// the next tag.
 #include "engine/xml2/servedtext.h"
+
+#include <algorithm>
+#include <array>
 
 #include "engine/xml2/uri.h"
 
 namespace engine::xml2 {
+
+namespace {
+
+constexpr std::string_view kSpace = " \t\r\n";
+
+// What a character is written as; empty: as itself.
+struct Escapes {
+    std::array<std::string_view, 256> inText{};
+    std::array<std::string_view, 256> inAttribute{};
+};
+
+constexpr Escapes kEscapes = [] {
+    Escapes escapes;
+    escapes.inText['&'] = "&amp;";
+    escapes.inText['<'] = "&lt;";
+    escapes.inText['>'] = "&gt;";
+    escapes.inText['\r'] = "&#13;";
+    escapes.inAttribute = escapes.inText;
+    escapes.inAttribute['"'] = "&quot;";
+    escapes.inAttribute['\t'] = "&#9;";
+    escapes.inAttribute['\n'] = "&#10;";
+    return escapes;
+}();
+
+}  // namespace
 
 void ServedText::startDocument(const reader::Locator& locator) {
     locator_ = &locator;
@@ -18,52 +48,35 @@ void ServedText::endDocument() {
 }
 
 void ServedText::arrive() {
-    if (tagOpen_ || depth_ == 0) {
-        const std::uint32_t line = locator_->position().line;
-        if (line > line_) {
-            out_.append(line - line_, '\n');
-            line_ = line;
-        }
-    }
+    if (tagOpen_ || depth_ == 0) catchUp();
     if (tagOpen_) out_ += '>';
     tagOpen_ = false;
     if (out_.size() > maxInBytes_) throw TooLong{locator_->position().line};
 }
 
+void ServedText::catchUp() {
+    const std::uint32_t line = locator_->position().line;
+    if (line <= line_) return;
+    out_.append(line - line_, '\n');
+    line_ = line;
+}
+
 void ServedText::write(std::string_view text) {
-    for (const char c : text) line_ += c == '\n';
+    line_ += static_cast<std::uint32_t>(std::count(text.begin(), text.end(), '\n'));
     out_ += text;
 }
 
 void ServedText::writeEscaped(std::string_view text, bool inAttribute) {
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                out_ += "&amp;";
-                break;
-            case '<':
-                out_ += "&lt;";
-                break;
-            case '>':
-                out_ += "&gt;";
-                break;
-            case '"':
-                out_ += inAttribute ? "&quot;" : "\"";
-                break;
-            case '\r':
-                out_ += "&#13;";
-                break;
-            case '\t':
-                out_ += inAttribute ? "&#9;" : "\t";
-                break;
-            case '\n':
-                out_ += inAttribute ? "&#10;" : "\n";
-                line_ += !inAttribute;
-                break;
-            default:
-                out_ += c;
-        }
+    const auto& escapes = inAttribute ? kEscapes.inAttribute : kEscapes.inText;
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view escape = escapes[static_cast<unsigned char>(text[i])];
+        if (escape.empty()) continue;
+        write(text.substr(written, i - written));
+        out_ += escape;
+        written = i + 1;
     }
+    write(text.substr(written));
 }
 
 void ServedText::writeValue(const reader::Attribute& attribute) {
@@ -117,6 +130,7 @@ void ServedText::startElement(std::string_view name, std::span<const reader::Att
     if (depth_ == 1) leftOut = judgeReference(attributes);
     out_ += '<';
     out_ += name;
+    catchUp();
     for (std::size_t i = 0; i < attributes.size(); ++i) {
         if (i == leftOut) continue;
         out_ += ' ';
@@ -133,17 +147,20 @@ void ServedText::endElement(std::string_view name) {
     arrive();
     out_ += "</";
     out_ += name;
+    catchUp();
     tagOpen_ = true;
     --depth_;
 }
 
 void ServedText::characters(std::string_view text) {
     arrive();
+    if (dropsLayout_ && text.find_first_not_of(kSpace) == text.npos) return;
     writeEscaped(text, false);
 }
 
 void ServedText::comment(std::string_view text) {
     arrive();
+    if (dropsLayout_) return;
     out_ += "<!--";
     write(text);
     out_ += "-->";

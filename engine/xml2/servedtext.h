@@ -39,6 +39,7 @@ public:
 
 private:
     void arrive();
+    void catchUp();
     void write(std::string_view text);
     void writeValue(const reader::Attribute& attribute);
     void writeEscaped(std::string_view text, bool inAttribute);
@@ -48,6 +49,7 @@ private:
     void observe(std::span<const reader::Attribute> attributes) const;
 
     Inclusions& inclusions_;
+    bool dropsLayout_ = inclusions_.dialect() == Dialect::Schema;
     std::string uri_;
     const reader::Locator* locator_ = nullptr;
     std::string out_;

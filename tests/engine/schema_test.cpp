@@ -139,8 +139,10 @@ TEST_F(Validating, RejectsWhatIsNoSchemaForTheNamespace) {
     const std::string other = folder_.write("other.xml", "<!-- no schema -->\n<a/>");
     const std::string invalid =
         folder_.write("invalid.xsd", schema("urn:p", "<xs:element/>\n<xs:element/>\n"));
-    const std::string dangling =
-        folder_.write("dangling.xsd", schema("urn:p", "<xs:element name='a' type='nothing'/>"));
+    const std::string dangling = folder_.write(
+        "dangling.xsd", schema("urn:p",
+                               "<!-- two\nlines -->\n\n<xs:element\n name='a'>\n<xs:complexType>\n"
+                               "<xs:attribute name='k' type='nothing'/></xs:complexType></xs:element>"));
     const std::string missing =
         folder_.write("missing.xsd", schema("urn:p", "<xs:include schemaLocation='absent.xsd'/>"));
     const std::string remote = folder_.write(
@@ -162,7 +164,7 @@ TEST_F(Validating, RejectsWhatIsNoSchemaForTheNamespace) {
         Case{"urn:p", broken, {broken + ", line 2: "}},
         Case{"urn:p", other, {other + ", line 2: ", "not an XML Schema", "'a'"}},
         Case{"urn:p", invalid, {invalid + ", line 2: ", "'name' is required", "\n" + invalid + ", line 3: "}},
-        Case{"urn:p", dangling, {dangling + ", line 2: ", "nothing"}},
+        Case{"urn:p", dangling, {dangling + ", line 8: ", "nothing"}},
         Case{"urn:p", missing, {missing + ", line 2: ", "absent.xsd", "does not exist"}},
         Case{"urn:p", pipe, {pipe + ", line 2: ", "regular file"}},
         Case{"urn:p", remote, {"http://x.test/r.xsd", "never the network", "'{urn:r}k'"}},
