@@ -2,8 +2,11 @@
 #include "engine/com/blocks.h"
 
 #include <cstdlib>
+#include <cstring>
 
-namespace engine::com::detail {
+namespace engine::com {
+
+namespace detail {
 
 namespace {
 
@@ -58,4 +61,18 @@ void dropBlock(void* block, std::size_t sizeClass) noexcept {
     std::free(block);
 }
 
-}  // namespace engine::com::detail
+}  // namespace detail
+
+void* resizeBlock(void* block, std::size_t sizeInBytes, std::size_t newSizeInBytes) noexcept {
+    using detail::classOf;
+    if (block == nullptr) return takeBlock(newSizeInBytes);
+    if (classOf(sizeInBytes) == detail::kNoClass && classOf(newSizeInBytes) == detail::kNoClass)
+        return std::realloc(block, newSizeInBytes);
+    void* const resized = takeBlock(newSizeInBytes);
+    if (resized == nullptr) return nullptr;
+    std::memcpy(resized, block, std::min(sizeInBytes, newSizeInBytes));
+    giveBlock(block, sizeInBytes);
+    return resized;
+}
+
+}  // namespace engine::com

@@ -109,6 +109,16 @@ inline void giveBlock(void* block, std::size_t sizeInBytes) noexcept {
     detail::giveOfClass(block, sizeClass);
 }
 
+// How much a block for `sizeInBytes` holds: a small one more than was asked for.
+[[nodiscard]] inline std::size_t roomOfBlock(std::size_t sizeInBytes) noexcept {
+    const std::size_t sizeClass = detail::classOf(sizeInBytes);
+    return sizeClass == detail::kNoClass ? sizeInBytes : detail::sizeOfClass(sizeClass);
+}
+
+// A block of the new size that begins as `block` did, which is given back; null when memory runs out: `block`
+// stays. Null is allowed.
+[[nodiscard]] void* resizeBlock(void* block, std::size_t sizeInBytes, std::size_t newSizeInBytes) noexcept;
+
 // Blocks taken less blocks given back on this thread: what a test looks at to find a lost reference or
 // string.
 [[nodiscard]] inline std::int64_t blocksInUse() noexcept {

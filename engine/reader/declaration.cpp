@@ -16,6 +16,7 @@ using source::TextSource;
 namespace {
 
 constexpr std::string_view kStart = "<?xml";
+constexpr std::string_view kUsual = R"(<?xml version="1.0" encoding="UTF-8"?>)";
 constexpr std::size_t kLongest = 4096;
 
 bool isEncodingName(std::string_view text) {
@@ -140,6 +141,7 @@ Declaration readDeclaration(TextSource& source) {
     const auto window = [&] {
         return std::string_view(source.begin(), static_cast<std::size_t>(source.end() - source.begin()));
     };
+    if (window().starts_with(kUsual)) return {kUsual.size(), false, {}};  // of a short document a tenth
     while (window().size() <= kStart.size() && kStart.starts_with(window().substr(0, kStart.size())) &&
            source.fill(0)) {
     }

@@ -113,7 +113,7 @@ const char* DirectParserBase::find(const char* at, std::string_view text) const 
 DirectParserBase::Name DirectParserBase::nameWithin(const char* at) {
     const char* const end = nameEnd(at);
     if (end != at) {
-        const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at));
+        const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at), Names::Origin::Scanned);
         makeGuesses();
         return {id, end};
     }

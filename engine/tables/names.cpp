@@ -22,7 +22,7 @@ std::uint64_t wordAt(const char* from) noexcept {
     return word;
 }
 
-// A name as most are: ASCII without a colon.
+// A name as most are: ASCII without a colon, and no declaration.
 bool isPlainName(std::string_view name) noexcept {
     using namespace text;
     if (name.empty() || (classOf(name[0]) & kNameStart) == 0) return false;
@@ -32,7 +32,7 @@ bool isPlainName(std::string_view name) noexcept {
         all &= classOf(c);
         any |= classOf(c);
     }
-    return all != 0 && (any & (kNonAscii | kColon)) == 0;
+    return all != 0 && (any & (kNonAscii | kColon)) == 0 && name != "xmlns";
 }
 
 bool isNameText(std::string_view name) {
@@ -75,10 +75,10 @@ std::uint64_t Names::hashRest(std::uint64_t hash, const char* name, std::size_t 
 }
 
 NameId Names::intern(std::string_view name) {
-    if (name.size() >= kReadableBytes) return internAt(name.data(), name.size());
+    if (name.size() >= kReadableBytes) return internAt(name.data(), name.size(), Origin::Unknown);
     char readable[kReadableBytes] = {};
     name.copy(readable, name.size());
-    return internAt(readable, name.size());
+    return internAt(readable, name.size(), Origin::Unknown);
 }
 
 std::optional<NameId> Names::find(std::string_view name) const noexcept {
@@ -96,9 +96,10 @@ std::optional<NameId> Names::find(std::string_view name) const noexcept {
     }
 }
 
-NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash) {
+NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash, Origin origin) {
     if (name.size() > bytes_.max()) detail::tableIsFull();
-    const std::uint32_t prefixAndFlags = examine(name);
+    const bool isPlain = origin == Origin::Scanned ? isPlainStart(start, name.size()) : isPlainName(name);
+    const std::uint32_t prefixAndFlags = isPlain ? 0 : examine(name);
     if (std::uint64_t{records_.size()} * 2 > mask_) growSlots();
     if (records_.capacity() == 0) {
         records_.reserve(kFirstSlots / 2);
@@ -107,17 +108,35 @@ NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash)
     records_.reserve(1);
     const auto length = static_cast<std::uint32_t>(name.size());
     const std::uint32_t offset = bytes_.size();
-    if (length != 0) std::memcpy(bytes_.extend(length), name.data(), length);
+    if (length <= kReadableBytes) {
+        bytes_.reserve(kReadableBytes);
+        std::memcpy(bytes_.extend(length), start.bytes(), kReadableBytes);  // of a known length: no call
+    } else {
+        std::memcpy(bytes_.extend(length), name.data(), length);
+    }
     std::uint32_t at = hash & mask_;
     while (slots_[at] != 0) at = (at + 1) & mask_;
     slots_[at] = records_.size() + 1;
-    records_.append({start, offset, length, prefixAndFlags, hash});
+    *records_.extend(1) = {start, offset, length, prefixAndFlags, hash};
     return records_.size() - 1;
+}
+
+// Whether what looks like a name is one as most are, seen by its first bytes: short, ASCII, without a colon.
+bool Names::isPlainStart(const Start& start, std::size_t length) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    constexpr std::uint64_t kHighBits = 0x80 * kOnes;
+    const auto colons = [](std::uint64_t word) {
+        const std::uint64_t differences = word ^ (':' * kOnes);
+        return (differences - kOnes) & ~differences;
+    };
+    const std::uint64_t found = start.low | start.high | colons(start.low) | colons(start.high);
+    const bool isXmlns = start.low == wordAt("xmlns\0\0") && start.high == 0;
+    return (found & kHighBits) == 0 && length <= kReadableBytes && !isXmlns;
 }
 
 // What is to be known about a new name. Its prefix, or the prefix that it declares, becomes a name by itself.
 std::uint32_t Names::examine(std::string_view name) {
-    if (isPlainName(name)) return name == "xmlns" ? kDeclaration : 0;
+    if (name == "xmlns") return kDeclaration;
     std::uint32_t flags = isNameText(name) ? 0 : kNotAName;
     const std::size_t colon = name.find(':');
     if (colon == std::string_view::npos) return flags;

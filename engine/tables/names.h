@@ -35,13 +35,17 @@ public:
 
     // The id of `name`, a new one if needed; ids count from 0. Throws as Table does, unchanged then.
     [[nodiscard]] NameId intern(std::string_view name);
+    enum class Origin : std::uint8_t {
+        Unknown,
+        Scanned,  // a parser has seen that it is not empty and holds what names may, as far as it is ASCII
+    };
     // The same for a text in a buffer of which kReadableBytes from its start may be read.
-    [[nodiscard, gnu::always_inline]] NameId internAt(const char* name, std::size_t length) {
+    [[nodiscard, gnu::always_inline]] NameId internAt(const char* name, std::size_t length, Origin origin) {
         const Start start = startOf(name, length);
         const std::uint32_t hash = hashOf(start, name, length);
         for (std::uint32_t at = hash & mask_;; at = (at + 1) & mask_) {
             const std::uint32_t slot = slots_[at];
-            if (slot == 0) return add({name, length}, start, hash);
+            if (slot == 0) return add({name, length}, start, hash, origin);
             if (isAt(slot - 1, start, name, length)) return slot - 1;
         }
     }
@@ -143,9 +147,11 @@ private:
 
     [[nodiscard]] std::uint64_t hashRest(std::uint64_t hash, const char* name,
                                          std::size_t length) const noexcept;
-    [[nodiscard]] NameId add(std::string_view name, const Start& start, std::uint32_t hash);
-    [[nodiscard]] std::uint32_t examine(std::string_view name);
-    void growSlots();
+    [[nodiscard]] NameId add(std::string_view name, const Start& start, std::uint32_t hash, Origin origin);
+    [[nodiscard]] static bool isPlainStart(const Start& start, std::size_t length) noexcept;
+    // Not part of `add`, which has registers enough without them.
+    [[nodiscard, gnu::noinline]] std::uint32_t examine(std::string_view name);
+    [[gnu::noinline]] void growSlots();
 
     // Differs from document to document, so that no document can be written whose names all meet in one slot.
     std::uint64_t secret_[2];

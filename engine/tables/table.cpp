@@ -1,8 +1,8 @@
 #include "engine/tables/table.h"
 
-#include <cstdlib>
 #include <new>
 
+#include "engine/com/blocks.h"
 #include "engine/com/status.h"
 #include "engine/text/worded.h"
 
@@ -20,16 +20,20 @@ AllocationFailure::~AllocationFailure() {
     requestsLeft = -1;
 }
 
-void* detail::resizeBlock(void* block, std::size_t sizeInBytes) {
+std::size_t detail::roomOfBlock(std::size_t sizeInBytes) noexcept {
+    return com::roomOfBlock(sizeInBytes);
+}
+
+void* detail::resizeBlock(void* block, std::size_t sizeInBytes, std::size_t newSizeInBytes) {
     if (requestsLeft == 0) throw std::bad_alloc();
     if (requestsLeft > 0) --requestsLeft;
-    void* resized = std::realloc(block, sizeInBytes);
+    void* const resized = com::resizeBlock(block, sizeInBytes, newSizeInBytes);
     if (resized == nullptr) throw std::bad_alloc();
     return resized;
 }
 
-void detail::freeBlock(void* block) noexcept {
-    std::free(block);
+void detail::freeBlock(void* block, std::size_t sizeInBytes) noexcept {
+    com::giveBlock(block, sizeInBytes);
 }
 
 void detail::tableIsFull() {

@@ -1,5 +1,6 @@
 // A growing array of plain records with 32-bit indices. Grows by half, so that appending is cheap and little
-// is left over, and gives back the rest when asked. Threads: as the object it belongs to.
+// is left over, and gives back the rest when asked. Small ones live in the thread's blocks, for a short
+// document fills a dozen tables and drops them at once. Threads: as the object it belongs to.
 #pragma once
 
 #include <cstddef>
@@ -11,9 +12,12 @@
 namespace engine::tables {
 
 namespace detail {
-// realloc and free; throws std::bad_alloc and then leaves `block` as it was.
-void* resizeBlock(void* block, std::size_t sizeInBytes);
-void freeBlock(void* block) noexcept;
+// What a block of so many bytes has room for.
+[[nodiscard]] std::size_t roomOfBlock(std::size_t sizeInBytes) noexcept;
+// Keeps what fits; throws std::bad_alloc and then leaves `block` as it was. Both sizes as `roomOfBlock` gave
+// them, or less.
+[[nodiscard]] void* resizeBlock(void* block, std::size_t sizeInBytes, std::size_t newSizeInBytes);
+void freeBlock(void* block, std::size_t sizeInBytes) noexcept;
 [[noreturn]] void tableIsFull();
 }  // namespace detail
 
@@ -46,7 +50,9 @@ public:
         std::swap(max_, other.max_);
         return *this;
     }
-    ~Table() { detail::freeBlock(data_); }
+    ~Table() {
+        if (data_ != nullptr) detail::freeBlock(data_, sizeInBytes(capacity_));
+    }
 
     [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
     [[nodiscard]] std::uint32_t capacity() const noexcept { return capacity_; }
@@ -87,11 +93,15 @@ private:
         const std::uint64_t wanted = std::uint64_t{size_} + count;
         const std::uint64_t roomy = std::uint64_t{capacity_} + capacity_ / 2 + 16;
         const std::uint64_t next = wanted > roomy ? wanted : roomy;
-        resize(static_cast<std::uint32_t>(next < max_ ? next : max_));
+        const std::uint64_t room = detail::roomOfBlock(sizeInBytes(next)) / sizeof(T);
+        resize(static_cast<std::uint32_t>(room < max_ ? room : max_));
     }
     void resize(std::uint32_t capacity) {
-        data_ = static_cast<T*>(detail::resizeBlock(data_, std::size_t{capacity} * sizeof(T)));
+        data_ = static_cast<T*>(detail::resizeBlock(data_, sizeInBytes(capacity_), sizeInBytes(capacity)));
         capacity_ = capacity;
+    }
+    [[nodiscard]] static std::size_t sizeInBytes(std::uint64_t records) noexcept {
+        return static_cast<std::size_t>(records) * sizeof(T);
     }
 
     T* data_ = nullptr;

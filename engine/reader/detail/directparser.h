@@ -164,7 +164,7 @@ protected:
         const char* const end = endOfName(at);
         if (end == at) [[unlikely]]
             return nameWithin(at);
-        const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at));
+        const NameId id = names_.internAt(at, static_cast<std::size_t>(end - at), Names::Origin::Scanned);
         if ((names_.flags(id) & Names::kNotAName) != 0) [[unlikely]]
             return nameWithin(at);
         guess = id;
