@@ -15,9 +15,9 @@
 #include "KelBasicTypes/buffers.h"
 #include "KelBasicTypes/detail/blockheader.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
+#include "failingheap.h"
 #include "fakeservices.h"
 #include "framework/object/iptr.h"
-#include "refusingheap.h"
 
 using kel::giveBackBuffer;
 using kel::takeBuffer;

@@ -9,9 +9,9 @@
 #include "KelBasicTypes/oxarealloc.h"
 #include "ending.h"
 #include "environment.h"
+#include "failingheap.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
-#include "refusingheap.h"
 #include "tempdirectory.h"
 #include "tests/support/matching.h"
 

@@ -25,10 +25,10 @@
 #include "KelBasicTypes/message.h"
 #include "KelBasicTypes/oxarealloc.h"
 #include "childprocess.h"
+#include "failingheap.h"
+#include "failingnew.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
-#include "refusingheap.h"
-#include "refusingnew.h"
 #include "tempdirectory.h"
 
 using kel::test::ChildProcess;

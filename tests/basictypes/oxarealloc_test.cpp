@@ -10,9 +10,9 @@
 #include "KelBasicTypes/assertion.h"
 #include "KelBasicTypes/detail/resetbasictypes.h"
 #include "environment.h"
+#include "failingheap.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
-#include "refusingheap.h"
 #include "tempdirectory.h"
 
 using kel::kSameAsMinimum;

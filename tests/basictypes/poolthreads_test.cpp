@@ -17,9 +17,9 @@
 #include "KelBasicTypes/bucketmemorypool.h"
 #include "KelBasicTypes/buffers.h"
 #include "KelBasicTypes/detail/blockheader.h"
+#include "failingheap.h"
 #include "fakeservices.h"
 #include "memoryservices.h"
-#include "refusingheap.h"
 #include "tests/support/rendezvous.h"
 
 using kel::giveBackBuffer;

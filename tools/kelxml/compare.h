@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "msxml_parser/ikeldomxmlelement.h"
-#include "tools/kelxml/place.h"
+#include "tools/kelxml/elementpath.h"
 
 namespace kelxml {
 

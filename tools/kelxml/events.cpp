@@ -9,9 +9,9 @@
 
 #include "host/text.h"
 #include "tools/kelxml/document.h"
+#include "tools/kelxml/elementpath.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/outputtext.h"
-#include "tools/kelxml/place.h"
 #include "tools/kelxml/verbs.h"
 
 namespace kelxml {

@@ -1,4 +1,4 @@
-#include "tools/kelxml/place.h"
+#include "tools/kelxml/elementpath.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // In a file of its own: where the compiler saw both ends of an allocation, it would judge them a mismatch.
 // All forms are here, for the address sanitizer brings its own of each and tells blocks apart by the form
 // that made them.
-#include "refusingnew.h"
+#include "failingnew.h"
 
 #include <cstdlib>
 #include <new>

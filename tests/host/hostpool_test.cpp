@@ -13,7 +13,7 @@
 #include "host/host.h"
 #include "msxml_parser/ikeldomxml.h"
 #include "tests/basictypes/childprocess.h"
-#include "tests/basictypes/refusingheap.h"
+#include "tests/basictypes/failingheap.h"
 
 namespace {
 
