@@ -92,7 +92,7 @@ std::uint64_t formatOurs() {
     return units;
 }
 
-// What std::u16string takes to fill the same places, one after the other.
+// What std::u16string takes to fill the same placeholders, one after the other.
 std::uint64_t formatStandard() {
     const std::array<std::u16string, 4> arguments{kFile, u"12", u"40", kReason};
     std::u16string result;
@@ -101,8 +101,8 @@ std::uint64_t formatStandard() {
         result.assign(kTemplate, kTemplate + std::strlen(kTemplate));
         std::size_t from = 0;
         for (std::size_t a = 0; a < arguments.size(); ++a) {
-            const char16_t place[] = {u'%', static_cast<char16_t>(u'1' + a), 0};
-            from = result.find(place, from);
+            const char16_t placeholder[] = {u'%', static_cast<char16_t>(u'1' + a), 0};
+            from = result.find(placeholder, from);
             result.replace(from, 2, arguments[a]);
             from += arguments[a].size();
         }

@@ -20,8 +20,8 @@ const std::array<std::size_t, kSizes>& mixedSizes() {
         std::array<std::size_t, kSizes> all{};
         std::mt19937 random(5);
         for (std::size_t i = 0; i < kSizes; ++i) {
-            const std::size_t most = i % 16 == 0 ? 8000 : i % 4 == 0 ? 600 : 80;
-            all[i] = 2 + random() % most;
+            const std::size_t max = i % 16 == 0 ? 8000 : i % 4 == 0 ? 600 : 80;
+            all[i] = 2 + random() % max;
         }
         return all;
     }();

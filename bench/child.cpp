@@ -74,7 +74,7 @@ double cpuSeconds() {
 double digestOf(Tree& tree) {
     DigestSink sink;
     tree.walk(sink);
-    return static_cast<double>(sink.answer() >> 11);
+    return static_cast<double>(sink.result() >> 11);
 }
 
 void coldLoad(const TreeLibrary& library, const std::string& path) {
@@ -91,7 +91,7 @@ void scaleLoad(const TreeLibrary& library, const std::string& path) {
 
 void scaleStream(const StreamLibrary& library, const std::string& path) {
     const double ratio = measureScaling([&library, path] { (void)library.parse(path); });
-    std::printf("%.4f %.17g\n", ratio, static_cast<double>(library.parse(path).answer()));
+    std::printf("%.4f %.17g\n", ratio, static_cast<double>(library.parse(path).result()));
 }
 
 void pool(int threads) {

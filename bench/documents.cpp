@@ -79,7 +79,7 @@ Document Documents::find(std::string_view name) const {
         }
         return {std::string(name), std::string(real.path), length};
     }
-    throw std::runtime_error("there is no document called " + std::string(name));
+    throw std::runtime_error("unknown document " + std::string(name));
 }
 
 template <class Write>

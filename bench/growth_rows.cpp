@@ -38,7 +38,7 @@ void treeGrowth(Row& row, const Documents& documents, Work work) {
 std::uint64_t walk(Tree& tree) {
     CountingSink sink;
     tree.walk(sink);
-    return sink.answer();
+    return sink.result();
 }
 
 std::uint64_t save(Tree& tree) {

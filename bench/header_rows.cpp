@@ -45,13 +45,13 @@ public:
     void element(std::string_view name) { bytes_ += name.size(); }
     void attribute(std::string_view name, std::string_view value) { bytes_ += name.size() + value.size(); }
     void text(std::string_view text) { bytes_ += text.size(); }
-    [[nodiscard]] std::uint64_t answer() const { return bytes_; }
+    [[nodiscard]] std::uint64_t result() const { return bytes_; }
 
 private:
     std::uint64_t bytes_ = 0;
 };
 
-// Digests UTF-8 as the UTF-16 that it stands for.
+// Digests UTF-8 as the same text in UTF-16.
 class Utf8DigestSink {
 public:
     void element(std::string_view name) { sink_.element(toUtf16(name, name_)); }
@@ -59,7 +59,7 @@ public:
         sink_.attribute(toUtf16(name, name_), toUtf16(value, value_));
     }
     void text(std::string_view text) { sink_.text(toUtf16(text, value_)); }
-    [[nodiscard]] std::uint64_t answer() const { return sink_.answer(); }
+    [[nodiscard]] std::uint64_t result() const { return sink_.result(); }
 
 private:
     DigestSink sink_;
@@ -71,7 +71,7 @@ template <class Storage, class Sink>
 std::uint64_t walk(const xml::Document& document) {
     Sink sink;
     Walker<Storage, Sink>(sink).walk(document.root());
-    return sink.answer();
+    return sink.result();
 }
 
 template <class Storage, class Sink, class Digest>
@@ -81,14 +81,14 @@ void headerRow(Row& row, const Document& document) {
     const std::shared_ptr<Tree> tree = ourTrees().load(document.path);
     DigestSink digest;
     tree->walk(digest);
-    if (walk<Storage, Digest>(*loaded) != digest.answer())
+    if (walk<Storage, Digest>(*loaded) != digest.result())
         throw std::runtime_error("the header finds other names, attributes or texts than the interfaces");
     const std::vector<Contender> contenders = {
         {std::string(kOurs), [loaded]() -> std::uint64_t { return walk<Storage, Sink>(*loaded) != 0; }},
         {"interfaces", [tree]() -> std::uint64_t {
              CountingSink sink;
              tree->walk(sink);
-             return sink.answer() != 0;
+             return sink.result() != 0;
          }}};
     row.throughput(document.lengthInBytes, contenders);
 }

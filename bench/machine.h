@@ -16,7 +16,7 @@ struct Residency {
     std::uint64_t nowInBytes = 0;
     std::uint64_t peakInBytes = 0;
 };
-[[nodiscard]] Residency residency();  // throws std::runtime_error where the system does not tell
+[[nodiscard]] Residency residency();  // throws std::runtime_error where the system does not report it
 
 // Forgets the peak so far. Throws as residency.
 void resetPeak();

@@ -13,7 +13,7 @@ void saxRow(Row& row, const Document& document) {
     std::vector<Contender> contenders;
     for (const StreamLibrary* const library : streamLibraries()) {
         contenders.push_back({std::string(library->name()),
-                              [library, path = document.path] { return library->parse(path).answer(); }});
+                              [library, path = document.path] { return library->parse(path).result(); }});
     }
     row.throughput(document.lengthInBytes, contenders);
 }

@@ -25,7 +25,7 @@ double wallSeconds() {
     return std::chrono::duration<double>(now).count();
 }
 
-// What all threads use together. The wall's clock would mostly tell what else the machine does.
+// What all threads use together. The wall clock would mostly show what else the machine does.
 double processorNanoseconds() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC * 1e9;
 }

@@ -15,9 +15,9 @@ struct EventCounts {
     std::uint64_t attributes = 0;  // without namespace declarations
     std::uint64_t characters = 0;  // UTF-16 units, white space included
 
-    // Of an element's attributes with one local name ours reports the first alone, so attributes are held
-    // against each other by demandEqualEvents and not here.
-    [[nodiscard]] std::uint64_t answer() const { return elements * 1'000'003 + characters; }
+    // Of an element's attributes with one local name ours reports the first alone, so attributes are compared
+    // with each other by demandEqualEvents and not here.
+    [[nodiscard]] std::uint64_t result() const { return elements * 1'000'003 + characters; }
 };
 
 class StreamLibrary {

@@ -46,7 +46,7 @@ Timing summarise(std::vector<double> seconds) {
 // One contender at work: how often it runs in a timed round, and the rounds so far.
 struct Course {
     const Contender* contender = nullptr;
-    std::uint64_t answer = 0;
+    std::uint64_t result = 0;
     std::size_t repeats = 1;
     std::vector<double> seconds;
 
@@ -54,8 +54,8 @@ struct Course {
     double timeOnce() {
         const double start = cpuSeconds();
         for (std::size_t i = 0; i < repeats; ++i) {
-            if (contender->round() != answer)
-                throw std::runtime_error(contender->name + " changed its answer between two rounds");
+            if (contender->round() != result)
+                throw std::runtime_error(contender->name + " changed its result between two rounds");
         }
         settleHeap();  // the contender that left garbage pays for it, not the next one
         const double taken = cpuSeconds() - start;
@@ -64,11 +64,11 @@ struct Course {
     }
 };
 
-// The unmeasured first run: warms up, gives the answer, and shows how many repeats a timed round needs.
+// The unmeasured first run: warms up, gives the result, and shows how many repeats a timed round needs.
 Course warmUp(const Contender& contender) {
     Course course;
     course.contender = &contender;
-    course.answer = contender.round();
+    course.result = contender.round();
     double taken = course.timeOnce();
     while (taken < kShortestRoundInSeconds && course.repeats < (std::size_t{1} << 24)) {
         const double factor = taken > 0 ? kShortestRoundInSeconds / taken * 1.3 : 16;
@@ -80,21 +80,21 @@ Course warmUp(const Contender& contender) {
     return course;
 }
 
-void demandEqualAnswers(const std::vector<Course>& courses) {
+void demandEqualResults(const std::vector<Course>& courses) {
     for (const Course& course : courses) {
-        if (course.answer == courses.front().answer) continue;
+        if (course.result == courses.front().result) continue;
         throw std::runtime_error(courses.front().contender->name + " returns " +
-                                 std::to_string(courses.front().answer) + " where " + course.contender->name +
-                                 " returns " + std::to_string(course.answer));
+                                 std::to_string(courses.front().result) + " where " + course.contender->name +
+                                 " returns " + std::to_string(course.result));
     }
 }
 
-enum class Answers : std::uint8_t { Equal, Own };
+enum class Results : std::uint8_t { Equal, Own };
 
-std::vector<Timing> alternate(const std::vector<Contender>& contenders, Answers answers) {
+std::vector<Timing> alternate(const std::vector<Contender>& contenders, Results results) {
     std::vector<Course> courses;
     for (const Contender& contender : contenders) courses.push_back(warmUp(contender));
-    if (answers == Answers::Equal) demandEqualAnswers(courses);
+    if (results == Results::Equal) demandEqualResults(courses);
     double spent = 0;
     for (std::size_t round = 0; round < kMaxRounds && (round < kMinRounds || spent < kBudgetInSeconds);
          ++round) {
@@ -217,7 +217,7 @@ void Row::throughput(std::uint64_t bytesInRound, const std::vector<Contender>& a
     const std::vector<Contender> contenders = chosen(all);
     result_.unit = "MB/s";
     result_.better = Better::Higher;
-    const std::vector<Timing> timings = alternate(contenders, Answers::Equal);
+    const std::vector<Timing> timings = alternate(contenders, Results::Equal);
     for (std::size_t i = 0; i < contenders.size(); ++i) {
         const double rate = static_cast<double>(bytesInRound) / 1e6 / timings[i].medianInSeconds;
         result_.figures.push_back({contenders[i].name, rate, timings[i].spreadInPercent});
@@ -228,7 +228,7 @@ void Row::latency(std::uint64_t operationsInRound, const std::vector<Contender>&
     const std::vector<Contender> contenders = chosen(all);
     result_.unit = "ns/op";
     result_.better = Better::Lower;
-    const std::vector<Timing> timings = alternate(contenders, Answers::Equal);
+    const std::vector<Timing> timings = alternate(contenders, Results::Equal);
     for (std::size_t i = 0; i < contenders.size(); ++i) {
         const double time = timings[i].medianInSeconds * 1e9 / static_cast<double>(operationsInRound);
         result_.figures.push_back({contenders[i].name, time, timings[i].spreadInPercent});
@@ -244,7 +244,7 @@ void Row::values(std::string unit, Better better, const std::vector<Value>& valu
 void Row::growth(const std::vector<Contender>& sizes) {
     result_.unit = "x/doubling";
     result_.better = Better::Lower;
-    const std::vector<Timing> timings = alternate(sizes, Answers::Own);
+    const std::vector<Timing> timings = alternate(sizes, Results::Own);
     double worst = 0;
     double spread = 0;
     std::string steps = sizes.front().name + " " + number(timings.front().medianInSeconds * 1e3) + " ms";

@@ -1,7 +1,7 @@
 // Rows of a benchmark: each compares us with peers that do equal work, on one input.
 //
 // A row's contenders run alternately in this process. Before the clock starts each runs once, unmeasured, and
-// must give the same answer as the others; the row fails otherwise. Time is the process's CPU time, for every
+// must give the same result as the others; the row fails otherwise. Time is the process's CPU time, for every
 // row works on one thread and other work on the machine then disturbs least. Reported are medians, the spread
 // (half the distance between the quartiles, in percent of the median) and the ratio to each peer.
 // Threads: one.
@@ -20,7 +20,7 @@ namespace bench {
 inline constexpr std::string_view kOurs = "ours";
 
 // One of those compared; ours is named kOurs and comes first. A round returns what it found: a count, a
-// digest, or simply whether it worked. It uses the answer up, so that no compiler leaves the work out.
+// digest, or simply whether it worked. It uses the result up, so that no compiler leaves the work out.
 struct Contender {
     std::string name;
     std::function<std::uint64_t()> round;

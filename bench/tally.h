@@ -20,11 +20,11 @@ public:
         units_ += name.size() + value.size();
     }
     // Text that is white space between elements is dropped by some and kept by others, and so is not counted
-    // in the answer; `textUnits_` makes sure that the text was produced.
+    // in the result; `textUnits_` makes sure that the text was produced.
     void text(std::u16string_view text) { textUnits_ += text.size(); }
 
     // One number for elements, attributes and the length of names and values.
-    [[nodiscard]] std::uint64_t answer() const {
+    [[nodiscard]] std::uint64_t result() const {
         return textUnits_ == ~std::uint64_t{0} ? 0 : (elements_ * 31 + attributes_) * 1'000'003 + units_;
     }
 
@@ -50,7 +50,7 @@ public:
         }
         if (h != 3) sum_ += h;
     }
-    [[nodiscard]] std::uint64_t answer() const { return sum_; }
+    [[nodiscard]] std::uint64_t result() const { return sum_; }
 
 private:
     static std::uint64_t step(std::uint64_t h, char16_t unit) { return (h ^ unit) * 0x100000001B3u; }

@@ -59,7 +59,7 @@ Cost run(const Tool& tool, const std::vector<std::string>& files, const std::str
 }
 
 // What a program's output says, in a form that does not depend on how the program writes it.
-using Answer = std::function<std::uint64_t(const std::string& output)>;
+using Digester = std::function<std::uint64_t(const std::string& output)>;
 
 struct Input {
     std::vector<std::string> files;
@@ -69,7 +69,7 @@ struct Input {
 struct Contest {
     std::vector<Tool> tools;       // ours first
     std::function<Input()> input;  // prepared when it is first needed
-    Answer answer;                 // none: the exit status says it all
+    Digester digester;             // none: the exit status says it all
 };
 
 void demandStatus(const Tool& tool, const Cost& cost, bool isAccepted) {
@@ -78,7 +78,7 @@ void demandStatus(const Tool& tool, const Cost& cost, bool isAccepted) {
 }
 
 // Returns how long a round takes.
-double demandEqualAnswers(const Contest& contest, const Input& input, const std::string& output) {
+double demandEqualResults(const Contest& contest, const Input& input, const std::string& output) {
     double seconds = 0;
     std::uint64_t expected = 0;
     for (const Tool& tool : contest.tools) {
@@ -86,8 +86,8 @@ double demandEqualAnswers(const Contest& contest, const Input& input, const std:
         const Cost cost = run(tool, input.files, output);
         demandStatus(tool, cost, true);
         seconds += cost.seconds;
-        if (!contest.answer) continue;
-        const std::uint64_t found = contest.answer(output);
+        if (!contest.digester) continue;
+        const std::uint64_t found = contest.digester(output);
         if (&tool == contest.tools.data()) expected = found;
         if (found != expected) throw std::runtime_error(tool.name + " finds something else");
     }
@@ -98,7 +98,7 @@ using Figures = std::vector<std::vector<Cost>>;  // by tool, one a run
 
 Figures measure(const Contest& contest, const std::string& output) {
     const Input input = contest.input();
-    const double roundInSeconds = demandEqualAnswers(contest, input, output);
+    const double roundInSeconds = demandEqualResults(contest, input, output);
     const std::size_t min = roundInSeconds > kLongInSeconds ? kMinLongRuns : kMinRuns;
     const auto affordable = static_cast<std::size_t>(kBudgetInSeconds / roundInSeconds);
     const std::size_t rounds = std::clamp(affordable, min, kMaxRuns);
@@ -147,7 +147,7 @@ void addContest(Suite& suite, const Documents& documents, const std::string& nam
     }
 }
 
-// --- Answers
+// --- Results
 // ------------------------------------------------------------------------------------------------
 
 std::uint64_t mixed(std::uint64_t hash, char byte) {
@@ -158,7 +158,7 @@ std::uint64_t mixed(std::uint64_t hash, char byte) {
 std::uint64_t contentOf(const std::string& output) {
     DigestSink sink;
     pugixmlTrees().load(output)->walk(sink);
-    return sink.answer();
+    return sink.result();
 }
 
 std::uint64_t textOf(const std::string& output) {

@@ -15,7 +15,7 @@ void walkRow(Row& row, const Document& document) {
              [tree = std::shared_ptr<Tree>(library->load(document.path))]() -> std::uint64_t {
                  CountingSink sink;
                  tree->walk(sink);
-                 return sink.answer();
+                 return sink.result();
              }});
     }
     row.throughput(document.lengthInBytes, contenders);

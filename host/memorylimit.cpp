@@ -27,9 +27,9 @@ bool MemoryLimit::check() {
     } const look(isChecking_);
     const std::int64_t limit = limit_->limitInBytes();
     const std::uint64_t inUse = limit > 0 ? usage_() : 0;
-    const auto most = static_cast<std::uint64_t>(limit > 0 ? limit : 0);
-    if (inUse <= most) {
-        if (inUse <= most - most / 10) isReported_ = false;
+    const auto max = static_cast<std::uint64_t>(limit > 0 ? limit : 0);
+    if (inUse <= max) {
+        if (inUse <= max - max / 10) isReported_ = false;
         return true;
     }
     (void)manager_.reclaimAll();  // what was freed shows when it is looked at again

@@ -73,18 +73,18 @@ void Settings::replaceAll(Values values) {
         }
         values_.swap(values);
     }
-    tell(changed);
+    notify(changed);
 }
 
 void Settings::set(const std::string& key, std::string value) {
     const std::lock_guard change(changing_);
     {
         const std::unique_lock guard(lock_);
-        const auto [place, isNew] = values_.try_emplace(key);
-        if (!isNew && place->second == value) return;
-        place->second = std::move(value);
+        const auto [known, isNew] = values_.try_emplace(key);
+        if (!isNew && known->second == value) return;
+        known->second = std::move(value);
     }
-    tell({key});
+    notify({key});
 }
 
 void Settings::remove(const std::string& key) {
@@ -93,7 +93,7 @@ void Settings::remove(const std::string& key) {
         const std::unique_lock guard(lock_);
         if (values_.erase(key) == 0) return;
     }
-    tell({key});
+    notify({key});
 }
 
 std::optional<std::string> Settings::text(const std::string& key) const {
@@ -145,7 +145,7 @@ std::vector<IPtr<IKelDataReceiver>> Settings::receiversOf(const std::string& key
     return found;
 }
 
-void Settings::tell(const std::vector<std::string>& changedKeys) {
+void Settings::notify(const std::vector<std::string>& changedKeys) {
     for (const std::string& key : changedKeys) {
         const double value = announcedValue(text(key));
         for (const IPtr<IKelDataReceiver>& receiver : receiversOf(key))

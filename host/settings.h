@@ -77,7 +77,7 @@ private:
     using Values = std::map<std::string, std::string, std::less<>>;
 
     void replaceAll(Values values);
-    void tell(const std::vector<std::string>& changedKeys);
+    void notify(const std::vector<std::string>& changedKeys);
     [[nodiscard]] std::vector<IPtr<IKelDataReceiver>> receiversOf(const std::string& key) const;
 
     std::recursive_mutex changing_;  // held while a change is made and reported; taken before lock_

@@ -47,11 +47,11 @@ public:
         kIndent = 0x1,
         kNoDeclaration = 0x2,  // only in UTF-8 or UTF-16
     };
-    // Where the number of blanks, plus 1, stands in the options.
+    // Where the number of spaces, plus 1, stands in the options.
     static constexpr unsigned kIndentBlanksShift = 8;
-    // The same as kIndent by so many blanks a level, 0 to 254, in place of a tab.
-    [[nodiscard]] static constexpr unsigned indentBlanks(unsigned blanks) noexcept {
-        return kIndent | (blanks + 1) << kIndentBlanksShift;
+    // The same as kIndent by so many spaces a level, 0 to 254, in place of a tab.
+    [[nodiscard]] static constexpr unsigned indentBlanks(unsigned spaces) noexcept {
+        return kIndent | (spaces + 1) << kIndentBlanksShift;
     }
 
     // Each replaces the whole document, in the encoding that the byte-order mark or the declaration says,
@@ -82,8 +82,9 @@ public:
     // names raise _com_error, as createElement does. An empty URI: no namespace, and then no prefix.
     virtual IKelDOMXmlElementV2* createElementInNamespace(const KelString& uri, const KelString& name) = 0;
 
-    // What a prefix stands for in the expressions of this parser, until it is set again; an empty URI takes
-    // it away. The declarations in documents do not count. False: no prefix, or "xml" or "xmlns".
+    // The namespace that a prefix is bound to in the expressions of this parser, until it is set again; an
+    // empty URI takes it away. The declarations in documents do not count. False: no prefix, or "xml" or
+    // "xmlns".
     virtual bool setPrefix(const KelString& prefix, const KelString& uri) = 0;
 
     // Expressions of XPath 1.0, from the document (null) or an element of it; an element of another document

@@ -16,7 +16,7 @@ public:
         kFileNotReadable = 1,   // missing, a folder, or not permitted; a stream that failed
         kNotWellFormed = 3,     // a document that is not well formed, or in an encoding that is not known
         kNoEngine = 5,          // the engine could not make what is needed
-        kTransformFailed = 6,   // the engine failed to transform, or the result is no document
+        kTransformFailed = 6,   // the engine failed to transform, or the result is not a document
         kNotCompiled = 7,       // there is no schema or style sheet yet
         kLimitExceeded = 8,     // a document beyond a limit of the engine: depth, text out of entities
         kNotValid = 9,          // a document that does not fit the schema

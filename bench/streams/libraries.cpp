@@ -14,7 +14,7 @@ void demandEqualEvents(const std::string& path) {
     for (const StreamLibrary* const library : streamLibraries()) {
         if (library == &ourStreams()) continue;
         const EventCounts counts = library->parse(path);
-        if (counts.answer() != expected.answer() || counts.attributes != expected.attributes)
+        if (counts.result() != expected.result() || counts.attributes != expected.attributes)
             throw std::runtime_error(std::string(library->name()) + " reports other events from " + path);
     }
 }

@@ -22,7 +22,7 @@ class OurStreams final : public StreamLibrary {
 public:
     [[nodiscard]] std::string_view name() const override { return "ours"; }
 
-    // A malformed document is no failure here; the counts tell, when they are compared.
+    // A malformed document is no failure here; the counts show it when they are compared.
     [[nodiscard]] EventCounts parse(const std::string& path) const override {
         // One for all files, as its declaration recommends.
         thread_local const IPtr<IKelSAXXmlV2> parser = newSaxParser();

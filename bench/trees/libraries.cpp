@@ -20,8 +20,8 @@ void demandEqualTrees(const std::vector<std::unique_ptr<Tree>>& trees) {
     for (std::size_t i = 0; i < trees.size(); ++i) {
         DigestSink sink;
         trees[i]->walk(sink);
-        if (i == 0) expected = sink.answer();
-        if (sink.answer() != expected)
+        if (i == 0) expected = sink.result();
+        if (sink.result() != expected)
             throw std::runtime_error(std::string(libraries[i]->name()) + " has other content than ours");
     }
 }

@@ -7,7 +7,7 @@ namespace engine::com {
 
 namespace {
 constinit ClassEntry* firstClass = nullptr;
-constinit ClassRefusal* newestRefusal = nullptr;
+constinit FailingClass* newestFailing = nullptr;
 constinit thread_local std::int32_t initializations = 0;
 
 const ClassEntry* findClass(REFCLSID clsid) noexcept {
@@ -24,19 +24,19 @@ bool registerClass(ClassEntry& entry) noexcept {
     return true;
 }
 
-ClassRefusal::ClassRefusal(REFCLSID clsid, HRESULT status) noexcept
-    : clsid_(clsid), status_(status), previous_(newestRefusal) {
-    newestRefusal = this;
+FailingClass::FailingClass(REFCLSID clsid, HRESULT status) noexcept
+    : clsid_(clsid), status_(status), previous_(newestFailing) {
+    newestFailing = this;
 }
 
-ClassRefusal::~ClassRefusal() {
-    newestRefusal = previous_;
+FailingClass::~FailingClass() {
+    newestFailing = previous_;
 }
 
-const ClassRefusal* ClassRefusal::find(REFCLSID clsid) noexcept {
-    const ClassRefusal* refusal = newestRefusal;
-    while (refusal != nullptr && refusal->clsid_ != clsid) refusal = refusal->previous_;
-    return refusal;
+const FailingClass* FailingClass::find(REFCLSID clsid) noexcept {
+    const FailingClass* failing = newestFailing;
+    while (failing != nullptr && failing->clsid_ != clsid) failing = failing->previous_;
+    return failing;
 }
 
 }  // namespace engine::com
@@ -60,8 +60,8 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
     if ((context & CLSCTX_INPROC_SERVER) == 0 || entry == nullptr) {
         return fail(REGDB_E_CLASSNOTREG, "The class is not registered.");
     }
-    if (const auto* refusal = engine::com::ClassRefusal::find(clsid)) {
-        return fail(refusal->status(), "The class refuses to create objects.");
+    if (const auto* failing = engine::com::FailingClass::find(clsid)) {
+        return fail(failing->status(), "The class refuses to create objects.");
     }
     return entry->create(iid, object);
 }

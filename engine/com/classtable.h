@@ -20,21 +20,21 @@ struct ClassEntry {
 // Adds a class for the life of the process. Returns true, so that a static can be initialised by it.
 bool registerClass(ClassEntry& entry) noexcept;
 
-// While it lives, creating the class fails with `status`. Refusals may nest; the newest for a class decides.
-class ClassRefusal final {
+// While it lives, creating the class fails with `status`. They may nest; the newest for a class decides.
+class FailingClass final {
 public:
-    explicit ClassRefusal(REFCLSID clsid, HRESULT status = REGDB_E_CLASSNOTREG) noexcept;
-    ~ClassRefusal();
-    ClassRefusal(const ClassRefusal&) = delete;
-    ClassRefusal& operator=(const ClassRefusal&) = delete;
+    explicit FailingClass(REFCLSID clsid, HRESULT status = REGDB_E_CLASSNOTREG) noexcept;
+    ~FailingClass();
+    FailingClass(const FailingClass&) = delete;
+    FailingClass& operator=(const FailingClass&) = delete;
 
-    [[nodiscard]] static const ClassRefusal* find(REFCLSID clsid) noexcept;
+    [[nodiscard]] static const FailingClass* find(REFCLSID clsid) noexcept;
     [[nodiscard]] HRESULT status() const noexcept { return status_; }
 
 private:
     CLSID clsid_;
     HRESULT status_;
-    ClassRefusal* previous_;
+    FailingClass* previous_;
 };
 
 }  // namespace engine::com

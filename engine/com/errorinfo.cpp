@@ -80,15 +80,15 @@ HRESULT fail(HRESULT status, std::string_view utf8Description) noexcept {
 
 HRESULT nullPointer(std::string_view operation) noexcept {
     return guarded([&]() -> HRESULT {
-        throw Failure(E_POINTER, std::string(operation) + " was given no address for its result.");
+        throw Exception(E_POINTER, std::string(operation) + " was given no address for its result.");
     });
 }
 
 HRESULT detail::translateException() noexcept {
     try {
         throw;
-    } catch (const Failure& failure) {
-        return fail(failure.status(), failure.description());
+    } catch (const Exception& exception) {
+        return fail(exception.status(), exception.description());
     } catch (const std::bad_alloc&) {
         return fail(E_OUTOFMEMORY, text::worded("There is not enough memory to complete this operation."));
     } catch (const std::exception& exception) {

@@ -14,7 +14,7 @@ struct XMLWriteSettings {
     const OLECHAR* encoding;  // its name; null: the one that the document declares, else UTF-8
     Declaration declaration;
     bool indent;                // where a reader that drops layout white space sees no difference
-    OLECHAR indentBy;           // what each level is indented by: a tab, or a blank
+    OLECHAR indentBy;           // what each level is indented by: a tab or a space
     unsigned char indentCount;  // of those
 };
 
@@ -24,8 +24,8 @@ struct IXMLDocumentExtension : IUnknown {
     // characters. S_FALSE and zeros for what was not loaded. Linear in the source the first time, then
     // constant on average.
     virtual HRESULT STDMETHODCALLTYPE getPosition(IXMLDOMNode* element, LONG* line, LONG* column) = 0;
-    // The value of an expression from the document or one of its elements, in the form that has a place to
-    // go. Fails as selectNodes does.
+    // The value of an expression from the document or one of its elements, in the form whose address is
+    // given. Fails as selectNodes does.
     virtual HRESULT STDMETHODCALLTYPE evaluate(IXMLDOMNode* context, BSTR expression, BSTR* text,
                                                double* number, VARIANT_BOOL* truth) = 0;
     // Where the last expression of this document that was wrong went wrong, in characters from 1; 0: not
@@ -45,12 +45,12 @@ template <> struct engine::com::InterfaceInfo<IXMLDocumentExtension>
 // clang-format on
 
 // Of the locator that an error handler gets.
-struct IXMLErrorPlace : IUnknown {
+struct IXMLErrorPath : IUnknown {
     // The element that does not fit the schema, as an XPath expression with the names as written:
     // "/list[1]/p:item[2]". Null and S_FALSE: the error is not one of validation.
     virtual HRESULT STDMETHODCALLTYPE getPath(BSTR* path) = 0;
 };
-inline constexpr IID IID_IXMLErrorPlace{
+inline constexpr IID IID_IXMLErrorPath{
     0x2C64A1E9, 0x5F0B, 0x4D37, {0x8B, 0x1E, 0x6A, 0xF4, 0x93, 0x0D, 0x72, 0xC5}};
 
 // Gets what a style sheet says while it is compiled and run. Implemented by the caller; borrowed. Texts live
@@ -82,8 +82,8 @@ inline constexpr HRESULT kMayRepeatIdStatus = static_cast<HRESULT>(0xA0020000u);
 }
 
 // clang-format off
-template <> struct engine::com::InterfaceInfo<IXMLErrorPlace>
-    : engine::com::detail::InterfaceFacts<IXMLErrorPlace, IID_IXMLErrorPlace, IUnknown> {};
+template <> struct engine::com::InterfaceInfo<IXMLErrorPath>
+    : engine::com::detail::InterfaceFacts<IXMLErrorPath, IID_IXMLErrorPath, IUnknown> {};
 template <> struct engine::com::InterfaceInfo<IXSLReporting>
     : engine::com::detail::InterfaceFacts<IXSLReporting, IID_IXSLReporting, IUnknown> {};
 // clang-format on

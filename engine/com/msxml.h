@@ -62,7 +62,7 @@ struct IXMLDOMNode : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE selectSingleNode(BSTR expression,
                                                        IXMLDOMNode** node) = 0;  // none: null and S_FALSE
     // Of an element or attribute; null and S_FALSE: in no namespace, without a prefix. A prefix that is not
-    // declared around the node stands for no namespace.
+    // declared around the node is bound to no namespace.
     virtual HRESULT STDMETHODCALLTYPE get_namespaceURI(BSTR* uri) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_prefix(BSTR* prefix) = 0;
     // The name without its prefix; of an instruction its target; null and S_FALSE of nodes without a name.

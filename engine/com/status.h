@@ -17,9 +17,9 @@ HRESULT fail(HRESULT status, std::u16string_view description) noexcept;
 HRESULT fail(HRESULT status, std::string_view utf8Description) noexcept;
 
 // Thrown below a guarded operation where a status would have to be passed up by hand.
-class Failure final {
+class Exception final {
 public:
-    Failure(HRESULT status, std::string utf8Description) noexcept
+    Exception(HRESULT status, std::string utf8Description) noexcept
         : status_(status), description_(std::move(utf8Description)) {}
 
     [[nodiscard]] HRESULT status() const noexcept { return status_; }
@@ -34,7 +34,7 @@ namespace detail {
 HRESULT translateException() noexcept;  // inside a catch block only
 }
 
-// Runs `body`, which returns a status, and lets no exception out: Failure gives its own status and
+// Runs `body`, which returns a status, and lets no exception out: Exception gives its own status and
 // description, memory that ran out E_OUTOFMEMORY, everything else E_FAIL with the exception's text.
 template <typename Body>
 HRESULT guarded(Body&& body) noexcept {

@@ -17,8 +17,8 @@
 
 namespace engine::dom {
 
+using com::Exception;
 using com::fail;
-using com::Failure;
 using com::guarded;
 using com::textOf;
 using text::worded;
@@ -44,7 +44,7 @@ std::string takeDescription() {
 void checkName(BSTR name, const char* what) {
     if (text::isQualifiedName(textOf(name))) return;
     const std::u16string shown(textOf(name).substr(0, 100));
-    throw Failure(E_INVALIDARG, "'" + text::toUtf8(shown) + "' is not a name that " + what + " can have.");
+    throw Exception(E_INVALIDARG, "'" + text::toUtf8(shown) + "' is not a name that " + what + " can have.");
 }
 
 }  // namespace
@@ -135,7 +135,7 @@ HRESULT Document::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMPro
 HRESULT Document::createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOMNode** node) {
     return com::give(node, "createNode", [&] {
         if (type.vt != VT_I4 || type.lVal != NODE_ELEMENT)
-            throw Failure(E_NOTIMPL, "createNode makes elements only.");
+            throw Exception(E_NOTIMPL, "createNode makes elements only.");
         checkName(name, "an element");
         const Utf8Text tag(textOf(name));
         const Utf8Text uri(textOf(namespaceUri));
@@ -143,9 +143,9 @@ HRESULT Document::createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOM
             tag.view().substr(0, std::min(tag.view().find(':'), tag.view().size()));
         const bool isPrefixed = prefix.size() != tag.view().size();
         if (isPrefixed && (uri.view().empty() || prefix == "xmlns" || prefix == "xml")) {
-            throw Failure(E_INVALIDARG, "The prefix '" + std::string(prefix) +
-                                            "' cannot stand for the namespace '" + std::string(uri.view()) +
-                                            "'.");
+            throw Exception(E_INVALIDARG, "The prefix '" + std::string(prefix) +
+                                              "' cannot stand for the namespace '" + std::string(uri.view()) +
+                                              "'.");
         }
         liveTree().makeRoom();
         auto element = made<IXMLDOMElement>(tree().createElement(tag.view()));
@@ -278,7 +278,7 @@ HRESULT Document::validate(IXMLDOMParseError** error) {
     if (error == nullptr) return com::nullPointer("validate");
     *error = nullptr;
     return guarded([&] {
-        if (!schemas_) throw Failure(E_FAIL, "The document has no schemas to be validated against.");
+        if (!schemas_) throw Exception(E_FAIL, "The document has no schemas to be validated against.");
         auto found = std::make_shared<std::vector<reader::Violation>>();
         const HRESULT status =
             schemas_->validateTree(liveTree().source(kDocumentNode), validation_, found.get());
@@ -317,7 +317,7 @@ std::vector<std::pair<std::string, std::string>> prefixesIn(std::u16string_view 
         prefixes.emplace_back(attribute.name.substr(attribute.name.find(':') + 1), attribute.value);
     }
     if (isWrong) {
-        throw Failure(
+        throw Exception(
             E_INVALIDARG,
             worded("The prefixes of expressions are declared as in a start tag: xmlns:p=\"uri\" ..."));
     }
@@ -329,17 +329,17 @@ std::vector<std::pair<std::string, std::string>> prefixesIn(std::u16string_view 
 ExpressionValue Document::evaluate(const NodeSource& context, BSTR expression, ExpressionValue::Kind kind) {
     Evaluator* const available = evaluator();
     if (available == nullptr)
-        throw Failure(E_NOTIMPL, "This build has no evaluator: it cannot compute expressions.");
+        throw Exception(E_NOTIMPL, "This build has no evaluator: it cannot compute expressions.");
     expressionError_ = 0;
     const Expression asked{text::toUtf8(textOf(expression)), prefixes_};
     try {
         return available->evaluate(context, asked, kind);
     } catch (const ExpressionError& error) {
         expressionError_ = error.column();
-        throw Failure(E_INVALIDARG,
-                      error.column() == 0
-                          ? error.reason()
-                          : worded("column %1: %2", std::to_string(error.column()), error.reason()));
+        throw Exception(E_INVALIDARG,
+                        error.column() == 0
+                            ? error.reason()
+                            : worded("column %1: %2", std::to_string(error.column()), error.reason()));
     }
 }
 
@@ -358,7 +358,8 @@ HRESULT Document::evaluate(IXMLDOMNode* context, BSTR expression, BSTR* text, do
     return guarded([&] {
         const Binding* const binding = Binding::of(context);
         if (binding == nullptr)
-            throw Failure(E_INVALIDARG, "Expressions start at a document or an element of this XML library.");
+            throw Exception(E_INVALIDARG,
+                            "Expressions start at a document or an element of this XML library.");
         const Kind kind = text != nullptr ? Kind::Text : number != nullptr ? Kind::Number : Kind::Truth;
         const ExpressionValue value = evaluate(binding->liveTree().source(binding->node()), expression, kind);
         if (text != nullptr) *text = com::makeBstr(std::string_view(value.text));
@@ -390,8 +391,8 @@ HRESULT Document::setProperty(BSTR name, VARIANT value) {
             prefixes_ = prefixesIn(textOf(value.bstrVal));
             return S_OK;
         }
-        throw Failure(E_INVALIDARG, "There is no property '" + text::toUtf8(textOf(name).substr(0, 100)) +
-                                        "' that takes a value of this type.");
+        throw Exception(E_INVALIDARG, "There is no property '" + text::toUtf8(textOf(name).substr(0, 100)) +
+                                          "' that takes a value of this type.");
     });
 }
 
@@ -406,9 +407,9 @@ public:
             const auto count = static_cast<ULONG>(std::min<std::size_t>(bytes.size(), 1u << 30));
             ULONG done = 0;
             const HRESULT status = stream_.Write(bytes.data(), count, &done);
-            if (FAILED(status)) throw Failure(status, worded("The stream took no more of the document."));
+            if (FAILED(status)) throw Exception(status, worded("The stream took no more of the document."));
             if (done == 0)
-                throw Failure(STG_E_MEDIUMFULL, worded("The stream took no more of the document."));
+                throw Exception(STG_E_MEDIUMFULL, worded("The stream took no more of the document."));
             bytes.remove_prefix(std::min(done, count));
         }
     }
@@ -439,7 +440,7 @@ HRESULT Document::getPosition(IXMLDOMNode* element, LONG* line, LONG* column) {
     return guarded([&] {
         const Binding* const binding = Binding::of(element);
         if (binding == nullptr || binding->kind() != NodeKind::Element)
-            throw Failure(E_INVALIDARG, "Only elements of this XML library have a position.");
+            throw Exception(E_INVALIDARG, "Only elements of this XML library have a position.");
         const source::Position position = binding->liveTree().position(binding->node());
         *line = static_cast<LONG>(position.line);
         *column = static_cast<LONG>(position.column);

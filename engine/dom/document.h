@@ -1,4 +1,4 @@
-// The document object: loads trees, makes nodes, and stands for the document node of the tree it has.
+// The document object: loads trees, makes nodes, and represents the document node of the tree it has.
 // It counts from 1. Threads: a document, its nodes and everything got from them belong to one thread.
 #pragma once
 
@@ -31,7 +31,7 @@ public:
         return found != nullptr ? found : bindingPart(iid);
     }
 
-    // An expression from a node of a tree of this document's, with the document's prefixes. Throws Failure,
+    // An expression from a node of a tree of this document's, with the document's prefixes. Throws Exception,
     // and remembers where a wrong expression went wrong.
     [[nodiscard]] ExpressionValue evaluate(const NodeSource& context, BSTR expression,
                                            ExpressionValue::Kind kind);

@@ -18,7 +18,7 @@ namespace engine::dom {
 
 namespace {
 
-using com::Failure;
+using com::Exception;
 using source::Encoder;
 using text::decodeAt;
 using text::Decoded;
@@ -57,7 +57,7 @@ std::string codePoint(char32_t c) {
 }
 
 [[noreturn]] void reject(const std::string& why) {
-    throw Failure(E_INVALIDARG, why);
+    throw Exception(E_INVALIDARG, why);
 }
 
 // The value of a part of an XML declaration, whose data begins after the target; empty if it has none.
@@ -312,7 +312,7 @@ private:
     void breakLine() {
         endTag();
         out_.put('\n');
-        // Deeper levels do not begin further right: the blanks of a deep document would outgrow it by far.
+        // Deeper levels do not begin further right: the spaces of a deep document would outgrow it by far.
         const std::size_t level = std::min(layouts_.size(), kIndentedLevels);
         out_.put(settings_.indentBy, level * settings_.indentCount);
     }

@@ -29,11 +29,11 @@ struct WriteSettings {
     // An element a line: only in elements that hold elements and no text, outside mixed content and
     // xml:space="preserve", so that a reader that drops layout white space sees no difference.
     bool indent = false;
-    char indentBy = '\t';  // or a blank
+    char indentBy = '\t';  // or a space
     std::uint8_t indentCount = 1;
 };
 
-// Throws com::Failure (E_INVALIDARG) for what XML or the encoding cannot hold, an unknown encoding and an
+// Throws com::Exception (E_INVALIDARG) for what XML or the encoding cannot hold, an unknown encoding and an
 // undeclared prefix, and what the sink throws. Linear; no stack is used.
 void writeDocument(const Tree& tree, const WriteSettings& settings, ByteSink& sink);
 

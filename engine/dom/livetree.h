@@ -22,7 +22,7 @@ namespace engine::dom {
 
 class LiveTree;
 
-// Which node of which tree a node object stands for; part of the object. A node that moves to another tree
+// Which node of which tree a node object represents; part of the object. A node that moves to another tree
 // takes its object along.
 class Binding {
 public:
@@ -185,8 +185,8 @@ inline Tree& Binding::tree() const noexcept {
 // the document has replaced. (nodeobject.cpp)
 [[nodiscard]] com::Ref<IXMLDOMNode> nodeObject(LiveTree& tree, NodeId node);
 
-// The nodes that an expression selects from a node, with the prefixes of the tree's document. Throws Failure;
-// the document then knows the position in the expression. (document.cpp)
+// The nodes that an expression selects from a node, with the prefixes of the tree's document. Throws
+// Exception; the document then knows the position in the expression. (document.cpp)
 [[nodiscard]] ExpressionValue selectFrom(LiveTree& tree, NodeId node, BSTR expression);
 
 }  // namespace engine::dom

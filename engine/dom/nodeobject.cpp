@@ -16,15 +16,15 @@
 
 namespace engine::dom {
 
-using com::Failure;
+using com::Exception;
 using com::guarded;
 using com::nullPointer;
 using com::textOf;
 
 void checkInstructionData(std::string_view data) {
     if (data.find("?>") != data.npos) {
-        throw Failure(E_INVALIDARG,
-                      "The data of a processing instruction cannot contain '?>', which ends it.");
+        throw Exception(E_INVALIDARG,
+                        "The data of a processing instruction cannot contain '?>', which ends it.");
     }
 }
 
@@ -71,11 +71,11 @@ BSTR gatherText(const Tree& tree, NodeId node) {
 }
 
 [[noreturn]] void reject(const std::string& why) {
-    throw Failure(E_FAIL, why);
+    throw Exception(E_FAIL, why);
 }
 
 // What stands against putting `child` below `parent`, in the place of `replaced` if that is a node. Throws
-// Failure.
+// Exception.
 void checkInsertion(const Binding& parent, const Binding& child, NodeId replaced) {
     const Tree& target = parent.tree();
     const Tree& source = child.tree();
@@ -106,12 +106,12 @@ void checkInsertion(const Binding& parent, const Binding& child, NodeId replaced
 }
 
 Binding& childBinding(IXMLDOMNode* child, const char* operation) {
-    if (child == nullptr) throw Failure(E_INVALIDARG, std::string(operation) + " was given no node.");
+    if (child == nullptr) throw Exception(E_INVALIDARG, std::string(operation) + " was given no node.");
     Binding* binding = Binding::of(child);
     if (binding == nullptr) {
-        throw Failure(E_INVALIDARG, std::string(operation) +
-                                        " was given a node that cannot be a child, such as an "
-                                        "attribute, or one of another XML library.");
+        throw Exception(E_INVALIDARG, std::string(operation) +
+                                          " was given a node that cannot be a child, such as an "
+                                          "attribute, or one of another XML library.");
     }
     return *binding;
 }
@@ -126,19 +126,19 @@ NodeId take(Binding& parent, Binding& child) {
     return child.node();
 }
 
-// What the content of a node that is not an element must not hold. Throws Failure.
+// What the content of a node that is not an element must not hold. Throws Exception.
 void checkContent(NodeKind kind, std::string_view content) {
     const auto holds = [&](std::string_view part) { return content.find(part) != content.npos; };
     if (kind == NodeKind::Document) {
-        throw Failure(E_FAIL, "The text of a document cannot be set; set the text of an element.");
+        throw Exception(E_FAIL, "The text of a document cannot be set; set the text of an element.");
     }
-    if (kind == NodeKind::DocumentType) throw Failure(E_FAIL, "The text of a DOCTYPE cannot be set.");
+    if (kind == NodeKind::DocumentType) throw Exception(E_FAIL, "The text of a DOCTYPE cannot be set.");
     if (kind == NodeKind::ProcessingInstruction) checkInstructionData(content);
     if (kind == NodeKind::CData && holds("]]>")) {
-        throw Failure(E_INVALIDARG, "A CDATA section cannot contain ']]>', which ends it.");
+        throw Exception(E_INVALIDARG, "A CDATA section cannot contain ']]>', which ends it.");
     }
     if (kind == NodeKind::Comment && (holds("--") || content.ends_with('-'))) {
-        throw Failure(E_INVALIDARG, "A comment cannot contain '--' or end in '-'.");
+        throw Exception(E_INVALIDARG, "A comment cannot contain '--' or end in '-'.");
     }
 }
 
@@ -149,29 +149,29 @@ std::string displayed(std::u16string_view text) {
 Transformer& needTransformer() {
     Transformer* available = transformer();
     if (available == nullptr)
-        throw Failure(E_NOTIMPL, "This build has no transformer: it cannot run style sheets.");
+        throw Exception(E_NOTIMPL, "This build has no transformer: it cannot run style sheets.");
     return *available;
 }
 
 NodeSource styleSource(IXMLDOMNode* styleSheet) {
     if (styleSheet == nullptr) {
-        throw Failure(E_INVALIDARG,
-                      "There is no style sheet: the style sheet document has no document element.");
+        throw Exception(E_INVALIDARG,
+                        "There is no style sheet: the style sheet document has no document element.");
     }
     const Binding* binding = Binding::of(styleSheet);
     if (binding == nullptr) {
-        throw Failure(E_INVALIDARG, "The style sheet is not an element or document of this XML library.");
+        throw Exception(E_INVALIDARG, "The style sheet is not an element or document of this XML library.");
     }
     return binding->liveTree().source(binding->node());
 }
 
-// The document that a variant holds as the place for a result.
+// The document that a variant holds to receive a result.
 com::Ref<IContentTarget> targetOf(const VARIANT& output) {
     const bool isObject = (output.vt == VT_DISPATCH || output.vt == VT_UNKNOWN) && output.punkVal != nullptr;
     void* target = nullptr;
     if (!isObject || FAILED(output.punkVal->QueryInterface(IID_IContentTarget, &target))) {
-        throw Failure(E_INVALIDARG,
-                      "The result of a transformation needs a document of this XML library to go to.");
+        throw Exception(E_INVALIDARG,
+                        "The result of a transformation needs a document of this XML library to go to.");
     }
     return com::Ref<IContentTarget>::adopt(static_cast<IContentTarget*>(target));
 }
@@ -289,8 +289,9 @@ HRESULT NodeObject<Interface>::insertBefore(IXMLDOMNode* newChild, VARIANT refCh
         Binding& child = childBinding(newChild, "insertBefore");
         const Binding* const next = isObject ? Binding::of(refChild.punkVal) : nullptr;
         if (next == nullptr || !isSameTree(*next) || tree().parent(next->node()) != node()) {
-            throw Failure(E_INVALIDARG,
-                          "insertBefore was given a node to insert before that is not a child of this node.");
+            throw Exception(
+                E_INVALIDARG,
+                "insertBefore was given a node to insert before that is not a child of this node.");
         }
         checkInsertion(*this, child, kNoNode);
         if (&child != next) {
@@ -308,8 +309,8 @@ HRESULT NodeObject<Interface>::removeChild(IXMLDOMNode* child, IXMLDOMNode** rem
     return guarded([&] {
         const Binding& old = childBinding(child, "removeChild");
         if (!isSameTree(old) || tree().parent(old.node()) != node()) {
-            throw Failure(E_INVALIDARG,
-                          "removeChild was given a node to remove that is not a child of this node.");
+            throw Exception(E_INVALIDARG,
+                            "removeChild was given a node to remove that is not a child of this node.");
         }
         tree().unlink(old.node());
         if (removed != nullptr) *removed = com::Ref<IXMLDOMNode>::share(child).detach();
@@ -325,8 +326,8 @@ HRESULT NodeObject<Interface>::replaceChild(IXMLDOMNode* newChild, IXMLDOMNode* 
         Binding& child = childBinding(newChild, "replaceChild");
         const Binding& old = childBinding(oldChild, "replaceChild");
         if (!isSameTree(old) || tree().parent(old.node()) != node()) {
-            throw Failure(E_INVALIDARG,
-                          "replaceChild was given a node to replace that is not a child of this node.");
+            throw Exception(E_INVALIDARG,
+                            "replaceChild was given a node to replace that is not a child of this node.");
         }
         checkInsertion(*this, child, old.node());
         if (&child != &old) {
@@ -351,7 +352,7 @@ template <typename Interface>
 HRESULT NodeObject<Interface>::cloneNode(VARIANT_BOOL deep, IXMLDOMNode** copy) {
     return com::give(copy, "cloneNode", [&] {
         if (kIsDocument) {
-            throw Failure(E_NOTIMPL, "A document cannot be copied as a node; copy its document element.");
+            throw Exception(E_NOTIMPL, "A document cannot be copied as a node; copy its document element.");
         }
         liveTree().makeRoom();
         const NodeId made = tree().clone(node(), deep != VARIANT_FALSE);
@@ -503,12 +504,12 @@ HRESULT ElementObject::setAttribute(BSTR name, VARIANT value) {
     VARIANT converted{};
     const HRESULT status = guarded([&] {
         if (!text::isQualifiedName(textOf(name))) {
-            throw Failure(E_INVALIDARG,
-                          "'" + displayed(textOf(name)) + "' is not a name that an attribute can have.");
+            throw Exception(E_INVALIDARG,
+                            "'" + displayed(textOf(name)) + "' is not a name that an attribute can have.");
         }
         if (value.vt != VT_BSTR && FAILED(VariantChangeType(&converted, &value, 0, VT_BSTR))) {
-            throw Failure(E_INVALIDARG, "The value for the attribute '" + displayed(textOf(name)) +
-                                            "' is not a text and cannot be made one.");
+            throw Exception(E_INVALIDARG, "The value for the attribute '" + displayed(textOf(name)) +
+                                              "' is not a text and cannot be made one.");
         }
         liveTree().makeRoom();
         const Utf8Text wanted(textOf(name));

@@ -15,7 +15,7 @@
 
 namespace engine::dom {
 
-// What the data of a processing instruction must not hold. Throws com::Failure.
+// What the data of a processing instruction must not hold. Throws com::Exception.
 void checkInstructionData(std::string_view data);
 
 // Each operation keeps the rules of COM: out-parameters cleared first, no exception, error information with
@@ -184,7 +184,7 @@ private:
     friend class AttributeObject;
 
     AttributeMap attributes_{*this};
-    AttributeObject* liveAttributes_ = nullptr;  // a list: their places change when an attribute goes
+    AttributeObject* liveAttributes_ = nullptr;  // a list: their indexes change when an attribute goes
 };
 
 }  // namespace engine::dom

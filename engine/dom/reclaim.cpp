@@ -53,7 +53,7 @@ void Tree::reclaim(std::span<const NodeId> roots) noexcept {
     try {
         compact();
     } catch (const std::bad_alloc&) {  // everything is still where it was
-    } catch (const com::Failure&) {
+    } catch (const com::Exception&) {
     }
     wastedBytes_ = 0;
 }

@@ -31,11 +31,11 @@ struct NodeSource {
     const Tree& tree;
     NodeId node;
     std::string_view url;                       // the file its document was loaded from, UTF-8; empty: none
-    std::unique_ptr<Kept>* kept = nullptr;      // the transformer's place in the tree's owner; null: none
+    std::unique_ptr<Kept>* kept = nullptr;      // what the transformer keeps with the tree; null: none
     std::unique_ptr<Kept>* keptCopy = nullptr;  // the evaluator's
 };
 
-// Failures leave as com::Failure with a description that a person can act on, and nothing else leaves but
+// Errors leave as com::Exception with a description that a person can act on, and nothing else leaves but
 // std::bad_alloc.
 class Transformer {
 public:

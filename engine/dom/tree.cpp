@@ -146,7 +146,7 @@ NodeId Tree::allocate(NodeKind kind, NameId name, std::uint32_t first, std::uint
     return node;
 }
 
-// The node's place may be used again; a place in the file is no longer its own.
+// The node's record may be used again; a position in the file is no longer its own.
 void Tree::release(NodeId node) noexcept {
     Node& record = nodes_[node];
     if (kind(node) == NodeKind::Element) {

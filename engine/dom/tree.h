@@ -5,9 +5,9 @@
 // engine/text/utf.h).
 //
 // Ids stay valid until their node is reclaimed. Views of text live until the next operation that is not
-// const. No operation recurses. What throws, throws std::bad_alloc, or com::Failure when a table is full, and
-// then nothing has changed that a reader of the tree could see. Threads: const operations may run together; a
-// change needs the tree to itself.
+// const. No operation recurses. What throws, throws std::bad_alloc, or com::Exception when a table is full,
+// and then nothing has changed that a reader of the tree could see. Threads: const operations may run
+// together; a change needs the tree to itself.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@
 
 namespace engine::dom {
 
-using tables::AllocationFailure;
+using tables::FailingAllocation;
 using tables::NameId;
 using tables::Names;
 using tables::Table;
@@ -121,8 +121,8 @@ public:
         }
     }
 
-    // Takes the text that the document is about to be read from; the tree must be empty. Throws com::Failure
-    // if it is longer than the tree's limit.
+    // Takes the text that the document is about to be read from; the tree must be empty. Throws
+    // com::Exception if it is longer than the tree's limit.
     void adoptSource(source::SourceText source);
     [[nodiscard]] std::uint32_t maxTextInBytes() const noexcept { return maxText_; }
 
@@ -165,7 +165,7 @@ public:
     [[nodiscard]] bool wantsReclaim() const noexcept;
     void reclaim(std::span<const NodeId> roots) noexcept;
 
-    // What a node's owner keeps with it: its live COM object's place in a table of theirs, 0 for none.
+    // What a node's owner keeps with it: its live COM object's index in a table of theirs, 0 for none.
     [[nodiscard]] std::uint32_t handle(NodeId node) const noexcept { return nodes_[node].handle; }
     void setHandle(NodeId node, std::uint32_t handle) noexcept { nodes_[node].handle = handle; }
 
@@ -263,8 +263,8 @@ private:
     bool sharesTexts_ = false;       // a text of the store may belong to two nodes
 };
 
-// What a prefix (empty: the default namespace) stands for at an element: of its innermost declaration there
-// or around it; empty: nothing. Lives as views of the tree's text do. Linear in the depth.
+// The namespace that a prefix (empty: the default) is bound to at an element: of its innermost declaration
+// there or around it; empty: nothing. Lives as views of the tree's text do. Linear in the depth.
 [[nodiscard]] std::string_view namespaceOf(const Tree& tree, NodeId element, std::string_view prefix);
 
 }  // namespace engine::dom

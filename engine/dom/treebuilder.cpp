@@ -38,10 +38,10 @@ void TreeBuilder::startDocument(const reader::Locator& locator) {
     locator_ = &locator;
     tree_.roomsFrom_ = Tree::kNoOffset;  // until the end
     const std::string_view source = tree_.source_.text;
-    isPlaced_ = source.data() != nullptr;
+    hasSource_ = source.data() != nullptr;
     const std::uint32_t expected = expectedCount(source, '<', 24);
     tree_.nodes_.reserve(expected + 8);
-    if (isPlaced_) tree_.offsets_.reserve(expected + 8);
+    if (hasSource_) tree_.offsets_.reserve(expected + 8);
     tree_.attributes_.reserve(expectedCount(source, '=', 32));
     const bool keepAll = whiteSpace_ == WhiteSpace::KeepAll;
     open_.reserve(16);
@@ -59,8 +59,8 @@ void TreeBuilder::endDocument() {
 }
 
 source::Position TreeBuilder::position() const noexcept {
-    const std::uint32_t placed = tree_.offsets_.size();
-    return placed == 0 ? source::Position{} : tree_.position(placed - 1);
+    const std::uint32_t count = tree_.offsets_.size();
+    return count == 0 ? source::Position{} : tree_.position(count - 1);
 }
 
 bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,
@@ -266,7 +266,7 @@ source::ParseError load(Tree& tree, const source::Input& input, WhiteSpace white
         source::ParseError error = reader::detail::parse(source, options, builder);
         if (!error.failed() && dtd == reader::ReadOptions::Dtd::Internal) addDoctype(tree);
         return error;
-    } catch (const com::Failure& failure) {
+    } catch (const com::Exception& failure) {
         return {failure.status(), builder.position(), failure.description(), {}, 0};
     }
 }

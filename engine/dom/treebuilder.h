@@ -107,7 +107,7 @@ private:
         const std::uint32_t first = tag.attributes.empty() ? 0 : addAttributes(tag.attributes);
         const NodeId element =
             add(NodeKind::Element, tag.id, first, static_cast<std::uint32_t>(tag.attributes.size()));
-        if (isPlaced_) place(element, tag.name);
+        if (hasSource_) setOffset(element, tag.name);
         return element;
     }
     [[nodiscard, gnu::always_inline]] std::uint32_t addAttributes(
@@ -128,7 +128,7 @@ private:
                 static_cast<std::uint32_t>(text.size())};
     }
     // The offsets of the nodes between this element and the one before stay undefined: they are never read.
-    void place(NodeId element, std::string_view name) {
+    void setOffset(NodeId element, std::string_view name) {
         const std::uint32_t added = element + 1 - tree_.offsets_.size();
         tree_.offsets_.extend(added)[added - 1] =
             Tree::isWithin(name.data(), tree_.source_.text)
@@ -159,7 +159,7 @@ private:
 
     Tree& tree_;
     WhiteSpace whiteSpace_;
-    bool isPlaced_ = false;  // the tree has the source
+    bool hasSource_ = false;  // the tree has the source
     const reader::Locator* locator_ = nullptr;
     std::array<std::byte, 1024> firstMemory_;  // enough for a small document
     std::pmr::monotonic_buffer_resource memory_{firstMemory_.data(), firstMemory_.size()};

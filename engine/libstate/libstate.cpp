@@ -1,4 +1,4 @@
-// Initialisations run once, whichever thread comes first. A refused allocation shows in errno, which libxml2
+// Initialisations run once, whichever thread comes first. A failed allocation shows in errno, which libxml2
 // leaves as the allocator set it.
 #include "engine/libstate/libstate.h"
 
@@ -39,19 +39,19 @@ void initialiseLibxslt() {
     std::call_once(once, xsltInit);
 }
 
-RefusedMemory::RefusedMemory() noexcept : previous_(errno) {
+AllocationError::AllocationError() noexcept : previous_(errno) {
     errno = 0;
 }
 
-RefusedMemory::~RefusedMemory() {
+AllocationError::~AllocationError() {
     if (!happened()) errno = previous_;
 }
 
-bool RefusedMemory::happened() const noexcept {
+bool AllocationError::happened() const noexcept {
     return errno == ENOMEM;
 }
 
-void RefusedMemory::throwIfHappened() const {
+void AllocationError::throwIfHappened() const {
     if (happened()) throw std::bad_alloc();
 }
 

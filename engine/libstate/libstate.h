@@ -1,6 +1,6 @@
 // The state that libxml2 and libxslt keep for the process and for each thread: one-time initialisation,
-// refused memory, settings. Threads: initialisation any number at once; objects are made and destroyed on one
-// thread, and may nest.
+// failed allocations, settings. Threads: initialisation any number at once; objects are made and destroyed on
+// one thread, and may nest.
 #pragma once
 
 #include <libxml/xmlIO.h>
@@ -14,17 +14,17 @@ void initialiseLibxml2();  // the parser, character encodings, XPath, the tree
 void initialiseSchemas();  // the same, and the built-in types of XML Schema; throws std::bad_alloc
 void initialiseLibxslt();  // libxml2, and the transformer's built-in elements
 
-// Whether the system has refused memory to this thread. libxml2 and libxslt do not report every refusal: some
+// Whether an allocation of this thread has failed. libxml2 and libxslt do not report every failure: some
 // of their functions go on without what they asked for, and return a wrong result as if it were right.
 //
-// A refused allocation leaves ENOMEM in errno, and nothing that succeeds clears it. Only a later failure of
+// A failed allocation leaves ENOMEM in errno, and nothing that succeeds clears it. Only a later failure of
 // another kind can overwrite it; callbacks that may have one keep errno with KeepErrno.
-class RefusedMemory final {
+class AllocationError final {
 public:
-    RefusedMemory() noexcept;  // from here on
-    ~RefusedMemory();          // errno is again what it was, unless memory was refused
-    RefusedMemory(const RefusedMemory&) = delete;
-    RefusedMemory& operator=(const RefusedMemory&) = delete;
+    AllocationError() noexcept;  // from here on
+    ~AllocationError();          // errno is again what it was, unless an allocation failed
+    AllocationError(const AllocationError&) = delete;
+    AllocationError& operator=(const AllocationError&) = delete;
 
     [[nodiscard]] bool happened() const noexcept;
     void throwIfHappened() const;  // std::bad_alloc

@@ -59,7 +59,7 @@ void DirectParserBase::look() noexcept {
 
 const char* DirectParserBase::grow() {
     const std::uint64_t at = offsetOf(cursor_);
-    keepPlaces();
+    keepPositions();
     if (context_.ownsNames() && names_.sizeInBytes() > kNamesInBytes + 2 * namesKept_) forgetNames();
     isEnded_ = !source_.fill(at);
     cursor_ = source_.at(at);
@@ -68,13 +68,14 @@ const char* DirectParserBase::grow() {
 }
 
 // The window is about to move on: the starts of the open elements are still at hand.
-void DirectParserBase::keepPlaces() {
+void DirectParserBase::keepPositions() {
     std::size_t known = 0;
-    while (known < places_.size() && known < opens_.size() && places_[known].offset == opens_[known].offset)
+    while (known < keptPositions_.size() && known < opens_.size() &&
+           keptPositions_[known].offset == opens_[known].offset)
         ++known;
-    places_.resize(known);
+    keptPositions_.resize(known);
     for (; known < opens_.size(); ++known)
-        places_.push_back({opens_[known].offset, source_.placeOf(opens_[known].offset)});
+        keptPositions_.push_back({opens_[known].offset, source_.errorAt(opens_[known].offset)});
 }
 
 void DirectParserBase::forgetNames() {
@@ -93,11 +94,12 @@ void DirectParserBase::forgetNames() {
 ParseError DirectParserBase::error() {
     ParseError error = source_.describe(fault_);
     if (fault_.offset == kNoOffset || source_.holds(fault_.offset)) return error;
-    const auto place = std::find_if(places_.begin(), places_.end(),
-                                    [this](const Place& p) { return p.offset == fault_.offset; });
-    if (place == places_.end()) return error;
-    error.position = place->place.position;
-    error.filePosition = place->place.filePosition;
+    const auto kept =
+        std::find_if(keptPositions_.begin(), keptPositions_.end(),
+                     [this](const KeptPosition& known) { return known.offset == fault_.offset; });
+    if (kept == keptPositions_.end()) return error;
+    error.position = kept->error.position;
+    error.filePosition = kept->error.filePosition;
     return error;
 }
 

@@ -10,7 +10,7 @@
 namespace engine::reader::detail {
 namespace {
 
-// Blanks at the ends go, runs of them become one. Only U+0020 counts: others came from character references.
+// Spaces at the ends go, runs of them become one. Only U+0020 counts: others came from character references.
 std::string tokenized(std::string_view value) {
     std::string result;
     for (char c : value) {

@@ -208,8 +208,8 @@ namespace {
 struct Wording {
     int code;  // libxml2's
     ErrorCode ours;
-    bool isOfTag;      // it concerns the tag that has begun last, not the place where libxml2 noticed
-    const char* text;  // "%1" stands for the name that libxml2 gives
+    bool isOfTag;      // it concerns the tag that has begun last, not where libxml2 noticed it
+    const char* text;  // "%1" is replaced by the name that libxml2 gives
 };
 
 constexpr Wording kWordings[] = {

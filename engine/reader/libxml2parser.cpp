@@ -19,7 +19,7 @@ using libstate::view;
 
 namespace {
 
-// Text without events (blanks outside the root, a huge tag) is kept for its position up to here.
+// Text without events (white space outside the root, a huge tag) is kept for its position up to here.
 constexpr std::uint64_t kLongestLookBack = std::uint64_t{16} << 20;
 constexpr std::string_view kPreamble = "<?xml version=\"1.0\"?>";
 constexpr std::string_view kStandalonePreamble = "<?xml version=\"1.0\" standalone=\"yes\"?>";
@@ -242,7 +242,7 @@ int Libxml2Parser::feed(char* to, int length) {
 
 // The sink may use libxml2 itself: it meets the thread as the application has set it up.
 template <typename Event>
-void Libxml2Parser::tell(Event&& event) {
+void Libxml2Parser::callSink(Event&& event) {
     const libstate::ErrorHandler theirs(applicationHandler_);
     event();
 }
@@ -327,7 +327,7 @@ void Libxml2Parser::startElement(const xmlChar* name, const xmlChar** attributes
         return reject(namespaces.error().code, shared_.event, std::move(namespaces.error().reason));
     }
     opens_.push_back({id, namespaces.declared()});
-    tell([&] { sink_.startElement(written, attributes_); });
+    callSink([&] { sink_.startElement(written, attributes_); });
     // libxml2 stands before the '>'. Of an empty tag, the end event still has to find the '<'.
     const std::uint64_t at = here();
     if (source_.holds(at) && *source_.at(at) == '>') lastEventEnd_ = at + 1;
@@ -339,7 +339,7 @@ void Libxml2Parser::endElement(const xmlChar* name) {
     const Open open = opens_.back();
     opens_.pop_back();
     shared_.resolved().beginLeave(open.name, open.declared);
-    tell([&] { sink_.endElement(view(name)); });
+    callSink([&] { sink_.endElement(view(name)); });
     shared_.resolved().leave(open.declared);
     eventEnds();
 }
@@ -351,7 +351,7 @@ void Libxml2Parser::characters(const xmlChar* text, int length) {
 }
 
 void Libxml2Parser::deliverText(std::string_view text) {
-    if (!text.empty() && !opens_.empty()) tell([&] { sink_.characters(text); });
+    if (!text.empty() && !opens_.empty()) callSink([&] { sink_.characters(text); });
 }
 
 void Libxml2Parser::startDoctype() {
@@ -364,19 +364,19 @@ void Libxml2Parser::startDoctype() {
 
 void Libxml2Parser::cData(std::string_view text) {
     locateFirst("<![CDATA[");
-    tell([&] { sink_.startCData(); });
+    callSink([&] { sink_.startCData(); });
     const std::uint64_t textStart = shared_.event + 9;
     locate(textStart);
     deliverText(text);
     locate(textStart + text.size());
-    tell([&] { sink_.endCData(); });
+    callSink([&] { sink_.endCData(); });
     eventEnds();
 }
 
 void Libxml2Parser::comment(std::string_view text) {
     if (context_->inSubset == 0) {
         locateFirst("<!--");
-        tell([&] { sink_.comment(text); });
+        callSink([&] { sink_.comment(text); });
     }
     eventEnds();
 }
@@ -389,7 +389,7 @@ void Libxml2Parser::instruction(std::string_view target, std::string_view data) 
             ErrorCode::BadQualifiedName, shared_.event,
             worded("The target '%1' of a processing instruction must not hold a colon.", shown(target)));
     }
-    tell([&] { sink_.processingInstruction(target, data); });
+    callSink([&] { sink_.processingInstruction(target, data); });
     eventEnds();
 }
 

@@ -63,7 +63,7 @@ public:
         std::string reason;
         std::size_t attribute = kElement;  // index of the offending one
     };
-    // What a prefix stands for from one start tag to its end tag.
+    // The namespace that a prefix is bound to from one start tag to its end tag.
     struct Binding {
         NameId prefix;  // kNoName: the default namespace
         std::string uri;

@@ -24,7 +24,7 @@ using ViolationReport = std::function<void(const Violation&)>;
 // What a schema collection implements when it is given to a streaming reader.
 struct ISchemaStream : IUnknown {
     // A sink that validates the one document whose events it gets, and reports each violation during the
-    // event that shows it. What `report` throws comes out of the event. Throws com::Failure if there is no
+    // event that shows it. What `report` throws comes out of the event. Throws com::Exception if there is no
     // schema.
     virtual std::unique_ptr<EventSink> newValidator(ViolationReport report) = 0;
 };

@@ -17,8 +17,8 @@ namespace {
 // A length for the handler. Texts this long are attribute values of gigabytes: rejected, not cut.
 int lengthOf(std::u16string_view text) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY,
-                           text::worded("A name or an attribute value is longer than a handler can take."));
+        throw com::Exception(E_OUTOFMEMORY,
+                             text::worded("A name or an attribute value is longer than a handler can take."));
     }
     return static_cast<int>(text.size());
 }
@@ -188,7 +188,7 @@ SaxEvents::~SaxEvents() {
 }
 
 template <typename Call>
-void SaxEvents::tell(Call&& call) {
+void SaxEvents::notify(Call&& call) {
     callHandler(handlers_.content.get(), inHandler_, std::forward<Call>(call));
 }
 
@@ -196,12 +196,12 @@ void SaxEvents::startDocument(const reader::Locator& locator) {
     names_ = locator.namespaces();
     units_.follow(names_->names());
     locator_ = com::Ref<SaxLocator>::adopt(new SaxLocator(locator));
-    tell([&](ISAXContentHandler& handler) { return handler.putDocumentLocator(locator_.get()); });
-    tell([](ISAXContentHandler& handler) { return handler.startDocument(); });
+    notify([&](ISAXContentHandler& handler) { return handler.putDocumentLocator(locator_.get()); });
+    notify([](ISAXContentHandler& handler) { return handler.startDocument(); });
 }
 
 void SaxEvents::endDocument() {
-    tell([](ISAXContentHandler& handler) { return handler.endDocument(); });
+    notify([](ISAXContentHandler& handler) { return handler.endDocument(); });
 }
 
 std::u16string_view SaxEvents::uriOfElement() {
@@ -231,20 +231,20 @@ void SaxEvents::startElement(tables::NameId id, std::string_view name,
         scratch_.start(declared.prefix.size() + declared.uri.size());
         const std::u16string_view prefix = scratch_.add(declared.prefix);
         const std::u16string_view uri = scratch_.add(declared.uri);
-        tell([&](ISAXContentHandler& handler) {
+        notify([&](ISAXContentHandler& handler) {
             return handler.startPrefixMapping(unitsOf(prefix), lengthOf(prefix), unitsOf(uri), lengthOf(uri));
         });
     }
     std::size_t bytes = name.size();
     for (const reader::IdAttribute& attribute : attributes) bytes += attribute.value.size();
     if (bytes > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw com::Failure(E_OUTOFMEMORY, text::worded("A start tag is longer than a handler can take."));
+        throw com::Exception(E_OUTOFMEMORY, text::worded("A start tag is longer than a handler can take."));
     }
     scratch_.start(bytes);
     const std::u16string_view uri = uriOfElement();
     const Utf16Names::Name units = units_.of(id);
     attributes_.set(attributes, *names_, units_, scratch_);
-    tell([&](ISAXContentHandler& handler) {
+    notify([&](ISAXContentHandler& handler) {
         return handler.startElement(unitsOf(uri), lengthOf(uri), units.local().data(),
                                     lengthOf(units.local()), units.units, lengthOf(units.qualified()),
                                     &attributes_);
@@ -255,7 +255,7 @@ void SaxEvents::endElement(std::string_view) {
     if (!handlers_.content) return;
     const std::u16string_view uri = uriOfElement();
     const Utf16Names::Name units = units_.of(names_->elementId());
-    tell([&](ISAXContentHandler& handler) {
+    notify([&](ISAXContentHandler& handler) {
         return handler.endElement(unitsOf(uri), lengthOf(uri), units.local().data(), lengthOf(units.local()),
                                   units.units, lengthOf(units.qualified()));
     });
@@ -263,7 +263,7 @@ void SaxEvents::endElement(std::string_view) {
     for (auto declared = declarations.rbegin(); declared != declarations.rend(); ++declared) {
         scratch_.start(declared->prefix.size());
         const std::u16string_view prefix = scratch_.add(declared->prefix);
-        tell([&](ISAXContentHandler& handler) {
+        notify([&](ISAXContentHandler& handler) {
             return handler.endPrefixMapping(unitsOf(prefix), lengthOf(prefix));
         });
     }
@@ -274,7 +274,7 @@ void SaxEvents::characters(std::string_view text) {
     if (!handlers_.content) return;
     scratch_.start(text.size());
     const std::u16string_view units = scratch_.add(text);
-    tell([&](ISAXContentHandler& handler) { return handler.characters(units.data(), lengthOf(units)); });
+    notify([&](ISAXContentHandler& handler) { return handler.characters(units.data(), lengthOf(units)); });
 }
 
 void SaxEvents::startCData() {
@@ -301,7 +301,7 @@ void SaxEvents::processingInstruction(std::string_view target, std::string_view 
     scratch_.start(target.size() + data.size());
     const std::u16string_view name = scratch_.add(target);
     const std::u16string_view rest = scratch_.add(data);
-    tell([&](ISAXContentHandler& handler) {
+    notify([&](ISAXContentHandler& handler) {
         return handler.processingInstruction(unitsOf(name), lengthOf(name), unitsOf(rest), lengthOf(rest));
     });
 }

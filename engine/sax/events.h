@@ -167,7 +167,7 @@ private:
         std::u16string units;
     };
     template <typename Call>
-    void tell(Call&& call);
+    void notify(Call&& call);
     void startElement(tables::NameId id, std::string_view name,
                       std::span<const reader::IdAttribute> attributes);
     [[nodiscard]] std::u16string_view uriOfElement();

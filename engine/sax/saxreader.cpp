@@ -27,8 +27,8 @@ constexpr std::u16string_view kDepth = u"max-element-depth";
 
 HRESULT unknownName(const char* sort, std::u16string_view name) noexcept {
     return com::guarded([&]() -> HRESULT {
-        throw com::Failure(E_INVALIDARG, "The reader has no " + std::string(sort) + " '" +
-                                             text::toUtf8(name.substr(0, 100)) + "'.");
+        throw com::Exception(E_INVALIDARG, "The reader has no " + std::string(sort) + " '" +
+                                               text::toUtf8(name.substr(0, 100)) + "'.");
     });
 }
 
@@ -38,7 +38,7 @@ static_assert(isLimitStatus(statusOf(source::ErrorCode::TooLong)) &&
               isLimitStatus(statusOf(source::ErrorCode::TooManyNames)) &&
               isLimitStatus(statusOf(source::ErrorCode::EntityTooLarge)));
 
-// The object in a variant; null for none. Throws com::Failure if it is something else, or has no such
+// The object in a variant; null for none. Throws com::Exception if it is something else, or has no such
 // interface.
 template <typename T>
 com::Ref<T> objectIn(const VARIANT& value, REFIID iid, const char* what) {
@@ -47,14 +47,14 @@ com::Ref<T> objectIn(const VARIANT& value, REFIID iid, const char* what) {
     if (isObject && value.punkVal == nullptr) return {};
     void* object = nullptr;
     if (!isObject || FAILED(value.punkVal->QueryInterface(iid, &object)))
-        throw com::Failure(E_INVALIDARG, "The value is not " + std::string(what) + ".");
+        throw com::Exception(E_INVALIDARG, "The value is not " + std::string(what) + ".");
     return com::Ref<T>::adopt(static_cast<T*>(object));
 }
 
 // Where an error is, for the error handler; stays right for as long as it is kept.
-class ErrorPlace final : public com::Object<ErrorPlace, ISAXLocator, IXMLErrorPlace> {
+class ErrorLocator final : public com::Object<ErrorLocator, ISAXLocator, IXMLErrorPath> {
 public:
-    ErrorPlace(source::Position position, std::string path) : position_(position), path_(std::move(path)) {}
+    ErrorLocator(source::Position position, std::string path) : position_(position), path_(std::move(path)) {}
 
     HRESULT getColumnNumber(int* column) override { return give(position_.column, column); }
     HRESULT getLineNumber(int* line) override { return give(position_.line, line); }
@@ -218,7 +218,7 @@ HRESULT SaxReader::putProperty(const OLECHAR* name, VARIANT value) {
         }
         if (name != kDepth) return unknownName("property", name);
         if (value.vt != VT_I4 || value.lVal <= 0)
-            throw com::Failure(E_INVALIDARG, "The depth of elements must be a positive number.");
+            throw com::Exception(E_INVALIDARG, "The depth of elements must be a positive number.");
         depthLimit_ = static_cast<std::uint32_t>(value.lVal);
         return S_OK;
     });
@@ -268,7 +268,7 @@ HRESULT SaxReader::parse(VARIANT input) {
     com::Ref<ISequentialStream> stream;
     const HRESULT status = com::guarded([&] {
         stream = objectIn<ISequentialStream>(input, IID_ISequentialStream, "a text or a stream of bytes");
-        if (!stream) throw com::Failure(E_INVALIDARG, "There is nothing to read from.");
+        if (!stream) throw com::Exception(E_INVALIDARG, "There is nothing to read from.");
         return S_OK;
     });
     if (FAILED(status)) return status;
@@ -322,10 +322,10 @@ HRESULT SaxReader::parseGuarded(const source::Input& input, const reader::ReadOp
 
 HRESULT SaxReader::reportError(const source::ParseError& error, bool& inHandler) {
     if (errorHandler_) {
-        const auto place = com::make<ErrorPlace>(error.position, std::string());
+        const auto locator = com::make<ErrorLocator>(error.position, std::string());
         const std::u16string reason = text::toUtf16(error.reason);
         callHandler(errorHandler_.get(), inHandler, [&](ISAXErrorHandler& handler) {
-            (void)handler.fatalError(place.get(), reason.c_str(), error.code);  // it is over either way
+            (void)handler.fatalError(locator.get(), reason.c_str(), error.code);  // it is over either way
             return S_OK;
         });
     }
@@ -339,16 +339,16 @@ HRESULT SaxReader::reportError(const source::ParseError& error, bool& inHandler)
 
 void SaxReader::reportViolation(const reader::Violation& violation, bool& inHandler) {
     const bool goesOn = isExhaustive_ && errorHandler_;
-    const auto place = com::make<ErrorPlace>(violation.error.position, violation.path);
+    const auto locator = com::make<ErrorLocator>(violation.error.position, violation.path);
     const std::u16string reason = text::toUtf16(violation.error.reason);
     if (violation.isDoubt) {
         return callHandler(errorHandler_.get(), inHandler, [&](ISAXErrorHandler& handler) {
-            return handler.ignorableWarning(place.get(), reason.c_str(), violation.error.code);
+            return handler.ignorableWarning(locator.get(), reason.c_str(), violation.error.code);
         });
     }
     callHandler(errorHandler_.get(), inHandler, [&](ISAXErrorHandler& handler) {
-        return goesOn ? handler.error(place.get(), reason.c_str(), violation.error.code)
-                      : handler.fatalError(place.get(), reason.c_str(), violation.error.code);
+        return goesOn ? handler.error(locator.get(), reason.c_str(), violation.error.code)
+                      : handler.fatalError(locator.get(), reason.c_str(), violation.error.code);
     });
     if (!goesOn) throw Invalid{violation.error};
 }

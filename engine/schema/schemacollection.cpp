@@ -12,7 +12,7 @@
 
 namespace engine::schema {
 
-using com::Failure;
+using com::Exception;
 using com::guarded;
 
 HRESULT SchemaCollection::create(REFIID iid, void** object) noexcept {
@@ -47,11 +47,11 @@ ULONG SchemaCollection::Release() {
 HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
     return guarded([&] {
         if (source.vt != VT_BSTR) {
-            throw Failure(E_INVALIDARG, "A schema is added by its path or file URL, given as a string.");
+            throw Exception(E_INVALIDARG, "A schema is added by its path or file URL, given as a string.");
         }
         const source::Input input = source::Input::location(com::textOf(source.bstrVal));
         if (input.kind() != source::Input::Kind::File) {
-            throw Failure(
+            throw Exception(
                 E_ACCESSDENIED,
                 text::worded("The schema '%1' is rejected: only local files are read, never the network.",
                              input.path()));
@@ -73,9 +73,9 @@ HRESULT SchemaCollection::add(BSTR namespaceUri, VARIANT source) {
     });
 }
 
-// Throws Failure while there is none.
+// Throws Exception while there is none.
 const SchemaSet& SchemaCollection::needSet() const {
-    if (set_ == nullptr) throw Failure(E_FAIL, "The schema collection has no schema to validate against.");
+    if (set_ == nullptr) throw Exception(E_FAIL, "The schema collection has no schema to validate against.");
     return *set_;
 }
 

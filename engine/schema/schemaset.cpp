@@ -64,7 +64,7 @@ private:
 };
 
 [[noreturn]] void reject(const SchemaFile& file, std::uint32_t line, const std::string& reason) {
-    throw com::Failure(E_FAIL, xml2::placeText(file.path, line) + reason);
+    throw com::Exception(E_FAIL, xml2::locationText(file.path, line) + reason);
 }
 
 std::string otherNamespace(const std::string& found, const std::string& wanted) {
@@ -119,11 +119,11 @@ xml2::DocHandle makeDriver(const std::vector<SchemaFile>& files) {
 
 // Whether one of the qualified names has the local part "ID".
 bool namesId(std::string_view names) {
-    constexpr std::string_view kBlanks = " \t\r\n";
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
     while (true) {
-        names.remove_prefix(std::min(names.find_first_not_of(kBlanks), names.size()));
+        names.remove_prefix(std::min(names.find_first_not_of(kWhiteSpace), names.size()));
         if (names.empty()) return false;
-        const std::string_view name = names.substr(0, names.find_first_of(kBlanks));
+        const std::string_view name = names.substr(0, names.find_first_of(kWhiteSpace));
         if (name.substr(name.find(':') + 1) == "ID") return true;
         names.remove_prefix(name.size());
     }
@@ -158,7 +158,7 @@ void listenToValidation(void* context, xml2::ErrorPointer error) {
     auto* violations = static_cast<Violations*>(context);
     if (violations == nullptr || error == nullptr || !isViolation(*error)) return;
     const libstate::KeepErrno keep;
-    violations->isOutOfMemory = violations->isOutOfMemory || xml2::reportsRefusedMemory(*error);
+    violations->isOutOfMemory = violations->isOutOfMemory || xml2::reportsAllocationError(*error);
     if (violations->find == Find::First && !violations->found.empty()) return;
     try {
         reader::Violation& one = violations->found.emplace_back();
@@ -197,7 +197,7 @@ void findPaths(Violations& violations) {
     }
 }
 
-void findPlaces(Violations& violations) {
+void findPositions(Violations& violations) {
     source::PositionIndex positions{violations.tree.source()};
     for (std::size_t i = 0; i < violations.nodes.size(); ++i) {
         if (violations.nodes[i] == dom::kNoNode) continue;
@@ -271,14 +271,14 @@ std::string violationText(const char* message) {
 
 SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     libstate::initialiseSchemas();
-    const libstate::RefusedMemory memory;
+    const libstate::AllocationError memory;
     xml2::Causes causes;
     xml2::Inclusions inclusions(xml2::Dialect::Schema);
     inclusions.setCauses(&causes);
     inclusions.setObserver([this](std::string_view element, std::span<const reader::Attribute> attributes) {
         collectIds(ids_, element, attributes);
     });
-    const libstate::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenPlaceless},
+    const libstate::ThreadSettings settings({&causes, xml2::listenStructured, xml2::listenUnlocated},
                                             xml2::OpenFrom::hook);
     const xml2::OpenFrom open(inclusions);
     driver_ = makeDriver(files);
@@ -299,12 +299,12 @@ SchemaSet::SchemaSet(const std::vector<SchemaFile>& files) {
     memory.throwIfHappened();
     if (schema_ == nullptr) {
         if (causes.empty()) causes.add(worded("The schema could not be compiled."));
-        throw com::Failure(E_FAIL, causes.text());
+        throw com::Exception(E_FAIL, causes.text());
     }
 }
 
 std::vector<reader::Violation> SchemaSet::validate(const dom::NodeSource& source, Find find) const {
-    const libstate::RefusedMemory memory;
+    const libstate::AllocationError memory;
     xml2::Inclusions none(xml2::Dialect::Schema);
     Violations violations{source.tree, find, {}, {}};
     const libstate::ThreadSettings settings({&violations, listenToValidation, nullptr}, xml2::OpenFrom::hook);
@@ -318,12 +318,13 @@ std::vector<reader::Violation> SchemaSet::validate(const dom::NodeSource& source
     if (violations.isOutOfMemory) throw std::bad_alloc();
     memory.throwIfHappened();
     if (result < 0)
-        throw com::Failure(E_FAIL, worded("The document could not be validated: %1", violationText(nullptr)));
+        throw com::Exception(E_FAIL,
+                             worded("The document could not be validated: %1", violationText(nullptr)));
     if (result > 0 && violations.found.empty()) {
         violations.found.emplace_back().error.code = statusOfViolation(result);
         violations.found.back().error.reason = violationText(nullptr);
     }
-    findPlaces(violations);
+    findPositions(violations);
     if (find == Find::All && !violations.nodes.empty()) findPaths(violations);
     return std::move(violations.found);
 }

@@ -29,12 +29,12 @@ struct SchemaFile {
 
 class SchemaSet final {
 public:
-    // Reads the files and what they import and include. Throws com::Failure with every cause on a line of its
-    // own: for a file that cannot be read, is no schema, or has another target namespace.
+    // Reads the files and what they import and include. Throws com::Exception with every cause on a line of
+    // its own: for a file that cannot be read, is no schema, or has another target namespace.
     explicit SchemaSet(const std::vector<SchemaFile>& files);
 
     // The first error of the document node or element, or all errors with their paths; none: valid. Throws
-    // com::Failure if it cannot be validated at all.
+    // com::Exception if it cannot be validated at all.
     [[nodiscard]] std::vector<reader::Violation> validate(const dom::NodeSource& source,
                                                           dom::ISchemaValidator::Find find) const;
     // For a validator, which must not outlive this object.

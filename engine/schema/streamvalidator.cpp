@@ -77,7 +77,7 @@ void StreamValidator::listen(void* self, xml2::ErrorPointer error) noexcept {
     if (error == nullptr || !isViolation(*error)) return;
     const libstate::KeepErrno keep;
     try {
-        validator.isOutOfMemory_ = validator.isOutOfMemory_ || xml2::reportsRefusedMemory(*error);
+        validator.isOutOfMemory_ = validator.isOutOfMemory_ || xml2::reportsAllocationError(*error);
         validator.hasFailed_ = validator.hasFailed_ || error->code == XML_SCHEMAV_INTERNAL;
         validator.found_.push_back({error->code, violationText(error->message)});
     } catch (...) {
@@ -91,7 +91,7 @@ template <typename Call>
 void StreamValidator::validate(source::Position position, Call&& call) {
     {
         const libstate::LastError theirs;
-        const libstate::RefusedMemory memory;
+        const libstate::AllocationError memory;
         call();
         if (isOutOfMemory_) throw std::bad_alloc();
         memory.throwIfHappened();
@@ -99,8 +99,8 @@ void StreamValidator::validate(source::Position position, Call&& call) {
     if (found_.empty()) return;
     const std::vector<Found> found = std::exchange(found_, {});
     if (hasFailed_)
-        throw com::Failure(E_FAIL,
-                           text::worded("The document could not be validated: %1", found.back().reason));
+        throw com::Exception(E_FAIL,
+                             text::worded("The document could not be validated: %1", found.back().reason));
     reader::Violation violation;
     violation.error.position = position;
     violation.path = path_.text();
@@ -134,12 +134,12 @@ void StreamValidator::deliverText() {
 // Equal hashes of different values only cost the work of a second look.
 void StreamValidator::watchId(std::string_view local, std::string_view value) {
     constexpr std::size_t kMax = std::size_t{1} << 16;
-    constexpr std::string_view kBlanks = " \t\r\n";
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
     const IdDeclarations& declared = schemas_->ids();
     if (declared.hasDerived) return doubt();
     if (declared.attributes.empty() || !declared.attributes.contains(local)) return;
-    value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));
-    value = value.substr(0, value.find_last_not_of(kBlanks) + 1);
+    value.remove_prefix(std::min(value.find_first_not_of(kWhiteSpace), value.size()));
+    value = value.substr(0, value.find_last_not_of(kWhiteSpace) + 1);
     const bool isNew = ids_.size() < kMax && ids_.insert(std::hash<std::string_view>()(value)).second;
     if (!isNew) doubt();
 }

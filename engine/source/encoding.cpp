@@ -1,4 +1,4 @@
-// A byte order mark decides. Without one the first bytes tell how wide the units are; the declaration can
+// A byte order mark decides. Without one the first bytes show how wide the units are; the declaration can
 // then be read, and the encoding that it names must fit that layout.
 #include "engine/source/encoding.h"
 
@@ -164,7 +164,7 @@ Detection detectEightBit(std::string_view head) {
     return found;
 }
 
-// Every EBCDIC code page has the characters of a declaration in common places; the name shows which it is.
+// Every EBCDIC code page has the characters of a declaration at common codes; the name shows which it is.
 Detection detectEbcdic(std::string_view head) {
     Detection found;
     found.encoding = Encoding::Foreign;

@@ -13,7 +13,7 @@ enum class ErrorCode : std::uint32_t {
     None = 0,
 
     // The source
-    CannotOpen = 0xA0010001,       // missing file, no right to read it, not a file
+    CannotOpen = 0xA0010001,       // missing file, permission denied, not a file
     CannotRead = 0xA0010002,       // the system failed while the document was being read
     AddressRejected = 0xA0010003,  // a URL that is not a file
     TooLong = 0xA0010004,          // longer than the limit given

@@ -9,13 +9,13 @@
 
 namespace engine::source {
 
-// A place in the document as an editor shows it: both count from 1, columns in characters (code points).
+// A position in the document as an editor shows it: both count from 1, columns in characters (code points).
 struct Position {
     std::uint32_t line = 0;  // 0: no position
     std::uint32_t column = 0;
 };
 
-// A place in a text with what lies before it.
+// An offset into a text with what lies before it.
 struct TextMark {
     std::uint64_t offset = 0;
     std::uint64_t characters = 0;

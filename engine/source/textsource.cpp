@@ -253,7 +253,7 @@ std::string TextSource::lineAround(std::uint64_t offset) {
     return {first, last};
 }
 
-ParseError TextSource::placeOf(std::uint64_t offset) {
+ParseError TextSource::errorAt(std::uint64_t offset) {
     const TextMark& mark = markAt(offset);
     return {0, mark.position, {}, {}, mark.characters + droppedBefore(offset)};
 }
@@ -261,7 +261,7 @@ ParseError TextSource::placeOf(std::uint64_t offset) {
 ParseError TextSource::describe(const Fault& fault) {
     ParseError error;
     if (fault.offset != kNoOffset && holds(fault.offset)) {
-        error = placeOf(fault.offset);
+        error = errorAt(fault.offset);
         error.sourceText = lineAround(fault.offset);
     }
     error.code = statusOf(fault.code);

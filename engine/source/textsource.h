@@ -47,10 +47,10 @@ public:
     [[nodiscard]] bool fill(std::uint64_t keep);
     [[nodiscard]] const Fault& fault() const noexcept { return fault_; }
 
-    // Line and column of a place in the window.
+    // Line and column of an offset in the window.
     [[nodiscard]] Position positionOf(std::uint64_t offset) { return markAt(offset).position; }
-    // The same as a record without words, which stays right when the window has moved on.
-    [[nodiscard]] ParseError placeOf(std::uint64_t offset);
+    // An error there, without code and words; it stays right when the window has moved on.
+    [[nodiscard]] ParseError errorAt(std::uint64_t offset);
     // The whole record for a fault in the window; without an offset, or outside, it has no position.
     [[nodiscard]] ParseError describe(const Fault& fault);
 
@@ -98,7 +98,7 @@ private:
     std::size_t tailSize_ = 0;
     std::uint64_t base_ = 0;              // offset of the window's first byte
     TextMark baseMark_;                   // stands at base_
-    TextMark lastMark_;                   // the last place asked for, or base_
+    TextMark lastMark_;                   // the last offset asked for, or base_
     std::vector<std::uint64_t> dropped_;  // offsets in the window before which a carriage return was dropped
     std::uint64_t droppedCount_ = 0;      // before the window
 };

@@ -12,11 +12,11 @@ namespace {
 constinit thread_local std::int64_t requestsLeft = -1;  // negative: no limit
 }
 
-AllocationFailure::AllocationFailure(std::int64_t requestsThatSucceed) noexcept {
+FailingAllocation::FailingAllocation(std::int64_t requestsThatSucceed) noexcept {
     requestsLeft = requestsThatSucceed;
 }
 
-AllocationFailure::~AllocationFailure() {
+FailingAllocation::~FailingAllocation() {
     requestsLeft = -1;
 }
 
@@ -37,7 +37,7 @@ void detail::freeBlock(void* block, std::size_t sizeInBytes) noexcept {
 }
 
 void detail::tableIsFull() {
-    throw com::Failure(
+    throw com::Exception(
         E_OUTOFMEMORY,
         text::worded(
             "The document is too large: a tree holds at most 4 GiB of text and 4,294,967,280 nodes or "

@@ -22,12 +22,12 @@ void freeBlock(void* block, std::size_t sizeInBytes) noexcept;
 }  // namespace detail
 
 // While it lives, the n-th request of this thread for table memory fails, and every one after it. For tests.
-class AllocationFailure final {
+class FailingAllocation final {
 public:
-    explicit AllocationFailure(std::int64_t requestsThatSucceed) noexcept;
-    ~AllocationFailure();
-    AllocationFailure(const AllocationFailure&) = delete;
-    AllocationFailure& operator=(const AllocationFailure&) = delete;
+    explicit FailingAllocation(std::int64_t requestsThatSucceed) noexcept;
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
 };
 
 template <typename T>
@@ -63,7 +63,7 @@ public:
     const T& operator[](std::uint32_t index) const noexcept { return data_[index]; }
     T& back() noexcept { return data_[size_ - 1]; }
 
-    // Both throw std::bad_alloc or, beyond the limit, com::Failure; the table is then unchanged.
+    // Both throw std::bad_alloc or, beyond the limit, com::Exception; the table is then unchanged.
     void append(const T& value) {
         const T copy = value;  // it may stand in this table
         reserve(1);

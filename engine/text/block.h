@@ -39,7 +39,7 @@ public:
     [[nodiscard]] std::uint32_t textStops() const noexcept {
         return mask([](unsigned char b) { return b == '<' || b == '&' || b == '>' || b == 0; });
     }
-    // The same in the value of an attribute: white space other than blanks ends it, too.
+    // The same in the value of an attribute: white space other than spaces ends it, too.
     [[nodiscard]] std::uint32_t valueStops(char quote) const noexcept {
         const auto q = static_cast<unsigned char>(quote);
         return mask([q](unsigned char b) { return b == q || b == '<' || b == '&' || b < 0x20; });

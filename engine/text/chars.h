@@ -11,7 +11,7 @@
 namespace engine::text {
 
 enum CharClass : std::uint8_t {
-    kSpace = 1,      // blank, tab, line feed (carriage returns are gone before anybody looks)
+    kSpace = 1,      // space, tab, line feed (carriage returns are gone before)
     kNameStart = 2,  // set for every byte above 0x7F too: those need a look at the whole character
     kNameChar = 4,
     kNonAscii = 8,

@@ -59,7 +59,7 @@ char32_t decode(const char*& at, const char* end) noexcept {
     return valid ? c : kReplacement;
 }
 
-// The character at `at`, which is moved past it; a surrogate without its other half is given as it is.
+// The character at `at`, which is moved past it; an unpaired surrogate is given as it is.
 char32_t decode(const char16_t*& at, const char16_t* end) noexcept {
     const char32_t first = *at++;
     if (!isHighSurrogate(first) || at == end || !isLowSurrogate(*at)) return first;

@@ -26,10 +26,10 @@ constexpr std::string_view kEndless =
     worded("Stopped as endless: this is far more work than a document of this size can ask for.");
 
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view kBlank = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(kBlank);
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
     if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 // The words between `from` and `to` (the end if absent); empty if `from` is absent.
@@ -50,7 +50,7 @@ bool isContext(std::string_view line) {
 }
 
 // "runtime error: file URI line N element NAME", where each part but the first may be missing.
-std::string contextPlace(std::string_view line) {
+std::string contextLocation(std::string_view line) {
     std::string_view rest = between(line, ": file ", " element ");
     std::uint32_t number = 0;
     const std::size_t at = rest.rfind(" line ");
@@ -59,7 +59,7 @@ std::string contextPlace(std::string_view line) {
         (void)std::from_chars(digits.data(), digits.data() + digits.size(), number);
         rest = rest.substr(0, at);
     }
-    return placeText(rest, number);
+    return locationText(rest, number);
 }
 
 // The library's function names are of no use to the author of the document, and some lines say again what the
@@ -78,14 +78,14 @@ std::string plainWords(std::string_view line) {
 
 }  // namespace
 
-std::string placeText(std::string_view uri, std::uint32_t line) {
-    std::string place = displayName(uri);
+std::string locationText(std::string_view uri, std::uint32_t line) {
+    std::string location = displayName(uri);
     if (line != 0) {
-        if (!place.empty()) place += ", ";
-        place += "line " + std::to_string(line);
+        if (!location.empty()) location += ", ";
+        location += "line " + std::to_string(line);
     }
-    if (!place.empty()) place += ": ";
-    return place;
+    if (!location.empty()) location += ": ";
+    return location;
 }
 
 void Causes::keep(std::string line) {
@@ -113,13 +113,13 @@ void Causes::add(std::string_view text) {
 }
 
 void Causes::add(std::string_view uri, std::uint32_t line, std::string_view text) {
-    std::string single = placeText(uri, line);
+    std::string single = locationText(uri, line);
     for (const char c : trimmed(text)) single += c == '\n' ? ' ' : c;
     keep(std::move(single));
 }
 
 void Causes::add(const xmlError& error) {
-    isOutOfMemory_ = isOutOfMemory_ || reportsRefusedMemory(error);
+    isOutOfMemory_ = isOutOfMemory_ || reportsAllocationError(error);
     if (error.level < XML_ERR_ERROR || error.message == nullptr || complete_) return;
     std::string text(trimmed(error.message));
     if (text == kLimitReached) text = kEndless;
@@ -131,18 +131,18 @@ void Causes::add(const xmlError& error) {
     const auto line = error.line > 0 ? static_cast<std::uint32_t>(error.line) : 0;
     const std::string_view file = error.file == nullptr ? std::string_view() : error.file;
     if (file.empty() && line == 0) {
-        placeless_.push_back(std::move(text));
+        unlocated_.push_back(std::move(text));
     } else {
         add(file, line, text);
     }
 }
 
-void Causes::placeWaiting(const std::string& context) {
-    for (const std::string& text : placeless_) {
+void Causes::keepUnlocated(const std::string& context) {
+    for (const std::string& text : unlocated_) {
         keep(context + text);
         complete_ = complete_ || text.ends_with(kEndless);
     }
-    placeless_.clear();
+    unlocated_.clear();
 }
 
 void Causes::addText(std::string_view piece) {
@@ -155,29 +155,29 @@ void Causes::addText(std::string_view piece) {
     }
 }
 
-void Causes::addPlaceless(std::string_view piece) {
+void Causes::addUnlocated(std::string_view piece) {
     for (const char c : piece) {
         if (c == '\n') {
-            finishLine(pendingPlaceless_, false);
-        } else if (pendingPlaceless_.size() <= kLongestLine) {
-            pendingPlaceless_ += c;
+            finishLine(pendingUnlocated_, false);
+        } else if (pendingUnlocated_.size() <= kLongestLine) {
+            pendingUnlocated_ += c;
         }
     }
 }
 
-void Causes::finishLine(std::string& pending, bool placed) {
+void Causes::finishLine(std::string& pending, bool isLocated) {
     const std::string line(trimmed(pending));
     pending.clear();
     if (line.empty() || complete_) return;
-    if (placed && isContext(line)) {
-        context_ = contextPlace(line);
-        if (!context_.empty()) placeWaiting(context_);
+    if (isLocated && isContext(line)) {
+        context_ = contextLocation(line);
+        if (!context_.empty()) keepUnlocated(context_);
         return;
     }
     std::string said = plainWords(line);
     if (said.empty()) return;
-    if (!placed || context_.empty()) {
-        placeless_.push_back(std::move(said));
+    if (!isLocated || context_.empty()) {
+        unlocated_.push_back(std::move(said));
         return;
     }
     // what follows is a dump of everything that is open, or the same once more for each level
@@ -189,8 +189,8 @@ void Causes::finishLine(std::string& pending, bool placed) {
 
 std::string Causes::text() {
     finishLine(pending_, true);
-    finishLine(pendingPlaceless_, false);
-    placeWaiting({});
+    finishLine(pendingUnlocated_, false);
+    keepUnlocated({});
     std::string all;
     for (const std::string& line : lines_) {
         if (!all.empty()) all += '\n';
@@ -200,7 +200,7 @@ std::string Causes::text() {
     return all;
 }
 
-bool reportsRefusedMemory(const xmlError& error) noexcept {
+bool reportsAllocationError(const xmlError& error) noexcept {
     if (error.code != XML_ERR_NO_MEMORY) return false;
     return error.message == nullptr ||
            std::string_view(error.message).find("limit") == std::string_view::npos;
@@ -216,13 +216,13 @@ void listenStructured(void* context, ErrorPointer error) noexcept {
     }
 }
 
-void listenPlaceless(void* context, const char* format, ...) noexcept {
+void listenUnlocated(void* context, const char* format, ...) noexcept {
     if (context == nullptr) return;
     const libstate::KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        static_cast<Causes*>(context)->addPlaceless(libstate::formatted(format, arguments));
+        static_cast<Causes*>(context)->addUnlocated(libstate::formatted(format, arguments));
     } catch (...) {
         // the line is lost, as the header says
     }

@@ -74,7 +74,8 @@ private:
     std::size_t blockSize_ = kFirstBlock;
 };
 
-// A prefix, and what it stands for where the copying has got to: no search, however many are declared.
+// A prefix, and the namespace it is bound to where the copying has got to: no search, however many are
+// declared.
 struct Prefix {
     const xmlChar* text;  // null: the default namespace's
     xmlNs* ns = nullptr;  // in force; null: none
@@ -134,7 +135,8 @@ private:
     }
 
     static int length(std::string_view text) {
-        if (text.size() >= INT_MAX) throw com::Failure(E_FAIL, worded("A single text is longer than 2 GB."));
+        if (text.size() >= INT_MAX)
+            throw com::Exception(E_FAIL, worded("A single text is longer than 2 GB."));
         return static_cast<int>(text.size());
     }
 
@@ -174,7 +176,7 @@ private:
         }
     }
 
-    // Returns the last node that the copy stands for: a text takes in those after it.
+    // Returns the last node that the copy represents: a text takes in those after it.
     NodeId copyNode(NodeId node) {
         xmlNode* parent = open_.empty() ? reinterpret_cast<xmlNode*>(doc_.get()) : open_.back().node;
         switch (tree_.kind(node)) {
@@ -336,10 +338,10 @@ private:
         if (&prefix == xmlPrefix_) {
             return orThrow(xmlSearchNs(doc_.get(), reinterpret_cast<xmlNode*>(doc_.get()), prefix.text));
         }
-        throw com::Failure(E_FAIL,
-                           at(element) + worded("The prefix of '%1' is not declared; an attribute 'xmlns:%2' "
-                                                "on the element or around it would declare it.",
-                                                written, view(prefix.text)));
+        throw com::Exception(
+            E_FAIL, at(element) + worded("The prefix of '%1' is not declared; an attribute 'xmlns:%2' "
+                                         "on the element or around it would declare it.",
+                                         written, view(prefix.text)));
     }
 
     void copyAttribute(xmlNode& node, NodeId id, std::uint32_t index) {
@@ -374,24 +376,24 @@ private:
         open_.pop_back();
     }
 
-    std::string at(NodeId element) const { return placeText(options_.uri, tree_.position(element).line); }
+    std::string at(NodeId element) const { return locationText(options_.uri, tree_.position(element).line); }
 
     [[noreturn]] void tooManyDeclarations(NodeId element) const {
-        throw com::Failure(
+        throw com::Exception(
             E_FAIL,
             at(element) + worded("The element '%1' declares more than %2 namespaces, which is too many here.",
                                  tree_.name(element), std::to_string(options_.declarationLimit)));
     }
 
     [[noreturn]] void tooManyAttributes(NodeId element) const {
-        throw com::Failure(
+        throw com::Exception(
             E_FAIL,
             at(element) + worded("The element '%1' has more than %2 attributes, which is too many here.",
                                  tree_.name(element), std::to_string(options_.attributeLimit)));
     }
 
     [[noreturn]] void tooDeep(NodeId element) const {
-        throw com::Failure(
+        throw com::Exception(
             E_FAIL,
             at(element) + worded("The document is nested more than %1 elements deep, which is too deep here.",
                                  std::to_string(options_.depthLimit)));

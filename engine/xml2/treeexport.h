@@ -59,7 +59,7 @@ private:
 };
 
 // The subtree of `root`, which is the document or an element; an element brings along the namespaces in
-// scope. Character data next to each other becomes one text. Throws com::Failure with a description: for an
+// scope. Character data next to each other becomes one text. Throws com::Exception with a description: for an
 // undeclared prefix, a limit that is exceeded, a single text of 2 GB or more.
 [[nodiscard]] ExportedTree exportTree(const dom::Tree& tree, dom::NodeId root, const ExportOptions& options);
 

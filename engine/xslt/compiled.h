@@ -8,7 +8,7 @@
 
 namespace engine::xslt {
 
-// Throw com::Failure for a node of a kind that cannot be one.
+// Throw com::Exception for a node of a kind that cannot be one.
 void checkStyleNode(const dom::NodeSource& style);
 void checkSourceNode(const dom::NodeSource& source);
 

@@ -138,7 +138,7 @@ std::string messageFor(int code, std::string_view name) {
     }
 }
 
-// The first prefix of the expression that stands for nothing, a piece of its text; empty: there is none.
+// The first prefix of the expression that is not bound, a piece of its text; empty: there is none.
 std::string_view undeclaredPrefix(const Expression& expression) {
     const std::string_view text = expression.text;
     char quote = 0;
@@ -192,7 +192,7 @@ private:
             utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
     }
     void take(const xmlError& error) noexcept {
-        isOutOfMemory_ = isOutOfMemory_ || xml2::reportsRefusedMemory(error) ||
+        isOutOfMemory_ = isOutOfMemory_ || xml2::reportsAllocationError(error) ||
                          error.code == kFirstCode + XPATH_MEMORY_ERROR;
         if (code_ != 0) return;
         code_ = error.code;
@@ -288,10 +288,10 @@ ExpressionValue valueOf(const Tree& tree, xmlXPathObject& object, ExpressionValu
 
 class Evaluation final {
 public:
-    Evaluation(const Expression& expression, Copy& copy, xmlNode* place)
+    Evaluation(const Expression& expression, Copy& copy, xmlNode* contextNode)
         : expression_(expression), text_(expression.text) {
         context_.reset(orThrow(xmlXPathNewContext(&copy.doc())));
-        context_->node = place;
+        context_->node = contextNode;
         context_->contextSize = context_->proximityPosition = 1;
         context_->opLimit = workLimits(copy.extent().nodes, copy.extent().textInBytes).xpathSteps;
         for (const auto& [prefix, uri] : expression.prefixes) {
@@ -301,7 +301,7 @@ public:
     }
 
     [[nodiscard]] ExpressionValue run(const Tree& tree, ExpressionValue::Kind kind) {
-        const libstate::RefusedMemory memory;
+        const libstate::AllocationError memory;
         Listener listener;
         const libstate::ThreadSettings settings({&listener, Listener::hear, Listener::hearText}, openNothing);
         const auto finish = [&] {
@@ -344,16 +344,16 @@ public:
         NodeId root = context.node;
         while (context.tree.parent(root) != dom::kNoNode) root = context.tree.parent(root);
         std::unique_ptr<dom::Kept> own;
-        std::unique_ptr<dom::Kept>& place = context.keptCopy == nullptr ? own : *context.keptCopy;
-        auto* copy = static_cast<Copy*>(place.get());
+        std::unique_ptr<dom::Kept>& kept = context.keptCopy == nullptr ? own : *context.keptCopy;
+        auto* copy = static_cast<Copy*>(kept.get());
         if (copy == nullptr || !copy->isOf(context.tree, root)) {
-            place.reset();  // before the next one takes as much
-            place = std::make_unique<Copy>(context.tree, root, std::string(context.url));
-            copy = static_cast<Copy*>(place.get());
+            kept.reset();  // before the next one takes as much
+            kept = std::make_unique<Copy>(context.tree, root, std::string(context.url));
+            copy = static_cast<Copy*>(kept.get());
         }
         xmlNode* const node = copy->find(context.node);
         if (node == nullptr)
-            throw com::Failure(E_INVALIDARG, worded("Expressions start at a document or an element."));
+            throw com::Exception(E_INVALIDARG, worded("Expressions start at a document or an element."));
         Evaluation evaluation(expression, *copy, node);
         ExpressionValue value;
         const auto run = [&] { value = evaluation.run(context.tree, kind); };

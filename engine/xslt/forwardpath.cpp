@@ -44,30 +44,30 @@ public:
         for (std::uint32_t i = 0; i < tree_.attributeCount(element); ++i) {
             const NameId name = tree_.attributeNameId(element, i);
             if ((tree_.names().flags(name) & Names::kDeclaration) == 0) continue;
-            std::string_view& uri = place(tree_.names().prefix(name));
+            std::string_view& uri = bindingOf(tree_.names().prefix(name));
             hidden_.push_back({&uri, uri});
             uri = tree_.attribute(element, i).value;
         }
     }
     void leave(std::size_t mark) noexcept {
-        for (; hidden_.size() > mark; hidden_.pop_back()) *hidden_.back().place = hidden_.back().uri;
+        for (; hidden_.size() > mark; hidden_.pop_back()) *hidden_.back().binding = hidden_.back().uri;
     }
 
     // Of an element's name; an attribute without a prefix is in no namespace. Nothing: not declared.
     [[nodiscard]] std::optional<std::string_view> uriOf(NameId name, bool isAttribute) {
         const NameId prefix = tree_.names().prefix(name);
         if (prefix == kNoName) return isAttribute ? std::string_view() : default_;
-        const std::string_view uri = place(prefix);
+        const std::string_view uri = bindingOf(prefix);
         if (uri.empty()) return std::nullopt;
         return uri;
     }
 
 private:
     struct Hidden {
-        std::string_view* place;
+        std::string_view* binding;
         std::string_view uri;
     };
-    [[nodiscard]] std::string_view& place(NameId prefix) noexcept {
+    [[nodiscard]] std::string_view& bindingOf(NameId prefix) noexcept {
         return prefix == kNoName ? default_ : uris_[prefix];
     }
 
@@ -221,17 +221,17 @@ public:
             readPath();
         } while (!fails_ && take("|"));
         if (path_.isCount_ && !take(")")) fails_ = true;
-        skipBlanks();
+        skipWhiteSpace();
         if (fails_ || !rest_.empty()) return std::nullopt;
         return std::move(path_);
     }
 
 private:
-    void skipBlanks() noexcept {
+    void skipWhiteSpace() noexcept {
         rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t\r\n"), rest_.size()));
     }
     [[nodiscard]] bool take(std::string_view token) noexcept {
-        skipBlanks();
+        skipWhiteSpace();
         if (!rest_.starts_with(token)) return false;
         rest_.remove_prefix(token.size());
         return true;
@@ -248,7 +248,8 @@ private:
         return false;
     }
 
-    // Names of ASCII characters; others are for libxml2 to judge. No blank may stand within a qualified name.
+    // Names of ASCII characters; others are for libxml2 to judge. White space is not allowed within a
+    // qualified name.
     [[nodiscard]] std::string takeName() {
         const auto isLetter = [](char c) {
             return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -285,7 +286,7 @@ private:
         ForwardPath::Step step;
         step.isBelow = isBelow;
         step.isAttribute = take("@");
-        skipBlanks();
+        skipWhiteSpace();
         if (take("*")) {
             step.isInAnyNamespace = true;
         } else {
@@ -293,7 +294,7 @@ private:
             if (step.local.empty()) fails_ = true;
             if (!fails_ && rest_.starts_with(':')) readPrefixed(step);
         }
-        skipBlanks();
+        skipWhiteSpace();
         // a function, an axis
         if (rest_.starts_with('(') || rest_.starts_with(':')) fails_ = true;
         while (!fails_ && take("[")) readCondition(step);
@@ -324,7 +325,7 @@ private:
     void readCondition(ForwardPath::Step& step) {
         ForwardPath::Condition condition;
         if (step.isAttribute || !take("@")) fails_ = true;
-        skipBlanks();
+        skipWhiteSpace();
         condition.attribute = takeName();
         // a declaration is no attribute here
         if (condition.attribute.empty() || condition.attribute == "xmlns") fails_ = true;

@@ -20,7 +20,7 @@ public:
     Operation(xml2::Inclusions& inclusions, const Steps& steps)
         : steps_(steps),
           inclusions_(inclusions),
-          settings_({&causes_, xml2::listenStructured, xml2::listenPlaceless}, xml2::OpenFrom::hook),
+          settings_({&causes_, xml2::listenStructured, xml2::listenUnlocated}, xml2::OpenFrom::hook),
           files_(inclusions),
           xsltErrors_({&causes_, hear}) {
         inclusions_.setCauses(&causes_);
@@ -30,7 +30,7 @@ public:
     Operation& operator=(const Operation&) = delete;
 
     [[nodiscard]] xml2::Causes& causes() noexcept { return causes_; }
-    // Throws std::bad_alloc if the libraries were refused memory, whatever they made of it.
+    // Throws std::bad_alloc if an allocation of the libraries failed, whatever they made of it.
     void finish() const {
         if (causes_.isOutOfMemory()) throw std::bad_alloc();
         memory_.throwIfHappened();
@@ -39,7 +39,7 @@ public:
     [[noreturn]] void fail(std::string_view otherwise) {
         finish();
         if (causes_.empty()) causes_.add(otherwise);
-        throw com::Failure(E_FAIL, steps_.asWritten(causes_.text()));
+        throw com::Exception(E_FAIL, steps_.asWritten(causes_.text()));
     }
 
 private:
@@ -47,7 +47,7 @@ private:
         static_cast<xml2::Causes*>(causes)->addText(piece);
     }
 
-    libstate::RefusedMemory memory_;
+    libstate::AllocationError memory_;
     xml2::Causes causes_;
     const Steps& steps_;
     xml2::Inclusions& inclusions_;

@@ -1,4 +1,4 @@
-// A walk without recursion over libxml2's result tree. What is no document (two elements, text beside the
+// A walk without recursion over libxml2's result tree. What is not a document (two elements, text beside the
 // root) is reported before the first event.
 #include "engine/xslt/resultevents.h"
 
@@ -31,20 +31,21 @@ void checkTopLevel(const xmlDoc& result) {
     for (const xmlNode* node = result.children; node != nullptr; node = node->next) {
         if (node->type == XML_ELEMENT_NODE) {
             if (root != nullptr) {
-                throw com::Failure(E_FAIL, worded("The result of the transformation is no document: '%1' is "
-                                                  "a second element beside '%2'.",
-                                                  view(node->name), view(root->name)));
+                throw com::Exception(E_FAIL,
+                                     worded("The result of the transformation is no document: '%1' is "
+                                            "a second element beside '%2'.",
+                                            view(node->name), view(root->name)));
             }
             root = node;
         } else if (node->type == XML_TEXT_NODE && !isWhite(view(node->content))) {
-            throw com::Failure(
+            throw com::Exception(
                 E_FAIL, worded("The result of the transformation is no document: it has text outside its "
                                "elements."));
         }
     }
     if (root == nullptr) {
-        throw com::Failure(E_FAIL,
-                           worded("The result of the transformation is no document: it has no element."));
+        throw com::Exception(E_FAIL,
+                             worded("The result of the transformation is no document: it has no element."));
     }
 }
 

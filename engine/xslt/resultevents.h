@@ -8,7 +8,8 @@
 
 namespace engine::xslt {
 
-// Throws com::Failure if the tree is no document: more than one element at the top, or none, or text there.
+// Throws com::Exception if the tree is not a document: more than one element at the top, or none, or text
+// there.
 void sendEvents(const xmlDoc& result, reader::EventSink& sink);
 
 }  // namespace engine::xslt

@@ -82,17 +82,17 @@ ObjectHandle takeNodes(xmlXPathParserContextPtr parser) {
 }
 
 // What an evaluation changes of its context.
-class KeepPlace final {
+class KeepContext final {
 public:
-    explicit KeepPlace(xmlXPathContext& context)
+    explicit KeepContext(xmlXPathContext& context)
         : context_(context),
           node_(context.node),
           doc_(context.doc),
           size_(context.contextSize),
           position_(context.proximityPosition) {}
-    KeepPlace(const KeepPlace&) = delete;
-    KeepPlace& operator=(const KeepPlace&) = delete;
-    ~KeepPlace() {
+    KeepContext(const KeepContext&) = delete;
+    KeepContext& operator=(const KeepContext&) = delete;
+    ~KeepContext() {
         context_.node = node_;
         context_.doc = doc_;
         context_.contextSize = size_;
@@ -119,7 +119,7 @@ xmlXPathObject* lookUpNoVariable(void*, const xmlChar*, const xmlChar*) noexcept
 
 // Takes the step from each of the nodes. False: it has been reported.
 bool follow(xmlXPathContext& context, xmlXPathCompExpr& step, const xmlXPathObject& from, Union& found) {
-    const KeepPlace keep(context);
+    const KeepContext keep(context);
     const int size = from.nodesetval == nullptr ? 0 : from.nodesetval->nodeNr;
     for (int i = 0; i < size; ++i) {
         context.node = from.nodesetval->nodeTab[i];

@@ -45,7 +45,7 @@ struct RunOptions {
         nullptr;  // gets them, also when the transformation fails; null: they are dropped
 };
 
-// What all operations below have in common: they throw com::Failure with every cause on a line of its own.
+// What all operations below have in common: they throw com::Exception with every cause on a line of its own.
 class StyleSheet final {
 public:
     // `source` is the style sheet, the document or an element, simplified ones included. Its tree and its

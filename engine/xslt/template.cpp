@@ -18,14 +18,14 @@ namespace engine::xslt {
 
 namespace {
 
-using com::Failure;
+using com::Exception;
 using com::guarded;
 
 dom::NodeSource sourceOf(IUnknown* node, const char* what) {
     dom::Binding* const binding = dom::Binding::of(node);
     if (binding == nullptr)
-        throw Failure(E_INVALIDARG,
-                      std::string(what) + " is not an element or document of this XML library.");
+        throw Exception(E_INVALIDARG,
+                        std::string(what) + " is not an element or document of this XML library.");
     return binding->liveTree().source(binding->node());
 }
 
@@ -48,7 +48,7 @@ void deliver(IXSLReports* reports, const std::vector<Report>& said) {
         const HRESULT status = one.kind == Report::Kind::Warning
                                    ? reports->warning(text.c_str())
                                    : reports->message(text.c_str(), one.kind == Report::Kind::LastMessage);
-        if (FAILED(status)) throw Failure(status, "The receiver of messages refused one.");
+        if (FAILED(status)) throw Exception(status, "The receiver of messages refused one.");
     }
 }
 
@@ -59,8 +59,8 @@ void writeAll(ISequentialStream& stream, std::string_view bytes) {
         const HRESULT status =
             stream.Write(bytes.data(), static_cast<ULONG>(std::min(bytes.size(), kMax)), &done);
         if (FAILED(status) || done == 0)
-            throw Failure(FAILED(status) ? status : E_FAIL,
-                          text::worded("The stream took no more of the result."));
+            throw Exception(FAILED(status) ? status : E_FAIL,
+                            text::worded("The stream took no more of the result."));
         bytes.remove_prefix(std::min<std::size_t>(done, bytes.size()));
     }
 }
@@ -76,7 +76,7 @@ std::variant<std::string, double, bool> valueOf(const VARIANT& value) {
         case VT_BOOL:
             return value.boolVal != VARIANT_FALSE;
         default:
-            throw Failure(E_INVALIDARG, "The value of a parameter is a text, a number or a truth value.");
+            throw Exception(E_INVALIDARG, "The value of a parameter is a text, a number or a truth value.");
     }
 }
 
@@ -88,7 +88,7 @@ HRESULT Template::create(REFIID iid, void** object) noexcept {
 
 HRESULT Template::putref_stylesheet(IXMLDOMNode* styleSheet) {
     return guarded([&] {
-        if (styleSheet == nullptr) throw Failure(E_INVALIDARG, "There is no style sheet.");
+        if (styleSheet == nullptr) throw Exception(E_INVALIDARG, "There is no style sheet.");
         const dom::NodeSource source = sourceOf(styleSheet, "The style sheet");
         checkStyleNode(source);
         libstate::initialiseLibxslt();
@@ -111,7 +111,7 @@ HRESULT Template::putReports(IXSLReports* reports) {
 }
 
 StyleSheet& Template::current() {
-    if (style_ == nullptr) throw Failure(E_FAIL, "The template has no style sheet.");
+    if (style_ == nullptr) throw Exception(E_FAIL, "The template has no style sheet.");
     const dom::NodeSource source = sourceOf(node_.get(), "The style sheet");
     if (style_->node != source.node || style_->revision != source.tree.revision())
         style_ = std::make_unique<KeptStyle>(source);
@@ -120,7 +120,7 @@ StyleSheet& Template::current() {
 
 HRESULT Processor::put_input(VARIANT input) {
     return guarded([&] {
-        if (!holdsObject(input)) throw Failure(E_INVALIDARG, "The input is a document or a node.");
+        if (!holdsObject(input)) throw Exception(E_INVALIDARG, "The input is a document or a node.");
         checkSourceNode(sourceOf(input.punkVal, "The input"));
         input_ = com::Ref<IUnknown>::share(input.punkVal);
         return S_OK;
@@ -137,7 +137,7 @@ HRESULT Processor::put_output(VARIANT output) {
         }
         const bool isNone = output.vt == VT_EMPTY || output.vt == VT_NULL;
         if (!isNone && !stream && !document)
-            throw Failure(E_INVALIDARG, "The output is a stream, or a document of this XML library.");
+            throw Exception(E_INVALIDARG, "The output is a stream, or a document of this XML library.");
         output_ = com::Ref<IUnknown>::share(isNone ? nullptr : output.punkVal);
         stream_ = std::move(stream);
         document_ = std::move(document);
@@ -163,8 +163,8 @@ HRESULT Processor::get_output(VARIANT* output) {
 HRESULT Processor::addParameter(BSTR name, VARIANT value, BSTR namespaceUri) {
     return guarded([&] {
         if (!text::isNcName(com::textOf(name)))
-            throw Failure(E_INVALIDARG, text::worded("'%1' is not a name that a parameter can have.",
-                                                     text::toUtf8(com::textOf(name).substr(0, 100))));
+            throw Exception(E_INVALIDARG, text::worded("'%1' is not a name that a parameter can have.",
+                                                       text::toUtf8(com::textOf(name).substr(0, 100))));
         std::string full = text::toUtf8(com::textOf(name));
         if (!com::textOf(namespaceUri).empty())
             full = '{' + text::toUtf8(com::textOf(namespaceUri)) + '}' + full;
@@ -204,7 +204,7 @@ HRESULT Processor::transform(VARIANT_BOOL* done) {
 }
 
 void Processor::run(const RunOptions& options) {
-    if (!input_) throw Failure(E_FAIL, "There is no input to transform.");
+    if (!input_) throw Exception(E_FAIL, "There is no input to transform.");
     libstate::initialiseLibxslt();
     StyleSheet& sheet = template_->current();
     const xml2::DocHandle result = sheet.transform(sourceOf(input_.get(), "The input"), options);

@@ -24,7 +24,7 @@ public:
     HRESULT createProcessor(IXSLProcessor** processor) override;
     HRESULT putReports(IXSLReports* reports) override;
 
-    // The style sheet as it is now. Throws com::Failure; a template without one included.
+    // The style sheet as it is now. Throws com::Exception; a template without one included.
     [[nodiscard]] StyleSheet& current();
 
 private:

@@ -15,16 +15,16 @@ namespace engine::xslt {
 void checkStyleNode(const dom::NodeSource& style) {
     const dom::NodeKind kind = style.tree.kind(style.node);
     if (kind != dom::NodeKind::Element && kind != dom::NodeKind::Document) {
-        throw com::Failure(E_INVALIDARG,
-                           "A style sheet is an element or a document, not a node of another kind.");
+        throw com::Exception(E_INVALIDARG,
+                             "A style sheet is an element or a document, not a node of another kind.");
     }
 }
 
 void checkSourceNode(const dom::NodeSource& source) {
     const dom::NodeKind kind = source.tree.kind(source.node);
     if (kind != dom::NodeKind::Element && kind != dom::NodeKind::Document) {
-        throw com::Failure(E_INVALIDARG,
-                           "What is transformed is an element or a document, not a node of another kind.");
+        throw com::Exception(E_INVALIDARG,
+                             "What is transformed is an element or a document, not a node of another kind.");
     }
 }
 

@@ -39,7 +39,7 @@ fs::path keepStandardInput(const fs::path& results) {
 }
 
 // A document that a tree rejects may still be read as events: one with a DOCTYPE, for instance.
-int tellRejected(const Stage& stage) {
+int showRejected(const Stage& stage) {
     step("Why", "The message names the position, in the language of the user.");
     explain(stage, stage.document);
     step("Stream", "As events, what comes before the fault can still be read; a DOCTYPE is none there.");
@@ -47,11 +47,11 @@ int tellRejected(const Stage& stage) {
     return 1;
 }
 
-int tell(const Stage& stage) {
+int showAll(const Stage& stage) {
     step("Load", "A file becomes a tree in memory.");
     const Parser parser = stage.makeParser();
     if (!load(*parser, stage.document))
-        return parser->getError()->getCode() == IKelDOMXml::kFileNotReadable ? 1 : tellRejected(stage);
+        return parser->getError()->getCode() == IKelDOMXml::kFileNotReadable ? 1 : showRejected(stage);
     std::error_code unknown;
     const bool isLong = fs::file_size(stage.document, unknown) > kLongInBytes && !unknown;
 
@@ -90,7 +90,7 @@ int run(const std::string& file, const fs::path& examples, const fs::path& resul
                       file == "-" ? keepStandardInput(results) : kelhost::pathOf(file), examples, results};
     std::printf("The component %s %s, loaded into the reference host\n", stage.component.name().c_str(),
                 stage.component.version().c_str());
-    return tell(stage);
+    return showAll(stage);
 }
 
 }  // namespace

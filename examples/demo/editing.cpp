@@ -59,7 +59,7 @@ bool saveAndCompare(const Stage& stage, IKelDOMXmlV2& parser, const std::filesys
                              kelxml::HiddenText::Possible, 3);
     if (differences.empty()) say("the same elements, the same attributes, the same texts");
     for (const kelxml::Difference& difference : differences)
-        say("differs at " + difference.place + ": " + difference.what);
+        say("differs at " + difference.path + ": " + difference.what);
     if (!differences.empty())
         say("The component's writer is made for records, see docs/behaviour.md; 'kelxml format' keeps "
             "everything.");

@@ -4,7 +4,7 @@
 
 namespace {
 
-// Places are looked for from the middle on, so that line and column mean something.
+// Positions are looked for from the middle on, so that line and column mean something.
 std::size_t fromTheMiddle(const std::string& content, const char* what) {
     const std::size_t found = content.find(what, content.size() / 2);
     return found != std::string::npos ? found : content.rfind(what);

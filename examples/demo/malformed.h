@@ -10,5 +10,5 @@ struct MalformedVariant {
     std::string content;
 };
 
-// `content` is a well-formed document in UTF-8. A fault that finds no place in it is left out.
+// `content` is a well-formed document in UTF-8. A fault that has no position in it is left out.
 [[nodiscard]] std::vector<MalformedVariant> makeMalformed(const std::string& content);

@@ -9,7 +9,7 @@ namespace demo {
 
 namespace {
 
-std::string answer(const Stage& stage, const std::filesystem::path& file) {
+std::string outcome(const Stage& stage, const std::filesystem::path& file) {
     const Parser parser = stage.makeParser();
     return parser->loadFromFile(kelhost::fromUtf8(kelhost::utf8Of(file))) ? "loaded?!"
                                                                           : describeError(*parser);
@@ -20,7 +20,7 @@ std::string answer(const Stage& stage, const std::filesystem::path& file) {
 void explain(const Stage& stage, const std::filesystem::path& file) {
     for (const char* language : {"en", "de", "ja"}) {
         stage.host.setLanguages(language);
-        say(std::string(language) + "  " + answer(stage, file));
+        say(std::string(language) + "  " + outcome(stage, file));
     }
     stage.host.setLanguages("");
 }
@@ -34,7 +34,7 @@ void reject(const Stage& stage, const std::string& content) {
         if (isFirst)
             explain(stage, file);
         else
-            say("    " + answer(stage, file));
+            say("    " + outcome(stage, file));
         isFirst = false;
     }
 }

@@ -76,7 +76,7 @@
     </xsl:for-each>
   </xsl:template>
 
-  <!-- What a schema declares for everybody. -->
+  <!-- What a schema declares globally. -->
   <xsl:template match="xs:schema">
     <h2>What this schema declares</h2>
     <p>For the namespace <code><xsl:value-of select="@targetNamespace"/></code>:

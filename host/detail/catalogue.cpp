@@ -63,7 +63,7 @@ Catalogue Catalogue::read(const std::filesystem::path& file) {
     }
 }
 
-Catalogue::Place Catalogue::checkedPlace(std::uint64_t descriptor, bool isSwapped) const {
+Catalogue::Range Catalogue::checkedRange(std::uint64_t descriptor, bool isSwapped) const {
     const std::uint64_t length = numberAt(content_, descriptor, isSwapped);
     const std::uint64_t offset = numberAt(content_, descriptor + 4, isSwapped);
     if (offset + length >= content_.size() || content_[offset + length] != '\0')
@@ -96,8 +96,8 @@ Catalogue Catalogue::parse(std::string content) {
         throw std::runtime_error("a table lies outside the file");
     catalogue.entries_.reserve(count);
     for (std::uint64_t i = 0; i < count; ++i) {
-        catalogue.entries_.push_back({catalogue.checkedPlace(keys + i * kDescriptorInBytes, swapped),
-                                      catalogue.checkedPlace(texts + i * kDescriptorInBytes, swapped),
+        catalogue.entries_.push_back({catalogue.checkedRange(keys + i * kDescriptorInBytes, swapped),
+                                      catalogue.checkedRange(texts + i * kDescriptorInBytes, swapped),
                                       numberAt(bytes, texts + i * kDescriptorInBytes, swapped)});
     }
     // The usual tools write it sorted.

@@ -30,27 +30,27 @@ public:
 
 private:
     // Where a text stands; views would dangle once the object moves.
-    struct Place {
+    struct Range {
         std::uint32_t offset;
         std::uint32_t length;
     };
     struct Entry {
-        Place key;
-        Place text;
+        Range key;
+        Range text;
         std::uint32_t lengthOfForms;  // of the text with all its forms, a NUL between two
     };
 
-    [[nodiscard]] std::string_view at(const Place& place) const noexcept {
-        return std::string_view(content_).substr(place.offset, place.length);
+    [[nodiscard]] std::string_view at(const Range& range) const noexcept {
+        return std::string_view(content_).substr(range.offset, range.length);
     }
-    [[nodiscard]] Place checkedPlace(std::uint64_t descriptor, bool isSwapped) const;
+    [[nodiscard]] Range checkedRange(std::uint64_t descriptor, bool isSwapped) const;
     void checkEncoding() const;
 
     [[nodiscard]] std::string_view headerField(std::string_view name) const noexcept;
 
     std::string content_;
     PluralRule rule_;
-    std::vector<Entry> entries_;  // sorted by key; each place is inside content_
+    std::vector<Entry> entries_;  // sorted by key; each range is inside content_
 };
 
 }  // namespace kelhost

@@ -21,7 +21,7 @@ public:
 
     [[nodiscard]] bool run() {
         const bool isTaken = choice();
-        skipBlanks();
+        skipWhiteSpace();
         return isTaken && (text_.empty() || text_.front() == ';' || text_.front() == '\n') &&
                steps_.size() <= kSteps;
     }
@@ -44,11 +44,11 @@ private:
         {{{"*", Operation::Multiply}, {"/", Operation::Divide}, {"%", Operation::Remainder}}},
     }};
 
-    void skipBlanks() {
+    void skipWhiteSpace() {
         while (!text_.empty() && (text_.front() == ' ' || text_.front() == '\t')) text_.remove_prefix(1);
     }
     [[nodiscard]] bool take(std::string_view token) {
-        skipBlanks();
+        skipWhiteSpace();
         if (token.empty() || !text_.starts_with(token)) return false;
         text_.remove_prefix(token.size());
         return true;
@@ -80,7 +80,7 @@ private:
         return true;
     }
     [[nodiscard]] bool unary() {
-        skipBlanks();
+        skipWhiteSpace();
         if (text_.starts_with('!') && !text_.starts_with("!=")) {
             text_.remove_prefix(1);
             if (++depth_ > kDepth) return false;

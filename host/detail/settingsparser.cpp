@@ -13,7 +13,7 @@ namespace kelhost {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kWhiteSpace = " \t";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 enum class Kind { TruthValue, Number };
@@ -33,9 +33,10 @@ char lower(char c) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos ? text.substr(text.size())
-                                           : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
+    return first == std::string_view::npos
+               ? text.substr(text.size())
+               : text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 class Parser {

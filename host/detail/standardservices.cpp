@@ -61,12 +61,12 @@ bool ServiceRegistry::add(const std::string& interfaceName, IKelUnknown& service
     service.queryInterface(interfaceName.c_str(), &part, false);
     if (part == nullptr) return false;
     const std::unique_lock guard(lock_);
-    const auto [place, isNew] =
+    const auto [known, isNew] =
         services_.try_emplace(interfaceName, Service{IPtr<IKelUnknown>(&service), false});
     if (isNew) return true;
-    if (!place->second.isStandard) return false;
-    withdrawn_.push_back(place->second.object);
-    place->second = {IPtr<IKelUnknown>(&service), false};
+    if (!known->second.isStandard) return false;
+    withdrawn_.push_back(known->second.object);
+    known->second = {IPtr<IKelUnknown>(&service), false};
     return true;
 }
 

@@ -1,4 +1,4 @@
-// The platform's own places for files, by the names that host/directoryservice.h lists.
+// The platform's own folders for files, by the names that host/directoryservice.h lists.
 // Threads: any, while no thread changes the environment.
 #pragma once
 

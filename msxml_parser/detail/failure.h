@@ -35,7 +35,7 @@ decltype(auto) atBorder(Body&& body) {
     }
 }
 
-// Sets the message alone. `arguments` fill the template's numbered places.
+// Sets the message alone. `arguments` fill the template's placeholders.
 template <typename Error, typename... Arguments>
 void setMessage(Error& error, const char* messageTemplate, const Arguments&... arguments) {
     KelString message;

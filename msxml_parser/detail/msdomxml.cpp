@@ -275,7 +275,7 @@ bool reporting(Error& error, Work&& work) {
         return msxml::atBorder(std::forward<Work>(work));
     } catch (const _com_error& exception) {
         return fail(error, IKelDOMXml::kTransformFailed, "Exception during transform: %1",
-                    msxml::translatedPlaces(msxml::descriptionOf(exception)));
+                    msxml::translatedLocations(msxml::descriptionOf(exception)));
     }
 }
 

@@ -70,14 +70,14 @@ KelString& MSDOMXmlElement::getAllText(KelString& out) {
 
 void MSDOMXmlElement::insertChild(IKelDOMXmlElement* child, IKelDOMXmlElement* before) {
     const Element& added = engineElementOf(child);
-    Node place;
-    if (before != nullptr) place = engineElementOf(before);
+    Node sibling;
+    if (before != nullptr) sibling = engineElementOf(before);
     // Before itself is before the one that follows it. Not every engine survives to be asked for the former;
     // ours, which does, also judges one that is last.
-    if (place.get() == added.get()) {
-        if (Node next = msxml::nextSiblingOf(added)) place = std::move(next);
+    if (sibling.get() == added.get()) {
+        if (Node next = msxml::nextSiblingOf(added)) sibling = std::move(next);
     }
-    const Variant where(place.get());
+    const Variant where(sibling.get());
     Node inserted;
     check(element_->insertBefore(added.get(), where.get(), inserted.receive()), element_);
 }

@@ -69,7 +69,7 @@ bool MSDOMXml::evaluateAt(const KelString& expression, IKelDOMXmlElement* contex
     error_.clear();
     if (!document_) return fail(error_, kNoDocument, "Error while reading Xml : No DOM Object");
     return msxml::atBorder([&] {
-        Node place = document_;
+        Node contextNode = document_;
         if (context != nullptr) {
             const auto* const ours = kel::queryInterface<MSDOMXmlElement>(context);
             msxml::ComPtr<IXMLDOMDocument> owner;
@@ -77,10 +77,10 @@ bool MSDOMXml::evaluateAt(const KelString& expression, IKelDOMXmlElement* contex
                 check(ours->engineElement()->get_ownerDocument(owner.receive()), ours->engineElement());
             if (ours == nullptr || !isSame(document_, owner))
                 return fail(error_, kInvalidElement, "Invalid Element Type");
-            place = ours->engineElement();
+            contextNode = ours->engineElement();
         }
         try {
-            return use(place, BStr(expression.view()));
+            return use(contextNode, BStr(expression.view()));
         } catch (const _com_error& error) {
             if (error.Error() == E_OUTOFMEMORY) throw;
             const KelString reason = msxml::descriptionOf(error);
@@ -92,9 +92,9 @@ bool MSDOMXml::evaluateAt(const KelString& expression, IKelDOMXmlElement* contex
 
 IKelDOMXmlElementItrV2* MSDOMXml::select(const KelString& expression, IKelDOMXmlElement* context) {
     IKelDOMXmlElementItrV2* result = nullptr;
-    (void)evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
+    (void)evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
         NodeList nodes;
-        check(place->selectNodes(text.get(), nodes.receive()), place);
+        check(contextNode->selectNodes(text.get(), nodes.receive()), contextNode);
         if (!areElements(nodes)) {
             return fail(error_, kNotElements,
                         "Error in expression %1 : It selects nodes that are no elements", expression);
@@ -107,9 +107,9 @@ IKelDOMXmlElementItrV2* MSDOMXml::select(const KelString& expression, IKelDOMXml
 
 IKelDOMXmlNodeItr* MSDOMXml::selectNodes(const KelString& expression, IKelDOMXmlElement* context) {
     IKelDOMXmlNodeItr* result = nullptr;
-    (void)evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
+    (void)evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
         NodeList nodes;
-        check(place->selectNodes(text.get(), nodes.receive()), place);
+        check(contextNode->selectNodes(text.get(), nodes.receive()), contextNode);
         result = MSDOMXmlNodeItr::create(std::move(nodes));
         return true;
     });
@@ -118,9 +118,9 @@ IKelDOMXmlNodeItr* MSDOMXml::selectNodes(const KelString& expression, IKelDOMXml
 
 IKelDOMXmlElementV2* MSDOMXml::selectFirst(const KelString& expression, IKelDOMXmlElement* context) {
     IKelDOMXmlElementV2* result = nullptr;
-    (void)evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
+    (void)evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
         Node node;
-        check(place->selectSingleNode(text.get(), node.receive()), place);
+        check(contextNode->selectSingleNode(text.get(), node.receive()), contextNode);
         if (!node) return true;
         if (msxml::typeOf(node) != NODE_ELEMENT) {
             return fail(error_, kNotElements,
@@ -134,24 +134,24 @@ IKelDOMXmlElementV2* MSDOMXml::selectFirst(const KelString& expression, IKelDOMX
 }
 
 bool MSDOMXml::evaluateText(const KelString& expression, IKelDOMXmlElement* context, KelString& out) {
-    return evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
+    return evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
         BStr value;
-        msxml::evaluate(document_, place, text, value);
+        msxml::evaluate(document_, contextNode, text, value);
         msxml::assign(out, value.view());
         return true;
     });
 }
 
 bool MSDOMXml::evaluateNumber(const KelString& expression, IKelDOMXmlElement* context, double& out) {
-    return evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
-        msxml::evaluate(document_, place, text, out);
+    return evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
+        msxml::evaluate(document_, contextNode, text, out);
         return true;
     });
 }
 
 bool MSDOMXml::evaluateTruth(const KelString& expression, IKelDOMXmlElement* context, bool& out) {
-    return evaluateAt(expression, context, [&](const Node& place, const BStr& text) {
-        msxml::evaluate(document_, place, text, out);
+    return evaluateAt(expression, context, [&](const Node& contextNode, const BStr& text) {
+        msxml::evaluate(document_, contextNode, text, out);
         return true;
     });
 }

@@ -29,8 +29,8 @@ WriteSettings settingsOf(unsigned options, const KelString& encoding) {
     if ((options & IKelDOMXmlV3::kNoDeclaration) != 0)
         settings.declaration = WriteSettings::Declaration::Never;
     settings.indent = (options & IKelDOMXmlV3::kIndent) != 0;
-    const unsigned blanks = options >> IKelDOMXmlV3::kIndentBlanksShift & 0xFF;
-    if (blanks != 0) settings.indentUnit = std::u16string(blanks - 1, u' ');
+    const unsigned spaces = options >> IKelDOMXmlV3::kIndentBlanksShift & 0xFF;
+    if (spaces != 0) settings.indentUnit = std::u16string(spaces - 1, u' ');
     return settings;
 }
 
@@ -63,8 +63,8 @@ public:
     [[nodiscard]] const KelString& path() const noexcept { return path_; }
     void setMade() noexcept { isMade_ = true; }
 
-    // The file must be closed. Returns what the system says when it refuses; empty when done.
-    [[nodiscard]] std::string takePlace() {
+    // The file must be closed. Returns the system's reason when it fails; empty when done.
+    [[nodiscard]] std::string replaceTarget() {
         if (!isBeside_) return {};
         const fs::path made = kel::platform::nativePath(path_.view());
         std::error_code failure;
@@ -131,7 +131,7 @@ bool MSDOMXml::writeFile(const KelString& path, unsigned options, const KelStrin
         if (reason.isEmpty() && !medium.flush()) reason = reasonOf(errno);
         medium.close();
         if (!reason.isEmpty()) return rejected(reason);
-        const std::string replacing = file.takePlace();
+        const std::string replacing = file.replaceTarget();
         return replacing.empty() || rejected(KelString(std::u16string_view(kel::fromUtf8(replacing))));
     });
 }

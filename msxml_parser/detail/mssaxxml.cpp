@@ -9,8 +9,8 @@
 #include "KelBasicTypes/platform/file.h"
 #include "msxml_parser/detail/customizer.h"
 #include "msxml_parser/detail/engineclasses.h"
-#include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/inputstream.h"
+#include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/saxcontenthandler.h"
 #include "msxml_parser/detail/text.h"
 
@@ -98,10 +98,10 @@ bool MSSAXXml::read(const KelString* path, IKelSAXXmlHandlerV2& handler, Parse&&
     events_.end();
     if (SUCCEEDED(status) || events_.wasStopped()) return true;
     if (status == E_OUTOFMEMORY) throw _com_error(status);
-    const msxml::SaxEvents::Failure& failure = events_.failure();
-    if (failure.status != S_OK) {
-        return reject(path, failure.isLimit ? kLimitExceeded : kNotWellFormed, failure.line, failure.column,
-                      failure.reason);
+    const msxml::SaxEvents::Error& reported = events_.error();
+    if (reported.status != S_OK) {
+        return reject(path, reported.isLimit ? kLimitExceeded : kNotWellFormed, reported.line,
+                      reported.column, reported.reason);
     }
     try {  // an engine that reported nothing to the error handler
         msxml::check(status, fullReader_);

@@ -172,7 +172,7 @@ bool MSXmlSchema::addFile(const KelString& namespaceUri, const KelString& path) 
         const KelString reason = msxml::descriptionOf(error);
         error_.setDetails(0, 0, reason);
         return fail(error_, IKelXmlError::kRejected, "Error while compiling %1 : %2", normalised,
-                    msxml::translatedPlaces(reason));
+                    msxml::translatedLocations(reason));
     }
     schemas_ = std::move(schemas);
     reader_ = {};  // holds the collection as it was

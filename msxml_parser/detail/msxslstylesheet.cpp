@@ -87,7 +87,7 @@ bool MSXslStyleSheet::reject(const KelString* path, const _com_error& error) {
     if (error.Error() == E_OUTOFMEMORY) throw _com_error(error);
     const KelString reason = msxml::descriptionOf(error);
     error_.setDetails(0, 0, reason);
-    const KelString causes = msxml::translatedPlaces(reason);
+    const KelString causes = msxml::translatedLocations(reason);
     return path != nullptr
                ? fail(error_, IKelXmlError::kRejected, "Error while compiling %1 : %2", *path, causes)
                : fail(error_, IKelXmlError::kRejected, "Error while compiling Xml : %1", causes);
@@ -209,7 +209,7 @@ bool MSXslStyleSheet::transform(IKelDOMXml* source, Before&& before, After&& aft
         const KelString reason = msxml::descriptionOf(error);
         error_.setDetails(0, 0, reason);
         return fail(error_, IKelXmlError::kTransformFailed, "Exception during transform: %1",
-                    msxml::translatedPlaces(reason));
+                    msxml::translatedLocations(reason));
     }
 }
 

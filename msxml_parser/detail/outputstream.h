@@ -24,7 +24,7 @@ public:
         return status;
     }
 
-    // Whether a write was refused, and what the system said to it; 0: nothing.
+    // Whether a write failed, and the system's error; 0: none given.
     [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
     [[nodiscard]] int systemError() const noexcept { return systemError_; }
     // What the caller's stream threw, which must not cross the engine.

@@ -125,13 +125,13 @@ KelString translatedText(std::u16string_view text, int nesting) {
 }
 
 // "FILE, line N: " or "line N: " at the start of a line.
-struct Place {
+struct Location {
     std::u16string_view file;
     std::u16string_view line;
     std::size_t length = 0;  // of the whole; 0: there is none
 };
 
-Place placeIn(std::u16string_view text) noexcept {
+Location locationIn(std::u16string_view text) noexcept {
     constexpr std::u16string_view kLine = u"line ";
     constexpr std::u16string_view kFileLine = u", line ";
     const bool hasFile = !text.starts_with(kLine);
@@ -160,25 +160,25 @@ KelString byLine(std::u16string_view text, Translate&& translate) {
 
 KelString translatedReason(std::u16string_view reason) {
     return byLine(reason, [](std::u16string_view line) {
-        const std::size_t placeLength = placeIn(line).length;
-        KelString result(line.substr(0, placeLength));
-        return result.append(translatedText(line.substr(placeLength), 0));
+        const std::size_t locationLength = locationIn(line).length;
+        KelString result(line.substr(0, locationLength));
+        return result.append(translatedText(line.substr(locationLength), 0));
     });
 }
 
-KelString translatedPlaces(const KelString& reason) {
+KelString translatedLocations(const KelString& reason) {
     return byLine(reason.view(), [](std::u16string_view line) {
-        const Place place = placeIn(line);
-        const bool hasFile = !place.file.empty();
+        const Location location = locationIn(line);
+        const bool hasFile = !location.file.empty();
         KelString text;
-        if (place.length != 0)
+        if (location.length != 0)
             text = translationOf(hasFile ? kel::messageKey("%1, line %2: ") : kel::messageKey("line %1: "));
         if (text.isNull()) return KelString(line);
-        const KelString file(place.file);
-        const KelString number(place.line);
+        const KelString file(location.file);
+        const KelString number(location.line);
         const std::array arguments{hasFile ? &file : &number, &number};
         kel::substitute(text, arguments);
-        return text.append(line.substr(place.length));
+        return text.append(line.substr(location.length));
     });
 }
 

@@ -15,10 +15,11 @@ namespace msxml {
 // is built.
 [[nodiscard]] std::span<const std::string_view> reasonTemplates() noexcept;
 
-// Line by line. Where a line begins with a place, "FILE, line N: " or "line N: ", that is kept for programs.
+// Line by line. Where a line begins with a location, "FILE, line N: " or "line N: ", that is kept for
+// programs.
 [[nodiscard]] KelString translatedReason(std::u16string_view reason);
 
-// A reason as a message for people shows it: the places translated, too.
-[[nodiscard]] KelString translatedPlaces(const KelString& reason);
+// A reason as a message for people shows it: the locations translated, too.
+[[nodiscard]] KelString translatedLocations(const KelString& reason);
 
 }  // namespace msxml

@@ -26,7 +26,7 @@ bool isDeclaration(std::u16string_view qualified) noexcept {
 void SaxEvents::begin(IKelSAXXmlHandlerV2& handler) {
     handler_ = &handler;
     isStopped_ = false;
-    failure_ = {};
+    error_ = {};
     depth_ = 0;
     declaredCount_ = 0;
 }
@@ -137,7 +137,7 @@ HRESULT SaxEvents::rejectDepth() noexcept {
     (void)deliver([&](IKelSAXXmlHandlerV2&) {
         KelString reason;
         kel::translate(reason, "Elements are nested more than %1 deep.", KelString(depthLimit_));
-        failure_ = {E_FAIL, true, line(), column(), std::move(reason)};
+        error_ = {E_FAIL, true, line(), column(), std::move(reason)};
     });
     return E_ABORT;
 }
@@ -216,17 +216,17 @@ HRESULT STDMETHODCALLTYPE SaxEvents::error(ISAXLocator* locator, const OLECHAR* 
 }
 
 HRESULT STDMETHODCALLTYPE SaxEvents::fatalError(ISAXLocator* locator, const OLECHAR* message, HRESULT code) {
-    if (failure_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform reports that, too
+    if (error_.status != S_OK || thrown_ || isStopped_) return S_OK;  // the platform reports that, too
     try {
-        failure_.reason = trimmedReason(message);
+        error_.reason = trimmedReason(message);
     } catch (...) {
         thrown_ = std::current_exception();
     }
-    failure_.status = code;
-    failure_.isLimit = isLimitStatus(code);
+    error_.status = code;
+    error_.isLimit = isLimitStatus(code);
     if (locator == nullptr) return S_OK;
-    (void)locator->getLineNumber(&failure_.line);
-    (void)locator->getColumnNumber(&failure_.column);
+    (void)locator->getLineNumber(&error_.line);
+    (void)locator->getColumnNumber(&error_.column);
     return S_OK;
 }
 

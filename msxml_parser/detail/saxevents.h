@@ -22,7 +22,7 @@ public:
     virtual ~SaxEvents() = default;
 
     // What the engine, or this object, found wrong.
-    struct Failure {
+    struct Error {
         HRESULT status = S_OK;
         bool isLimit = false;
         int line = 0;
@@ -36,7 +36,7 @@ public:
     void stop() noexcept { isStopped_ = handler_ != nullptr; }
     [[nodiscard]] bool isRunning() const noexcept { return handler_ != nullptr; }
     [[nodiscard]] bool wasStopped() const noexcept { return isStopped_; }
-    [[nodiscard]] const Failure& failure() const noexcept { return failure_; }
+    [[nodiscard]] const Error& error() const noexcept { return error_; }
     [[nodiscard]] int line() const;
     [[nodiscard]] int column() const;
 
@@ -93,7 +93,7 @@ private:
     ISAXLocator* locator_ = nullptr;          // likewise
     bool isStopped_ = false;
     std::exception_ptr thrown_;
-    Failure failure_;
+    Error error_;
     int depth_ = 0;
     std::vector<KelSAXXmlAttribute> attributes_;
     std::vector<Declared> declared_;  // by the element to come; the first declaredCount_ count

@@ -16,7 +16,7 @@ struct WriteSettings {
     std::u16string encoding;  // empty: the one that the document declares, else UTF-8
     Declaration declaration = Declaration::AsLoaded;
     bool indent = false;                // where it changes nothing; see IKelDOMXmlV3
-    std::u16string indentUnit = u"\t";  // tabs or blanks, of one kind, at most 255
+    std::u16string indentUnit = u"\t";  // tabs or spaces, of one kind, at most 255
 };
 
 }  // namespace msxml

@@ -183,7 +183,8 @@ public:
     }
 
     // --- XPath 1.0, from the document or one of its elements ----------------------------------------------
-    // What a prefix stands for in expressions, whatever the document declares; an empty URI takes it away.
+    // The namespace that a prefix is bound to in expressions, whatever the document declares; an empty URI
+    // takes it away.
     void setPrefix(const Text& prefix, const Text& uri) {
         const bool isDone = detail::guarded([&] { return parser().setPrefix(prefix.value(), uri.value()); });
         if (!isDone) {

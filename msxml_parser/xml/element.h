@@ -195,7 +195,7 @@ private:
 };
 
 // The attributes that an element had when the range was made. A range is walked once at a time, and hands out
-// one Attribute after the other in the same place: copy what is kept.
+// one Attribute after the other in the same object: copy what is kept.
 class AttributeRange final {
 public:
     class Iterator {

@@ -33,7 +33,7 @@ enum class ErrorCode : int {
     NotElements,    // the expression selects attributes, texts or other nodes
     NotCompiled,    // there is no schema or style sheet yet
     Rejected,       // by the engine: a wrong name, a cycle, a second root, an erroneous schema or style sheet
-    TransformFailed,  // the style sheet ended with an error, or its result is no document
+    TransformFailed,  // the style sheet ended with an error, or its result is not a document
     InvalidArgument,  // text that is no text, a wrong name, an element that is not where it must be
     NoElement,        // there is none: an empty document, an object that was moved from
     NoEngine,         // the engine could not be made

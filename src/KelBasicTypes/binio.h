@@ -43,7 +43,7 @@ public:
 
     // The next bytes of the medium, unscrambled: as many as asked for, a buffer full or what the medium has,
     // whichever is least; empty at the end or on error. Lent until the next transfer.
-    [[nodiscard]] std::span<const std::uint8_t> fetch(std::size_t most);
+    [[nodiscard]] std::span<const std::uint8_t> fetch(std::size_t max);
 
 protected:
     // For the subclass, once it knows its medium's length in bytes.
@@ -93,10 +93,10 @@ public:
     [[nodiscard]] std::uint64_t firstCounter() const noexcept { return firstCounter_; }
     [[nodiscard]] std::uint64_t secondCounter() const noexcept { return secondCounter_; }
 
-    // Room to write into the buffer directly: at most `most` bytes, at most what is free, and kFlushBelow
+    // Room to write into the buffer directly: at most `max` bytes, at most what is free, and kFlushBelow
     // bytes at least if that many are asked for. Empty when the medium took nothing. The bytes count once
     // `commitDirect` says how many were written there; nothing else may be written in between.
-    [[nodiscard]] std::span<std::uint8_t> directBuffer(std::size_t most);
+    [[nodiscard]] std::span<std::uint8_t> directBuffer(std::size_t max);
     [[nodiscard]] bool commitDirect(std::size_t written);
 
     // Scrambles the waiting bytes and passes them to writeRaw. True when nothing waits or some bytes were

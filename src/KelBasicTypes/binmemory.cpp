@@ -24,18 +24,17 @@ BinIO_Scrambler* scrambler() noexcept {
 
 }  // namespace kel
 
-std::span<const std::uint8_t> BinInput::fetch(std::size_t most) {
+std::span<const std::uint8_t> BinInput::fetch(std::size_t max) {
     BinIO_Scrambler* const scrambler = kel::scrambler();
     const std::int64_t position = scrambler != nullptr ? tell() : 0;
-    const std::size_t got =
-        std::min(readRaw(buffer_, std::min(most, kBufferSizeInBytes)), kBufferSizeInBytes);
+    const std::size_t got = std::min(readRaw(buffer_, std::min(max, kBufferSizeInBytes)), kBufferSizeInBytes);
     if (scrambler != nullptr && got > 0) scrambler->unscramble(buffer_, position, got);
     return {buffer_, got};
 }
 
-std::span<std::uint8_t> BinOutput::directBuffer(std::size_t most) {
+std::span<std::uint8_t> BinOutput::directBuffer(std::size_t max) {
     if (kBufferSizeInBytes - pending_ < kFlushBelow && !flushBuffer()) return {};
-    return {buffer_ + pending_, std::min(most, kBufferSizeInBytes - pending_)};
+    return {buffer_ + pending_, std::min(max, kBufferSizeInBytes - pending_)};
 }
 
 bool BinOutput::commitDirect(std::size_t written) {

@@ -1,6 +1,6 @@
-// What is kept lies in two places. The pool has a list for each size class, guarded by the library's lock.
-// Each thread has a cache of a few hundred kilobytes with such lists for the small classes (ThreadCache),
-// which it uses without a lock. An unused block holds the link to the next one of its list.
+// What is kept lies in two sorts of lists. The pool has a list for each size class, guarded by the library's
+// lock. Each thread has a cache of a few hundred kilobytes with such lists for the small classes
+// (ThreadCache), which it uses without a lock. An unused block holds the link to the next one of its list.
 //
 // Takes and give-backs go to the cache. One that is empty for a class gets a batch of the newest blocks of
 // the pool's list; one that is full hands the older half of each of its lists to the pool. Both put newer
@@ -16,7 +16,7 @@
 //
 // The lock is held for moving blocks, never while the heap, a host or another allocator is called: each of
 // them may wait for a lock of its own whose holder uses strings, or come back to this very pool, as a request
-// that the heap refuses does when it ends in a temporary file, whose name is made of strings.
+// that the heap cannot serve does when it ends in a temporary file, whose name is made of strings.
 #include "KelBasicTypes/bucketmemorypool.h"
 
 #include <algorithm>
@@ -206,10 +206,10 @@ void BucketMemoryPool::refill(ThreadCache& cache, std::uint32_t index) noexcept 
     constexpr std::int32_t kMaxBatch = 32;
     FreeBlock* const newest = newest_[index];
     if (newest == nullptr) return;
-    const std::int32_t most = std::clamp(kBatchBytes / classes_.sizeOf(index), 1, kMaxBatch);
+    const std::int32_t max = std::clamp(kBatchBytes / classes_.sizeOf(index), 1, kMaxBatch);
     std::uint32_t count = 1;
     FreeBlock* last = newest;
-    for (; static_cast<std::int32_t>(count) < most && last->next != nullptr; ++count) last = last->next;
+    for (; static_cast<std::int32_t>(count) < max && last->next != nullptr; ++count) last = last->next;
     newest_[index] = std::exchange(last->next, nullptr);
     cache.newestOf(index) = newest;
     cache.addBytes(index, count);

@@ -16,7 +16,7 @@ public:
     KelEvent& operator=(const KelEvent&) = delete;
     ~KelEvent();  // closes
 
-    bool create() noexcept;  // false when it is not null, which changes nothing, or when the system refuses
+    bool create() noexcept;  // false when it is not null, which changes nothing, or when the system fails
     bool close() noexcept;   // false when null; no thread may be waiting
     [[nodiscard]] bool isNull() const noexcept { return event_ == nullptr; }  // not created, or closed
 
@@ -31,5 +31,5 @@ private:
 };
 
 // Makes the operating system's own condition variable ready, for callers that use that one: `condition` is
-// the address of a pthread_cond_t, on Windows of a CONDITION_VARIABLE. False when the system refuses.
+// the address of a pthread_cond_t, on Windows of a CONDITION_VARIABLE. False when the system fails.
 bool initializeNativeCondition(void* condition) noexcept;

@@ -150,7 +150,7 @@ bool KelFileWrite::finish() {
         static_cast<std::uint64_t>(end - start_ - static_cast<std::int64_t>(DataFormat::kFileHeader));
     if (!writeBack(lengthAt, length, sizeof length) || !written(out_->flush(), 0)) return false;
     isFinished_ = true;
-    return own_ == nullptr || putInPlace();
+    return own_ == nullptr || replaceTarget();
 }
 
 bool KelFileWrite::beginRecord(DataTag tag, DataKind kind, std::uint64_t length) {
@@ -182,7 +182,7 @@ bool KelFileWrite::writeBack(std::int64_t position, std::uint64_t length, std::s
     return false;
 }
 
-bool KelFileWrite::putInPlace() {
+bool KelFileWrite::replaceTarget() {
     own_->close();
     const KelString reason(std::string_view(kel::detail::replaceFile(unfinishedPath_.view(), path_.view())));
     if (reason.isEmpty()) {

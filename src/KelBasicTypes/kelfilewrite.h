@@ -47,7 +47,7 @@ private:
     bool beginRecord(kel::DataTag tag, kel::DataKind kind, std::uint64_t length);
     bool written(bool isWritten, std::uint64_t byteCount);
     bool writeBack(std::int64_t position, std::uint64_t length, std::size_t width);
-    bool putInPlace();
+    bool replaceTarget();
     void discard() noexcept;
 
     std::unique_ptr<BinOutput> own_;  // only for a path

@@ -19,7 +19,7 @@ public:
     ~KelMutex();  // closes
 
     // Each gives a null object a mutex without an owner; false when it is not null, which changes
-    // nothing, and when the system refuses. A new or existing mutex of this name; an empty name is refused;
+    // nothing, and when the system fails. A new or existing mutex of this name; an empty name is rejected;
     // `open` finds only a name that some living process holds.
     bool create() noexcept;
     bool create(const char* name) noexcept;

@@ -1,4 +1,4 @@
-// What happens when the heap refuses: the host's memory manager, growth by way of a temporary file, the
+// What happens when the heap is exhausted: the host's memory manager, growth by way of a temporary file, the
 // report to the user and the end of the process.
 #include "KelBasicTypes/outofmemory.h"
 
@@ -126,7 +126,7 @@ bool outOfMemoryHandler(std::int32_t failureCode) noexcept {
     return false;
 }
 
-void endOutOfMemory(std::uint64_t attemptedBytes, MemoryFailure failure) noexcept {
+void endOutOfMemory(std::uint64_t attemptedBytes, MemoryError failure) noexcept {
     becomeEndingThread();
     detail::openReserve();
     writeMemorySnapshot(attemptedBytes);
@@ -160,36 +160,36 @@ void openSpillFile(std::optional<RawFile>& file) noexcept {
     }
 }
 
-[[noreturn]] void end(std::optional<RawFile>& file, std::size_t attempted, MemoryFailure failure) noexcept {
+[[noreturn]] void end(std::optional<RawFile>& file, std::size_t attempted, MemoryError failure) noexcept {
     file.reset();
     endOutOfMemory(attempted, failure);
 }
 
-[[noreturn]] void endRefused(std::uint64_t attemptedBytes) noexcept {
-    endOutOfMemory(attemptedBytes, MemoryFailure::HeapRefused);
+[[noreturn]] void endExhausted(std::uint64_t attemptedBytes) noexcept {
+    endOutOfMemory(attemptedBytes, MemoryError::HeapExhausted);
 }
 
 void moveThroughSpillFile(void*& block, std::size_t oldBytes, std::size_t newBytes) {
     std::optional<RawFile> file;
     openSpillFile(file);
-    if (!file) end(file, newBytes, MemoryFailure::SpillNotCreated);
-    if (!file->write(block, oldBytes)) end(file, newBytes, MemoryFailure::SpillNotWritten);
+    if (!file) end(file, newBytes, MemoryError::SpillNotCreated);
+    if (!file->write(block, oldBytes)) end(file, newBytes, MemoryError::SpillNotWritten);
 
     heapRelease(block);
     block = heapAllocate(newBytes);
     if (block == nullptr) block = allocateWithManager(newBytes);
-    if (block == nullptr) end(file, newBytes, MemoryFailure::HeapRefused);
+    if (block == nullptr) end(file, newBytes, MemoryError::HeapExhausted);
 
     if (!file->seekToStart() || !file->read(block, oldBytes)) {
         heapRelease(block);
         block = nullptr;
-        end(file, newBytes, MemoryFailure::SpillNotRead);
+        end(file, newBytes, MemoryError::SpillNotRead);
     }
     std::memset(static_cast<std::byte*>(block) + oldBytes, 0, newBytes - oldBytes);
 }
 
 }  // namespace
 
-constinit const AllocationHooks allocationHooks{memoryManager, moveThroughSpillFile, endRefused};
+constinit const AllocationHooks allocationHooks{memoryManager, moveThroughSpillFile, endExhausted};
 
 }  // namespace kel::detail

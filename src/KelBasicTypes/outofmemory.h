@@ -11,11 +11,11 @@
 namespace kel {
 
 // What failed.
-enum class MemoryFailure : std::int32_t {
+enum class MemoryError : std::int32_t {
     SpillNotCreated = -1,
     SpillNotWritten = -2,
     SpillNotRead = -3,
-    HeapRefused = -4,
+    HeapExhausted = -4,
 };
 
 // The host's memory manager, borrowed; null if there is none. Kept once found.
@@ -31,6 +31,6 @@ void writeMemorySnapshot(std::uint64_t attemptedBytes) noexcept;
 bool outOfMemoryHandler(std::int32_t failureCode) noexcept;
 
 // Snapshot, handler, end of the process with exit status -1.
-[[noreturn]] void endOutOfMemory(std::uint64_t attemptedBytes, MemoryFailure failure) noexcept;
+[[noreturn]] void endOutOfMemory(std::uint64_t attemptedBytes, MemoryError failure) noexcept;
 
 }  // namespace kel

@@ -84,8 +84,8 @@ struct Growth {
 
 // Attempts between the one that failed and the minimum, each half as far from it. 0 when all
 // fail.
-std::uint64_t growLess(const Growth& growth, std::uint64_t minimum, std::uint64_t refused) {
-    std::uint64_t attempt = refused;
+std::uint64_t growLess(const Growth& growth, std::uint64_t minimum, std::uint64_t failed) {
+    std::uint64_t attempt = failed;
     for (int step = kFirstStep; step >= 0 && minimum < attempt; --step) {
         attempt = step > 0 ? minimum + (attempt - minimum) / 2 : minimum;
         if (growth.tryTo(attempt)) return attempt;

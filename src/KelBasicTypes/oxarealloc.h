@@ -1,6 +1,6 @@
 // Guarded allocation: every buffer of this library comes from here, and no caller tests for
-// null. When the system heap refuses, the host's memory manager is asked to give memory back; when that does
-// not help either, the process writes a snapshot to "memory.log", reports to the user and ends with exit
+// null. When the system heap is exhausted, the host's memory manager is asked to give memory back; when that
+// does not help either, the process writes a snapshot to "memory.log", reports to the user and ends with exit
 // status -1 (outofmemory.h). Threads: any; no lock is held here.
 #pragma once
 

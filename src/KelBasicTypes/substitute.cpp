@@ -102,7 +102,7 @@ struct Range {
     std::size_t end;
 };
 
-Range placeOf(std::u16string_view text, std::int32_t number) {
+Range rangeOf(std::u16string_view text, std::int32_t number) {
     const auto digit = static_cast<char16_t>(u'0' + (number < 10 ? number : number / 10));
     const std::size_t units = number < 10 ? 2 : 3;  // the units digit is spanned but not looked at
     for (std::size_t at = 0; at + 1 < text.size(); ++at) {
@@ -143,8 +143,8 @@ void substitute(KelString& text, std::span<const KelString* const> arguments) {
 
 void substitute(KelString& text, std::int32_t count, const KelString* arguments) {
     for (std::int32_t number = 1; number <= count; ++number) {
-        const Range place = placeOf(text.view(), number);
-        text = text.replaceRange(place.start, place.end, arguments[number - 1].view());
+        const Range range = rangeOf(text.view(), number);
+        text = text.replaceRange(range.start, range.end, arguments[number - 1].view());
     }
 }
 

@@ -14,7 +14,7 @@ namespace kel {
 // stay. A number must not occur twice: every occurrence of it would be put where the last one stands.
 void substitute(KelString& text, std::span<const KelString* const> arguments);
 
-// %1 to %99, one argument after the other, each into the first place that matches in the text as it then is,
+// %1 to %99, one argument after the other, each at the first position that matches in the text as it then is,
 // texts of earlier arguments included. From 10 on only the tens digit is looked at: %1 and any further unit
 // matches 10 to 19. An argument without a placeholder replaces the text's last unit. A count of 0 or less
 // changes nothing.

@@ -229,7 +229,7 @@ TEST(BinNumbers, ComeBackFromAFileThroughAScrambler) {
     EXPECT_NE(first, 0) << "the file is not scrambled";
 }
 
-TEST(BinNumbers, RefuseImpossibleWidthsAndEnds) {
+TEST(BinNumbers, RejectImpossibleWidthsAndEnds) {
     MemoryInput in("12345");
     std::int32_t values[2] = {};
     EXPECT_FALSE(readNumbers(in, values, 0, 1));

@@ -25,7 +25,7 @@ TEST(BinMemory, OverwritesGrowsAndReadsBackInPlace) {
     EXPECT_EQ(out.bytes(), (std::vector<std::uint8_t>{1, 2, 255, 255, 255, 255, 7, 0, 0, 0, 0}));
     for (const auto& [position, fromStart] : {std::pair{12, true}, {-1, true}, {1, false}, {-12, false}})
         EXPECT_FALSE(out.seek(position, fromStart)) << position;
-    EXPECT_EQ(out.tell(), 11) << "a refused seek moves nothing";
+    EXPECT_EQ(out.tell(), 11) << "a failed seek moves nothing";
     ASSERT_TRUE(out.seek(6, true));
     std::array<std::uint8_t, 9> read{};
     EXPECT_EQ(out.readRaw(read.data(), read.size()), 5U);

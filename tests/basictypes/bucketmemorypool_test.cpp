@@ -22,7 +22,7 @@
 using kel::giveBackBuffer;
 using kel::takeBuffer;
 using kel::detail::headerOf;
-using kel::test::RefusingHeap;
+using kel::test::FailingHeap;
 
 namespace {
 
@@ -110,7 +110,7 @@ TEST_F(BucketPool, HandsOutTheLastOneThatCameIn) {
     }
 }
 
-TEST_F(BucketPool, RefusesNothingAndNoSize) {
+TEST_F(BucketPool, RejectsNullAndSizesBelowOne) {
     std::uint32_t actual = 0;
     void* block = pool_->allocate(10, actual);
     void* const before = block;
@@ -122,7 +122,7 @@ TEST_F(BucketPool, RefusesNothingAndNoSize) {
     EXPECT_TRUE(pool_->giveBack(12, block));
 }
 
-TEST_F(BucketPool, AnswersToItsNames) {
+TEST_F(BucketPool, IsFoundByItsNames) {
     EXPECT_EQ(kel::queryInterface<BucketMemoryPool>(pool_.get()), pool_.get());
     EXPECT_EQ(kel::queryInterface<IBucketMemoryPool>(pool_.get()), pool_.get());
     EXPECT_STREQ(pool_->className(), "BucketMemoryPool");
@@ -149,7 +149,7 @@ TEST(Buffers, CostTheHeapNothingOnceWarm) {
     };
     useStrings();
     int requests = 0;
-    const RefusingHeap heap([&](const RefusingHeap::Request&) {
+    const FailingHeap heap([&](const FailingHeap::Request&) {
         ++requests;
         return false;
     });
@@ -181,7 +181,7 @@ TEST(Buffers, MoveToAHostsPoolAfter601Takes) {
     for (int take = 2; take <= 601; ++take) touch(50);
     std::uint32_t actual = 0;
     void* fromHost = hostPool->allocate(1000, actual);
-    EXPECT_NE(fromHost, kept) << "handed over too early";
+    EXPECT_NE(fromHost, kept) << "switched too early";
     hostPool->giveBack(1000, fromHost);
     fromHost = nullptr;
 
@@ -195,7 +195,7 @@ TEST(Buffers, MoveToAHostsPoolAfter601Takes) {
     giveBackBuffer(capacity, block);
     host->own.lookups.clear();
     for (int take = 0; take < 2000; ++take) touch(50);
-    EXPECT_TRUE(host->own.lookups.empty()) << "on the host's pool nobody asks again";
+    EXPECT_TRUE(host->own.lookups.empty()) << "on the host's pool there are no further lookups";
     kel::detail::resetBufferPool();  // while the host lives
 }
 
@@ -211,7 +211,7 @@ TEST(Buffers, AreNeverLentAsLongerThanTheyAre) {
     giveBackBuffer(capacity, block);
     int requests = 0;
     {
-        const RefusingHeap heap([&](const RefusingHeap::Request&) {
+        const FailingHeap heap([&](const FailingHeap::Request&) {
             ++requests;
             return false;
         });
@@ -264,7 +264,7 @@ TEST(Buffers, CallOtherAllocatorsOutsideTheLock) {
             const auto status = others.back().wait_for(std::chrono::seconds(1));
             ++(status == std::future_status::ready ? free : locked);
         }
-        std::vector<std::future<void>> others;  // waited for at the end: then nobody holds the lock
+        std::vector<std::future<void>> others;  // waited for at the end: then the lock is free
         int free = 0;
         int locked = 0;
     } asking;
@@ -282,7 +282,7 @@ TEST(Buffers, CallOtherAllocatorsOutsideTheLock) {
     block = blockOfSize(700);
     pool->giveBack(700, block);
     pool.reset();
-    giveBackBuffer(700, blockOfSize(700));  // kept until the hand-over ends our own pool
+    giveBackBuffer(700, blockOfSize(700));  // kept until the switch ends our own pool
     FreshHost host;
     const IPtr<ForeignPool> foreign(new ForeignPool);
     host->offer<IBucketMemoryPool>(*foreign);

@@ -21,10 +21,10 @@ TEST(ClassIdText, ReadsBackWithBracesAndWithout) {
     EXPECT_EQ(classIdOf("88bc5a8e-cc38-4c51-b3f1-90800566e0df"), kId);
 }
 
-TEST(ClassIdText, AnythingElseIsRefused) {
+TEST(ClassIdText, AnythingElseIsRejected) {
     const std::string good = classIdText(kId);
     for (std::size_t at = 0; at < good.size(); ++at) {
-        // A sign or a prefix that a number parser takes must not get by, nor a blank.
+        // A sign or a prefix that a number parser takes must not get by, nor a space.
         for (const char wrong : {'-', '+', ' ', 'x', 'G', '\0', '{'}) {
             std::string text = good;
             if (text[at] == wrong) continue;

@@ -184,7 +184,7 @@ TEST(DataModel, ReaderSkipsWhatItDoesNotKnowOrWant) {
     }
 }
 
-TEST(DataModel, EveryTruncationIsRefusedWithAPositionInTheFile) {
+TEST(DataModel, EveryTruncationIsRejectedWithAPositionInTheFile) {
     const Bytes file = fileOf([](IKelDataModelWriter& writer) {
         writer.beginBlock(kShelf, BinIO_Version(1, 0));
         writer.writeText(kTitle, u"Emma");
@@ -264,7 +264,7 @@ TEST(DataModel, ValueOfAnotherKindIsAFailureAndLeavesTheResultAlone) {
 }
 
 // A length that lies costs nothing even where the medium's own length is not known.
-TEST(DataModel, LyingLengthCostsNoMemory) {
+TEST(DataModel, AWrongLengthAllocatesNothing) {
     Bytes file = fileOf([](IKelDataModelWriter& writer) { writer.writeBytes(kTitle, "abc", 3); });
     file = patched(file, 8, std::uint64_t{1} << 55, 8);
     file = patched(file, 21, std::uint64_t{1} << 54, 7);

@@ -1,4 +1,4 @@
-// A heap for the guarded allocation that refuses what a test says. In place while it lives.
+// A heap for the guarded allocation that fails where a test says so. In place while it lives.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace kel::test {
 
-class RefusingHeap final {
+class FailingHeap final {
 public:
     struct Request {
         bool isRealloc;
@@ -20,17 +20,17 @@ public:
     };
     using Rule = std::function<bool(const Request&)>;  // true: fail it
 
-    explicit RefusingHeap(Rule rule) : rule_(std::move(rule)) {
+    explicit FailingHeap(Rule rule) : rule_(std::move(rule)) {
         current() = this;
         detail::setHeap({allocate, reallocate, release});
     }
-    RefusingHeap(const RefusingHeap&) = delete;
-    RefusingHeap& operator=(const RefusingHeap&) = delete;
-    ~RefusingHeap() { detail::setHeap(detail::systemHeap()); }
+    FailingHeap(const FailingHeap&) = delete;
+    FailingHeap& operator=(const FailingHeap&) = delete;
+    ~FailingHeap() { detail::setHeap(detail::systemHeap()); }
 
 private:
-    static RefusingHeap*& current() {
-        static RefusingHeap* heap = nullptr;
+    static FailingHeap*& current() {
+        static FailingHeap* heap = nullptr;
         return heap;
     }
     static void* allocate(std::size_t size) {
@@ -39,7 +39,7 @@ private:
     static void* reallocate(void* block, std::size_t size) {
         return current()->rule_({true, size}) ? nullptr : detail::systemHeap().reallocate(block, size);
     }
-    // Whoever still reads the block finds that out here, not some other day.
+    // Code that still reads the block fails here.
     static void release(void* block) {
         if (block != nullptr) std::memset(block, 0xDD, usableSize(block));
         detail::systemHeap().release(block);

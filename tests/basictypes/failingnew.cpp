@@ -1,15 +1,15 @@
 // In a file of its own: where the compiler saw both ends of an allocation, it would judge them a mismatch.
-// All forms are here, for the address sanitizer brings its own of each and tells blocks apart by the form
+// All forms are here, for the address sanitizer brings its own of each and distinguishes blocks by the form
 // that made them.
 #include "failingnew.h"
 
 #include <cstdlib>
 #include <new>
 
-bool kel::test::isNewRefused = false;
+bool kel::test::isNewFailing = false;
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return kel::test::isNewRefused ? nullptr : std::malloc(size != 0 ? size : 1);
+    return kel::test::isNewFailing ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 void* operator new(std::size_t size) {
     void* const block = operator new(size, std::nothrow);

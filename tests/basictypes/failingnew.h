@@ -3,6 +3,6 @@
 
 namespace kel::test {
 
-extern bool isNewRefused;
+extern bool isNewFailing;
 
 }  // namespace kel::test

@@ -36,7 +36,7 @@ TEST_F(FileTest, WritesAndReadsByFrameworkPath) {
     EXPECT_NE(platform::openFile(path, "rb"), nullptr);
 }
 
-TEST_F(FileTest, RefusesWhatCannotBeRead) {
+TEST_F(FileTest, RejectsWhatCannotBeRead) {
     EXPECT_TRUE(platform::closeFile(platform::openFile(pathOf(u"file"), "w")));
     const struct {
         const char* fault;

@@ -281,7 +281,7 @@ TEST(KelCondition, TakesItsSpinCountFromTheEnvironmentOnce) {
     kel::detail::resetSpinCount();
 }
 
-TEST(KelEvent, LetsEverybodyThroughUntilReset) {
+TEST(KelEvent, ReleasesEveryWaiterUntilReset) {
     KelEvent event;
     EXPECT_FALSE(event.set());
     EXPECT_FALSE(event.close());

@@ -119,12 +119,12 @@ TEST_F(KelMutexFork, ABlockWhoseMakerDiedHalfWayIsNoMutex) {
     KelMutex mutex;
     EXPECT_FALSE(mutex.create(name_.c_str()));
     ASSERT_EQ(flock(block.file(), LOCK_UN), 0);
-    EXPECT_TRUE(mutex.create(name_.c_str())) << "nobody holds it: it is made anew";
+    EXPECT_TRUE(mutex.create(name_.c_str())) << "no process holds it: it is made anew";
     EXPECT_TRUE(mutex.lock());
     EXPECT_TRUE(mutex.unlock());
 }
 
-TEST_F(KelMutexFork, ABlockThatOthersCanWriteOrOwnIsRefused) {
+TEST_F(KelMutexFork, ABlockThatOthersCanWriteOrOwnIsRejected) {
     KelMutex mutex;
     {
         const Planted writable(path_, 0666);
@@ -132,8 +132,8 @@ TEST_F(KelMutexFork, ABlockThatOthersCanWriteOrOwnIsRefused) {
         EXPECT_FALSE(mutex.open(name_.c_str()));
         EXPECT_EQ(fchmod(writable.file(), 0600), 0);
         if (geteuid() == 0) {  // only root can make files of other users
-            constexpr uid_t kNobody = 65534;
-            EXPECT_EQ(fchown(writable.file(), kNobody, 0), 0);
+            constexpr uid_t kOtherOwner = 65534;
+            EXPECT_EQ(fchown(writable.file(), kOtherOwner, 0), 0);
             EXPECT_FALSE(mutex.create(name_.c_str()));
         }
     }

@@ -51,7 +51,7 @@ TEST(KelMutex, SurvivesTheDeathOfAnOwningProcess) {
     EXPECT_TRUE(ours.unlock());
 }
 
-TEST(KelMutex, ANameLeftByDeadProcessesIsNobodys) {
+TEST(KelMutex, ANameLeftByDeadProcessesHasNoOwner) {
     const std::string name = uniqueName("leftover");
     Owner owner("create", name);
     KelMutex mutex;

@@ -32,7 +32,7 @@ TEST(KelMutex, CutsItsTimeLimitToMillisecondsAndWaitsOneAtLeast) {
     }
 }
 
-TEST(KelMutex, WithoutAHandleEveryOperationAnswersFalse) {
+TEST(KelMutex, WithoutAHandleEveryOperationReturnsFalse) {
     KelMutex mutex;
     EXPECT_TRUE(mutex.isNull());
     EXPECT_FALSE(mutex.lock());
@@ -40,7 +40,7 @@ TEST(KelMutex, WithoutAHandleEveryOperationAnswersFalse) {
     EXPECT_FALSE(mutex.timedLock(0.001));
     EXPECT_FALSE(mutex.unlock());
     EXPECT_FALSE(mutex.close());
-    EXPECT_FALSE(mutex.open(uniqueName("nobody").c_str()));
+    EXPECT_FALSE(mutex.open(uniqueName("unused").c_str()));
     EXPECT_FALSE(mutex.create(""));
     EXPECT_FALSE(mutex.create(nullptr));
     EXPECT_FALSE(mutex.create(std::string(400, 'n').c_str()));

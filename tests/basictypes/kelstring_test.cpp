@@ -124,7 +124,7 @@ TEST(KelString, MovesLeaveNothingBehind) {
     EXPECT_EQ(other, u"text");
 }
 
-TEST(KelString, RefusesATextThatIsTooLongAndKeepsWhatItHas) {
+TEST(KelString, RejectsATextThatIsTooLongAndKeepsWhatItHas) {
     KelString text(u"kept");
     EXPECT_THROW(text.reserve(KelString::kMaxUnits + 1), std::length_error);
     EXPECT_EQ(text, u"kept");

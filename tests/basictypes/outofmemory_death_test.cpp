@@ -16,9 +16,9 @@
 #include "tests/support/matching.h"
 
 using kel::test::contentsOf;
+using kel::test::FailingHeap;
 using kel::test::kStatusOfMinusOne;
 using kel::test::matches;
-using kel::test::RefusingHeap;
 using kel::test::TempDirectory;
 
 namespace {
@@ -42,8 +42,8 @@ protected:
         host_->offer<IKelErrorService>(*errors_);
     }
     static void runOut() {
-        const RefusingHeap heap(
-            [](const RefusingHeap::Request& request) { return request.sizeInBytes > 1'000'000; });
+        const FailingHeap heap(
+            [](const FailingHeap::Request& request) { return request.sizeInBytes > 1'000'000; });
         void* block = nullptr;
         kel::oxaMalloc(block, 2'000'000, 1);
     }
@@ -52,7 +52,7 @@ protected:
         settings_->texts["Directories/Temp Directory"] = folder_ + "/missing";
         void* block = nullptr;
         kel::oxaMalloc(block, 1, 100'000);
-        const RefusingHeap heap([](const RefusingHeap::Request& request) { return request.isRealloc; });
+        const FailingHeap heap([](const FailingHeap::Request& request) { return request.isRealloc; });
         kel::oxaRealloc(block, 1, 100'000, 150'000, 300'000);
     }
     void expectLog(const std::string& attempted) const {
@@ -78,7 +78,7 @@ TEST_F(OutOfMemoryDeathTest, EndsWithLogAndReport) {
 
 TEST_F(OutOfMemoryDeathTest, EndsWithLogAndBox) {
     const auto scene = [] {
-        [[maybe_unused]] const kel::test::ButtonPresser somebody;
+        [[maybe_unused]] const kel::test::ButtonPresser presser;
         runOut();
     };
     EXPECT_EXIT(scene(), testing::ExitedWithCode(kStatusOfMinusOne), kel::test::kOutOfMemoryBox);

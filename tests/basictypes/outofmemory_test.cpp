@@ -33,8 +33,8 @@
 
 using kel::test::ChildProcess;
 using kel::test::contentsOf;
-using kel::test::isNewRefused;
-using kel::test::RefusingHeap;
+using kel::test::FailingHeap;
+using kel::test::isNewFailing;
 using kel::test::TempDirectory;
 
 namespace {
@@ -142,33 +142,33 @@ void useMemory() {
     kel::oxaFree(table);
 }
 
-enum class Refused { Heap, HeapAndNew };
+enum class Failing { Heap, HeapAndNew };
 
-// Runs useMemory with an allocator that refuses everything from the n-th request on. Returns the child's
+// Runs useMemory with an allocator that fails from the n-th request on. Returns the child's
 // status.
-int runRefusingFrom(Scene& scene, int n, Refused refused, const std::function<void(Host&)>& prepare) {
+int runFailingFrom(Scene& scene, int n, Failing failing, const std::function<void(Host&)>& prepare) {
     return scene.run([&] {
         std::optional<Host> host;
         if (prepare != nullptr) prepare(host.emplace(scene));
         (void)kel::currentTranslator();  // made by `new`, which reports a failure itself
         int requests = 0;
-        const RefusingHeap heap([&](const RefusingHeap::Request&) {
+        const FailingHeap heap([&](const FailingHeap::Request&) {
             const bool isOver = ++requests >= n;
-            if (isOver && refused == Refused::HeapAndNew) isNewRefused = true;
+            if (isOver && failing == Failing::HeapAndNew) isNewFailing = true;
             return isOver;
         });
         useMemory();
-        isNewRefused = false;
+        isNewFailing = false;
         _exit(kBodyReturned);
     });
 }
 
-void sweep(Refused refused, const std::string& words, const std::function<void(Host&)>& prepare) {
+void sweep(Failing failing, const std::string& words, const std::function<void(Host&)>& prepare) {
     Scene scene;
     int n = 1;
     for (; n < 500; ++n) {
-        SCOPED_TRACE(testing::Message() << "everything refused from request " << n << " on");
-        const int status = runRefusingFrom(scene, n, refused, prepare);
+        SCOPED_TRACE(testing::Message() << "everything failing from request " << n << " on");
+        const int status = runFailingFrom(scene, n, failing, prepare);
         if (status == kBodyReturned) break;
         ASSERT_EQ(status, kOutOfMemory);
         ASSERT_EQ(scene.words(), words);
@@ -182,37 +182,37 @@ void sweep(Refused refused, const std::string& words, const std::function<void(H
 }  // namespace
 
 TEST(OutOfMemory, EndsWithLogAndBoxWhereverMemoryRunsOut) {
-    sweep(Refused::Heap, kBox, nullptr);
+    sweep(Failing::Heap, kBox, nullptr);
 }
 
 TEST(OutOfMemory, EndsWithLogAndBoxWhenTheLanguageCannotAllocateEither) {
-    sweep(Refused::HeapAndNew, kBox, nullptr);
+    sweep(Failing::HeapAndNew, kBox, nullptr);
     // A host whose every service costs memory is as good as none.
-    sweep(Refused::HeapAndNew, kBox, [](Host& host) { host.host->offer<IGfxRenderer>(*host.renderer); });
+    sweep(Failing::HeapAndNew, kBox, [](Host& host) { host.host->offer<IGfxRenderer>(*host.renderer); });
 }
 
 TEST(OutOfMemory, IsNotBroughtAboutByTheLanguagesOwnAllocation) {
     Scene scene;
     const int status = scene.run([] {
         (void)kel::currentTranslator();
-        isNewRefused = true;
+        isNewFailing = true;
         useMemory();
-        isNewRefused = false;
+        isNewFailing = false;
     });
     EXPECT_EQ(status, kBodyReturned) << "strings and the pool need nothing of it";
 }
 
 TEST(OutOfMemory, EndsThroughTheHostsServicesWhereverMemoryRunsOut) {
-    sweep(Refused::Heap, "[before]\n" + kBox + "[after]\n",
+    sweep(Failing::Heap, "[before]\n" + kBox + "[after]\n",
           [](Host& host) { host.host->offer<IGfxRenderer>(*host.renderer); });
-    sweep(Refused::Heap, "[before]\n[error 1 realloc] " + kMessage, [](Host& host) {
+    sweep(Failing::Heap, "[before]\n[error 1 realloc] " + kMessage, [](Host& host) {
         host.host->offer<IGfxRenderer>(*host.renderer);
         host.useErrorService(true);
     });
 }
 
 TEST(OutOfMemory, SaysNothingWhenTheErrorServiceIsWantedAndMissing) {
-    sweep(Refused::Heap, "", [](Host& host) {
+    sweep(Failing::Heap, "", [](Host& host) {
         host.host->offer<IGfxRenderer>(*host.renderer);
         host.useErrorService(false);
     });
@@ -229,7 +229,7 @@ TEST(OutOfMemory, EndsWhenTheSpillFileFails) {
                 host.settings->texts["Directories/Temp Directory"] = "/nowhere/at/all";
             void* block = nullptr;
             kel::oxaMalloc(block, 1, 100'000);
-            const RefusingHeap heap([&](const RefusingHeap::Request& request) {
+            const FailingHeap heap([&](const FailingHeap::Request& request) {
                 if (request.isRealloc || fault == Fault::NoHeap) return request.sizeInBytes >= 100'000;
                 if (request.sizeInBytes != 150'000 || fault != Fault::Truncated) return false;
                 // The old contents lie in the file that has no name any more: take them away.
@@ -252,12 +252,12 @@ TEST(OutOfMemory, EndsWhenTheSpillFileFails) {
     }
 }
 
-TEST(OutOfMemory, ASizeThatCannotBeCountedIsRefused) {
+TEST(OutOfMemory, ASizeThatCannotBeCountedIsRejected) {
     Scene scene;
     const int status = scene.run([] {
         // A product that wrapped around would be small enough.
-        const RefusingHeap heap(
-            [](const RefusingHeap::Request& request) { return request.sizeInBytes >> 40 != 0; });
+        const FailingHeap heap(
+            [](const FailingHeap::Request& request) { return request.sizeInBytes >> 40 != 0; });
         void* block = nullptr;
         kel::oxaMalloc(block, 0x1'0000'0001, 0x1'0000'0001);
     });
@@ -271,7 +271,7 @@ TEST(OutOfMemory, EndsWhateverTheHostsServicesThrow) {
         FreshHost host;
         const IPtr<ThrowingStore> store(new ThrowingStore);
         host->offer<IDataStore>(*store);
-        kel::endOutOfMemory(1, kel::MemoryFailure::HeapRefused);
+        kel::endOutOfMemory(1, kel::MemoryError::HeapExhausted);
     });
     EXPECT_EQ(status, kOutOfMemory);
     EXPECT_EQ(scene.words(), kBox) << "a setting that cannot be read is not set";
@@ -283,10 +283,10 @@ TEST(OutOfMemory, ReportsOnceWhenThreadsRunOutTogether) {
     const int status = scene.run([] {
         std::array<std::thread, 4> threads;
         std::barrier together(static_cast<std::ptrdiff_t>(threads.size()));
-        const RefusingHeap heap([&](const RefusingHeap::Request& request) {
-            const bool isRefused = request.sizeInBytes > 1'000'000;
-            if (isRefused) together.arrive_and_wait();
-            return isRefused;
+        const FailingHeap heap([&](const FailingHeap::Request& request) {
+            const bool isFailing = request.sizeInBytes > 1'000'000;
+            if (isFailing) together.arrive_and_wait();
+            return isFailing;
         });
         const auto runOut = [] {
             void* block = nullptr;
@@ -306,7 +306,7 @@ TEST(OutOfMemory, NeedsNoLockThatAnotherThreadHolds) {
         host.useErrorService(true);
         (void)kel::currentTranslator();
         std::atomic<bool> isHeld{false};
-        const RefusingHeap heap([&](const RefusingHeap::Request& request) {
+        const FailingHeap heap([&](const FailingHeap::Request& request) {
             if (request.sizeInBytes > 1'000'000) return true;
             if (request.sizeInBytes < 100'000) return false;
             isHeld = true;

@@ -19,7 +19,7 @@ using kel::kSameAsMinimum;
 using kel::oxaFree;
 using kel::oxaMalloc;
 using kel::oxaRealloc;
-using kel::test::RefusingHeap;
+using kel::test::FailingHeap;
 using kel::test::TempDirectory;
 
 namespace {
@@ -95,7 +95,7 @@ TEST(OxaRealloc, RaisesAMaximumBelowTheMinimumAndTakesIt) {
 TEST(OxaRealloc, NarrowsTowardsTheMinimumAndAsksTheManagerFromTheThirdStepOn) {
     std::vector<std::size_t> sizes;
     std::size_t granted = 0;
-    const RefusingHeap heap([&](const RefusingHeap::Request& request) {
+    const FailingHeap heap([&](const FailingHeap::Request& request) {
         if (!request.isRealloc) return false;
         sizes.push_back(request.sizeInBytes / 4);
         return request.sizeInBytes > granted * 4;
@@ -140,7 +140,7 @@ TEST(OxaRealloc, TakesWhatTheManagerGivesBack) {
     const IPtr<FakeManager> manager(new FakeManager);
     manager->willing = 3;
     host->offer<KelMM::IKelMManager>(*manager);
-    const RefusingHeap heap([&](const RefusingHeap::Request&) { return manager->asked < 3; });
+    const FailingHeap heap([&](const FailingHeap::Request&) { return manager->asked < 3; });
     void* block = nullptr;
     EXPECT_EQ(oxaMalloc(block, 100, 1), 1U);
     EXPECT_EQ(manager->asked, 3);
@@ -156,7 +156,7 @@ TEST(OxaRealloc, MovesThroughAFileThatLeavesNothingWhenTheHeapCannotGrow) {
     Words words(50'000);
     std::size_t names = 99;
     {
-        const RefusingHeap heap([&](const RefusingHeap::Request& request) {
+        const FailingHeap heap([&](const FailingHeap::Request& request) {
             if (request.sizeInBytes == 400'000 && !request.isRealloc) {
                 names = 0;  // the old contents are in the file now
                 for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(temp.path()))

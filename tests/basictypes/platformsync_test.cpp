@@ -82,7 +82,7 @@ TEST(CriticalSectionContract, HeldSinceBeforeTheSecondThreadItStillExcludes) {
     EXPECT_TRUE(entered);
 }
 
-TEST(SemaphoreContract, CountsAndRefusesMoreThanItsMaximum) {
+TEST(SemaphoreContract, CountsAndRejectsMoreThanItsMaximum) {
     const auto semaphore = Semaphore::create(1, 3);
     EXPECT_FALSE(semaphore->release(3));
     EXPECT_FALSE(semaphore->release(0));
@@ -138,7 +138,7 @@ TEST(SemaphoreContract, WakesThreadsInTheOrderInWhichTheyCame) {
     for (std::thread& thread : threads) thread.join();
 }
 
-TEST(SemaphoreContract, UnlockAndWaitKeepsThePlaceOfTheOneWhoHeldTheMutex) {
+TEST(SemaphoreContract, UnlockAndWaitQueuesBeforeTheMutexIsFree) {
     for (int round = 0; round < 1000; ++round) {
         const auto semaphore = Semaphore::create(0, kNoMaximum);
         const auto mutex = Mutex::create();
@@ -248,7 +248,7 @@ TEST(MutexContract, OwnerLocksAgainOthersDoNot) {
     EXPECT_FALSE(mutex->unlock());
 }
 
-TEST(MutexContract, TellsTheNextOwnerThatThreadEndedHoldingIt) {
+TEST(MutexContract, ReportsAnAbandonedMutexToItsNextOwner) {
     const auto mutex = Mutex::create();
     std::thread([&] { EXPECT_EQ(mutex->lock(), LockResult::Acquired); }).join();
     EXPECT_EQ(mutex->lockFor(1000), LockResult::Abandoned);

@@ -25,7 +25,7 @@
 using kel::giveBackBuffer;
 using kel::takeBuffer;
 using kel::detail::headerOf;
-using kel::test::RefusingHeap;
+using kel::test::FailingHeap;
 using kel::test::Rendezvous;
 
 namespace {
@@ -164,7 +164,7 @@ TEST_F(PoolThreads, KeepNoMoreThanTheirShare) {
     const std::vector<void*> blocks = takeMany(kBlocks);
     const Idle other([&] { giveBackAll(blocks); });
     int requests = 0;
-    const RefusingHeap heap([&](const RefusingHeap::Request&) {
+    const FailingHeap heap([&](const FailingHeap::Request&) {
         ++requests;
         return false;
     });
@@ -172,7 +172,7 @@ TEST_F(PoolThreads, KeepNoMoreThanTheirShare) {
     EXPECT_LE(requests, kShare);
 }
 
-TEST_F(PoolThreads, AreEmptiedByAHandOver) {
+TEST_F(PoolThreads, AreEmptiedByTheSwitchToTheHostsPool) {
     const std::vector<void*> blocks = takeMany(40);
     const Idle other([&] { giveBackAll(blocks); });
     FreshHost host;
@@ -187,7 +187,7 @@ TEST_F(PoolThreads, AreEmptiedByAHandOver) {
     kel::detail::resetBufferPool();
 }
 
-TEST_F(PoolThreads, AreEmptiedByASuccession) {
+TEST_F(PoolThreads, AreEmptiedByTheNextPool) {
     const std::vector<void*> blocks = takeMany(40);
     const Idle other([&] { giveBackAll(blocks); });
     const IPtr<BucketMemoryPool> successor(new BucketMemoryPool);
@@ -282,11 +282,11 @@ TEST_F(PoolThreads, ReachThePoolWhileAnotherWaitsForMemory) {
     FreshHost host;
     const IPtr<Reclaiming> manager(new Reclaiming);
     host->offer<KelMM::IKelMManager>(*manager);
-    bool isRefused = false;
+    bool isFailing = false;
     std::int32_t capacity = 0;
     {
-        const RefusingHeap heap([&](const RefusingHeap::Request& request) {
-            return request.sizeInBytes > 100'000 && !std::exchange(isRefused, true);
+        const FailingHeap heap([&](const FailingHeap::Request& request) {
+            return request.sizeInBytes > 100'000 && !std::exchange(isFailing, true);
         });
         void* const block = takeBuffer(120'000, capacity);
         giveBackBuffer(capacity, block);

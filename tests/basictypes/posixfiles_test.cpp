@@ -19,7 +19,7 @@
 namespace platform = kel::platform;
 using kel::test::TempDirectory;
 
-TEST(PosixFiles, APipeIsReadableThoughNobodyWrites) {
+TEST(PosixFiles, APipeWithoutAWriterIsReadable) {
     const TempDirectory folder;
     const std::string pipe = folder.file("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
@@ -39,7 +39,7 @@ TEST(PosixFiles, AskingLeavesThePipesWriterToItsReader) {
     EXPECT_EQ(text, "text");
 }
 
-TEST(PosixFiles, TellOnClosingThatTheDiskIsFull) {
+TEST(PosixFiles, ReportOnClosingThatTheDiskIsFull) {
     platform::FileHandle full = platform::openFile(u"/dev/full", "w");
     if (full == nullptr) GTEST_SKIP() << "no /dev/full here";
     EXPECT_GE(std::fputs("text", full.get()), 0);

@@ -1,4 +1,4 @@
-// Entries that only POSIX systems have: links, names that are no text, folders that refuse.
+// Entries that only POSIX systems have: links, names that are no text, folders without permission.
 #include <gtest/gtest.h>
 
 #include <unistd.h>

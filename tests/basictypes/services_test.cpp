@@ -20,9 +20,9 @@ public:
     static constexpr const char* kClassName = "FakeTranslatorService";
     IKelTranslator* translatorFor(const KelClassId& componentClassId) override {
         asked.push_back(componentClassId);
-        return answer;
+        return translator;
     }
-    IKelTranslator* answer = nullptr;
+    IKelTranslator* translator = nullptr;
     std::vector<KelClassId> asked;
 };
 
@@ -50,7 +50,7 @@ TEST(StringSupport, DoesTheLocaleDependentWork) {
     EXPECT_EQ(text.mapWhitespace(u'+'), u"a+7\x00E9+n") << "mapped after it was normalised";
     EXPECT_EQ(text.mapWhitespace(u' '), u"a_7\x00E9_n") << "a plain space replaces nothing";
     EXPECT_EQ(text, u"a_7\x00E9");
-    EXPECT_TRUE(KelString(u"a") == KelString(u"a")) << "equality asks nobody";
+    EXPECT_TRUE(KelString(u"a") == KelString(u"a")) << "equality needs no service";
     EXPECT_EQ(support->refCount(), 2);
 }
 
@@ -106,7 +106,7 @@ TEST(Translator, FromTheServiceIsAskedForOnceAndNeverReplaced) {
     const IPtr<MarkingTranslator> ofService(new MarkingTranslator(u"S:"));
     const IPtr<MarkingTranslator> direct(new MarkingTranslator(u"D:"));
     const IPtr<FakeTranslatorService> service(new FakeTranslatorService);
-    service->answer = ofService.get();
+    service->translator = ofService.get();
     FreshHost host;
     host->offer<IKelTranslator>(*direct);
     host->offer<IKelTranslatorService>(*service);
@@ -124,14 +124,14 @@ TEST(Translator, SetBeforeTheFirstMessageGivesWayToTheServicesAlone) {
     const IPtr<MarkingTranslator> direct(new MarkingTranslator(u"D:"));
     const IPtr<MarkingTranslator> ofService(new MarkingTranslator(u"S:"));
     const IPtr<FakeTranslatorService> service(new FakeTranslatorService);
-    for (IKelTranslator* const answer :
+    for (IKelTranslator* const translator :
          {static_cast<IKelTranslator*>(nullptr), static_cast<IKelTranslator*>(ofService.get())}) {
-        service->answer = answer;
+        service->translator = translator;
         FreshHost host;
         host->offer<IKelTranslatorService>(*service);
         host->offer<IKelTranslator>(*direct);
         kel::setCurrentTranslator(early.get());
-        EXPECT_EQ(message("key"), answer == nullptr ? u"E:key" : u"S:key");
+        EXPECT_EQ(message("key"), translator == nullptr ? u"E:key" : u"S:key");
     }
     EXPECT_EQ(early->refCount(), 1);
 }
@@ -148,18 +148,18 @@ TEST(Translator, ReplacesAndReleasesAnyOther) {
     kel::setCurrentTranslator(own.get());
     EXPECT_EQ(direct->refCount(), 1);
     EXPECT_EQ(message("key"), u"O:key");
-    service->answer = own.get();
+    service->translator = own.get();
     kel::setCurrentTranslator(nullptr);
     EXPECT_EQ(message("key"), u"D:key") << "the service is asked once in the process";
     EXPECT_EQ(service->asked.size(), 1U);
 }
 
-struct Failure {
+struct FailedAssertion {
     std::string expression;
     std::string sourcePath;
     std::int32_t line = 0;
 };
-Failure lastFailure;
+FailedAssertion lastFailed;
 
 class FakeAssertHandler final : public kel::Implements<FakeAssertHandler, IKelAssertHandlerCB> {
 public:
@@ -167,7 +167,7 @@ public:
     void assertionFailed(const char* expression, const char* sourcePath, std::int32_t line) override {
         failures.push_back({expression, sourcePath, line});
     }
-    std::vector<Failure> failures;
+    std::vector<FailedAssertion> failures;
 };
 
 TEST(AssertionDeathTest, GoesToTheCallbackThenToTheHostThenEndsTheProcess) {
@@ -176,12 +176,12 @@ TEST(AssertionDeathTest, GoesToTheCallbackThenToTheHostThenEndsTheProcess) {
         FakeHost host;
         host.offer<IKelAssertHandlerCB>(*handler);
         kel::setAssertionCallback([](const char* expression, const char* sourcePath, std::int32_t line) {
-            lastFailure = {expression, sourcePath, line};
+            lastFailed = {expression, sourcePath, line};
         });
         EXPECT_EQ(KelCString("text").find("t", -1), -1);
-        EXPECT_EQ(lastFailure.expression, "start >= 0");
-        EXPECT_EQ(lastFailure.sourcePath, "src/KelBasicTypes/kelcstring");
-        EXPECT_EQ(lastFailure.line, 671);
+        EXPECT_EQ(lastFailed.expression, "start >= 0");
+        EXPECT_EQ(lastFailed.sourcePath, "src/KelBasicTypes/kelcstring");
+        EXPECT_EQ(lastFailed.line, 671);
         EXPECT_TRUE(handler->failures.empty());
 
         kel::setAssertionCallback(nullptr);

@@ -22,7 +22,7 @@ const KelString kNull;
 
 TEST(Substitute, FixedFormPutsArgumentsInPlaceOfTheirNumbers) {
     const Case kCases[] = {
-        {"the two blanks before the colon",
+        {"the two spaces before the colon",
          u"Error while reading %1  : Line %2, column %3 : %4",
          {u"c:/a.xml", KelString(12), KelString(-3), u"why"},
          u"Error while reading c:/a.xml  : Line 12, column -3 : why"},

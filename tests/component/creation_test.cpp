@@ -71,7 +71,7 @@ TEST_F(Creation, AsksForUnknownThenTheDocumentAndPutsThreeProperties) {
     EXPECT_FALSE(parser->getValidateOnParse());  // 1 is not VARIANT_TRUE
 }
 
-TEST_F(Creation, DoesNotCareWhatTheEngineSaysToWhiteSpace) {
+TEST_F(Creation, IgnoresTheStatusOfSettingWhiteSpace) {
     document_.failing = "space";
     const DomParser parser = makeDom();
     ASSERT_TRUE(parser);

@@ -94,7 +94,7 @@ TEST(Documents, LoadsWithOptionsOfOneLoad) {
     EXPECT_TRUE(loadBytes(parser, layout, V3::kKeepWhiteSpace));
     EXPECT_EQ(written(parser), std::string(layout) + "\n");
     EXPECT_TRUE(loadBytes(parser, layout));
-    if (traits::kKeepsBlanksOfTexts == nullptr) {
+    if (traits::kKeepsWhiteSpaceOfTexts == nullptr) {
         EXPECT_EQ(written(parser), "<a><b/></a>\n");
     }
     if (traits::kProhibitsDoctypes != nullptr) GTEST_SKIP() << traits::kProhibitsDoctypes;
@@ -226,18 +226,18 @@ TEST(Documents, AreIndentedWhereItChangesNothing) {
     const Parser again = loaded(expected);
     EXPECT_EQ(written(again), written(parser)) << "a reader sees no difference";
     EXPECT_EQ(written(again, V3::kIndent), expected);
-    std::string blanks = expected;
-    for (std::size_t at = 0; (at = blanks.find('\t', at)) != std::string::npos; at += 3)
-        blanks.replace(at, 1, "   ");
-    EXPECT_EQ(written(again, V3::indentBlanks(3)), blanks);
-    blanks.erase(std::remove_if(blanks.begin(), blanks.end(), [](char c) { return c == ' '; }), blanks.end());
+    std::string spaces = expected;
+    for (std::size_t at = 0; (at = spaces.find('\t', at)) != std::string::npos; at += 3)
+        spaces.replace(at, 1, "   ");
+    EXPECT_EQ(written(again, V3::indentBlanks(3)), spaces);
+    spaces.erase(std::remove_if(spaces.begin(), spaces.end(), [](char c) { return c == ' '; }), spaces.end());
     std::string none = written(again, V3::indentBlanks(0));
     none.erase(std::remove_if(none.begin(), none.end(), [](char c) { return c == ' '; }), none.end());
-    EXPECT_EQ(none, blanks);
+    EXPECT_EQ(none, spaces);
     std::string deep;
     for (int i = 0; i < 5'000; ++i) deep += "<a>";
     for (int i = 0; i < 5'000; ++i) deep += "</a>";
-    EXPECT_LT(written(loaded(deep), V3::kIndent).size(), 1'100'000U) << "blanks are out of proportion";
+    EXPECT_LT(written(loaded(deep), V3::kIndent).size(), 1'100'000U) << "indentation is out of proportion";
     const std::string kept = "<r> <a><b/></a></r>\n";
     EXPECT_EQ(written(loaded(kept, V3::kKeepWhiteSpace), V3::kIndent), kept) << "the white space is text";
 }

@@ -27,7 +27,7 @@ TEST(ElementNames, ComeWithTheirPrefixInEveryForm) {
     EXPECT_EQ(ours->getName(narrow), "p:\xE9");
 }
 
-TEST(ElementNames, RenamingKeepsPlaceAndChildrenButNoAttributes) {
+TEST(ElementNames, RenamingKeepsPositionAndChildrenButNoAttributes) {
     const DomParser parser = load("<a><b x='1'>t<!--c--><d y='2'/></b><e/></a>");
     const Element root = rootOf(parser);
     const Element other = childOf(root, "b");
@@ -138,7 +138,7 @@ TEST(ElementText, IsThatOfTheElementsOwnTextNodes) {
 }
 
 TEST(ElementText, IsNotTrimmed) {
-    if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
+    if (traits::kKeepsWhiteSpaceOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsWhiteSpaceOfTexts;
     EXPECT_EQ(utf8(rootOf(load("<a> x <b>z</b> y </a>"))->getText()), " x  y ");
 }
 
@@ -333,7 +333,7 @@ TEST(ElementCursor, SharesItsHandle) {
     EXPECT_EQ(shared->refCount(), 2);
     itr.reset();
     EXPECT_EQ(shared->refCount(), 1);
-    EXPECT_EQ(utf8(shared->getName()), "b");  // parser and document are long gone for everybody else
+    EXPECT_EQ(utf8(shared->getName()), "b");  // parser and document are long gone for all others
 }
 
 }  // namespace

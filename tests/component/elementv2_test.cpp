@@ -165,18 +165,18 @@ TEST(ElementV2, KnowsWhereItStoodInTheSource) {
     const ElementV2 a = root(parser);
     const ElementV2 b = child(a, "b");
     const ElementV2 c = child(a, "c");
-    const auto place = [](const ElementV2& e) {
+    const auto position = [](const ElementV2& e) {
         return std::to_string(e->getLine()) + ':' + std::to_string(e->getColumn());
     };
-    EXPECT_EQ(place(c) + ' ' + place(a) + ' ' + place(b), "3:4 1:1 2:3");
+    EXPECT_EQ(position(c) + ' ' + position(a) + ' ' + position(b), "3:4 1:1 2:3");
     b->removeFromParent();
     a->setAttribute(wide("x"), wide("y"));
-    EXPECT_EQ(place(b) + ' ' + place(a), "2:3 1:1") << "edits change nothing";
-    EXPECT_EQ(place(created(parser, "n")), "0:0");
-    EXPECT_EQ(place(v2(c->clone())), "0:0");
+    EXPECT_EQ(position(b) + ' ' + position(a), "2:3 1:1") << "edits change nothing";
+    EXPECT_EQ(position(created(parser, "n")), "0:0");
+    EXPECT_EQ(position(v2(c->clone())), "0:0");
 }
 
-// The cursor moves on before the element is handed out, and hands out what nobody else moves.
+// The cursor moves on before the element is handed out, and hands out one that nothing else moves.
 TEST(ElementV2, CursorLetsElementsLiveAndGo) {
     const DomParser parser = load("<r><x n='1'/>t<y/><x n='2'/><x n='3'/><!--c--></r>");
     const ElementV2 r = root(parser);

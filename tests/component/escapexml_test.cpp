@@ -104,8 +104,8 @@ TEST(EscapeXml, AgreesWithTheProcedureOnEveryShortText) {
     }
 }
 
-// Units are looked at in blocks: one that needs escaping must be found at every place of them.
-TEST(EscapeXml, FindsACharacterAtEveryPlace) {
+// Units are looked at in blocks: one that needs escaping must be found at every offset in them.
+TEST(EscapeXml, FindsACharacterAtEveryOffset) {
     for (std::size_t length = 1; length < 40; ++length) {
         for (std::size_t at = 0; at < length; ++at) {
             for (const char special : {'&', '<', '>', '"', '\''}) {

@@ -124,7 +124,7 @@ TEST(Loading, DropsLayoutWhiteSpace) {
 }
 
 TEST(Loading, DropsNoOtherWhiteSpace) {
-    if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
+    if (traits::kKeepsWhiteSpaceOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsWhiteSpaceOfTexts;
     const DomParser parser = load("<a>\n  <b> </b>\n  <c>x <d/> y</c>\n</a>");
     EXPECT_EQ(utf8(rootOf(parser)->getText()), "");
     EXPECT_EQ(utf8(Element(rootOf(parser)->getChild(wide("b")))->getText()), " ");
@@ -135,7 +135,7 @@ TEST(Loading, DropsNoOtherWhiteSpace) {
 
 class WithoutDocument : public ::testing::Test {
 protected:
-    ClassRefusal refusal_{msxml::kDocumentClass};
+    FailingClass failing_{msxml::kDocumentClass};
     DomParser parser_ = makeDom();
 };
 
@@ -204,7 +204,7 @@ TEST(Messages, GoThroughTheCurrentTranslator) {
     const std::size_t arrow = message.find(" <- " + path + ' ');
     ASSERT_NE(arrow, std::string::npos) << message;
     EXPECT_TRUE(isWith(message.substr(0, arrow), "3 ", traits::kMismatchReason));
-    EXPECT_TRUE(isWith(message.substr(arrow), " <- " + path + ' ', traits::kMismatchPlace));
+    EXPECT_TRUE(isWith(message.substr(arrow), " <- " + path + ' ', traits::kMismatchPosition));
     kel::setCurrentTranslator(nullptr);
     parser->setRootElement(nullptr);
     EXPECT_EQ(errorOf(parser), "4 Invalid Element Type");

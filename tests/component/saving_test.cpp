@@ -51,8 +51,8 @@ TEST(Saving, LooksForTextInTheFirstTextNodeAlone) {
     EXPECT_EQ(saved(parser), "<a>\n\t<b />\n</a>\n");
 }
 
-TEST(Saving, KeepsABlankLeaf) {
-    if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
+TEST(Saving, KeepsALeafOfWhiteSpace) {
+    if (traits::kKeepsWhiteSpaceOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsWhiteSpaceOfTexts;
     EXPECT_EQ(saved(load("<a> </a>")), "<a> </a>\n");
 }
 

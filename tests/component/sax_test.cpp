@@ -46,7 +46,7 @@ TEST_F(SaxParsing, ExpandsEntitiesOfTheDocument) {
               "<a 0>'text&\xE2\x82\xAC'</a>");
 }
 
-TEST_F(SaxParsing, AnswersTrueToMalformedInputWithTheEventsBeforeIt) {
+TEST_F(SaxParsing, ReturnsTrueForMalformedInputAfterTheEventsBeforeTheError) {
     EXPECT_EQ(events("<a><b>t</b></c>"), "<a 0><b 1>'t'</b>");
     EXPECT_EQ(errorOf(parser_), "0 ");
     EXPECT_EQ(events("<a/>"), "<a 0></a>");  // the depth starts anew
@@ -68,7 +68,7 @@ TEST_F(SaxParsing, ReportsAFileThatCannotBeOpened) {
 }
 
 TEST_F(SaxParsing, WithoutAReaderEveryFileIsRejected) {
-    const ClassRefusal refusal(msxml::kSaxReaderClass);
+    const FailingClass failing(msxml::kSaxReaderClass);
     const SaxParser parser = makeSax();
     EventRecorder recorder;
     parser->pushHandler(&recorder);

@@ -193,7 +193,7 @@ TEST_F(SaxV3, StopsWhenTheHandlerWantsIt) {
     EXPECT_FALSE(reader_->wasStopped());
 }
 
-TEST_F(SaxV3, TellsWhereAnEventIs) {
+TEST_F(SaxV3, ReportsThePositionOfAnEvent) {
     if (traits::kPositionsOfEvents != nullptr) GTEST_SKIP() << traits::kPositionsOfEvents;
     Recorder recorder;
     std::string positions;
@@ -266,7 +266,7 @@ TEST_F(SaxV3, RejectsToReadInsideAnEvent) {
 }
 
 TEST_F(SaxV3, LeavesTheOldOperationsAsTheyAre) {
-    const ClassRefusal refusal(msxml::kSaxReader60Class);
+    const FailingClass failing(msxml::kSaxReader60Class);
     Recorder recorder;
     EXPECT_FALSE(reader_->readString(wide("<a/>"), recorder));
     EXPECT_EQ(error(), "5 0:0 ");

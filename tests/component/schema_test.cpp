@@ -22,17 +22,17 @@ constexpr const char* kSchema =
  <xs:unique name='u'><xs:selector xpath='*'/><xs:field xpath='@k'/></xs:unique></xs:element>
 </xs:schema>)";
 
-// "line:column path reason" of each; asks for no more than `most`.
+// "line:column path reason" of each; asks for no more than `max`.
 class Collector final : public IKelXmlViolationHandler {
 public:
     bool violation(const KelXmlViolation& found) override {
         lines.push_back(std::to_string(found.line) + ':' + std::to_string(found.column) + ' ' +
                         kel::toUtf8(found.path) + ' ' + kel::toUtf8(found.reason));
         if (throws) throw std::runtime_error("enough");
-        return lines.size() < most;
+        return lines.size() < max;
     }
     std::vector<std::string> lines;
-    std::size_t most = 1'000;
+    std::size_t max = 1'000;
     bool throws = false;
 };
 
@@ -69,7 +69,7 @@ protected:
     const IPtr<IKelXmlSchema> schema_ = make();
 };
 
-TEST_F(Schemas, FindEveryViolationWithItsPlaceAndGoOn) {
+TEST_F(Schemas, FindEveryViolationWithItsPositionAndGoOn) {
     if (traits::kFindsAllViolations != nullptr) GTEST_SKIP() << traits::kFindsAllViolations;
     const std::string xml =
         "<s:list xmlns:s='urn:s'>\n <s:item>1</s:item>\n <s:item k='&amp;#38;'>two</s:item><s:note/>\n"
@@ -90,7 +90,7 @@ TEST_F(Schemas, FindEveryViolationWithItsPlaceAndGoOn) {
     EXPECT_TRUE(inTree("<list xmlns='urn:s'><item>1</item></list>").empty());
     EXPECT_EQ(error(), "0 0:0 ");
     Collector one;
-    one.most = 1;
+    one.max = 1;
     EXPECT_FALSE(schema_->validate(load(xml).get(), &one));
     EXPECT_EQ(one.lines.size(), 1u);
 }
@@ -180,7 +180,7 @@ TEST_F(Schemas, CountSiblingsThroughRecursionAndManyNames) {
     EXPECT_TRUE(path.ends_with("/a[1]/n[1] "));
 }
 
-TEST_F(Schemas, ReadFilesAndStreamsAndTellWhatIsWrongWithThem) {
+TEST_F(Schemas, ReadFilesAndStreamsAndReportWhatIsWrongWithThem) {
     if (traits::kValidatesStreams != nullptr) GTEST_SKIP() << traits::kValidatesStreams;
     const std::string path = folder_.write("in.xml", "<list xmlns='urn:s'>\n<item>x</item></list>");
     Collector collector;

@@ -76,8 +76,8 @@ TEST_F(StyleSheets, TakeParametersOfEverySortAndRunAgain) {
     }
 }
 
-TEST_F(StyleSheets, HandOverMessagesAndWarnings) {
-    if (traits::kTellsMessages != nullptr) GTEST_SKIP() << traits::kTellsMessages;
+TEST_F(StyleSheets, ReportMessagesAndWarnings) {
+    if (traits::kReportsMessages != nullptr) GTEST_SKIP() << traits::kReportsMessages;
     Messages messages;
     sheet_->setMessageHandler(&messages);
     compile(

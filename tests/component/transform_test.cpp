@@ -49,7 +49,7 @@ TEST(Transforming, ReportsAnEmptyStyleSheetAndAMissingResultDocument) {
     EXPECT_TRUE(errorOf(source).starts_with(prefix));
     DomParser noDocument;
     {
-        const ClassRefusal refusal(msxml::kDocumentClass);
+        const FailingClass failing(msxml::kDocumentClass);
         noDocument = makeDom();
     }
     EXPECT_FALSE(source->transformToDocument(sheet.get(), noDocument.get()));
@@ -189,7 +189,7 @@ TEST(Validating, ChecksTheSchemaFileAndItsCache) {
     EXPECT_FALSE(parser->validate(KelString(), wide(path)));
     EXPECT_EQ(errorOf(parser), "7 Error while validating " + path +
                                    " : The file doesn't exist or you don't have read rights to it");
-    const ClassRefusal refusal(msxml::kSchemaCacheClass);
+    const FailingClass failing(msxml::kSchemaCacheClass);
     EXPECT_FALSE(parser->validate(KelString(), wide(folder.write("any.xsd", "<a/>"))));
     EXPECT_EQ(errorOf(parser), "7 Error -2147221164 instantiating XMLSchemaCache60");
 }

@@ -391,7 +391,7 @@ TEST(Xml, NoMemoryIsBadAllocOrAnError) {
     auto absent = xml::attempt([]() -> int { xml::detail::raise(_com_error(E_FAIL)); });
     EXPECT_EQ(codeOf([&] { (void)absent.value(); }), ErrorCode::Rejected);
     EXPECT_EQ(absent.error().status, static_cast<std::int32_t>(E_FAIL));
-    const component_test::ClassRefusal refusal(msxml::kDocumentClass);
+    const component_test::FailingClass classFails(msxml::kDocumentClass);
     EXPECT_EQ(codeOf([] { xml::Document().loadBytes("<a/>"); }), ErrorCode::NoEngine);
     EXPECT_EQ(codeOf([] { xml::Document(nullptr).loadBytes("<a/>"); }), ErrorCode::NoEngine);
 }
@@ -484,7 +484,7 @@ TEST(Xml, StyleSheetsTakeParametersOfTheirTypes) {
     EXPECT_EQ(sheet.transform(source), "none");
     sheet.setParameter("p", "\xE2\x82\xAC");  // a literal is a text, not a truth value
     EXPECT_EQ(sheet.transform(source), "\xE2\x82\xAC");
-    if (traits::kTellsMessages == nullptr) {
+    if (traits::kReportsMessages == nullptr) {
         EXPECT_EQ(messages, "mnonem\xE2\x82\xAC");
     }
     std::ostringstream out;

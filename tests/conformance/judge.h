@@ -37,7 +37,7 @@ struct Ruling {
 [[nodiscard]] Ruling rulingFor(const TestCase& test);
 
 // How the outcome misses the demand; nothing when it does not. `expectedContent` is what an accepted document
-// must have reported, if anybody says so.
+// must have reported, if the suite says so.
 [[nodiscard]] std::optional<Difference> judge(Demand demand, const Outcome& outcome,
                                               const std::optional<std::string>& expectedContent);
 

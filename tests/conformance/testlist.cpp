@@ -116,7 +116,7 @@ fs::path folderOf(const xmlNode* test, const fs::path& documents) {
     return documents / folder;
 }
 
-// Collections nest two or three deep, by the suite's own making; the outermost one with a profile tells most.
+// Collections nest two or three deep, by the suite's own making; the outermost one with a profile says most.
 std::string collectionOf(const xmlNode* test) {
     std::string collection;
     for (const xmlNode* node = test->parent; isElement(node, "TESTCASES"); node = node->parent) {

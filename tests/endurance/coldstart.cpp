@@ -30,9 +30,9 @@ constexpr int kThreads = 4;
 constexpr unsigned kHangInSeconds = 30;
 constexpr const char* kChild = "--child";
 
-std::string runGuarded(const Task& task, const Place& place) {
+std::string runGuarded(const Task& task, const Workplace& workplace) {
     try {
-        return task.run(place);
+        return task.run(workplace);
     } catch (const std::exception& error) {
         return std::string("failed: ") + error.what();
     } catch (...) {

@@ -63,22 +63,22 @@ private:
         return std::chrono::duration<double>(Clock::now() - start_).count();
     }
 
-    void work(const Place& place) {
-        std::minstd_rand random(static_cast<unsigned>(place.thread));
+    void work(const Workplace& workplace) {
+        std::minstd_rand random(static_cast<unsigned>(workplace.thread));
         while (!isOver_) {
             // Memory is compared while no thread is at work, with the same tasks done by all.
             std::vector<const Task*> order;
             for (const Task& task : tasks()) order.insert(order.end(), 3, &task);
             std::shuffle(order.begin(), order.end(), random);
-            for (const Task* const task : order) runOne(*task, place);
+            for (const Task* const task : order) runOne(*task, workplace);
             gate_.arrive_and_wait();
         }
     }
 
-    void runOne(const Task& task, const Place& place) {
+    void runOne(const Task& task, const Workplace& workplace) {
         std::string problem;
         try {
-            if (task.run(place) != expected_.at(task.name)) problem = "another result";
+            if (task.run(workplace) != expected_.at(task.name)) problem = "another result";
         } catch (const std::exception& error) {
             problem = error.what();
         }

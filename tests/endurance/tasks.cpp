@@ -81,9 +81,9 @@ void demand(bool isDone, Parser& parser) {
     if (!isDone) throw std::runtime_error(narrow(parser.getError()->getMessage()));
 }
 
-Dom loadedFile(const Place& place, const char* name) {
+Dom loadedFile(const Workplace& workplace, const char* name) {
     Dom parser = newDom();
-    demand(parser->loadFromFile(wide(place.folder + "/" + name)), *parser);
+    demand(parser->loadFromFile(wide(workplace.folder + "/" + name)), *parser);
     return parser;
 }
 
@@ -93,26 +93,26 @@ std::string saved(IKelDOMXml& parser) {
     return narrow(text);
 }
 
-std::string load(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
+std::string load(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
     return narrow(Element(parser->getRootElement())->getName());
 }
 
-std::string loadText(const Place&) {
+std::string loadText(const Workplace&) {
     const Dom parser = newDom();
     demand(parser->loadFromString(wide(shelf())), *parser);
     return saved(*parser);
 }
 
-std::string rejectText(const Place&) {
+std::string rejectText(const Workplace&) {
     const Dom parser = newDom();
     if (parser->loadFromString(KelString(u"<a><b></a>")))
         throw std::runtime_error("a bad document was loaded");
     return narrow(parser->getError()->getMessage());
 }
 
-std::string edit(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
+std::string edit(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
     const Element root(parser->getRootElement());
     for (int i = 0; i < 50; ++i) {
         const Element book(parser->createElement(KelString(u"book")));
@@ -128,34 +128,34 @@ std::string edit(const Place& place) {
     return saved(*parser);
 }
 
-std::string saveToFile(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
-    const std::string path = place.folder + "/saved" + std::to_string(place.thread) + ".xml";
+std::string saveToFile(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
+    const std::string path = workplace.folder + "/saved" + std::to_string(workplace.thread) + ".xml";
     demand(parser->saveToFile(wide(path)), *parser);
     std::ostringstream content;
     content << std::ifstream(path, std::ios::binary).rdbuf();
     return content.str();
 }
 
-std::string transform(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
-    const Dom style = loadedFile(place, "style.xsl");
+std::string transform(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
+    const Dom style = loadedFile(workplace, "style.xsl");
     KelString text;
     demand(parser->transformToString(style.get(), text), *parser);
     return narrow(text);
 }
 
-std::string transformToDocument(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
-    const Dom style = loadedFile(place, "style.xsl");
+std::string transformToDocument(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
+    const Dom style = loadedFile(workplace, "style.xsl");
     const Dom result = newDom();
     demand(parser->transformToDocument(style.get(), result.get()), *parser);
     return saved(*result);
 }
 
-std::string validate(const Place& place) {
-    const Dom parser = loadedFile(place, "shelf.xml");
-    demand(parser->validate(KelString(u"urn:s"), wide(place.folder + "/schema.xsd")), *parser);
+std::string validate(const Workplace& workplace) {
+    const Dom parser = loadedFile(workplace, "shelf.xml");
+    demand(parser->validate(KelString(u"urn:s"), wide(workplace.folder + "/schema.xsd")), *parser);
     return "valid";
 }
 
@@ -181,15 +181,15 @@ std::string events(const std::string& path) {
     return log.text;
 }
 
-std::string parseEvents(const Place& place) {
-    return events(place.folder + "/shelf.xml");
+std::string parseEvents(const Workplace& workplace) {
+    return events(workplace.folder + "/shelf.xml");
 }
 
-std::string parseDoctype(const Place& place) {
-    return events(place.folder + "/doctype.xml");
+std::string parseDoctype(const Workplace& workplace) {
+    return events(workplace.folder + "/doctype.xml");
 }
 
-std::string strings(const Place&) {
+std::string strings(const Workplace&) {
     KelString text;
     for (int i = 0; i < 200; ++i) {
         KelString line;
@@ -200,7 +200,7 @@ std::string strings(const Place&) {
     return narrow(text);
 }
 
-std::string lockMutex(const Place&) {
+std::string lockMutex(const Workplace&) {
     KelMutex mutex;
     if (!mutex.create()) throw std::runtime_error("no mutex");
     mutex.lock();

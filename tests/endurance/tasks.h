@@ -10,14 +10,14 @@ namespace endurance {
 void enterHost();
 
 // What a thread works with. The folder holds what `writeInputs` wrote, and takes files of the thread.
-struct Place {
+struct Workplace {
     std::string folder;
     int thread = 0;
 };
 
 struct Task {
     std::string name;
-    std::string (*run)(const Place& place);  // throws std::runtime_error when an operation fails
+    std::string (*run)(const Workplace& workplace);  // throws std::runtime_error when an operation fails
 };
 
 [[nodiscard]] const std::vector<Task>& tasks();

@@ -165,9 +165,9 @@ TEST(Guarded, TranslatesEveryExceptionAndDescribesIt) {
     for (const Row& row : std::array<Row, 3>{{
              {E_OUTOFMEMORY, u"There is not enough memory to complete this operation.",
               []() -> HRESULT { throw std::bad_alloc(); }},
-             {E_FAIL, u"told", []() -> HRESULT { throw std::runtime_error("told"); }},
-             {E_ACCESSDENIED, u"refus\u00E9",
-              []() -> HRESULT { throw engine::com::Failure(E_ACCESSDENIED, "refus\xC3\xA9"); }},
+             {E_FAIL, u"thrown", []() -> HRESULT { throw std::runtime_error("thrown"); }},
+             {E_ACCESSDENIED, u"rejet\u00E9",
+              []() -> HRESULT { throw engine::com::Exception(E_ACCESSDENIED, "rejet\xC3\xA9"); }},
          }}) {
         EXPECT_EQ(engine::com::guarded(row.body), row.status);
         try {
@@ -190,7 +190,7 @@ public:
 
 constexpr CLSID kThingId{0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
 
-TEST(ClassTable, CreatesRegisteredClassesUnlessRefused) {
+TEST(ClassTable, CreatesRegisteredClassesUnlessTheyFail) {
     static Thing thing;
     static engine::com::ClassEntry entry{kThingId, [](REFIID iid, void** object) noexcept -> HRESULT {
                                              return thing.QueryInterface(iid, object);
@@ -200,9 +200,9 @@ TEST(ClassTable, CreatesRegisteredClassesUnlessRefused) {
     EXPECT_EQ(object, nullptr);
     engine::com::registerClass(entry);
     {
-        const engine::com::ClassRefusal refusal(kThingId, E_ACCESSDENIED);
+        const engine::com::FailingClass failing(kThingId, E_ACCESSDENIED);
         EXPECT_EQ(CoCreateInstance(kThingId, nullptr, CLSCTX_ALL, IID_IUnknown, &object), E_ACCESSDENIED);
-        const engine::com::ClassRefusal inner(kThingId);
+        const engine::com::FailingClass inner(kThingId);
         EXPECT_EQ(CoCreateInstance(kThingId, nullptr, CLSCTX_ALL, IID_IUnknown, &object),
                   REGDB_E_CLASSNOTREG);
         EXPECT_EQ(object, nullptr);

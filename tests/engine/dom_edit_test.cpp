@@ -258,7 +258,7 @@ TEST_F(DomEdit, RejectsWithAStatusAndADescriptionAndChangesNothing) {
              return d->validate(e.receive());
          },
          E_FAIL, "schemas"},
-        {"no place for the name", [&] { return a->get_nodeName(nullptr); }, E_POINTER, "get_nodeName"},
+        {"no address for the name", [&] { return a->get_nodeName(nullptr); }, E_POINTER, "get_nodeName"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
@@ -319,7 +319,7 @@ TEST_F(DomEdit, NodesMoveAcrossDocumentsAndTheirObjectsFollow) {
     EXPECT_EQ(added.get(), m.get());
     EXPECT_EQ(outline(*source), "<s><stay/></>");
     EXPECT_EQ(outline(*target), "<t><m k=\"v\">x<n/><!c><?p d>[z]</></>");
-    // Every object from before is the node in its new place.
+    // Every object from before is the node at its new position.
     EXPECT_EQ(first(*first(*root(*target))).get(), x.get());
     EXPECT_EQ(parentOf(*n).get(), m.get());
     EXPECT_EQ(key->put_text(Bstr(u"new")), S_OK);
@@ -451,10 +451,10 @@ TEST_F(DomEdit, AgreesWithAModelUnderRandomEdits) {
                 case 8: {  // before the one, which stays where it is
                     Model* const parent = one.model->parent;
                     if (parent == nullptr || parent->isBelow(two.model)) break;
-                    VARIANT place{};
-                    place.vt = VT_DISPATCH;
-                    place.pdispVal = one.node.get();
-                    ASSERT_EQ(parentOf(*one.node)->insertBefore(two.node.get(), place, nullptr), S_OK);
+                    VARIANT before{};
+                    before.vt = VT_DISPATCH;
+                    before.pdispVal = one.node.get();
+                    ASSERT_EQ(parentOf(*one.node)->insertBefore(two.node.get(), before, nullptr), S_OK);
                     if (one.model == two.model) break;
                     two.model->detach();
                     two.model->parent = parent;

@@ -67,7 +67,7 @@ TEST_F(DomLifetime, ANodeHasOneObjectAndOneIdentity) {
         HRESULT element;
         HRESULT document;
     };
-    int place = 0;
+    int unset = 0;
     for (const Row& row : std::array<Row, 7>{{{&IID_IUnknown, S_OK, S_OK},
                                               {&IID_IDispatch, S_OK, S_OK},
                                               {&IID_IXMLDOMNode, S_OK, S_OK},
@@ -75,14 +75,14 @@ TEST_F(DomLifetime, ANodeHasOneObjectAndOneIdentity) {
                                               {&IID_IXMLDOMText, E_NOINTERFACE, E_NOINTERFACE},
                                               {&IID_IXMLDOMDocument, E_NOINTERFACE, S_OK},
                                               {&IID_IXMLDOMDocument2, E_NOINTERFACE, S_OK}}}) {
-        void* answer = &place;
-        EXPECT_EQ(a->QueryInterface(*row.iid, &answer), row.element);
-        EXPECT_EQ(answer, row.element == S_OK ? a.get() : nullptr);
-        if (answer != nullptr) a->Release();
-        answer = &place;
-        EXPECT_EQ(document->QueryInterface(*row.iid, &answer), row.document);
-        EXPECT_EQ(answer, row.document == S_OK ? document.get() : nullptr);
-        if (answer != nullptr) document->Release();
+        void* result = &unset;
+        EXPECT_EQ(a->QueryInterface(*row.iid, &result), row.element);
+        EXPECT_EQ(result, row.element == S_OK ? a.get() : nullptr);
+        if (result != nullptr) a->Release();
+        result = &unset;
+        EXPECT_EQ(document->QueryInterface(*row.iid, &result), row.document);
+        EXPECT_EQ(result, row.document == S_OK ? document.get() : nullptr);
+        if (result != nullptr) document->Release();
     }
 }
 
@@ -187,7 +187,7 @@ TEST_F(DomLifetime, RunningOutOfMemoryInAnEditLeavesTheTreeAsItWas) {
         const Element t = root(*target);
         HRESULT status = S_OK;
         {
-            const engine::dom::AllocationFailure failing(allowed);
+            const engine::dom::FailingAllocation failing(allowed);
             status = t->appendChild(m.get(), nullptr);
         }
         if (status == S_OK) {
@@ -203,7 +203,7 @@ TEST_F(DomLifetime, RunningOutOfMemoryInAnEditLeavesTheTreeAsItWas) {
     }
     EXPECT_GT(rejections, 3);
     {
-        const engine::dom::AllocationFailure failing(0);
+        const engine::dom::FailingAllocation failing(0);
         // One of the tables has to grow sooner or later, whichever it is.
         Element made;
         HRESULT status = S_OK;

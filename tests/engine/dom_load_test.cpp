@@ -16,14 +16,14 @@ struct WhiteSpaceCase {
 
 constexpr std::array kLayoutCases{
     WhiteSpaceCase{"layout around child elements goes", u"<a>\n <b/>\n\t<c/>\r\n</a>", "<a><b/><c/></>"},
-    WhiteSpaceCase{"a leaf's blanks stay", u"<a> <b> </b><c>\n</c></a>", "<a><b> </><c>\n</></>"},
-    WhiteSpaceCase{"a leaf with comments keeps its blanks", u"<a> <!--x--> <?p d?> </a>",
+    WhiteSpaceCase{"a leaf's spaces stay", u"<a> <b> </b><c>\n</c></a>", "<a><b> </><c>\n</></>"},
+    WhiteSpaceCase{"a leaf with comments keeps its spaces", u"<a> <!--x--> <?p d?> </a>",
                    "<a> <!x> <?p d> </>"},
-    WhiteSpaceCase{"text after the blanks keeps all of them", u"<a> <b/> <c/> t </a>", "<a> <b/> <c/> t </>"},
-    WhiteSpaceCase{"text before the blanks keeps them", u"<a>t<b/> <c/> </a>", "<a>t<b/> <c/> </>"},
+    WhiteSpaceCase{"text after the spaces keeps all of them", u"<a> <b/> <c/> t </a>", "<a> <b/> <c/> t </>"},
+    WhiteSpaceCase{"text before the spaces keeps them", u"<a>t<b/> <c/> </a>", "<a>t<b/> <c/> </>"},
     WhiteSpaceCase{"a CDATA section with text keeps them", u"<a> <b/> <![CDATA[x]]> </a>",
                    "<a> <b/> [x] </>"},
-    WhiteSpaceCase{"a blank CDATA section stays, layout goes", u"<a> <b/> <![CDATA[ ]]> </a>",
+    WhiteSpaceCase{"a CDATA section of white space stays, layout goes", u"<a> <b/> <![CDATA[ ]]> </a>",
                    "<a><b/>[ ]</>"},
     WhiteSpaceCase{"an empty CDATA section stays", u"<a><![CDATA[]]></a>", "<a>[]</>"},
     WhiteSpaceCase{"layout between comments goes", u"<a> <!--x--> <b/> <?p d?> </a>", "<a><!x><b/><?p d></>"},
@@ -31,7 +31,7 @@ constexpr std::array kLayoutCases{
                    "<a>t <b><c/></> </>"},
     WhiteSpaceCase{"layout dropped inside does not come back outside", u"<a> <b> <c/> </b> t</a>",
                    "<a> <b><c/></> t</>"},
-    WhiteSpaceCase{"other blanks are text", u"<a>\u00A0<b/> \u2003 </a>", "<a>\u00A0<b/> \u2003 </>"},
+    WhiteSpaceCase{"other white space is text", u"<a>\u00A0<b/> \u2003 </a>", "<a>\u00A0<b/> \u2003 </>"},
     WhiteSpaceCase{"xml:space keeps", u"<a xml:space=\"preserve\"> <b> <c/> </b> </a>",
                    "<a xml:space=\"preserve\"> <b> <c/> </> </>"},
     WhiteSpaceCase{"xml:space is taken back below",
@@ -70,15 +70,15 @@ TEST_F(DomLoad, OnlyVariantTrueKeepsAllWhiteSpace) {
     }
 }
 
-// Runs of blanks are shared inside the tree: none may show up in another's place.
-TEST_F(DomLoad, KeepsEveryRunOfBlanksByItself) {
+// Runs of spaces are shared inside the tree: none may show up instead of another.
+TEST_F(DomLoad, KeepsEveryRunOfSpacesApart) {
     std::u16string xml = u"<a>";
     std::string expected = "<a>";
     for (std::size_t i = 0; i < 2000; ++i) {
-        const std::string blanks =
+        const std::string spaces =
             std::string(i % 7, '\n') + std::string(i % 13, ' ') + (i % 3 == 0 ? "\t" : "\n");
-        xml += u"<b>" + engine::text::toUtf16(blanks) + u"</b>";
-        expected += "<b>" + blanks + "</>";
+        xml += u"<b>" + engine::text::toUtf16(spaces) + u"</b>";
+        expected += "<b>" + spaces + "</>";
     }
     EXPECT_EQ(outline(*loaded(xml + u"</a>")), expected + "</>");
 }
@@ -164,7 +164,7 @@ TEST_F(DomLoad, NodesOfAnEarlierLoadStayReadable) {
     EXPECT_EQ(outline(*old), "<old k=\"v\"/>");
 }
 
-TEST_F(DomLoad, ATreeThatIsFullFailsTheLoadWithAPlaceAndAReason) {
+TEST_F(DomLoad, ATreeThatIsFullFailsTheLoadWithAPositionAndAReason) {
     const auto small = Ref<engine::dom::Document>::adopt(new engine::dom::Document(64));
     EXPECT_FALSE(load(*small, u"<a>\n <b>" + std::u16string(100, u'x') + u"</b></a>"));
     EXPECT_FALSE(root(*small));
@@ -199,7 +199,7 @@ TEST_F(DomLoad, RunningOutOfMemoryLeavesAnEmptyDocument) {
         const bool emptied = failures > 0;
         HRESULT status = S_OK;
         {
-            const engine::dom::AllocationFailure failing(failures);
+            const engine::dom::FailingAllocation failing(failures);
             status = document->loadXML(text, &ok);
         }
         if (ok == VARIANT_TRUE) break;

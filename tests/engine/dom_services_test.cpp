@@ -27,7 +27,7 @@ public:
     HRESULT validateTree(const NodeSource& source, Find, std::vector<reader::Violation>* found) override {
         const engine::dom::NodeId root = source.tree.documentElement();
         const std::string name(source.tree.name(root));
-        if (name == "odd") return engine::com::fail(E_FAIL, "cannot tell");
+        if (name == "odd") return engine::com::fail(E_FAIL, "undecided");
         if (name != "good")
             found->push_back({{-7, source.tree.position(root), name + " is not good", {}, 0}, {}});
         return S_OK;
@@ -49,7 +49,7 @@ private:
     engine::dom::Transformer* const before_ = engine::dom::transformer();
 };
 
-TEST_F(DomServices, SchemasJudgeOnDemandAndWhileLoading) {
+TEST_F(DomServices, SchemasValidateOnDemandAndWhileLoading) {
     const DocumentRef document = loaded(u"<bad/>");
     {
         const auto validator = engine::com::make<RootNameValidator>();
@@ -118,7 +118,7 @@ private:
         return std::string(source.tree.name(isDocument ? source.tree.documentElement() : source.node));
     }
     static void check(const NodeSource& styleSheet) {
-        if (name(styleSheet) == "fails") throw engine::com::Failure(E_FAIL, "the style sheet fails");
+        if (name(styleSheet) == "fails") throw engine::com::Exception(E_FAIL, "the style sheet fails");
     }
 };
 

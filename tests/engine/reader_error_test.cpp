@@ -148,7 +148,7 @@ std::string utf16Bytes(std::string_view text, bool isBig) {
     return bytes;
 }
 
-TEST(ReaderErrors, NameTheCulpritAndItsPlace) {
+TEST(ReaderErrors, NameTheOffendingTokenAndItsPosition) {
     for (const ErrorCase& row : kCases) {
         SCOPED_TRACE(row.document);
         expectError(row, readAll(Input::bytes(row.document)).error);
@@ -167,7 +167,7 @@ TEST(ReaderErrors, AreTheSameInEveryPieceSize) {
             EXPECT_EQ(reading.error.filePosition, whole.error.filePosition);
             EXPECT_EQ(reading.error.sourceText, whole.error.sourceText);
             EXPECT_EQ(reading.events, whole.events);
-            // The other parser has words and places of its own, but the same verdict.
+            // The other parser has words and positions of its own, but the same verdict.
             options.parser = ReadOptions::Parser::Libxml2;
             const ParseError theirs = readAll(Input::bytes(row.document), options).error;
             EXPECT_TRUE(theirs.failed());
@@ -177,7 +177,7 @@ TEST(ReaderErrors, AreTheSameInEveryPieceSize) {
     }
 }
 
-TEST(ReaderErrors, StandAtTheSamePlaceInEveryEncoding) {
+TEST(ReaderErrors, HaveTheSamePositionInEveryEncoding) {
     for (const ErrorCase& row : kCases) {
         if (row.document.empty()) continue;
         SCOPED_TRACE(row.document);
@@ -248,7 +248,7 @@ TEST(ReaderErrors, OfEncodingsNameTheByte) {
     }
 }
 
-TEST(ReaderErrors, TellSourceTextAndFilePosition) {
+TEST(ReaderErrors, ReportSourceTextAndFilePosition) {
     const std::string longLine(1000, 'x');
     const struct {
         std::string document;

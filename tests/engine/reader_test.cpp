@@ -70,7 +70,7 @@ TEST(Reader, DeliversADocumentFromBothParsersInEveryPieceSize) {
             log.withPositions = true;
             ASSERT_FALSE(read(Input::bytes(kRichDocument), with(parser, chunk), log).failed());
             if (positions.empty()) positions = log.text();
-            EXPECT_EQ(log.text(), positions);  // both see every event start at the same place
+            EXPECT_EQ(log.text(), positions);  // both see every event start at the same position
             EXPECT_EQ(readAll(Input::bytes(kRichDocument), with(parser, chunk)).events, kRichEvents);
         }
     }
@@ -144,7 +144,7 @@ TEST(Reader, ReadsTheInternalSubsetAndNothingElse) {
          "<p:a xmlns:p=[u]{http://www.w3.org/2000/xmlns/}{u}\n</p:a{u}\n"},
         {"a carriage return by reference stays one", "<!DOCTYPE a [<!ENTITY e '1&#13;2'>]><a b='&e;'>&e;</a>",
          "<a b=[1 2]\ntext [1\r2]\n</a\n"},
-        {"instructions in the subset are told, comments are not", "<!DOCTYPE a [<?p q?><!-- c -->]><a/>",
+        {"instructions in the subset are reported, comments are not", "<!DOCTYPE a [<?p q?><!-- c -->]><a/>",
          "pi p [q]\n<a\n</a\n"},
         {"external entities are empty", "<!DOCTYPE a [<!ENTITY e SYSTEM '" + file + "'>]><a>[&e;]</a>",
          "<a\ntext [[]]\n</a\n"},
@@ -217,7 +217,7 @@ TEST(Reader, RejectsWhatIsWrongWithADoctype) {
 }
 
 // Each would take minutes or gigabytes if it were expanded; each ends before the test's patience does.
-TEST(Reader, DejectsEntityBombs) {
+TEST(Reader, RejectsEntityBombs) {
     const auto nested = [](std::string_view sigil, std::string_view reference, std::string_view innermost) {
         std::string declarations;
         for (int level = 0; level < 30; ++level) {

@@ -174,7 +174,7 @@ TEST_F(SaxTest, NeverTearsASurrogatePairApart) {
     EXPECT_EQ(recorder.log, "start\n<{}a|a\n[" + document.substr(3) + "]\n</{}a|a\nend\n");
 }
 
-TEST_F(SaxTest, AnswersWithTheFirstErrorAndDescribesIt) {
+TEST_F(SaxTest, ReturnsTheFirstErrorAndDescribesIt) {
     Recorder recorder;
     const HRESULT status = parse(recorder, "<a>\n<b>x</c></a>");
     EXPECT_EQ(status, source::statusOf(source::ErrorCode::MismatchedEndTag));
@@ -256,7 +256,7 @@ TEST_F(SaxTest, EventsMayChangeTheHandlerButNotStartAnotherParse) {
     EXPECT_EQ(second.count, 1u);
 }
 
-TEST_F(SaxTest, LocatorTellsWhereAnEventStartsAndOutlivesTheParse) {
+TEST_F(SaxTest, LocatorReportsWhereAnEventStartsAndOutlivesTheParse) {
     class Locating final : public Recorder {
     public:
         HRESULT onEvent(const std::string& line) override {

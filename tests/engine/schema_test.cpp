@@ -116,7 +116,7 @@ TEST_F(Validating, ReportsTheFirstViolation) {
     }
 }
 
-TEST_F(Validating, SeesEditsAndCannotJudgeAnUndeclaredPrefix) {
+TEST_F(Validating, SeesEditsAndRejectsAnUndeclaredPrefix) {
     const Cache cache = cacheOf("urn:p", schema("urn:p", kNumbers));
     const DocumentRef document = loaded(u"<p xmlns='urn:p'><n>1</n></p>");
     const Node number = first(*root(*document));

@@ -29,7 +29,7 @@ const std::array kLossless{
     UtfCase{"low surrogate alone, then high", "\xED\xB0\x80\xED\xAF\xBF", u"\xDC00\xDBFF"},
 };
 
-// Every text stands at every place around the border of a block, for that is where the fast path hands over.
+// Every text stands at every offset around the border of a block, where the fast path ends.
 TEST(Utf, ConvertsBothWaysWithoutLossAtEveryOffset) {
     for (const UtfCase& c : kLossless) {
         for (std::size_t before = 0; before < 34; ++before) {

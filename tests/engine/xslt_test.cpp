@@ -102,7 +102,7 @@ TEST_F(Transforming, TakesAnElementOrADocumentOnBothSides) {
     EXPECT_THAT(run(*textNode, whole.get()), HasSubstr("not a node of another kind"));
 }
 
-TEST_F(Transforming, SeesEditsAndRejectsPrefixesThatNobodyDeclares) {
+TEST_F(Transforming, SeesEditsAndRejectsUndeclaredPrefixes) {
     const DocumentRef source = parsed("<a/>");
     const DocumentRef style =
         parsed(sheet("<xsl:template match='/'><xsl:copy-of select='/'/></xsl:template>"));
@@ -590,11 +590,11 @@ TEST_F(Transforming, RunsOnSeveralThreadsAtOnceBesideAHostThatUsesTheLibraryItse
     hostHeard = 0;
     xsltSetGenericErrorFunc(nullptr, hostHandler);
     std::atomic<bool> stop{false};
-    std::atomic<int> told{0};
+    std::atomic<int> reported{0};
     std::thread host([&] {
         while (!stop) {
             xsltTransformError(nullptr, nullptr, nullptr, "host\n");
-            ++told;
+            ++reported;
         }
     });
     std::vector<std::thread> threads;
@@ -612,7 +612,7 @@ TEST_F(Transforming, RunsOnSeveralThreadsAtOnceBesideAHostThatUsesTheLibraryItse
     for (std::thread& thread : threads) thread.join();
     stop = true;
     host.join();
-    EXPECT_EQ(hostHeard, 2 * told) << "a place and a text each";
+    EXPECT_EQ(hostHeard, 2 * reported) << "a location and a text each";
     xsltSetGenericErrorFunc(nullptr, nullptr);
 }
 

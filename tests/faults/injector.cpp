@@ -32,7 +32,7 @@ bool fails(Kind kind) noexcept {
     return left.load() != 0 && left.fetch_sub(1) == 1;
 }
 
-bool refuses(Kind kind, int error = EIO) noexcept {
+bool inject(Kind kind, int error = EIO) noexcept {
     if (!fails(kind)) return false;
     errno = error;
     return true;
@@ -145,7 +145,7 @@ std::int64_t trackedLibraryBlocks() noexcept {
 
 using faults::Kind;
 using faults::next;
-using faults::refuses;
+using faults::inject;
 
 // The names with which glibc lets a program put its own allocator around it.
 extern "C" {
@@ -156,19 +156,19 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
 void* malloc(std::size_t size) {
-    if (refuses(Kind::Allocation, ENOMEM)) return nullptr;
+    if (inject(Kind::Allocation, ENOMEM)) return nullptr;
     void* block = __libc_malloc(size);
     faults::taken(block, __builtin_return_address(0));
     return block;
 }
 void* calloc(std::size_t count, std::size_t size) {
-    if (refuses(Kind::Allocation, ENOMEM)) return nullptr;
+    if (inject(Kind::Allocation, ENOMEM)) return nullptr;
     void* block = __libc_calloc(count, size);
     faults::taken(block, __builtin_return_address(0));
     return block;
 }
 void* realloc(void* block, std::size_t size) {
-    if (refuses(Kind::Allocation, ENOMEM)) return nullptr;
+    if (inject(Kind::Allocation, ENOMEM)) return nullptr;
     void* moved = __libc_realloc(block, size);
     if (moved == nullptr && size != 0) return nullptr;
     faults::given(block);
@@ -176,7 +176,7 @@ void* realloc(void* block, std::size_t size) {
     return moved;
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    if (refuses(Kind::Allocation, ENOMEM)) return nullptr;
+    if (inject(Kind::Allocation, ENOMEM)) return nullptr;
     void* block = __libc_memalign(alignment, size);
     faults::taken(block, __builtin_return_address(0));
     return block;
@@ -195,58 +195,58 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (refuses(Kind::Open)) return -1;
+    if (inject(Kind::Open)) return -1;
     static auto* const real = next(&::open, "open");
     return real(path, flags, mode);
 }
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 std::FILE* fopen(const char* path, const char* mode) {
-    if (refuses(Kind::Open)) return nullptr;
+    if (inject(Kind::Open)) return nullptr;
     static auto* const real = next(&::fopen, "fopen");
     return real(path, mode);
 }
 std::FILE* fopen64(const char* path, const char* mode) __attribute__((alias("fopen")));
 ssize_t read(int file, void* buffer, std::size_t size) {
-    if (refuses(Kind::Read)) return -1;
+    if (inject(Kind::Read)) return -1;
     static auto* const real = next(&::read, "read");
     return real(file, buffer, size);
 }
 std::size_t fread(void* buffer, std::size_t size, std::size_t count, std::FILE* file) {
-    if (refuses(Kind::Read)) return file->_flags |= _IO_ERR_SEEN, 0;
+    if (inject(Kind::Read)) return file->_flags |= _IO_ERR_SEEN, 0;
     static auto* const real = next(&::fread, "fread");
     return real(buffer, size, count, file);
 }
 ssize_t write(int file, const void* buffer, std::size_t size) {
-    if (refuses(Kind::Write)) return -1;
+    if (inject(Kind::Write)) return -1;
     static auto* const real = next(&::write, "write");
     return real(file, buffer, size);
 }
 ssize_t writev(int file, const iovec* parts, int count) {
-    if (refuses(Kind::Write)) return -1;
+    if (inject(Kind::Write)) return -1;
     static auto* const real = next(&::writev, "writev");
     return real(file, parts, count);
 }
 int stat(const char* path, struct stat* found) {
-    if (refuses(Kind::Stat)) return -1;
+    if (inject(Kind::Stat)) return -1;
     using Function = int(const char*, struct stat*);
     static auto* const real = next(static_cast<Function*>(nullptr), "stat");
     return real(path, found);
 }
 int stat64(const char* path, struct stat64* found) __attribute__((alias("stat")));
 int fstat(int file, struct stat* found) {
-    if (refuses(Kind::Stat)) return -1;
+    if (inject(Kind::Stat)) return -1;
     using Function = int(int, struct stat*);
     static auto* const real = next(static_cast<Function*>(nullptr), "fstat");
     return real(file, found);
 }
 int fstat64(int file, struct stat64* found) __attribute__((alias("fstat")));
 char* getcwd(char* buffer, std::size_t size) {
-    if (refuses(Kind::Stat)) return nullptr;
+    if (inject(Kind::Stat)) return nullptr;
     static auto* const real = next(&::getcwd, "getcwd");
     return real(buffer, size);
 }
 void* mmap(void* at, std::size_t size, int access, int flags, int file, off_t offset) {
-    if (refuses(Kind::Map, ENOMEM)) return MAP_FAILED;
+    if (inject(Kind::Map, ENOMEM)) return MAP_FAILED;
     static auto* const real = next(&::mmap, "mmap");
     return real(at, size, access, flags, file, offset);
 }

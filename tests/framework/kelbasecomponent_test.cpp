@@ -126,15 +126,15 @@ TEST(BaseComponent, SelfTestsAreNamedAndMadeButNotEnumerated) {
 TEST(BaseComponent, LooksServicesUpInItsOwnContainer) {
     const IPtr<Shelves> component(new Shelves("shelves"));
     EXPECT_FALSE(component->service<IKelShelf>()) << "no host";
-    const IPtr<Shelf> everybodys(new Shelf);
+    const IPtr<Shelf> ofTheHost(new Shelf);
     const IPtr<Shelf> contained(new Shelf);
     FakeHost host;
-    host.offer<IKelShelf>(*everybodys);
+    host.offer<IKelShelf>(*ofTheHost);
     host.named.offer<IKelShelf>(*contained);
-    EXPECT_EQ(component->service<IKelShelf>().get(), everybodys.get());
+    EXPECT_EQ(component->service<IKelShelf>().get(), ofTheHost.get());
     component->setContainerName("ours");
     EXPECT_EQ(component->service<IKelShelf>().get(), contained.get());
-    EXPECT_EQ(SPtr<IKelShelf>().get(), everybodys.get()) << "the library's lookups do not follow";
+    EXPECT_EQ(SPtr<IKelShelf>().get(), ofTheHost.get()) << "the library's lookups do not follow";
 }
 
 TEST(BaseComponent, LinksTheLibraryAndNamesItOnce) {

@@ -103,7 +103,7 @@ TEST_F(HostTest, TheApplicationsOwnObjectsCountThroughItsHost) {
     weak->release();
 }
 
-TEST_F(HostTest, AnswersForServicesByNameAndContainerFirst) {
+TEST_F(HostTest, FindsServicesByNameAndContainerFirst) {
     kelhost::Host host;
     const IPtr<NoteTaker> common(new NoteTaker);
     const IPtr<NoteTaker> special(new NoteTaker);
@@ -158,7 +158,7 @@ TEST_F(HostTest, StringsAreTheSameInEveryLocaleIfTheApplicationSaysSo) {
                 !KelString(u"\u0664").isDigit(0));
 }
 
-TEST_F(HostTest, OrdersTextsAsTheLocaleDoesAndTellsAllApart) {
+TEST_F(HostTest, OrdersTextsAsTheLocaleDoesAndDistinguishesAll) {
     struct Row {
         const char* locale;
         const char16_t* smaller;

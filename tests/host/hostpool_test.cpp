@@ -21,7 +21,7 @@ using kel::detail::headerOf;
 using kel::test::ChildProcess;
 
 constexpr int kTakesBetweenLookups = 601;
-constexpr std::size_t kRareUnits = 2500;  // of a size that nobody else uses
+constexpr std::size_t kRareUnits = 2500;  // of a size that nothing else uses
 
 // The message of an error object is a string that lives in the component. What the component does with it is
 // one take, or one give-back, of its own copy.
@@ -76,7 +76,7 @@ void playInChild(Scene scene) {
 }
 
 // How many takes after the offer the component hands its blocks over, when it was made after `before` takes.
-int takesUntilHandOver(int before) {
+int takesUntilSwitch(int before) {
     auto* const shared = static_cast<int*>(
         mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     playInChild([&] {
@@ -97,12 +97,12 @@ int takesUntilHandOver(int before) {
 }  // namespace
 
 TEST(PoolOfTheHost, IsFoundByTheTakeAfterThe601st) {
-    const int first = takesUntilHandOver(0);
+    const int first = takesUntilSwitch(0);
     ASSERT_GE(first, 2);
     ASSERT_LE(first, kTakesBetweenLookups);
-    EXPECT_EQ(takesUntilHandOver(first - 2), 2);
-    EXPECT_EQ(takesUntilHandOver(first - 1), 1);
-    EXPECT_EQ(takesUntilHandOver(first), kTakesBetweenLookups) << "just missed: the count starts again";
+    EXPECT_EQ(takesUntilSwitch(first - 2), 2);
+    EXPECT_EQ(takesUntilSwitch(first - 1), 1);
+    EXPECT_EQ(takesUntilSwitch(first), kTakesBetweenLookups) << "just missed: the count starts again";
 }
 
 TEST(PoolOfTheHost, GetsEveryBlockThatTheComponentKept) {
@@ -127,7 +127,7 @@ TEST(PoolOfTheHost, GetsEveryBlockThatTheComponentKept) {
     });
 }
 
-TEST(PoolOfTheHost, TakesStringsThatCrossBeforeAtAndAfterTheHandOver) {
+TEST(PoolOfTheHost, TakesStringsThatCrossBeforeAtAndAfterTheSwitch) {
     playInChild([] {
         // Short, long, in powers of two, and too large for any bucket.
         const std::size_t sizes[] = {0, 1, 30, 500, 4095, 4096, 9000, 131'071, 131'072, 150'000};
@@ -147,7 +147,7 @@ TEST(PoolOfTheHost, TakesStringsThatCrossBeforeAtAndAfterTheHandOver) {
         // Both sides now live on one pool: what either gives back serves both, and the heap hears of blocks
         // only that no bucket keeps.
         int requests = 0;
-        const kel::test::RefusingHeap heap([&](const kel::test::RefusingHeap::Request& request) {
+        const kel::test::FailingHeap heap([&](const kel::test::FailingHeap::Request& request) {
             if (request.sizeInBytes < 262'144) ++requests;
             return false;
         });

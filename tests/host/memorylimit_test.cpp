@@ -40,8 +40,8 @@ TEST(MemoryLimitTest, CrossingItReclaimsAndReportsOnce) {
     static MemoryLimit* limit = nullptr;  // never destroyed
     limit = new MemoryLimit(
         *settings, *manager, [&] { return inUse; },
-        [&](std::uint64_t used, std::int64_t most) {
-            reports.push_back(std::to_string(used) + '>' + std::to_string(most));
+        [&](std::uint64_t used, std::int64_t max) {
+            reports.push_back(std::to_string(used) + '>' + std::to_string(max));
             limit->check();  // comes back while a look is under way
         });
     const struct {

@@ -198,7 +198,7 @@ TEST(ShippedCatalogues, MayPutArgumentsInAnotherOrder) {
               "a.xml を読み込めません: no（7 行 2 列）");
 }
 
-TEST(ShippedCatalogues, AreFoundFromEveryPlaceOfAnInstalledFile) {
+TEST(ShippedCatalogues, AreFoundFromEveryFolderOfAnInstalledFile) {
     const kel::test::TemporaryFolder prefix;
     const fs::path root = fs::canonical(prefix.path());
     fs::create_directories(root / "share" / "locale");

@@ -37,12 +37,12 @@ class Listener final : public kel::Implements<Listener, IKelDataReceiver> {
 public:
     static constexpr const char* kClassName = "Listener";
     std::int32_t dataChanged(const char* key, double value) override {
-        told.push_back(std::string(key) + '=' +
-                       (std::isnan(value) ? "none" : std::to_string(std::lround(value))));
+        calls.push_back(std::string(key) + '=' +
+                        (std::isnan(value) ? "none" : std::to_string(std::lround(value))));
         if (store != nullptr) store->set("Echo", store->text(key).value_or("gone"));
         return 0;
     }
-    std::vector<std::string> told;
+    std::vector<std::string> calls;
     Settings* store = nullptr;
 };
 
@@ -116,7 +116,7 @@ TEST(SettingsTest, ABadFileIsRejectedWithItsPositionAndChangesNothing) {
         EXPECT_THROW(settings->load(file), kelhost::SettingsError) << file;
 }
 
-TEST(SettingsTest, ReceiversAreToldOfEveryChangeOfTheirSetting) {
+TEST(SettingsTest, ReceiversAreNotifiedOfEveryChangeOfTheirSetting) {
     const IPtr<Settings> settings(new Settings);
     const IPtr<Listener> listener(new Listener);
     const IPtr<Listener> other(new Listener);
@@ -132,12 +132,12 @@ TEST(SettingsTest, ReceiversAreToldOfEveryChangeOfTheirSetting) {
     settings->parse("t = on\nn = words", "file");
     settings->remove("n");
     settings->remove("n");
-    EXPECT_THAT(listener->told, ElementsAre("n=5", "n=none", "t=1", "n=none"));
+    EXPECT_THAT(listener->calls, ElementsAre("n=5", "n=none", "t=1", "n=none"));
     EXPECT_EQ(settings->text("Echo"), "gone");
     settings->removeReceiver(*listener);
     EXPECT_EQ(listener->refCount(), 1);
     settings->set("t", "0");
-    EXPECT_EQ(listener->told.size(), 4u);
+    EXPECT_EQ(listener->calls.size(), 4u);
 }
 
 TEST(Directories, FollowThePlatformsConventions) {
@@ -270,13 +270,13 @@ TEST(Reports, OfFailedAssertionsTooAndTheOperationGoesOn) {
     testing::internal::CaptureStderr();
     handler->assertionFailed("start >= 0", "src/a", 671);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "assertion failed: start >= 0 (src/a, line 671)\n");
-    std::string told;
+    std::string calls;
     const IPtr<kelhost::AssertionHandler> handed(
         new kelhost::AssertionHandler([&](const char* expression, const char* path, std::int32_t line) {
-            told = expression + (path + std::to_string(line));
+            calls = expression + (path + std::to_string(line));
         }));
     handed->assertionFailed("a", "b", 1);
-    EXPECT_EQ(told, "ab1");
+    EXPECT_EQ(calls, "ab1");
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #
 # usage: schema.sh ENGINE_TOOL (FOLDER | PAIRS)...
 #   FOLDER  every NAME.xsd with NAME.xml and NAME-*.xml beside it
-#   PAIRS   a file with a schema and a document on each line, separated by a blank
+#   PAIRS   a file with a schema and a document on each line, separated by a space
 #
 # A schema that both reject counts as alike; what the engine rejects because it opens no door (a DOCTYPE) is
 # counted apart. Exit status: 0 all alike, 1 differences.

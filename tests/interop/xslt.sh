@@ -3,7 +3,7 @@
 #
 # usage: xslt.sh ENGINE_TOOL (FOLDER | PAIRS)...
 #   FOLDER  every NAME.xsl with a NAME.xml beside it
-#   PAIRS   a file with a style sheet and a document on each line, separated by a blank
+#   PAIRS   a file with a style sheet and a document on each line, separated by a space
 #
 # The engine's results are UTF-16 by declaration, so declarations, the META of html and the encodings
 # themselves are made alike first. Both rejecting counts as alike; what the engine rejects because it opens no

@@ -47,12 +47,12 @@ TEST_F(KelxmlTest, SaveRejectsAResultThatSaysSomethingElseUnlessForced) {
     struct Row {
         const char* fault;
         std::string document;
-        const char* place;
+        const char* position;
     };
     const std::vector<Row> rows{
         {"mixed content is written twice", "<a><p>x<i>y</i>z</p><p>x<i>y</i></p></a>",
          "/a/p[1]: text \"xz\" reads back"},
-        {"the second place is named, too", "<a><p>x<i>y</i>z</p><p>x<i>y</i></p></a>",
+        {"the second position is named, too", "<a><p>x<i>y</i>z</p><p>x<i>y</i></p></a>",
          "/a/p[2]: text \"x\" reads back"},
         {"a CDATA section alone is not written", "<a><b/><c><![CDATA[x]]></c></a>",
          "/a/c: the text of a CDATA"},
@@ -68,25 +68,26 @@ TEST_F(KelxmlTest, SaveRejectsAResultThatSaysSomethingElseUnlessForced) {
     const std::string out = folder_.write("out.xml", "what was there");
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
-        if (std::string_view(row.place).starts_with("would not") && traits::kSaysWhatIsMalformed != nullptr)
+        if (std::string_view(row.position).starts_with("would not") &&
+            traits::kSaysWhatIsMalformed != nullptr)
             continue;
         const std::string file = folder_.write("in.xml", row.document);
         const RunResult rejected = kelxml({"save", file, "-o", out});
         EXPECT_EQ(rejected.status, 1);
-        EXPECT_THAT(rejected.errors, HasSubstr(row.place));
+        EXPECT_THAT(rejected.errors, HasSubstr(row.position));
         EXPECT_EQ(readFile(out), "what was there");
         EXPECT_EQ(folder_.fileCount(), 2U) << "no temporary file is left";
         EXPECT_THAT(kelxml({"save", file}).output, IsEmpty());
 
         const RunResult forced = kelxml({"save", "--force", file});
         EXPECT_EQ(forced.status, 0);
-        EXPECT_THAT(forced.errors, HasSubstr(row.place));
+        EXPECT_THAT(forced.errors, HasSubstr(row.position));
         EXPECT_THAT(forced.output, HasSubstr("<a"));
     }
 }
 
 TEST_F(KelxmlTest, SaveAcceptsTextAroundCDataThatIsWrittenWhole) {
-    if (traits::kKeepsBlanksOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsBlanksOfTexts;
+    if (traits::kKeepsWhiteSpaceOfTexts != nullptr) GTEST_SKIP() << traits::kKeepsWhiteSpaceOfTexts;
     const RunResult result =
         kelxml({"save", "-"}, {.input = "<a><b>1 <![CDATA[< 2]]> &lt; 3</b><b><!--c-->x<!--c-->y</b></a>"});
     EXPECT_EQ(result.status, 0) << result.errors;
@@ -137,7 +138,7 @@ TEST_F(KelxmlTest, EventsAndCheckSayWhatIsMalformedAndWhere) {
     struct Row {
         const char* fault;
         std::string document;
-        const char* place;
+        const char* position;
     };
     std::string deep;
     for (int i = 0; i < 20'000; ++i) deep += "<a>";
@@ -157,7 +158,7 @@ TEST_F(KelxmlTest, EventsAndCheckSayWhatIsMalformedAndWhere) {
             SCOPED_TRACE(verb + (": " + std::string(row.fault)));
             const RunResult result = kelxml({verb, "-"}, {.input = row.document});
             EXPECT_EQ(result.status, 1);
-            EXPECT_THAT(result.errors, HasSubstr(row.place));
+            EXPECT_THAT(result.errors, HasSubstr(row.position));
             EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
         }
     }
@@ -189,7 +190,7 @@ TEST_F(KelxmlTest, EventsKnowTheEndInEveryEncoding) {
     EXPECT_EQ(result.status, 0) << result.errors;
 }
 
-TEST_F(KelxmlTest, SeveralFilesAreAnsweredOneByOne) {
+TEST_F(KelxmlTest, SeveralFilesAreReportedOneByOne) {
     const std::string good = folder_.write("good.xml", "<a/>");
     const std::string bad = folder_.write("bad.xml", "<a>");
     const std::string missing = folder_.pathOf("missing.xml");
@@ -304,8 +305,8 @@ TEST_F(KelxmlTest, ValidateReportsEveryViolationOfEachDocument) {
     const RunResult three = kelxml({"validate", schema, invalid, valid, missing});
     EXPECT_EQ(three.status, 1);
     EXPECT_EQ(three.output, valid + ": valid\n");
-    for (const char* const place : {":3:2: error: ", ":4:1: error: ", ":4:5: error: "})
-        EXPECT_THAT(three.errors, HasSubstr(invalid + place));
+    for (const char* const position : {":3:2: error: ", ":4:1: error: ", ":4:5: error: "})
+        EXPECT_THAT(three.errors, HasSubstr(invalid + position));
     EXPECT_THAT(three.errors, HasSubstr(missing + ": error: No such file or directory"));
     EXPECT_THAT(three.errors, HasSubstr("2 of 3 documents were rejected"));
     EXPECT_EQ(std::ranges::count(three.errors, '\n'), 5);
@@ -342,7 +343,7 @@ TEST_F(KelxmlTest, ValidateReportsEveryViolationOfEachDocument) {
     EXPECT_EQ(std::ranges::count(schemaErrors.errors, '\n'), 2) << "a schema is reported once";
 }
 
-TEST_F(KelxmlTest, ADocumentCannotSpeakToTheTerminal) {
+TEST_F(KelxmlTest, ADocumentSendsNoControlSequencesToTheTerminal) {
     const RunResult result = kelxml({"tree", "-"}, {.input = "<a b='\xC2\x9B"
                                                              "31m'>\xC2\x9Bred\x7F</a>"});
     EXPECT_EQ(result.status, 0);
@@ -362,7 +363,7 @@ TEST_F(KelxmlTest, DeepDocumentsNeedNoStack) {
     EXPECT_EQ(std::ranges::count(saved.output, '\n'), 2 * kDepth - 1);
 }
 
-TEST_F(KelxmlTest, InfoTellsWhoTheComponentIs) {
+TEST_F(KelxmlTest, InfoIdentifiesTheComponent) {
     const RunResult result = kelxml({"info"});
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.output, HasSubstr("msxml_parser"));

@@ -1,4 +1,4 @@
-// The demo tells its story on any document, and what it says is so.
+// The demo runs on any document, and what it reports is right.
 #include <string>
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ protected:
     kel::test::TemporaryFolder folder_;
 };
 
-TEST_F(DemoTest, TellsTheWholeStoryOnASchema) {
+TEST_F(DemoTest, RunsEveryStepOnASchema) {
     const RunResult result = demo(DEMO_EXAMPLES "/schema-documents.xsd");
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_THAT(result.output, HasSubstr("the same elements, the same attributes, the same texts\n"));
@@ -42,7 +42,7 @@ TEST_F(DemoTest, ReportCountsWhatIsThere) {
     }
 }
 
-TEST_F(DemoTest, TellsWhyADocumentIsRejectedAndReadsItAsEvents) {
+TEST_F(DemoTest, ReportsWhyADocumentIsRejectedAndReadsItAsEvents) {
     const RunResult result = demo("-", "<!DOCTYPE a [<!ENTITY e 'hello'>]><a>&e;</a>");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("A DOCTYPE is not allowed here"));

@@ -42,7 +42,7 @@ TEST_F(KelxmlTest, FormatChangesLayoutAndNothingElse) {
     EXPECT_EQ(kelxml({"format", "-"}, {.input = "<a>"}).status, 1);
 }
 
-// Without a limit the blanks alone would be 200 MB.
+// Without a limit the spaces alone would be 200 MB.
 TEST_F(KelxmlTest, FormatDoesNotLetDeepDocumentsGrow) {
     std::string document;
     for (int i = 0; i < 9'000; ++i) document += "<a>";
@@ -52,7 +52,7 @@ TEST_F(KelxmlTest, FormatDoesNotLetDeepDocumentsGrow) {
     EXPECT_EQ(kelxml({"format", "-"}, {.input = result.output}).output, result.output);
 }
 
-// Elements, texts, blanks, comments, instructions, CDATA sections and xml:space, in any order.
+// Elements, texts, white space, comments, instructions, CDATA sections and xml:space, in any order.
 class Generator {
 public:
     explicit Generator(unsigned seed) : random_(seed) {}
@@ -94,14 +94,14 @@ TEST_F(KelxmlTest, FormattingTwiceIsFormattingOnce) {
     const std::string again = folder_.write("once.xml", once);
     EXPECT_EQ(kelxml({"format", again}).output, once);
     EXPECT_EQ(kelxml({"format", "--check", again}).status, 0);
-    // The events of both, blanks left out, are the same.
+    // The events of both, white space left out, are the same.
     const auto events = [&](const std::string& path) {
         std::string kept;
         for (const char unit : kelxml({"events", "--json", path}).output)
             if (unit != ' ' && unit != '\n') kept += unit;
-        for (const std::string blank : {"\\u000a", R"({"event":"text","text":""})"}) {
-            for (std::size_t at = 0; (at = kept.find(blank, at)) != std::string::npos;)
-                kept.erase(at, blank.size());
+        for (const std::string space : {"\\u000a", R"({"event":"text","text":""})"}) {
+            for (std::size_t at = 0; (at = kept.find(space, at)) != std::string::npos;)
+                kept.erase(at, space.size());
         }
         return kept;
     };

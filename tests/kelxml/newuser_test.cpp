@@ -216,7 +216,7 @@ TEST_F(KelxmlTest, TheSelfTestPassesAndSaysSo) {
 
     EXPECT_THAT(result.output, HasSubstr("ok  run the component's own test: StreamSelfTest\n"));
 
-    // Without a place for temporary files four of the steps cannot work, and the others still do.
+    // Without a folder for temporary files four of the steps cannot work, and the others still do.
     const RunResult nowhere = kelxml({"selftest"}, {.environment = {"TMPDIR=" + folder_.pathOf("missing")}});
     EXPECT_EQ(nowhere.status, 1);
     EXPECT_THAT(nowhere.output, HasSubstr("FAILED  read events: TMPDIR: No such file or directory\n"));

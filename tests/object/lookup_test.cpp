@@ -158,7 +158,7 @@ TEST(ClassDescription, FillsAnIdentityOnceInsteadOfListing) {
     EXPECT_EQ(identity.classId, (KelClassId{1, 2, 3, {4}}));
     EXPECT_EQ(description.entries().count(), 0U);
 
-    const std::string named = "somebody else";
+    const std::string named = "another";
     KelComponentIdentity taken{&named, nullptr, {}};
     KelClassDescription again(&taken);
     kel::describeClass(shelf, again);

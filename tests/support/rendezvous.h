@@ -21,14 +21,14 @@ public:
         if (++arrived_ == parties_) {
             arrived_ = 0;
             ++round_;
-            everybody_.notify_all();
+            all_.notify_all();
         }
-        everybody_.wait(held, [&] { return round_ != round; });
+        all_.wait(held, [&] { return round_ != round; });
     }
 
 private:
     std::mutex mutex_;
-    std::condition_variable everybody_;
+    std::condition_variable all_;
     int parties_;
     int arrived_ = 0;
     unsigned round_ = 0;

@@ -212,7 +212,7 @@ std::vector<Input> documentsWithDoctype() {
     return {
         add("DOCTYPE: attributes on one element", 2'000,
             [](auto n) { return withDoctype("", "<r" + attributes(n) + "/>"); }),
-        add("DOCTYPE: attributes with blanks", 20'000,
+        add("DOCTYPE: attributes with spaces", 20'000,
             [](auto n) {
                 return withDoctype(
                     "", "<r" + joined(n, [](std::size_t i) { return " a" + number(i) + "= 'v'"; }) + "/>");

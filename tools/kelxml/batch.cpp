@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "tools/kelxml/console.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/interruption.h"
 #include "tools/kelxml/source.h"
@@ -109,7 +109,7 @@ public:
     Channel(Turns& turns, std::size_t index) : turns_(turns), index_(index) {}
 
     void take(std::string_view bytes) override { put(Piece::Stream::Output, bytes); }
-    void tell(std::string_view lines) { put(Piece::Stream::Errors, lines); }
+    void report(std::string_view lines) { put(Piece::Stream::Errors, lines); }
     void finish() { turns_.finish(index_, std::move(kept_)); }
 
 private:
@@ -138,7 +138,7 @@ Task::Task(std::string file, bool isOneOfSeveral, Channel& channel, Progress& pr
 
 void Task::report(const Diagnostic& diagnostic) {
     isRejected_ = isRejected_ || diagnostic.severity == Severity::Error;
-    if (!isSuppressed(diagnostic.severity)) channel_.tell(formatted(diagnostic));
+    if (!isSuppressed(diagnostic.severity)) channel_.report(formatted(diagnostic));
 }
 
 namespace {
@@ -198,16 +198,16 @@ private:
         try {
             work(task);
             task.output().finish();
-        } catch (const OutputFailure&) {
+        } catch (const OutputException&) {
             throw;
         } catch (const Reported& reported) {
             status = reported.status();
         } catch (...) {
-            const Failure failure = failureOfCurrentException();
-            Diagnostic diagnostic = failure.diagnostic();
-            if (diagnostic.file.empty() && failure.status() != kWrongUsage) diagnostic.file = task.file();
+            const Exception exception = currentException();
+            Diagnostic diagnostic = exception.diagnostic();
+            if (diagnostic.file.empty() && exception.status() != kWrongUsage) diagnostic.file = task.file();
             task.report(diagnostic);
-            status = failure.status();
+            status = exception.status();
         }
         if (task.isRejected() || status != kDone) note(std::max(status, kRejected));
         channel.finish();
@@ -258,7 +258,7 @@ void chooseJobs(unsigned jobs) noexcept {
 
 void forEachFile(const std::vector<std::string>& files, const std::function<Work()>& prepare) {
     if (std::ranges::count(files, "-") > 1)
-        throw Failure(kWrongUsage, tr("standard input can be read only once"));
+        throw Exception(kWrongUsage, tr("standard input can be read only once"));
     Batch(files, prepare).run();
 }
 

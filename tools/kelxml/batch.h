@@ -48,7 +48,7 @@ void chooseJobs(unsigned jobs) noexcept;
 
 // Calls what `prepare` returns for each file. `prepare` is called on each thread that works, for what belongs
 // to a thread: parsers, compiled schemas. What `prepare` throws leaves as it is, and so does ReaderGone;
-// Reported if a file was rejected. "-" can be given only once: Failure, before anything is done.
+// Reported if a file was rejected. "-" can be given only once: Exception, before anything is done.
 void forEachFile(const std::vector<std::string>& files, const std::function<Work()>& prepare);
 
 }  // namespace kelxml

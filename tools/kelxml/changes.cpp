@@ -104,7 +104,7 @@ private:
             const ElementPtr unused(document_.createElement(name));
         } catch (const _com_error& error) {
             if (static_cast<std::uint32_t>(error.Error()) == kOutOfMemory) throw;
-            throw Failure(kWrongUsage, tr("'%1' is not a name", kelhost::toUtf8(name)));
+            throw Exception(kWrongUsage, tr("'%1' is not a name", kelhost::toUtf8(name)));
         }
     }
 
@@ -132,7 +132,7 @@ private:
                 return element.setAttribute(argument, value);
             }
             default:
-                throw Failure(kWrongUsage, tr("elements cannot be inserted at '%1'", edit_.expression));
+                throw Exception(kWrongUsage, tr("elements cannot be inserted at '%1'", edit_.expression));
         }
     }
 
@@ -157,7 +157,7 @@ private:
 
     void insertBeside(IKelDOMXmlElementV2& element) {
         const Element parent = parentOf(element);
-        if (!parent) throw Failure(kRejected, tr("a document has one root element only"));
+        if (!parent) throw Exception(kRejected, tr("a document has one root element only"));
         ElementPtr first;
         for (const ElementPtr& each : new_) {
             const ElementPtr copy(each->clone());
@@ -179,13 +179,13 @@ private:
         source_ = session_.makeParser();
         const bool isRead = source_->loadBytes(wrapped.data(), wrapped.size(), IKelDOMXmlV3::kKeepWhiteSpace);
         if (!isRead) {
-            throw Failure(kWrongUsage,
-                          tr("'%1' is not XML: %2", edit_.argument, diagnosticOf(*source_, {}).reason));
+            throw Exception(kWrongUsage,
+                            tr("'%1' is not XML: %2", edit_.argument, diagnosticOf(*source_, {}).reason));
         }
         const ElementPtr root(source_->getRootElement());
         for (const IPtr<IKelDOMXmlElementItr> each(root->getChildren()); !each->isEnd(); each->next())
             new_.push_back(ElementPtr(each->getElement(false)));
-        if (new_.empty()) throw Failure(kWrongUsage, tr("'%1' has no element", edit_.argument));
+        if (new_.empty()) throw Exception(kWrongUsage, tr("'%1' has no element", edit_.argument));
     }
 
     const Session& session_;

@@ -16,7 +16,7 @@ struct Edit {
     std::string argument;    // the text, the new name, or the XML of elements
 };
 
-// Makes it. Returns how many elements or attributes it changed. Throws Failure; the document is then of no
+// Makes it. Returns how many elements or attributes it changed. Throws Exception; the document is then of no
 // use.
 [[nodiscard]] std::size_t apply(const Edit& edit, const Session& session, IKelDOMXmlV3& document,
                                 const Prefixes& prefixes);

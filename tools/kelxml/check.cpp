@@ -17,7 +17,7 @@ void check(Session& session, const CheckOptions& options) {
         return [reader](Task& task) {
             Source source(task.file(), &task.progress());
             Ignorant nothing;
-            if (!(*reader)->readStream(source, nothing)) throw failureOf(**reader, source);
+            if (!(*reader)->readStream(source, nothing)) throw exceptionOf(**reader, source);
         };
     });
 }

@@ -41,7 +41,7 @@ Excerpts aroundDifference(const KelString& original, const KelString& copy) {
     return {excerpt(a, start), excerpt(b, start)};
 }
 
-// A pair of elements at the same place, and the walk over their children.
+// A pair of elements at the same path, and the walk over their children.
 struct Level {
     Level(ElementPtr originalElement, ElementPtr copyElement)
         : original(std::move(originalElement)),
@@ -88,7 +88,7 @@ public:
 
     std::vector<Difference> run(IKelDOMXmlElement& original, IKelDOMXmlElement& copy) {
         comparePairs(original, copy);
-        // Beside differences that show already, hidden ones tell nothing new.
+        // Beside differences that show already, hidden ones add nothing.
         if (hidden_ == HiddenText::Possible && differences_.empty()) findHiddenText(original, copy);
         return std::move(differences_);
     }
@@ -210,15 +210,15 @@ private:
     }
 
     void note(std::string what) {
-        if (!isFull()) differences_.push_back({place(), std::move(what)});
+        if (!isFull()) differences_.push_back({path(), std::move(what)});
     }
 
-    [[nodiscard]] std::string place() const {
-        std::string place = '/' + kelhost::toUtf8(path_.front().original->getName());
+    [[nodiscard]] std::string path() const {
+        std::string path = '/' + kelhost::toUtf8(path_.front().original->getName());
         for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
-            place += '/' + stepTo(*path_[i].original, path_[i].visited - 1);
+            path += '/' + stepTo(*path_[i].original, path_[i].visited - 1);
         }
-        return oneLine(place, 200);
+        return oneLine(path, 200);
     }
 
     HiddenText hidden_;

@@ -37,7 +37,7 @@ private:
 void demandDocument(const Session& session, const InputFile& file) {
     const DocumentPtr parser = session.makeParser();
     if (!parser->loadFile(file.componentPath(), IKelDOMXmlV3::kAllowDoctype))
-        throw Failure(kRejected, diagnosticOf(*parser, file.name()));
+        throw Exception(kRejected, diagnosticOf(*parser, file.name()));
 }
 
 std::string targetNamespaceOf(const Session& session, const InputFile& file) {
@@ -57,7 +57,7 @@ std::string nameFor(const std::string& path, const InputFile& file) {
 // A cause a line: each is reported, with the file that it is in.
 [[noreturn]] void reject(const Diagnostic& diagnostic, const InputFile& file) {
     if (diagnostic.line > 0 || diagnostic.code == IKelXmlError::kFileNotReadable)
-        throw Failure(kRejected, diagnostic);
+        throw Exception(kRejected, diagnostic);
     std::istringstream causes(diagnostic.reason);
     for (std::string cause; std::getline(causes, cause);) {
         Diagnostic single = diagnosticOfCause(Severity::Error, cause, file);

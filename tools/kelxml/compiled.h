@@ -4,13 +4,13 @@
 #include <optional>
 #include <string>
 
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/session.h"
 
 namespace kelxml {
 
-// Without a namespace: the one that the schema says it is for. Throws Failure; or Reported, after everything
-// that is wrong with the schema.
+// Without a namespace: the one that the schema says it is for. Throws Exception; or Reported, after
+// everything that is wrong with the schema.
 [[nodiscard]] IPtr<IKelXmlSchema> compileSchema(const Session& session, const InputFile& file,
                                                 const std::optional<std::string>& namespaceUri);
 

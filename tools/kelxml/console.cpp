@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/encoding.h"
 #include "tools/kelxml/platform/files.h"
@@ -47,8 +47,8 @@ void writeOutput(std::string_view bytes) {
     if (isWritten && std::fflush(stdout) == 0) return;
     const int error = errno;
     if (error == EPIPE) throw ReaderGone();
-    throw OutputFailure(kRejected,
-                        tr("cannot write to standard output: %1", std::generic_category().message(error)));
+    throw OutputException(kRejected,
+                          tr("cannot write to standard output: %1", std::generic_category().message(error)));
 }
 
 void writeErrors(std::string_view lines) noexcept {

@@ -7,7 +7,7 @@
 
 namespace kelxml {
 
-// As they are. Throws ReaderGone, or Failure when the system cannot take them (a full disk).
+// As they are. Throws ReaderGone, or Exception when the system cannot take them (a full disk).
 void writeOutput(std::string_view bytes);
 
 // Lines of UTF-8, in the encoding of the user's terminal.

@@ -52,11 +52,11 @@ Diagnostic diagnosticOf(IKelXmlError& error, const std::string& file) {
 DocumentPtr loadDocument(const Session& session, Source& source, unsigned options) {
     DocumentPtr document = session.makeParser();
     if (document->loadStream(source, options)) return document;
-    Diagnostic diagnostic = failureOf(static_cast<IKelDOMXml&>(*document), source).diagnostic();
+    Diagnostic diagnostic = exceptionOf(static_cast<IKelDOMXml&>(*document), source).diagnostic();
     const bool isAllowed = (options & IKelDOMXmlV3::kAllowDoctype) != 0;
     if (!isAllowed && isAboutDoctype(diagnostic.reason))
         diagnostic.reason = tr("%1 --allow-dtd reads its internal subset.", diagnostic.reason);
-    throw Failure(kRejected, std::move(diagnostic));
+    throw Exception(kRejected, std::move(diagnostic));
 }
 
 DocumentPtr loadDocument(const Session& session, Task& task, unsigned options) {

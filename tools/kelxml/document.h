@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tools/kelxml/batch.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/session.h"
 #include "tools/kelxml/source.h"
 
@@ -18,7 +18,7 @@ using ElementPtr = IPtr<IKelDOMXmlElement>;
     return allowDtd ? others | unsigned{IKelDOMXmlV3::kAllowDoctype} : others;
 }
 
-// Loads what the source has, with options of IKelDOMXmlV3. Throws Failure: the system's reason or the
+// Loads what the source has, with options of IKelDOMXmlV3. Throws Exception: the system's reason or the
 // parser's, with line and column.
 [[nodiscard]] DocumentPtr loadDocument(const Session& session, Source& source, unsigned options);
 
@@ -32,8 +32,8 @@ using ElementPtr = IPtr<IKelDOMXmlElement>;
 
 // The same of an operation that read from `source`, whose own failure goes first.
 template <class Reporter>
-[[nodiscard]] Failure failureOf(Reporter& reporter, const Source& source) {
-    if (!source.failure().empty()) return source.readFailure();
+[[nodiscard]] Exception exceptionOf(Reporter& reporter, const Source& source) {
+    if (!source.failure().empty()) return source.readException();
     return {kRejected, diagnosticOf(reporter, source.name())};
 }
 

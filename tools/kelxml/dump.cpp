@@ -7,7 +7,7 @@
 #include "KelBasicTypes/kelfileread.h"
 #include "host/text.h"
 #include "tools/kelxml/batch.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/verbs.h"
@@ -102,7 +102,7 @@ void dumpFile(Task& task) {
     }
     output.finish();
     if (reader->hasFailed()) {
-        throw Failure(kRejected, input.withName(kelhost::toUtf8(reader->failureMessage())));
+        throw Exception(kRejected, input.withName(kelhost::toUtf8(reader->failureMessage())));
     }
 }
 

@@ -26,7 +26,7 @@ void editOne(const Session& session, const EditOptions& options, Task& task) {
     task.progress().setPhase(tr("writing"));
     Result result(isInPlace ? task.file() : options.out, task.output());
     if (!document->writeStream(result, 0, KelString()))
-        throw Failure(kRejected, diagnosticOf(*document, task.file()));
+        throw Exception(kRejected, diagnosticOf(*document, task.file()));
     result.deliver();
 }
 
@@ -34,13 +34,13 @@ void editOne(const Session& session, const EditOptions& options, Task& task) {
 
 void edit(Session& session, const EditOptions& options) {
     if (options.edits.empty())
-        throw Failure(
+        throw Exception(
             kWrongUsage,
             tr("there is nothing to change: give --set, --delete, --rename, --append, --before or --after"));
     if (options.inPlace && !options.out.empty())
-        throw Failure(kWrongUsage, tr("--in-place and --output exclude each other"));
+        throw Exception(kWrongUsage, tr("--in-place and --output exclude each other"));
     if (!options.inPlace && options.files.size() > 1)
-        throw Failure(kWrongUsage, tr("several documents can only be changed with --in-place"));
+        throw Exception(kWrongUsage, tr("several documents can only be changed with --in-place"));
     (void)parsePrefixes(options.prefixes);  // wrong ones are reported once, before anything is read
     forEachFile(options.files,
                 [&]() -> Work { return [&](Task& task) { editOne(session, options, task); }; });

@@ -228,7 +228,7 @@ void read(IKelSAXXmlV3& reader, Source& source, Reporter& reporter, Task& task) 
     const bool isWhole = reader.readStream(source, reporter);
     const Diagnostic summary = reporter.summary(task.file());
     task.output().finish();  // what came before an error is shown
-    if (!isWhole) throw failureOf(reader, source);
+    if (!isWhole) throw exceptionOf(reader, source);
     task.report(summary);
 }
 

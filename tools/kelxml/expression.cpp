@@ -30,7 +30,7 @@ Prefixes parsePrefixes(const std::vector<std::string>& given) {
     for (const std::string& each : given) {
         const std::size_t equals = each.find('=');
         if (equals == std::string::npos || equals == 0 || equals + 1 == each.size())
-            throw Failure(kWrongUsage, tr("expected PREFIX=URI, found '%1'", each));
+            throw Exception(kWrongUsage, tr("expected PREFIX=URI, found '%1'", each));
         prefixes[each.substr(0, equals)] = each.substr(equals + 1);
     }
     return prefixes;
@@ -42,12 +42,12 @@ Prefixes declarePrefixes(IKelDOMXmlV3& document, const Prefixes& given) {
     for (const auto& [prefix, uri] : prefixes) {
         const bool isTaken = document.setPrefix(kelhost::fromUtf8(prefix), kelhost::fromUtf8(uri));
         if (!isTaken && given.contains(prefix))
-            throw Failure(kWrongUsage, tr("'%1' cannot be a prefix", prefix));
+            throw Exception(kWrongUsage, tr("'%1' cannot be a prefix", prefix));
     }
     return prefixes;
 }
 
-Failure expressionFailure(IKelDOMXmlV3& document, const std::string& expression) {
+Exception expressionException(IKelDOMXmlV3& document, const std::string& expression) {
     Diagnostic diagnostic = diagnosticOf(document, {});
     diagnostic.reason = tr("expression '%1': %2", expression, diagnostic.reason);
     diagnostic.column = 0;  // the expression's, not the file's; the reason has it
@@ -56,7 +56,7 @@ Failure expressionFailure(IKelDOMXmlV3& document, const std::string& expression)
 
 std::vector<IPtr<IKelDOMXmlElementV2>> selectElements(IKelDOMXmlV3& document, const std::string& expression) {
     const IPtr<IKelDOMXmlElementItrV2> found(document.select(kelhost::fromUtf8(expression), nullptr));
-    if (found.get() == nullptr) throw expressionFailure(document, expression);
+    if (found.get() == nullptr) throw expressionException(document, expression);
     std::vector<IPtr<IKelDOMXmlElementV2>> elements;
     while (IPtr<IKelDOMXmlElementV2> element{found->takeNext()}) elements.push_back(std::move(element));
     return elements;

@@ -13,7 +13,7 @@ namespace kelxml {
 // What prefixes stand for, by prefix.
 using Prefixes = std::map<std::string, std::string>;
 
-// Each is "PREFIX=URI". Throws Failure (wrong usage) for anything else.
+// Each is "PREFIX=URI". Throws Exception (wrong usage) for anything else.
 [[nodiscard]] Prefixes parsePrefixes(const std::vector<std::string>& given);
 
 // Makes the document know the prefixes that its root element declares, its default namespace as "_", and
@@ -21,9 +21,9 @@ using Prefixes = std::map<std::string, std::string>;
 Prefixes declarePrefixes(IKelDOMXmlV3& document, const Prefixes& given);
 
 // The failure of the document's last expression.
-[[nodiscard]] Failure expressionFailure(IKelDOMXmlV3& document, const std::string& expression);
+[[nodiscard]] Exception expressionException(IKelDOMXmlV3& document, const std::string& expression);
 
-// The elements that it selects, in document order. Throws Failure for an expression that selects anything
+// The elements that it selects, in document order. Throws Exception for an expression that selects anything
 // else.
 [[nodiscard]] std::vector<IPtr<IKelDOMXmlElementV2>> selectElements(IKelDOMXmlV3& document,
                                                                     const std::string& expression);

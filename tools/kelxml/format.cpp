@@ -4,7 +4,7 @@
 
 #include "host/text.h"
 #include "tools/kelxml/document.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/result.h"
 #include "tools/kelxml/verbs.h"
@@ -15,10 +15,10 @@ namespace {
 
 void checkTargets(const FormatOptions& options) {
     if (options.inPlace && !options.out.empty())
-        throw Failure(kWrongUsage, tr("--in-place and --output exclude each other"));
+        throw Exception(kWrongUsage, tr("--in-place and --output exclude each other"));
     if (options.checkOnly) return;
     if (!options.inPlace && options.files.size() > 1)
-        throw Failure(kWrongUsage, tr("several documents can only be formatted with --in-place"));
+        throw Exception(kWrongUsage, tr("several documents can only be formatted with --in-place"));
 }
 
 unsigned layoutOf(const FormatOptions& options) {
@@ -28,7 +28,7 @@ unsigned layoutOf(const FormatOptions& options) {
 
 void write(IKelDOMXmlV3& document, Sink& sink, unsigned layout, const std::string& file) {
     if (!document.writeStream(sink, layout, KelString()))
-        throw Failure(kRejected, diagnosticOf(document, file));
+        throw Exception(kRejected, diagnosticOf(document, file));
 }
 
 // Straight: what was loaded and not changed can be written in its encoding, so there is no result to hold
@@ -54,7 +54,7 @@ void formatOne(const Session& session, const FormatOptions& options, Task& task)
     const std::string& file = task.file();
     const bool isFile = isReplaceable(file);
     if (options.checkOnly && !isFile && std::filesystem::exists(kelhost::pathOf(file)))
-        throw Failure(kWrongUsage, tr("--check needs files that can be read twice"));
+        throw Exception(kWrongUsage, tr("--check needs files that can be read twice"));
     const DocumentPtr document = loadDocument(session, task, loadOptions(options.allowDtd));
     task.progress().setPhase(tr("writing"));
     if (options.checkOnly) {
@@ -78,7 +78,7 @@ void formatOne(const Session& session, const FormatOptions& options, Task& task)
 void format(Session& session, const FormatOptions& options) {
     checkTargets(options);
     if (options.checkOnly && std::ranges::count(options.files, "-") > 0)
-        throw Failure(kWrongUsage, tr("--check needs files that can be read twice"));
+        throw Exception(kWrongUsage, tr("--check needs files that can be read twice"));
     forEachFile(options.files,
                 [&]() -> Work { return [&](Task& task) { formatOne(session, options, task); }; });
 }

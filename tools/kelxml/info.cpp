@@ -8,7 +8,7 @@
 
 #include "KelBasicTypes/classidtext.h"
 #include "host/text.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/platform/loadedlibraries.h"
@@ -45,8 +45,8 @@ std::string componentLine(const std::string& path) {
         const Session session(path);
         return session.component().name() + ' ' + session.component().version() + " (" +
                kelhost::utf8Of(session.libraryPath()) + ')';
-    } catch (const Failure& failure) {
-        return failure.what();
+    } catch (const Exception& exception) {
+        return exception.what();
     }
 }
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "tools/kelxml/cli/commandline.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/platform/interruption.h"
 #include "tools/kelxml/platform/startup.h"
@@ -25,9 +25,9 @@ int run(const std::vector<std::string>& arguments) {
     } catch (const Reported& reported) {
         return reported.status();
     } catch (...) {
-        const Failure failure = failureOfCurrentException();
-        report(failure.diagnostic());
-        return failure.status();
+        const Exception exception = currentException();
+        report(exception.diagnostic());
+        return exception.status();
     }
 }
 

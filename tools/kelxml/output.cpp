@@ -7,7 +7,7 @@
 
 #include "host/text.h"
 #include "tools/kelxml/console.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/encoding.h"
 #include "tools/kelxml/platform/files.h"
@@ -53,7 +53,7 @@ bool isShownToPeople() {
     return isTerminalThere;
 }
 
-bool isBlank(unsigned char c) {
+bool isWhiteSpace(unsigned char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
@@ -121,7 +121,7 @@ void Output::copyFile(const std::filesystem::path& path) {
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
         put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
     }
-    if (!file.eof()) throw Failure(kRejected, tr("cannot read %1 back", kelhost::utf8Of(path)));
+    if (!file.eof()) throw Exception(kRejected, tr("cannot read %1 back", kelhost::utf8Of(path)));
 }
 
 void writeText(std::string_view utf8) {
@@ -144,20 +144,20 @@ std::string printable(std::string_view utf8) {
 std::string oneLine(std::string_view utf8, std::size_t limit) {
     std::string line;
     std::size_t characters = 0;
-    bool blankPending = false;
+    bool spacePending = false;
     for (std::size_t at = 0; at < utf8.size();) {
         const auto lead = static_cast<unsigned char>(utf8[at]);
         const std::string_view sequence = utf8.substr(at, sequenceLength(lead));
         at += sequence.size();
-        if (isBlank(lead)) {
-            blankPending = !line.empty();
+        if (isWhiteSpace(lead)) {
+            spacePending = !line.empty();
             continue;
         }
-        if (characters + (blankPending ? 1 : 0) >= limit) return line + "...";
-        if (blankPending) line += ' ';
+        if (characters + (spacePending ? 1 : 0) >= limit) return line + "...";
+        if (spacePending) line += ' ';
         line += isControl(sequence) ? std::string_view("?") : sequence;
-        characters += blankPending ? 2 : 1;
-        blankPending = false;
+        characters += spacePending ? 2 : 1;
+        spacePending = false;
     }
     return line;
 }

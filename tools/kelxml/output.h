@@ -16,7 +16,7 @@ void chooseColour(ColourChoice choice) noexcept;
 // Where the bytes of an Output go.
 class ByteTaker {
 public:
-    virtual void take(std::string_view bytes) = 0;  // throws ReaderGone or Failure
+    virtual void take(std::string_view bytes) = 0;  // throws ReaderGone or Exception
 
 protected:
     ~ByteTaker() = default;
@@ -30,7 +30,7 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    // All throw ReaderGone, or Failure when the system cannot take the bytes (a full disk). Text is written
+    // All throw ReaderGone, or Exception when the system cannot take the bytes (a full disk). Text is written
     // in the encoding of the terminal, if it goes to one; bytes are written as they are.
     void write(std::string_view utf8, Ink ink = Ink::Plain);
     void writeBytes(std::string_view bytes);
@@ -39,7 +39,7 @@ public:
     // Of the results of several documents, what comes from this one.
     void writeHeading(std::string_view file);
 
-    // The bytes of a file, as they are. Throws like write(), and Failure if the file cannot be read.
+    // The bytes of a file, as they are. Throws like write(), and Exception if the file cannot be read.
     void copyFile(const std::filesystem::path& path);
 
 private:
@@ -54,7 +54,7 @@ private:
 // The text to standard output, whole. Throws like Output.
 void writeText(std::string_view utf8);
 
-// Text from a document, fit for one line of a terminal: runs of white space become one blank, control
+// Text from a document, fit for one line of a terminal: runs of white space become one space, control
 // characters become '?', so that a document cannot speak to the terminal, and what exceeds `limit` characters
 // becomes "...".
 [[nodiscard]] std::string oneLine(std::string_view utf8, std::size_t limit);

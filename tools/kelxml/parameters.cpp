@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "host/text.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 
 namespace kelxml {
@@ -22,7 +22,7 @@ Parameter parse(const std::string& given) {
     const std::size_t nameStart = brace == std::string::npos ? 0 : brace + 1;
     const std::size_t equals = given.find('=', nameStart);
     if (equals == std::string::npos || equals == nameStart)
-        throw Failure(kWrongUsage, tr("expected NAME=VALUE, found '%1'", given));
+        throw Exception(kWrongUsage, tr("expected NAME=VALUE, found '%1'", given));
     return {
         kelhost::fromUtf8(nameStart == 0 ? std::string_view() : std::string_view(given).substr(1, brace - 1)),
         kelhost::fromUtf8(std::string_view(given).substr(nameStart, equals - nameStart)),
@@ -34,18 +34,18 @@ double numberIn(const Parameter& parameter) {
     const char* const end = parameter.value.data() + parameter.value.size();
     const auto [rest, error] = std::from_chars(parameter.value.data(), end, number);
     if (error != std::errc() || rest != end)
-        throw Failure(kWrongUsage, tr("'%1' is not a number", parameter.value));
+        throw Exception(kWrongUsage, tr("'%1' is not a number", parameter.value));
     return number;
 }
 
 bool truthIn(const Parameter& parameter) {
     if (parameter.value != "true" && parameter.value != "false")
-        throw Failure(kWrongUsage, tr("'%1' is none of %2", parameter.value, std::string("true|false")));
+        throw Exception(kWrongUsage, tr("'%1' is none of %2", parameter.value, std::string("true|false")));
     return parameter.value == "true";
 }
 
 void require(bool isTaken, const std::string& given) {
-    if (!isTaken) throw Failure(kWrongUsage, tr("'%1' does not begin with the name of a parameter", given));
+    if (!isTaken) throw Exception(kWrongUsage, tr("'%1' does not begin with the name of a parameter", given));
 }
 
 }  // namespace

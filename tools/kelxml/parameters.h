@@ -15,7 +15,7 @@ struct Parameters {
     std::vector<std::string> truths;  // "true" or "false"
 };
 
-// Throws Failure (wrong usage) for what is no parameter.
+// Throws Exception (wrong usage) for what is no parameter.
 void setParameters(IKelXslStyleSheet& sheet, const Parameters& parameters);
 
 }  // namespace kelxml

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/text.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/files.h"
 
@@ -22,11 +22,11 @@ constexpr std::size_t kKeptInBytes = std::size_t{8} << 20;
 constexpr std::size_t kBlockInBytes = std::size_t{1} << 16;
 
 template <class Action>
-auto orFailure(Action action) {
+auto orThrow(Action action) {
     try {
         return action();
     } catch (const std::system_error& error) {
-        throw Failure(kRejected, tr("cannot write the result: %1", error.what()));
+        throw Exception(kRejected, tr("cannot write the result: %1", error.what()));
     }
 }
 
@@ -63,7 +63,7 @@ bool isReplaceable(const std::string& file) {
 
 Result::Result(const std::string& out, Output& standardOutput)
     : target_(resolve(out)), standardOutput_(standardOutput) {
-    orFailure([&] {
+    orThrow([&] {
         if (fs::is_directory(target_)) throwSystemError(EISDIR, target_);
         if (!canReplace(target_)) return;
         temporary_.reset(new TemporaryFile(TemporaryFile::beside(target_)));
@@ -77,14 +77,14 @@ void Result::take(std::string_view bytes) {
         kept_ += bytes;
         return;
     }
-    orFailure([&] {
+    orThrow([&] {
         if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size())
             throwSystemError(errno, target_);
     });
 }
 
 void Result::spill() {
-    orFailure([&] {
+    orThrow([&] {
         temporary_.reset(new TemporaryFile(TemporaryFile::inTemporaryFolder()));
         file_ = openFile(temporary_->path(), "w");
         if (std::fwrite(kept_.data(), 1, kept_.size(), file_.get()) != kept_.size())
@@ -103,7 +103,7 @@ void Result::settle() {
 
 kel::FileStream Result::openAgain() {
     if (temporary_ == nullptr) spill();
-    return orFailure([&] {
+    return orThrow([&] {
         settle();
         return openFile(temporary_->path(), "r");
     });
@@ -129,7 +129,7 @@ void Result::copyTo(std::FILE* device) {
 }
 
 void Result::deliver() {
-    orFailure([&] {
+    orThrow([&] {
         settle();
         if (target_.empty()) return copyTo(nullptr);
         if (canReplace(target_)) return temporary_->takePlaceOf(target_);

@@ -16,8 +16,8 @@ namespace kelxml {
 // Whether `file`, as on the command line, can be replaced, and read twice: no pipe, no standard input.
 [[nodiscard]] bool isReplaceable(const std::string& file);
 
-// Every operation throws Failure when the system refuses; what stood at the target is then untouched, unless
-// it is a device or pipe that took the beginning.
+// Every operation throws Exception when the system fails; what stood at the target is then untouched,
+// unless it is a device or pipe that took the beginning.
 class Result final : public Sink {
 public:
     // Empty or "-": standard output, which is borrowed.
@@ -25,7 +25,7 @@ public:
 
     void write(std::string_view bytes) { take(bytes); }
 
-    // All that was written, to be read from its start. Throws Failure.
+    // All that was written, to be read from its start. Throws Exception.
     [[nodiscard]] kel::FileStream openAgain();
 
     // Takes the place of a file, or is copied to standard output, a device or a pipe. Throws ReaderGone, too.

@@ -7,7 +7,7 @@
 #include "KelBasicTypes/binfile.h"
 #include "tools/kelxml/compare.h"
 #include "tools/kelxml/document.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/result.h"
@@ -42,16 +42,16 @@ private:
 std::string listOf(const std::vector<Difference>& differences) {
     std::string list;
     for (const Difference& difference : differences)
-        list += "\n  " + difference.place + ": " + difference.what;
+        list += "\n  " + difference.path + ": " + difference.what;
     if (differences.size() == kDifferencesShown)
         list += "\n  (" + tr("further differences are not listed") + ')';
     return list;
 }
 
-// The file is written here and not by the parser, which does not report what the disk refuses.
+// The file is written here and not by the parser, which does not report what the disk does not take.
 void write(IKelDOMXml& parser, Result& result, const std::string& file) {
     KelString text;
-    if (!parser.saveToString(text)) throw Failure(kRejected, diagnosticOf(parser, file));
+    if (!parser.saveToString(text)) throw Exception(kRejected, diagnosticOf(parser, file));
     result.write(withPlatformLineEnds(text.narrow()));
 }
 
@@ -61,8 +61,8 @@ std::string check(const Session& session, IKelDOMXml& original, Result& result, 
     BinInputFile written(result.openAgain().release());
     if (!copy->loadStream(written, 0)) {
         const Diagnostic error = diagnosticOf(*copy, {});
-        const std::string place = std::to_string(error.line) + ':' + std::to_string(error.column) + ": ";
-        return tr("the result would not be well formed: %1", place + error.reason) +
+        const std::string position = std::to_string(error.line) + ':' + std::to_string(error.column) + ": ";
+        return tr("the result would not be well formed: %1", position + error.reason) +
                listOf(findUnwritable(*ElementPtr(original.getRootElement()), *copy, kDifferencesShown));
     }
     const std::vector<Difference> differences =
@@ -82,7 +82,7 @@ void saveOne(const Session& session, const SaveOptions& options, Task& task) {
     task.progress().setPhase(tr("reading back"));
     const std::string wrong = check(session, *original, result, watch.found());
     if (!wrong.empty() && !options.force) {
-        throw Failure(kRejected, wrong + '\n' + tr("Nothing was written; --force writes it all the same."));
+        throw Exception(kRejected, wrong + '\n' + tr("Nothing was written; --force writes it all the same."));
     }
     if (!wrong.empty()) task.report({Severity::Warning, task.file(), wrong});
     result.deliver();

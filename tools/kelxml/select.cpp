@@ -120,7 +120,7 @@ private:
     std::size_t showValue() {
         KelString text;
         if (!document_->evaluateText(kelhost::fromUtf8(options_.expression), nullptr, text))
-            throw expressionFailure(*document_, options_.expression);
+            throw expressionException(*document_, options_.expression);
         const std::string value = kelhost::toUtf8(text);
         if (options_.form == "json") {
             task_.output().writeBytes("{\"file\":" + jsonString(task_.file()) +
@@ -155,7 +155,7 @@ private:
         Diagnostic diagnostic = diagnosticOf(*sheet.getError(), task_.file());
         diagnostic.line = diagnostic.column = 0;
         diagnostic.reason = tr("expression '%1': %2", options_.expression, diagnostic.reason);
-        throw Failure(kRejected, diagnostic);
+        throw Exception(kRejected, diagnostic);
     }
 
     const Session& session_;

@@ -13,7 +13,7 @@
 #include "host/text.h"
 #include "msxml_parser/ikelsaxxml.h"
 #include "tools/kelxml/compare.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 #include "tools/kelxml/verbs.h"
@@ -39,16 +39,16 @@ constexpr const char* kSchema =
     "<s:attribute name='year' type='s:int' use='required'/></s:extension></s:simpleContent></s:complexType>"
     "</s:element></s:sequence><s:attribute name='owner'/></s:complexType></s:element></s:schema>";
 
-// Throws Failure with what was expected.
+// Throws Exception with what was expected.
 void expect(bool holds, const char* what) {
-    if (!holds) throw Failure(kRejected, what);
+    if (!holds) throw Exception(kRejected, what);
 }
 
 void put(const TemporaryFile& file, const std::string& content) {
     std::ofstream stream(file.path(), std::ios::binary);
     stream << content;
     if (!stream.flush())
-        throw Failure(kRejected, tr("cannot write the result: %1", kelhost::utf8Of(file.path())));
+        throw Exception(kRejected, tr("cannot write the result: %1", kelhost::utf8Of(file.path())));
 }
 
 KelString pathOf(const TemporaryFile& file) {
@@ -58,7 +58,7 @@ KelString pathOf(const TemporaryFile& file) {
 ParserPtr parse(const Session& session, const char16_t* text) {
     ParserPtr parser = session.makeParser();
     if (!parser->loadFromString(text))
-        throw Failure(kRejected, kelhost::toUtf8(parser->getError()->getMessage()));
+        throw Exception(kRejected, kelhost::toUtf8(parser->getError()->getMessage()));
     return parser;
 }
 
@@ -96,7 +96,7 @@ void saveAndReadBack(const Session& session) {
     expect(copy->loadFromFile(pathOf(file)), "loadFromFile");
     const auto differences = compareTrees(*ElementPtr(original->getRootElement()),
                                           *ElementPtr(copy->getRootElement()), HiddenText::None, 1);
-    if (!differences.empty()) throw Failure(kRejected, differences[0].place + ": " + differences[0].what);
+    if (!differences.empty()) throw Exception(kRejected, differences[0].path + ": " + differences[0].what);
 }
 
 void transformDocument(const Session& session) {
@@ -147,7 +147,7 @@ void rejectMalformed(const Session& session) {
     expect(parser->getError()->getCode() == IKelDOMXml::kRejectedByEngine, "error 3");
     const std::string message = kelhost::toUtf8(parser->getError()->getMessage());
     if (message.find('2') == std::string::npos || message.find("book") == std::string::npos)
-        throw Failure(kRejected, message);
+        throw Exception(kRejected, message);
     expect(!parser->loadFromFile(u"no/such/file.xml"), "no/such/file.xml");
     expect(parser->getError()->getCode() == IKelDOMXml::kFileNotReadable, "error 1");
 }
@@ -169,7 +169,7 @@ std::vector<KelClassId> ownTestsOf(const Session& session) {
 void runOwnTest(const Session& session, const KelClassId& id) {
     const auto test = session.component().create<IKelSelfTest>(id);
     std::string reason;
-    if (!test->run(reason)) throw Failure(kRejected, reason);
+    if (!test->run(reason)) throw Exception(kRejected, reason);
 }
 
 struct Step {
@@ -200,7 +200,7 @@ bool report(Output& output, const std::string& name, const std::function<void()>
     try {
         run();
     } catch (...) {
-        complaint = failureOfCurrentException().what();
+        complaint = currentException().what();
     }
     if (complaint.empty())
         output.write(tr("ok"), Ink::Text);
@@ -229,9 +229,9 @@ void selfTest(Session& session) {
     }
     output.finish();
     if (failed > 0)
-        throw Failure(kRejected, trCount("%1 of %2 steps failed", "%1 of %2 steps failed",
-                                         static_cast<std::uint64_t>(failed),
-                                         std::to_string(steps.size() + ownTests.size())));
+        throw Exception(kRejected, trCount("%1 of %2 steps failed", "%1 of %2 steps failed",
+                                           static_cast<std::uint64_t>(failed),
+                                           std::to_string(steps.size() + ownTests.size())));
 }
 
 }  // namespace kelxml

@@ -7,7 +7,7 @@
 
 #include "host/strsupport.h"
 #include "host/text.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/source.h"
@@ -22,25 +22,25 @@ constexpr const char* kDomClassName = "MSDOMXml";
 constexpr const char* kSaxClassName = "MSSAXXml";
 
 // The build states where the library stands as seen from the program, installed and in its own tree.
-constexpr std::array kLibraryPlaces{KELXML_COMPONENT_INSTALLED, KELXML_COMPONENT_IN_BUILD_TREE};
+constexpr std::array kLibraryPaths{KELXML_COMPONENT_INSTALLED, KELXML_COMPONENT_IN_BUILD_TREE};
 
 fs::path findComponent() {
     const fs::path folder = programFolder();
-    for (const char* place : kLibraryPlaces) {
-        fs::path candidate = (folder / place).lexically_normal();
+    for (const char* path : kLibraryPaths) {
+        fs::path candidate = (folder / path).lexically_normal();
         std::error_code unreadable;
         if (fs::exists(candidate, unreadable)) return candidate;
     }
-    throw Failure(kWrongUsage,
-                  tr("the component library was not found near %1; name it with --component PATH",
-                     kelhost::utf8Of(folder)));
+    throw Exception(kWrongUsage,
+                    tr("the component library was not found near %1; name it with --component PATH",
+                       kelhost::utf8Of(folder)));
 }
 
 kelhost::Component loadComponent(kelhost::Host& host, const fs::path& library) {
     try {
         return host.load(library);
     } catch (const kelhost::HostError& error) {
-        throw Failure(kWrongUsage, error.what());
+        throw Exception(kWrongUsage, error.what());
     }
 }
 
@@ -50,7 +50,7 @@ void spool(Source& source, const fs::path& path) {
     const std::string content = source.readAll();
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     if (!file.flush())
-        throw Failure(kRejected, tr("cannot keep %1 in %2", source.name(), kelhost::utf8Of(path)));
+        throw Exception(kRejected, tr("cannot keep %1 in %2", source.name(), kelhost::utf8Of(path)));
 }
 
 std::unique_ptr<TemporaryFile> placeIn(const fs::path& folder) {
@@ -92,7 +92,7 @@ InputFile::InputFile(std::string name) : name_(std::move(name)), path_(kelhost::
         const bool isBeside = !isPipe && !folder.empty() && isNameForComponent(kelhost::utf8Of(folder));
         spooled_ = placeIn(isBeside ? folder : fs::current_path());
     } catch (const std::system_error& error) {
-        throw Failure(kRejected, tr("no temporary file for %1: %2", name_, error.what()));
+        throw Exception(kRejected, tr("no temporary file for %1: %2", name_, error.what()));
     }
     path_ = spooled_->path();
     spool(source, path_);

@@ -20,7 +20,7 @@ using ElementPtr = IPtr<IKelDOMXmlElement>;
 class Session {
 public:
     // Loads the library at `component`; an empty path means the one that belongs to this program (in the
-    // build tree or where it is installed). Throws Failure.
+    // build tree or where it is installed). Throws Exception.
     explicit Session(const std::filesystem::path& component);
 
     [[nodiscard]] const std::filesystem::path& libraryPath() const noexcept { return library_; }
@@ -43,7 +43,7 @@ private:
 // temporary file: that of a file in its folder, the others in the working folder, if it takes files.
 class InputFile {
 public:
-    explicit InputFile(std::string name);  // "-": standard input. Throws Failure.
+    explicit InputFile(std::string name);  // "-": standard input. Throws Exception.
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     [[nodiscard]] KelString componentPath() const { return kelhost::fromUtf8(kelhost::utf8Of(path_)); }

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "host/text.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/platform/files.h"
 
 namespace kelxml {
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kBlockInBytes = std::size_t{1} << 16;
 
-Failure unreadable(const std::string& name, const std::string& reason) {
+Exception unreadable(const std::string& name, const std::string& reason) {
     Diagnostic diagnostic(Severity::Error, name, reason);
     diagnostic.code = 1;  // what the component calls a file that cannot be read
     return {kRejected, std::move(diagnostic)};
@@ -35,7 +35,7 @@ Source::Source(const std::string& name, Progress* progress)
     setOption(false);
 }
 
-Failure Source::readFailure() const {
+Exception Source::readException() const {
     return unreadable(name_, failure_);
 }
 
@@ -85,7 +85,7 @@ std::string Source::readUpTo(std::size_t byteCount) {
 
 std::string Source::readAll() {
     std::string bytes = readUpTo(std::string::npos);
-    if (!failure_.empty()) throw readFailure();
+    if (!failure_.empty()) throw readException();
     return bytes;
 }
 

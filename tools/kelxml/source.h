@@ -11,28 +11,28 @@
 
 #include "KelBasicTypes/binfile.h"
 #include "KelBasicTypes/binio.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/progress.h"
 
 namespace kelxml {
 
 class Source final : public BinInput {
 public:
-    // Throws Failure, with the file's name and the system's reason. `progress` is borrowed and learns of
+    // Throws Exception, with the file's name and the system's reason. `progress` is borrowed and learns of
     // every byte; null: nothing does.
     explicit Source(const std::string& name, Progress* progress);
 
     [[nodiscard]] const std::string& name() const noexcept { return name_; }  // as on the command line
     // What the system said when reading failed; empty: it did not.
     [[nodiscard]] const std::string& failure() const noexcept { return failure_; }
-    [[nodiscard]] Failure readFailure() const;
+    [[nodiscard]] Exception readException() const;
 
     // Called with every piece that is delivered from here on.
     void setObserver(std::function<void(std::string_view)> observer) { observer_ = std::move(observer); }
 
     // Reads up to so many bytes, which are delivered first later on. True: there are no more.
     [[nodiscard]] bool readAhead(std::size_t byteCount);
-    // Everything that is left. Throws Failure.
+    // Everything that is left. Throws Exception.
     [[nodiscard]] std::string readAll();
 
     std::size_t readRaw(void* buffer, std::size_t byteCount) override;

@@ -105,11 +105,11 @@ private:
 
 void checkTargets(const TransformOptions& options) {
     if (options.style == "-" && std::ranges::count(options.files, "-") > 0)
-        throw Failure(kWrongUsage, tr("standard input can be read only once"));
+        throw Exception(kWrongUsage, tr("standard input can be read only once"));
     if (!options.out.empty() && !options.folder.empty())
-        throw Failure(kWrongUsage, tr("--output and --folder exclude each other"));
+        throw Exception(kWrongUsage, tr("--output and --folder exclude each other"));
     if (options.files.size() > 1 && !options.out.empty() && options.out != "-")
-        throw Failure(kWrongUsage, tr("several results need a --folder, or standard output"));
+        throw Exception(kWrongUsage, tr("several results need a --folder, or standard output"));
 }
 
 }  // namespace

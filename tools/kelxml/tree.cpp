@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kTextInCharacters = 60;
 // Deeper levels are no longer indented further: the outline of a document 100,000 deep would be gigabytes of
-// blanks.
+// spaces.
 constexpr std::size_t kIndentedLevels = 40;
 
 using IteratorPtr = IPtr<IKelDOMXmlElementItr>;

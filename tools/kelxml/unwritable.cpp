@@ -49,23 +49,23 @@ private:
         const int attributeCount = current.getAttributeCount();
         for (int i = 0; i < attributeCount; ++i) {
             current.getAttributeValue(i, value_);
-            if (isUnwritable(Place::Attribute))
+            if (isUnwritable(Position::Attribute))
                 note(tr("attribute %1=%2", kelhost::toUtf8(current.getAttributeName(i)), offendingText()));
         }
         current.getText(value_);
-        if (isUnwritable(Place::Text)) note(tr("text %1", offendingText()));
+        if (isUnwritable(Position::Text)) note(tr("text %1", offendingText()));
     }
 
     [[nodiscard]] std::string offendingText() const {
         return excerpt(value_.view(), value_.view().find(u'&'));
     }
 
-    enum class Place { Text, Attribute };
+    enum class Position { Text, Attribute };
 
-    [[nodiscard]] bool isUnwritable(Place place) {
+    [[nodiscard]] bool isUnwritable(Position position) {
         if (value_.view().find(u'&') == std::u16string_view::npos) return false;
         const ElementPtr element(scratch_.createElement(u"x"));
-        if (place == Place::Text)
+        if (position == Position::Text)
             element->setText(value_);
         else
             element->setAttribute(u"x", value_);
@@ -76,11 +76,11 @@ private:
 
     void note(const std::string& what) {
         if (found_.size() >= limit_) return;
-        std::string place = '/' + kelhost::toUtf8(path_.front().element->getName());
+        std::string path = '/' + kelhost::toUtf8(path_.front().element->getName());
         for (std::size_t i = 0; i + 1 < path_.size(); ++i) {
-            place += '/' + stepTo(*path_[i].element, path_[i].visited - 1);
+            path += '/' + stepTo(*path_[i].element, path_[i].visited - 1);
         }
-        found_.push_back({std::move(place), what});
+        found_.push_back({std::move(path), what});
     }
 
     IKelDOMXmlV2& scratch_;

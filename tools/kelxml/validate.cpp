@@ -101,7 +101,7 @@ private:
     }
 
     void conclude(bool isValid, const Source& source) {
-        if (!isValid && !isValidated()) throw failureOf(*schema_.getError(), source);
+        if (!isValid && !isValidated()) throw exceptionOf(*schema_.getError(), source);
         if (isValid && !isSuppressed(Severity::Note))
             task_.output().write(tr("%1: valid", task_.file()) + '\n');
     }
@@ -115,7 +115,7 @@ private:
 
 void validate(Session& session, const ValidateOptions& options) {
     if (options.schema == "-" && std::ranges::count(options.files, "-") > 0)
-        throw Failure(kWrongUsage, tr("standard input can be read only once"));
+        throw Exception(kWrongUsage, tr("standard input can be read only once"));
     const InputFile file(options.schema);
     forEachFile(options.files, [&]() -> Work {
         auto schema =

@@ -1,5 +1,5 @@
-// The verbs of kelxml. Each writes its result to standard output and throws Failure, Reported, ReaderGone, or
-// what the component lets through; it then has written nothing of its result, unless the reader saw the
+// The verbs of kelxml. Each writes its result to standard output and throws Exception, Reported, ReaderGone,
+// or what the component lets through; it then has written nothing of its result, unless the reader saw the
 // beginning of a long one, or the results of other documents.
 #pragma once
 
@@ -31,7 +31,7 @@ void tree(Session& session, const TreeOptions& options);
 struct FormatOptions {
     std::vector<std::string> files;
     std::string out;           // empty or "-": standard output
-    std::string indent = "2";  // blanks a level, or "tab"
+    std::string indent = "2";  // spaces a level, or "tab"
     bool inPlace = false;
     bool checkOnly = false;  // report what would change, and change nothing
     bool allowDtd = false;
@@ -98,7 +98,7 @@ void info(Session& session);
 // libraries that came with it. A component that cannot be loaded is reported there. Throws like Output.
 void showVersions(const std::string& component);
 
-// Throws Failure if a step fails, after the last one.
+// Throws Exception if a step fails, after the last one.
 void selfTest(Session& session);
 
 }  // namespace kelxml

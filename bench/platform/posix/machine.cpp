@@ -31,7 +31,7 @@ std::string valueOf(const char* path, std::string_view key) {
 
 std::uint64_t kilobytes(std::string_view key) {
     const std::string text = valueOf("/proc/self/status", key);
-    if (text.empty()) throw std::runtime_error("the system does not tell how much memory is resident");
+    if (text.empty()) throw std::runtime_error("the system does not report how much memory is resident");
     return std::stoull(text) * 1024;
 }
 

@@ -52,9 +52,9 @@ protected:
     enum class After : std::uint8_t { Name, StartTag, EndTag };
     static constexpr std::size_t kGuessesOfName = 4;
     static constexpr std::size_t kFirstNames = 32;
-    struct Place {
+    struct KeptPosition {
         std::uint64_t offset;
-        ParseError place;
+        ParseError error;
     };
     struct Name {
         NameId id;
@@ -73,7 +73,7 @@ protected:
           names_(context.names()),
           namespaces_(context.resolved()),
           opens_(context.memory()),
-          places_(context.memory()),
+          keptPositions_(context.memory()),
           written_(context.memory()),
           guesses_(context.memory()),
           values_(context.memory()),
@@ -242,7 +242,8 @@ protected:
     bool isEmpty_ = true;                                             // but for white space
     std::uint64_t cDataOffset_ = 0;                                   // of the section being delivered
     std::pmr::vector<Open> opens_;
-    std::pmr::vector<Place> places_;  // of those that were open when the window moved, the outermost first
+    std::pmr::vector<KeptPosition>
+        keptPositions_;  // of those that were open when the window moved, the outermost first
     Table<IdAttribute> attributes_;
     std::pmr::vector<Attribute> written_;  // the same for a sink that does not know the names
     std::pmr::vector<NameId> guesses_;     // what comes after no name, and then by name
@@ -253,7 +254,7 @@ protected:
     Fault fault_;
 
 private:
-    void keepPlaces();
+    void keepPositions();
     void forgetNames();
     std::size_t namesKept_ = 0;  // bytes, when they were last put together
 };

@@ -75,7 +75,7 @@ private:
     std::uint32_t count_ = 0;
 };
 
-// How much text an entity stands for, found before any of it is expanded: nested entities grow exponentially,
+// How much text an entity has, found before any of it is expanded: nested entities grow exponentially,
 // this takes time in the length of their declarations.
 class EntitySizes final {
 public:

@@ -71,7 +71,7 @@ private:
     void eventEnds();
 
     template <typename Event>
-    void tell(Event&& event);
+    void callSink(Event&& event);
     void startElement(const xmlChar* name, const xmlChar** attributes);
     void endElement(const xmlChar* name);
     void characters(const xmlChar* text, int length);

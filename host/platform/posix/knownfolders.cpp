@@ -80,7 +80,7 @@ std::string userFolderOf(std::string_view line, std::string_view key) {
     return line.starts_with(kHome) ? below(home(), line.substr(kHome.size())) : tidied(std::string(line));
 }
 
-// What the file does not name is the desktop's usual place, or home.
+// What the file does not name is the desktop's usual folder, or home.
 std::string userFolder(const UserFolder& folder) {
     const std::string config = baseFolder(kBaseFolders[0]);
     std::ifstream file(config + "/user-dirs.dirs");

@@ -1,5 +1,5 @@
 // The system's known folders. What POSIX desktops keep apart as data that roams, state and caches lies in two
-// places here: the roaming and the local application data.
+// folders here: the roaming and the local application data.
 #include "host/platform/knownfolders.h"
 
 #include <windows.h>

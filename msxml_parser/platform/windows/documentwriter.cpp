@@ -84,15 +84,15 @@ Layout layoutOf(const Element& element, Layout layout) {
     return layout;
 }
 
-// A new line before `place`; an empty one stands for the end.
-void breakLine(const Document& document, const Element& parent, const Node& place,
+// A new line before `next`; an empty one stands for the end.
+void breakLine(const Document& document, const Element& parent, const Node& next,
                const std::u16string& indentUnit, std::size_t depth) {
     std::u16string line = u"\n";
     for (std::size_t level = std::min(depth, kIndentedLevels); level != 0; --level) line += indentUnit;
     const BStr text(line);
     ComPtr<IXMLDOMText> made;
     check(document->createTextNode(text.get(), made.receive()), document);
-    const Variant before(place.get());
+    const Variant before(next.get());
     Node added;
     check(parent->insertBefore(made.get(), before.get(), added.receive()), parent);
 }

@@ -26,7 +26,8 @@ void setHeap(const Heap& heap) noexcept;  // for tests
                                    std::size_t sizeInBytes) noexcept;  // null: the block is unchanged
 void heapRelease(void* block) noexcept;                                // null does nothing
 
-// From now on requests of the calling thread that the heap refuses are served from the reserve. Once only.
+// From now on requests of the calling thread that the heap cannot serve are served from the reserve. Once
+// only.
 void openReserve() noexcept;
 
 // Whether the calling thread is the one that ends the process for lack of memory.
@@ -39,7 +40,7 @@ extern constinit std::atomic<std::uintptr_t> reserveOwner;  // for the next func
     return reserveOwner.load(std::memory_order_relaxed) != 0;
 }
 
-// What allocation asks of the rooms that are built on it, once the heap has refused: they fill the table
+// What allocation asks of the rooms that are built on it, once the heap is exhausted: they fill the table
 // (outofmemory.cpp), so that allocation includes none of them.
 struct AllocationHooks {
     KelMM::IKelMManager* (*memoryManager)() noexcept;  // see outofmemory.h

@@ -19,7 +19,7 @@ enum class LockResult {
 
 class Mutex final {
 public:
-    // Without an owner. Null when the system refuses one; for a name also when it is empty or too long.
+    // Without an owner. Null when the system fails; for a name also when it is empty or too long.
     [[nodiscard]] static std::unique_ptr<Mutex> create() noexcept;
     [[nodiscard]] static std::unique_ptr<Mutex> createOrOpen(const char* name) noexcept;
     [[nodiscard]] static std::unique_ptr<Mutex> open(

@@ -15,7 +15,7 @@ public:
                        // the process ends; where the system can, without a name from the start
     };
 
-    // A framework path. Not open when the system refuses.
+    // A framework path. Not open when the system fails.
     RawFile(std::u16string_view path, Creation creation) noexcept;
     RawFile(const RawFile&) = delete;
     RawFile& operator=(const RawFile&) = delete;

@@ -33,7 +33,7 @@ public:
 
     // One step: this thread has its place among the waiters before the mutex is free for another thread, so
     // no thread that locks the mutex afterwards can be let through first. False when the calling thread does
-    // not hold the mutex: then nothing was waited for and no place kept.
+    // not hold the mutex: then nothing was waited for and nothing queued.
     [[nodiscard]] bool unlockAndWait(Mutex& held) noexcept;
 
     // The same for a limited time on a clock that is never set back. The mutex is free afterwards unless it

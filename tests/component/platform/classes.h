@@ -9,12 +9,12 @@
 namespace component_test {
 
 // While it lives, creating an object of the class fails as if the class were not registered.
-class ClassRefusal final {
+class FailingClass final {
 public:
-    explicit ClassRefusal(REFCLSID classId);
-    ClassRefusal(const ClassRefusal&) = delete;
-    ClassRefusal& operator=(const ClassRefusal&) = delete;
-    ~ClassRefusal();
+    explicit FailingClass(REFCLSID classId);
+    FailingClass(const FailingClass&) = delete;
+    FailingClass& operator=(const FailingClass&) = delete;
+    ~FailingClass();
 
 private:
     struct State;

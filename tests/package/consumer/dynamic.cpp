@@ -80,11 +80,12 @@ int main(int argc, char** argv) {
     if (entryPoint == nullptr) return 1;
 
     std::uint32_t version = 7;
-    expect(entryPoint(&version, nullptr) == 0 && version == 7, "without a place for it no component is made");
+    expect(entryPoint(&version, nullptr) == 0 && version == 7,
+           "without an address for it no component is made");
     IKelComponent* made = nullptr;
     expect(entryPoint(&version, &made) == 1 && version == 100 && made != nullptr,
            "EntryPoint makes a component");
-    expect(made->refCount() == 0, "which nobody holds yet");
+    expect(made->refCount() == 0, "which has no reference yet");
     const IPtr<IKelComponent> component(made);
     component->initialize(&manager());
     expect(component->version() == EXPECTED_VERSION, "it states its version");

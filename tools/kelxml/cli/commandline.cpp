@@ -9,7 +9,7 @@
 #include "tools/kelxml/batch.h"
 #include "tools/kelxml/cli/pages.h"
 #include "tools/kelxml/cli/usage.h"
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 #include "tools/kelxml/message.h"
 #include "tools/kelxml/output.h"
 
@@ -406,7 +406,7 @@ void CommandLine::showHelp() {
     const Program program = describe();
     if (topic_.empty()) return writeText(helpOn(program));
     const Verb* verb = program.find(topic_);
-    if (verb == nullptr) throw Failure(kWrongUsage, unknownVerb(topic_, program));
+    if (verb == nullptr) throw Exception(kWrongUsage, unknownVerb(topic_, program));
     writeText(helpOn(program, *verb));
 }
 
@@ -422,7 +422,7 @@ CommandLine::Work CommandLine::parse(int argc, const char* const* argv) {
         if (const CLI::App* verb = chosenVerb()) topic_ = verb->get_name();
         return [this] { showHelp(); };
     } catch (const CLI::ParseError& error) {
-        throw Failure(kWrongUsage, explainUsage(*app_, chosenVerb(), error, describe()));
+        throw Exception(kWrongUsage, explainUsage(*app_, chosenVerb(), error, describe()));
     }
     if (!colours_.empty())
         chooseColour(colours_ == "always"  ? ColourChoice::Always
@@ -432,7 +432,7 @@ CommandLine::Work CommandLine::parse(int argc, const char* const* argv) {
     if (isQuiet_) reportErrorsOnly();
     if (jobs_ > 0) chooseJobs(static_cast<unsigned>(jobs_));
     if (isVersionWanted_) return [this] { showVersions(component_); };
-    if (!work_) throw Failure(kWrongUsage, explainNoVerb(describe()));
+    if (!work_) throw Exception(kWrongUsage, explainNoVerb(describe()));
     return work_;
 }
 

@@ -24,7 +24,7 @@ public:
     CommandLine& operator=(const CommandLine&) = delete;
     ~CommandLine();
 
-    // What is to be done. Throws Failure (wrong usage) whose message says what would be accepted. Help and
+    // What is to be done. Throws Exception (wrong usage) whose message says what would be accepted. Help and
     // version are things to do, too.
     using Work = std::function<void()>;
     [[nodiscard]] Work parse(int argc, const char* const* argv);

@@ -71,7 +71,7 @@ Program CommandLine::describe() {
     program.statuses = exitStatuses();
     program.environment = environmentVariables();
     for (const CLI::App* command : app_->get_subcommands({})) {
-        if (command->get_group().empty()) continue;  // not for everybody
+        if (command->get_group().empty()) continue;  // hidden
         Verb verb;
         verb.name = command->get_name();
         verb.summary = command->get_description();

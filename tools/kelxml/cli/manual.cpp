@@ -18,12 +18,12 @@ constexpr std::size_t kLineInColumns = 76;
 // Backslashes are written out, and lines may be broken between East Asian characters.
 std::string escaped(std::string_view line) {
     std::string result;
-    bool isAfterBlank = true;
+    bool isAfterSpace = true;
     for (const std::string& piece : pieces(line)) {
-        const bool isBlank = piece == " ";
-        if (!isBlank && !isAfterBlank) result += "\\:";
+        const bool isSpace = piece == " ";
+        if (!isSpace && !isAfterSpace) result += "\\:";
         for (const char unit : piece) result += unit == '\\' ? "\\e" : std::string(1, unit);
-        isAfterBlank = isBlank;
+        isAfterSpace = isSpace;
     }
     return result;
 }

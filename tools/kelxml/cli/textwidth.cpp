@@ -48,9 +48,9 @@ std::vector<std::string> wrapped(std::string_view utf8, std::size_t widthInColum
         const std::size_t end = pieceEnd(text, at);
         const std::u16string_view piece(text.data() + at, end - at);
         at = end;
-        const bool isBlank = piece == u" ";
-        if (isBlank && line.empty()) continue;
-        if (!isBlank && !line.empty() && widthOf(line) + widthOf(piece) > widthInColumns) {
+        const bool isSpace = piece == u" ";
+        if (isSpace && line.empty()) continue;
+        if (!isSpace && !line.empty() && widthOf(line) + widthOf(piece) > widthInColumns) {
             while (line.back() == u' ') line.pop_back();
             lines.push_back(kel::toUtf8(line));
             line.clear();

@@ -118,9 +118,9 @@ std::string explainNoVerb(const Program& program) {
 std::string explainUsage(const CLI::App& app, const CLI::App* chosenVerb, const CLI::ParseError& error,
                          const Program& program) {
     const Verb* verb = chosenVerb == nullptr ? nullptr : program.find(chosenVerb->get_name());
-    const std::string place = verb == nullptr ? "" : verb->name + ": ";
+    const std::string prefix = verb == nullptr ? "" : verb->name + ": ";
     const std::string help = program.name + (verb == nullptr ? "" : ' ' + verb->name) + " --help";
-    return place + explain(app, chosenVerb, error, program, verb) + '\n' + tr("Try '%1'.", help);
+    return prefix + explain(app, chosenVerb, error, program, verb) + '\n' + tr("Try '%1'.", help);
 }
 
 }  // namespace kelxml

@@ -59,7 +59,7 @@ void speakUsersLanguage() noexcept;
 // From here on, writing to a pipe without a reader is an error of the write and does not end the program.
 void ignoreClosedPipes() noexcept;
 
-// The folder that holds the running program; empty if the system does not tell.
+// The folder that holds the running program; empty if the system does not report it.
 [[nodiscard]] std::filesystem::path programFolder();
 
 }  // namespace kelxml

@@ -7,7 +7,7 @@
 namespace kelxml {
 
 // With symbolic links resolved, for the version often stands in the name of the file only. Empty where the
-// system does not tell.
+// system does not report it.
 [[nodiscard]] std::vector<std::filesystem::path> loadedLibraries();
 
 }  // namespace kelxml

@@ -77,7 +77,7 @@ bool Event::waitFor(std::uint32_t timeoutMs) noexcept {
 
 bool Event::setAndLock(Mutex& mutex) noexcept {
     set();
-    // A system mutex gives no place in its queue before the wait, so a thread woken by the set may lock
+    // A system mutex queues nothing before the wait, so a thread woken by the set may lock
     // first. It then finds what it would find had this thread unlocked in between: the order of the two steps
     // is kept.
     return mutex.lock() != LockResult::Failed;

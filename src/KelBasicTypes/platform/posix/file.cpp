@@ -20,7 +20,7 @@ std::string nativePath(std::u16string_view path) {
     return bytes;
 }
 
-bool isRefused(std::u16string_view path) {
+bool isRejected(std::u16string_view path) {
     return path.empty() || path.find(u'\0') != std::u16string_view::npos;
 }
 
@@ -32,7 +32,7 @@ bool isDirectory(int descriptor) {
 }  // namespace
 
 FileHandle openFile(std::u16string_view path, const char* mode) {
-    if (isRefused(path)) return nullptr;
+    if (isRejected(path)) return nullptr;
     const std::string closedOnExec = std::string(mode) + "e";
     FileHandle file(std::fopen(nativePath(path).c_str(), closedOnExec.c_str()));
     if (file != nullptr && isDirectory(fileno(file.get())))
@@ -45,7 +45,7 @@ bool closeFile(FileHandle file) noexcept {
 }
 
 bool canOpenForReading(std::u16string_view path) {
-    if (isRefused(path)) return false;
+    if (isRejected(path)) return false;
     const std::string native = nativePath(path);
     // Not opened: a pipe's writer that waits for a reader would have had its only one.
     struct stat about {};

@@ -58,7 +58,7 @@ std::optional<std::uint64_t> numberAfter(std::string_view text, std::string_view
 }
 
 struct GroupFiles {
-    const char* mount;       // below the place of the control groups
+    const char* mount;       // below the mount point of the control groups
     const char* controller;  // between the colons of the group's line
     const char* limit;
     const char* usage;

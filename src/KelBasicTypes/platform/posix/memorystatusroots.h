@@ -1,4 +1,4 @@
-// The memory status from other places than the system's own, for tests.
+// The memory status from other folders than the system's own, for tests.
 #pragma once
 
 #include "KelBasicTypes/platform/memorystatus.h"

@@ -56,14 +56,14 @@ RawFile::~RawFile() {
 }
 
 bool RawFile::write(const void* bytes, std::size_t byteCount) noexcept {
-    return transferAll(byteCount, [&](std::size_t at, std::size_t most) {
-        return ::write(descriptorOf(handle_), static_cast<const char*>(bytes) + at, most);
+    return transferAll(byteCount, [&](std::size_t at, std::size_t max) {
+        return ::write(descriptorOf(handle_), static_cast<const char*>(bytes) + at, max);
     });
 }
 
 bool RawFile::read(void* bytes, std::size_t byteCount) noexcept {
-    return transferAll(byteCount, [&](std::size_t at, std::size_t most) {
-        return ::read(descriptorOf(handle_), static_cast<char*>(bytes) + at, most);
+    return transferAll(byteCount, [&](std::size_t at, std::size_t max) {
+        return ::read(descriptorOf(handle_), static_cast<char*>(bytes) + at, max);
     });
 }
 

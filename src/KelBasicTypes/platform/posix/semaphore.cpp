@@ -10,9 +10,9 @@
 namespace kel::platform {
 
 struct Semaphore::State {
-    State(std::int32_t initial, std::int32_t most) noexcept : count(initial), maximum(most) {}
+    State(std::int32_t initial, std::int32_t max) noexcept : count(initial), maximum(max) {}
 
-    // Takes one of the count, or a place in the list. True: no need to sleep.
+    // Takes one of the count, or a position in the list. True: no need to sleep.
     bool takeOrQueue(Waiter& waiter) noexcept {
         const std::lock_guard guard(lock);
         if (count > 0) {

@@ -45,10 +45,10 @@ bool WaitList::remove(Waiter& waiter) noexcept {
     return false;
 }
 
-Waiter* WaitList::takeFirst(std::int32_t most, std::int32_t& taken) noexcept {
+Waiter* WaitList::takeFirst(std::int32_t max, std::int32_t& taken) noexcept {
     Waiter* const chain = first_;
     Waiter* lastTaken = nullptr;
-    for (taken = 0; taken < most && first_ != nullptr; ++taken) {
+    for (taken = 0; taken < max && first_ != nullptr; ++taken) {
         lastTaken = first_;
         first_ = first_->next_;
     }

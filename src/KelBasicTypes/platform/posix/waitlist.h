@@ -39,8 +39,8 @@ public:
     // comes.
     bool remove(Waiter& waiter) noexcept;
 
-    // The first `most` waiters, fewer if there are not so many, as a chain; null when there are none.
-    [[nodiscard]] Waiter* takeFirst(std::int32_t most, std::int32_t& taken) noexcept;
+    // The first `max` waiters, fewer if there are not so many, as a chain; null when there are none.
+    [[nodiscard]] Waiter* takeFirst(std::int32_t max, std::int32_t& taken) noexcept;
 
 private:
     Waiter* first_ = nullptr;

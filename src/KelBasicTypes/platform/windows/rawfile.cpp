@@ -20,8 +20,8 @@ template <class Transfer>
 bool transferAll(std::size_t byteCount, Transfer transfer) noexcept {
     for (std::size_t done = 0; done < byteCount;) {
         DWORD part = 0;
-        const auto most = static_cast<DWORD>(std::min(byteCount - done, kMaxTransferInBytes));
-        if (transfer(done, most, &part) == 0 || part == 0) return false;
+        const auto max = static_cast<DWORD>(std::min(byteCount - done, kMaxTransferInBytes));
+        if (transfer(done, max, &part) == 0 || part == 0) return false;
         done += part;
     }
     return true;
@@ -39,7 +39,7 @@ RawFile::RawFile(std::u16string_view path, Creation creation) noexcept {
             // Goes away with its handle, however the process ends.
             : CreateFileW(native.get(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                           FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-    handle_ = reinterpret_cast<std::intptr_t>(file);  // -1 where the system refuses
+    handle_ = reinterpret_cast<std::intptr_t>(file);  // -1 where the system fails
 }
 
 RawFile::~RawFile() {
@@ -47,14 +47,14 @@ RawFile::~RawFile() {
 }
 
 bool RawFile::write(const void* bytes, std::size_t byteCount) noexcept {
-    return transferAll(byteCount, [&](std::size_t at, DWORD most, DWORD* part) {
-        return WriteFile(asHandle(handle_), static_cast<const char*>(bytes) + at, most, part, nullptr);
+    return transferAll(byteCount, [&](std::size_t at, DWORD max, DWORD* part) {
+        return WriteFile(asHandle(handle_), static_cast<const char*>(bytes) + at, max, part, nullptr);
     });
 }
 
 bool RawFile::read(void* bytes, std::size_t byteCount) noexcept {
-    return transferAll(byteCount, [&](std::size_t at, DWORD most, DWORD* part) {
-        return ReadFile(asHandle(handle_), static_cast<char*>(bytes) + at, most, part, nullptr);
+    return transferAll(byteCount, [&](std::size_t at, DWORD max, DWORD* part) {
+        return ReadFile(asHandle(handle_), static_cast<char*>(bytes) + at, max, part, nullptr);
     });
 }
 

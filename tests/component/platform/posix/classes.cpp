@@ -4,13 +4,13 @@
 
 namespace component_test {
 
-struct ClassRefusal::State {
-    engine::com::ClassRefusal refusal;
+struct FailingClass::State {
+    engine::com::FailingClass failing;
 };
 
-ClassRefusal::ClassRefusal(REFCLSID classId) : state_(new State{engine::com::ClassRefusal(classId)}) {}
+FailingClass::FailingClass(REFCLSID classId) : state_(new State{engine::com::FailingClass(classId)}) {}
 
-ClassRefusal::~ClassRefusal() = default;
+FailingClass::~FailingClass() = default;
 
 namespace {
 

@@ -74,7 +74,7 @@ protected:
     KelString missing() { return wide(folder_.path("missing")); }
     std::string failedSax(bool done) { return done ? "it succeeds" : errorOf(sax_); }
     static DomParser withoutDocument() {
-        const ClassRefusal refusal(msxml::kDocumentClass);
+        const FailingClass failing(msxml::kDocumentClass);
         return makeDom();
     }
 
@@ -157,7 +157,7 @@ ErrorsPage::Provocations ErrorsPage::ofDocuments() {
         {"DOM: validating/Code 7: validation could not be set up",
          [&] {
              const KelString path = file("a.xsd", kSchema);
-             const ClassRefusal refusal(msxml::kSchemaCacheClass);
+             const FailingClass failing(msxml::kSchemaCacheClass);
              return failed(dom_, dom_->validate(u"", path));
          }},
         {"DOM: validating/Code 3: the document is not valid",
@@ -179,7 +179,7 @@ ErrorsPage::Provocations ErrorsPage::ofTheRest() {
          [&] { return failedSax(sax_->parseFile(missing())); }},
         {"SAX/Code 5: no reader",
          [&] {
-             const ClassRefusal refusal(msxml::kSaxReaderClass);
+             const FailingClass failing(msxml::kSaxReaderClass);
              const SaxParser none = makeSax();
              return none->parseFile(missing()) ? "it succeeds" : errorOf(none);
          }},
@@ -194,7 +194,7 @@ ErrorsPage::Provocations ErrorsPage::ofTheRest() {
         {"SAX, third version/Code 5: no reader for the third version",
          [&] {
              const SaxParser fresh = makeSax();
-             const ClassRefusal refusal(msxml::kSaxReader60Class);
+             const FailingClass failing(msxml::kSaxReader60Class);
              return as<IKelSAXXmlV3>(fresh)->readString(u"<a/>", events_) ? "it succeeds" : errorOf(fresh);
          }},
         {"Schemas and style sheets/Code 6: the style sheet failed",

@@ -26,7 +26,7 @@ class LeakCheck final : public ::testing::EmptyTestEventListener {
     }
 
     static std::int64_t count() {
-        (void)SetErrorInfo(0, nullptr);  // of the last failure, if nobody asked for it
+        (void)SetErrorInfo(0, nullptr);  // of the last failure, if it was not taken
         return engine::com::blocksInUse();
     }
 

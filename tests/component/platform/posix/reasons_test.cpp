@@ -56,7 +56,7 @@ TEST_F(Reasons, AreTranslatedWithWhatTheySayOfTheDocument) {
         SCOPED_TRACE(row.fault);
         EXPECT_EQ(utf8(msxml::translatedReason(kel::fromUtf8(row.said))), row.translated);
     }
-    EXPECT_EQ(utf8(msxml::translatedPlaces(wide("/a.xsl, line 12: what\nline 3: what\nwhat"))),
+    EXPECT_EQ(utf8(msxml::translatedLocations(wide("/a.xsl, line 12: what\nline 3: what\nwhat"))),
               "[/a.xsl, line 12: ]what\n[line 3: ]what\nwhat");
 }
 

@@ -39,13 +39,13 @@ private:
 
 }  // namespace
 
-struct ClassRefusal::State {
+struct FailingClass::State {
     ClassObject classObject;
 };
 
-ClassRefusal::ClassRefusal(REFCLSID classId) : state_(new State{{classId, nullptr}}) {}
+FailingClass::FailingClass(REFCLSID classId) : state_(new State{{classId, nullptr}}) {}
 
-ClassRefusal::~ClassRefusal() = default;
+FailingClass::~FailingClass() = default;
 
 struct ClassReplacement::State {
     ClassObject classObject;

@@ -12,7 +12,7 @@ inline constexpr const char* kMismatchInLine1 =
 inline constexpr const char* kMismatchPositionInReader =
     "2:5 End tag 'c' does not match the start tag 'b'\\.";
 inline constexpr const char* kMismatchReason = "End tag 'b' does not match the start tag 'a'\\.";
-inline constexpr const char* kMismatchPlace = "\\(1:4\\)";
+inline constexpr const char* kMismatchPosition = "\\(1:4\\)";
 // Where "<a>\n<b></a>" is rejected, as the Japanese catalogue words it.
 inline constexpr const char* kJapanesePlaceInLine2 = "2 \xE8\xA1\x8C 4 \xE5\x88\x97\xEF\xBC\x89";
 inline constexpr const char* kInvalidWhileLoading = "Line 1, column 1 : .+";
@@ -26,7 +26,7 @@ inline constexpr const char* kDeclarationOfUtf8 =
     "<\\?xml version=\"1.0\" encoding=\"UTF-8\"\\?>\\s*<b/>\\s*";
 
 // What engines do. Null: this one does; else why the tests that want it are skipped.
-inline constexpr const char* kKeepsBlanksOfTexts = nullptr;
+inline constexpr const char* kKeepsWhiteSpaceOfTexts = nullptr;
 inline constexpr const char* kKeepsDeclarationsInPlace = nullptr;
 inline constexpr const char* kListsDefaultDeclarations = nullptr;
 inline constexpr const char* kRejectsWrongNames = nullptr;
@@ -39,7 +39,7 @@ inline constexpr const char* kReadsOnAfterException = nullptr;
 inline constexpr const char* kExpandsEntities = nullptr;
 inline constexpr const char* kFindsAllViolations = nullptr;
 inline constexpr const char* kValidatesStreams = nullptr;
-inline constexpr const char* kTellsMessages = nullptr;
+inline constexpr const char* kReportsMessages = nullptr;
 inline constexpr const char* kWritesEncodings = nullptr;
 inline constexpr const char* kTakesParameters = nullptr;
 inline constexpr const char* kDeliversInstructions = nullptr;

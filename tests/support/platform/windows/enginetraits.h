@@ -18,7 +18,7 @@ inline constexpr const char* kMismatchInLine2 = "Line [0-9]+, column [0-9]+ : .+
 inline constexpr const char* kMismatchInLine1 = "Line [0-9]+, column [0-9]+ : .+";
 inline constexpr const char* kMismatchPositionInReader = "[0-9]+:[0-9]+ .*";
 inline constexpr const char* kMismatchReason = ".+";
-inline constexpr const char* kMismatchPlace = "\\([0-9]+:[0-9]+\\)";
+inline constexpr const char* kMismatchPosition = "\\([0-9]+:[0-9]+\\)";
 // Where "<a>\n<b></a>" is rejected, as the Japanese catalogue words it.
 inline constexpr const char* kJapanesePlaceInLine2 = " \xE5\x88\x97\xEF\xBC\x89";
 inline constexpr const char* kInvalidWhileLoading = "Line [0-9]+, column [0-9]+ : [^]+";
@@ -32,7 +32,7 @@ inline constexpr const char* kDeclarationOfUtf8 =
     "<\\?xml version=\"1.0\"( encoding=\"UTF-8\")?\\?>\\s*<b/>\\s*";
 
 // What engines do. Null: this one does; else why the tests that want it are skipped.
-inline constexpr const char* kKeepsBlanksOfTexts =
+inline constexpr const char* kKeepsWhiteSpaceOfTexts =
     "without preserved white space this engine drops blank leaves and trims texts";
 inline const char* const kKeepsDeclarationsInPlace = onWine("Wine puts declarations after other attributes");
 inline const char* const kListsDefaultDeclarations =
@@ -49,7 +49,7 @@ inline const char* const kReadsOnAfterException =
 inline const char* const kExpandsEntities = onWine("Wine's reader stops at an entity reference");
 inline const char* const kFindsAllViolations = onWine("Wine finds the first violation, without its place");
 inline const char* const kValidatesStreams = onWine("Wine does not validate while it reads a stream");
-inline constexpr const char* kTellsMessages = "this engine hands out no messages of style sheets";
+inline constexpr const char* kReportsMessages = "this engine hands out no messages of style sheets";
 inline const char* const kWritesEncodings = onWine("Wine writes every result as UTF-16");
 inline const char* const kTakesParameters = onWine("Wine fails with parameters that are no texts");
 inline const char* const kDeliversInstructions = onWine("Wine's reader delivers no instructions");

@@ -45,16 +45,16 @@ UninterruptedWork::~UninterruptedWork() {
 }
 
 void registerTemporaryFile(const std::filesystem::path& path) noexcept {
-    const auto place = std::ranges::find_if(registered, [](const Path& each) { return each[0] == L'\0'; });
+    const auto slot = std::ranges::find_if(registered, [](const Path& each) { return each[0] == L'\0'; });
     const std::wstring& name = path.native();
-    if (place == registered.end() || name.size() >= place->size()) return;
-    std::copy_n(name.c_str(), name.size() + 1, place->data());
+    if (slot == registered.end() || name.size() >= slot->size()) return;
+    std::copy_n(name.c_str(), name.size() + 1, slot->data());
 }
 
 void forgetTemporaryFile(const std::filesystem::path& path) noexcept {
-    const auto place =
+    const auto slot =
         std::ranges::find_if(registered, [&path](const Path& each) { return path.native() == each.data(); });
-    if (place != registered.end() && !path.empty()) place->front() = L'\0';
+    if (slot != registered.end() && !path.empty()) slot->front() = L'\0';
 }
 
 }  // namespace kelxml

@@ -25,10 +25,10 @@ inline constexpr bool kReportsIdDoubts = true;
 // The path of the element that an error of validation is about; empty: none is known.
 [[nodiscard]] inline BStr pathOf(ISAXLocator* locator) {
     BStr path;
-    void* place = nullptr;
-    if (locator == nullptr || FAILED(locator->QueryInterface(IID_IXMLErrorPlace, &place))) return path;
-    (void)static_cast<IXMLErrorPlace*>(place)->getPath(path.receive());
-    static_cast<IXMLErrorPlace*>(place)->Release();
+    void* extension = nullptr;
+    if (locator == nullptr || FAILED(locator->QueryInterface(IID_IXMLErrorPath, &extension))) return path;
+    (void)static_cast<IXMLErrorPath*>(extension)->getPath(path.receive());
+    static_cast<IXMLErrorPath*>(extension)->Release();
     return path;
 }
 
@@ -55,10 +55,10 @@ public:
     ULONG AddRef() override { return 2; }
     ULONG Release() override { return 1; }
     HRESULT message(const OLECHAR* text, bool isLast) override {
-        return tell([&] { handler_->message(text, isLast); });
+        return notify([&] { handler_->message(text, isLast); });
     }
     HRESULT warning(const OLECHAR* text) override {
-        return tell([&] {
+        return notify([&] {
             const KelString words = translatedReason(text);
             handler_->warning(words.view());
         });
@@ -66,7 +66,7 @@ public:
 
 private:
     template <typename Call>
-    HRESULT tell(Call&& call) noexcept {
+    HRESULT notify(Call&& call) noexcept {
         try {
             if (handler_ != nullptr) call();
             return S_OK;

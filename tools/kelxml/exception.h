@@ -16,10 +16,10 @@ enum ExitStatus : int {
 };
 
 // What() is the reason: one or more lines of UTF-8.
-class Failure : public std::runtime_error {
+class Exception : public std::runtime_error {
 public:
-    Failure(ExitStatus status, const std::string& reason) : Failure(status, Diagnostic(reason)) {}
-    Failure(ExitStatus status, Diagnostic diagnostic)
+    Exception(ExitStatus status, const std::string& reason) : Exception(status, Diagnostic(reason)) {}
+    Exception(ExitStatus status, Diagnostic diagnostic)
         : std::runtime_error(diagnostic.reason), status_(status), diagnostic_(std::move(diagnostic)) {}
 
     [[nodiscard]] ExitStatus status() const noexcept { return status_; }
@@ -31,8 +31,8 @@ private:
 };
 
 // Standard output takes no more: there is no sense in going on with other files.
-class OutputFailure final : public Failure {
-    using Failure::Failure;
+class OutputException final : public Exception {
+    using Exception::Exception;
 };
 
 // Everything has been reported; what is left is the exit status.
@@ -50,6 +50,6 @@ private:
 class ReaderGone {};
 
 // Of the exception being handled. ReaderGone and Reported are none and are thrown on.
-[[nodiscard]] Failure failureOfCurrentException();
+[[nodiscard]] Exception currentException();
 
 }  // namespace kelxml

@@ -1,4 +1,4 @@
-#include "tools/kelxml/failure.h"
+#include "tools/kelxml/exception.h"
 
 #include <cstdio>
 #include <exception>
@@ -23,15 +23,15 @@ std::string describe(const _com_error& error) {
 
 }  // namespace
 
-Failure failureOfCurrentException() {
+Exception currentException() {
     try {
         throw;
     } catch (const ReaderGone&) {
         throw;
     } catch (const Reported&) {
         throw;
-    } catch (const Failure& failure) {
-        return failure;
+    } catch (const Exception& exception) {
+        return exception;
     } catch (const _com_error& error) {
         return {kRejected, describe(error)};
     } catch (const std::bad_alloc&) {
