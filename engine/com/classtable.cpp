@@ -61,7 +61,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
         return fail(REGDB_E_CLASSNOTREG, "The class is not registered.");
     }
     if (const auto* failing = engine::com::FailingClass::find(clsid)) {
-        return fail(failing->status(), "The class refuses to create objects.");
+        return fail(failing->status(), "The class cannot be created.");
     }
     return entry->create(iid, object);
 }

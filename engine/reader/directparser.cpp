@@ -221,13 +221,13 @@ const char* DirectParserBase::characterReference(const char* start, char32_t& ch
     if (stop == end_) return cut();
     if (stop == digits || *stop != ';') {
         return fail(ErrorCode::BadCharacterReference, start,
-                    worded(stop == digits ? worded("The character reference '%1' must hold a number.")
+                    worded(stop == digits ? worded("The character reference '%1' must contain a number.")
                                           : worded("The character reference '%1' must end with ';'."),
                            shown(view(start, stop))));
     }
     if (!isXmlCharacter(character)) {
         return fail(ErrorCode::BadCharacterReference, start,
-                    worded("The character reference '%1' stands for a character that XML does not allow.",
+                    worded("The character reference '%1' refers to a character that XML does not allow.",
                            shown(view(start, stop + 1))));
     }
     return stop + 1;
@@ -274,9 +274,9 @@ DirectParserBase::Markup DirectParserBase::instruction(const char* at) {
     }
     if (stop == nullptr) return failed(cut());
     if (name.find(':') != std::string_view::npos) {
-        return failed(
-            fail(ErrorCode::BadQualifiedName, at,
-                 worded("The target '%1' of a processing instruction must not hold a colon.", shown(name))));
+        return failed(fail(
+            ErrorCode::BadQualifiedName, at,
+            worded("The target '%1' of a processing instruction must not contain a colon.", shown(name))));
     }
     return {name, view(std::min(data, stop), stop), stop + 2};
 }

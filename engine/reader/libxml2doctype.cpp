@@ -41,7 +41,7 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
                                   const xmlChar* systemId, xmlChar* content) {
     eventEnds();
     if (isSubsetIncomplete_) return;
-    rejectColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
+    rejectColon(view(name), worded("The name '%1' of this entity must not contain a colon."));
     if (isStopped_) return;
     xmlDoc* const document = context_->myDoc;
     const bool isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
@@ -79,10 +79,10 @@ void Libxml2Parser::declareEntity(const xmlChar* name, int type, const xmlChar* 
 
 // libxml2 lets one without an identifier pass.
 void Libxml2Parser::declareNotation(std::string_view name, bool hasIdentifier) {
-    rejectColon(name, worded("The name '%1' of this notation must not hold a colon."));
+    rejectColon(name, worded("The name '%1' of this notation must not contain a colon."));
     if (!hasIdentifier && !isStopped_) {
         reject(ErrorCode::BadDoctype, here(),
-               worded("The declaration of notation '%1' must hold SYSTEM or PUBLIC and an identifier.",
+               worded("The declaration of notation '%1' must contain SYSTEM or PUBLIC and an identifier.",
                       shown(name)));
     }
     eventEnds();
@@ -151,7 +151,7 @@ bool Libxml2Parser::isRejectedAsExternal(const SystemIds& external, const xmlEnt
     if (found != external.end()) {
         reject(ErrorCode::BadEntity, offending(),
                worded("Entity '%1' is external ('%2') and not read; the file itself would have to declare "
-                      "what it stands for.",
+                      "its text.",
                       shown(name), shown(found->second)));
     } else if (entity == nullptr && mayBeDeclaredOutside()) {
         reject(ErrorCode::UnknownEntity, offending(),
@@ -234,13 +234,13 @@ constexpr Wording kWordings[] = {
     {XML_ERR_GT_REQUIRED, ErrorCode::BadTag, true, worded("The tag is not finished: '>' is missing.")},
     {XML_ERR_SPACE_REQUIRED, ErrorCode::BadTag, false, worded("Whitespace is missing.")},
     {XML_ERR_INVALID_CHARREF, ErrorCode::BadCharacterReference, false,
-     worded("A character reference stands for a character that XML does not allow.")},
+     worded("A character reference refers to a character that XML does not allow.")},
     {XML_ERR_INVALID_CHAR, ErrorCode::BadCharacterReference, false,
-     worded("A character reference stands for a character that XML does not allow.")},
+     worded("A character reference refers to a character that XML does not allow.")},
     {XML_ERR_INVALID_DEC_CHARREF, ErrorCode::BadCharacterReference, false,
-     worded("A character reference must hold a number and end with ';'.")},
+     worded("A character reference must contain a number and end with ';'.")},
     {XML_ERR_INVALID_HEX_CHARREF, ErrorCode::BadCharacterReference, false,
-     worded("A character reference must hold a number and end with ';'.")},
+     worded("A character reference must contain a number and end with ';'.")},
     {XML_ERR_MISPLACED_CDATA_END, ErrorCode::CDataEndInText, false,
      worded("']]>' is not allowed in text: write ']]&gt;'.")},
     {XML_ERR_HYPHEN_IN_COMMENT, ErrorCode::BadComment, false,
@@ -277,7 +277,7 @@ void Libxml2Parser::describe(const xmlError& error) {
     if (isInDoctype && !isOfEntity) return describeInDoctype(message);
     if (isInEntity && !isOfEntity) {
         fault_.code = ErrorCode::BadEntity;
-        fault_.reason = worded("The text of an entity does not fit in here: %1.", message);
+        fault_.reason = worded("The text of an entity is not well formed: %1.", message);
         return;
     }
     if (error.code == XML_ERR_TAG_NAME_MISMATCH && error.str2 != nullptr) {

@@ -95,7 +95,7 @@ struct Libxml2Parser::Callbacks {
     static void unparsedEntityDecl(void* user, const xmlChar* name, const xmlChar* publicId,
                                    const xmlChar* systemId, const xmlChar* notation) noexcept {
         guarded(user, [&](Libxml2Parser& self) {
-            self.rejectColon(view(name), worded("The name '%1' of this entity must not hold a colon."));
+            self.rejectColon(view(name), worded("The name '%1' of this entity must not contain a colon."));
             xmlSAX2UnparsedEntityDecl(self.context_.get(), name, publicId, systemId, notation);
             self.eventEnds();
         });
@@ -387,7 +387,7 @@ void Libxml2Parser::instruction(std::string_view target, std::string_view data) 
     if (target.find(':') != std::string_view::npos) {
         return reject(
             ErrorCode::BadQualifiedName, shared_.event,
-            worded("The target '%1' of a processing instruction must not hold a colon.", shown(target)));
+            worded("The target '%1' of a processing instruction must not contain a colon.", shown(target)));
     }
     callSink([&] { sink_.processingInstruction(target, data); });
     eventEnds();

@@ -55,7 +55,7 @@ bool Namespaces::declare(std::size_t index) {
     }
     if (prefix == "xml") {
         return uri == kXmlUri || reject(ErrorCode::ReservedPrefix, index,
-                                        worded("The prefix 'xml' can only stand for '%1'.", kXmlUri));
+                                        worded("The prefix 'xml' can only be bound to '%1'.", kXmlUri));
     }
     if (uri == kXmlUri) {
         return reject(ErrorCode::ReservedPrefix, index,
@@ -77,7 +77,7 @@ bool Namespaces::checkUnusualName(NameId name, std::size_t index) {
     if ((flags & Names::kNotQualified) != 0) {
         return reject(
             ErrorCode::BadQualifiedName, index,
-            worded("The name '%1' is not a qualified name: one colon may stand between a prefix and a name.",
+            worded("The name '%1' is not a qualified name: a single colon separates a prefix from a name.",
                    shown(names_.text(name))));
     }
     if ((flags & Names::kDeclaration) != 0 && index == kElement && names_.prefixLength(name) != 0) {
@@ -111,7 +111,7 @@ bool Namespaces::checkDuplicates() {
     }
     return duplicate == kNone ||
            reject(ErrorCode::DuplicateExpandedAttribute, duplicate,
-                  worded("Duplicate attribute '%1': another prefix stands for the same namespace.",
+                  worded("Duplicate attribute '%1': another prefix is bound to the same namespace.",
                          shown(names_.text(attributes_[duplicate].name))));
 }
 

@@ -21,10 +21,10 @@ std::string describe(int error) {
     switch (error) {
         case ENOENT:
         case ENOTDIR:
-            return worded("there is no such file");
+            return worded("no such file");
         case EACCES:
         case EPERM:
-            return worded("there is no right to read it");
+            return worded("permission denied");
         case EISDIR:
             return worded("it is a directory");
         case EMFILE:

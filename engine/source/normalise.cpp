@@ -51,8 +51,7 @@ Fault badCharacter(char32_t c) {
     char number[16];
     std::snprintf(number, sizeof number, "U+%04X", static_cast<unsigned>(c));
     if (c >= 0xD800 && c <= 0xDFFF) {
-        return {ErrorCode::BadCharacter, kNoOffset,
-                worded("Half of a surrogate pair, %1, stands without its other half.", number)};
+        return {ErrorCode::BadCharacter, kNoOffset, worded("Unpaired surrogate %1.", number)};
     }
     return {ErrorCode::BadCharacter, kNoOffset, worded("Character %1 is not allowed in XML.", number)};
 }

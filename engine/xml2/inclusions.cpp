@@ -35,7 +35,7 @@ std::string obstacle(const std::string& uri) {
     if (status.type() == std::filesystem::file_type::not_found) return worded("the file does not exist");
     if (std::filesystem::is_directory(status)) return worded("that is a directory");
     // not opened: a pipe would wait for its writer
-    if (!std::filesystem::is_regular_file(status)) return worded("that is no regular file");
+    if (!std::filesystem::is_regular_file(status)) return worded("that is not a regular file");
     if (!std::ifstream(path).good()) return worded("the file cannot be opened for reading");
     return {};
 }
@@ -138,7 +138,7 @@ const std::string* Inclusions::read(const std::string& uri) {
         }
     } catch (const ServedText::TooLong& text) {
         addCause(uri, text.line,
-                 worded("with its entities and attribute defaults, the file is far longer than it looks"));
+                 worded("with its entities expanded and its attribute defaults added, the file is too long"));
         return nullptr;
     }
     if (!sink.accepted()) return nullptr;
@@ -159,7 +159,7 @@ const std::string* Inclusions::handOut(const std::string& uri) {
     }
     if (text->size() > textLeftInBytes()) {
         addCause({}, 0,
-                 worded("the included and imported files come to too much text, most of it the same again"));
+                 worded("the included and imported files are too long in total, mostly repeated text"));
         return nullptr;
     }
     textInBytes_ += text->size();

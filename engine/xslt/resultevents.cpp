@@ -32,20 +32,20 @@ void checkTopLevel(const xmlDoc& result) {
         if (node->type == XML_ELEMENT_NODE) {
             if (root != nullptr) {
                 throw com::Exception(E_FAIL,
-                                     worded("The result of the transformation is no document: '%1' is "
+                                     worded("The result of the transformation is not a document: '%1' is "
                                             "a second element beside '%2'.",
                                             view(node->name), view(root->name)));
             }
             root = node;
         } else if (node->type == XML_TEXT_NODE && !isWhite(view(node->content))) {
             throw com::Exception(
-                E_FAIL, worded("The result of the transformation is no document: it has text outside its "
+                E_FAIL, worded("The result of the transformation is not a document: it has text outside its "
                                "elements."));
         }
     }
     if (root == nullptr) {
-        throw com::Exception(E_FAIL,
-                             worded("The result of the transformation is no document: it has no element."));
+        throw com::Exception(
+            E_FAIL, worded("The result of the transformation is not a document: it has no element."));
     }
 }
 

@@ -48,7 +48,7 @@ void deliver(IXSLReports* reports, const std::vector<Report>& said) {
         const HRESULT status = one.kind == Report::Kind::Warning
                                    ? reports->warning(text.c_str())
                                    : reports->message(text.c_str(), one.kind == Report::Kind::LastMessage);
-        if (FAILED(status)) throw Exception(status, "The receiver of messages refused one.");
+        if (FAILED(status)) throw Exception(status, "The receiver of messages failed.");
     }
 }
 

@@ -97,7 +97,7 @@ IKelDOMXmlElementItrV2* MSDOMXml::select(const KelString& expression, IKelDOMXml
         check(contextNode->selectNodes(text.get(), nodes.receive()), contextNode);
         if (!areElements(nodes)) {
             return fail(error_, kNotElements,
-                        "Error in expression %1 : It selects nodes that are no elements", expression);
+                        "Error in expression %1 : It selects nodes that are not elements", expression);
         }
         result = MSDOMXmlElementItrV2::overList(std::move(nodes));
         return true;
@@ -124,7 +124,7 @@ IKelDOMXmlElementV2* MSDOMXml::selectFirst(const KelString& expression, IKelDOMX
         if (!node) return true;
         if (msxml::typeOf(node) != NODE_ELEMENT) {
             return fail(error_, kNotElements,
-                        "Error in expression %1 : It selects nodes that are no elements", expression);
+                        "Error in expression %1 : It selects nodes that are not elements", expression);
         }
         result = MSDOMXmlElement::create(node.as<IXMLDOMElement>());
         if (result == nullptr) throw _com_error(E_OUTOFMEMORY);

@@ -341,7 +341,7 @@ TEST_F(Transforming, RejectsExternalEntitiesOfAnIncludedStyleSheet) {
         Case{"[<!ENTITY out SYSTEM 'secret.txt'>]", "\n&out;",
              "part.xsl, line 3: Entity 'out' is external ('secret.txt') and not read; the file itself would "
              "have "
-             "to declare what it stands for."},
+             "to declare its text."},
         Case{"[\n<!ENTITY % more SYSTEM 'more.ent'>\n%more;]", "",
              "part.xsl, line 3: Entity 'more' is external ('more.ent') and not read"},
         Case{
@@ -393,7 +393,7 @@ TEST_F(Transforming, PutsAResultTreeIntoADocument) {
         const DocumentRef bad =
             parsed(sheet("<xsl:template match='/'>" + std::string(rejected) + "</xsl:template>"));
         EXPECT_LT(source->transformNodeToObject(root(*bad).get(), output), 0);
-        EXPECT_THAT(lastDescription(), HasSubstr("is no document"));
+        EXPECT_THAT(lastDescription(), HasSubstr("is not a document"));
         EXPECT_EQ(nameOf(*root(*target)), "p:r");
     }
 }

@@ -40,7 +40,7 @@ double numberIn(const Parameter& parameter) {
 
 bool truthIn(const Parameter& parameter) {
     if (parameter.value != "true" && parameter.value != "false")
-        throw Exception(kWrongUsage, tr("'%1' is none of %2", parameter.value, std::string("true|false")));
+        throw Exception(kWrongUsage, tr("'%1' is not one of %2", parameter.value, std::string("true|false")));
     return parameter.value == "true";
 }
 

@@ -56,7 +56,7 @@ void addParameters(CLI::App& command, const char* names, std::vector<std::string
 
 void addPrefixes(CLI::App& command, std::vector<std::string>& values) {
     addParameters(command, "-n,--namespace", values, "PREFIX=URI",
-                  tr("what a prefix in expressions stands for"));
+                  tr("bind a prefix to a namespace for expressions"));
 }
 
 void addAllowDtd(CLI::App& command, bool& value) {
@@ -82,7 +82,7 @@ void requireChoice(CLI::Option& option, const std::string& choices) {
         for (const std::string& choice : choicesOf(choices)) {
             if (text == choice) return std::string();
         }
-        return tr("'%1' is none of %2", text, choices);
+        return tr("'%1' is not one of %2", text, choices);
     });
 }
 
@@ -192,14 +192,14 @@ void CommandLine::defineFormat(CLI::App& command) {
             "CDATA sections, mixed content, xml:space, the declaration and the encoding stay. Formatting the "
             "result again changes nothing."),
          {{"kelxml format messy.xml | less", tr("read what a program wrote on one line")},
-          {"kelxml format --in-place *.xml", tr("bring all documents of a folder into shape")},
-          {"kelxml format --check *.xml", tr("reject a commit of documents that are not in shape")}}},
+          {"kelxml format --in-place *.xml", tr("format all documents of a folder")},
+          {"kelxml format --check *.xml", tr("reject a commit of documents that are not formatted")}}},
         [this](Session& session) { format(session, formatting_); });
     addArguments(command, formatting_.files);
     command.add_flag("-i,--in-place", formatting_.inPlace,
-                     tr("replace each document that is not in shape by its formatted form"));
+                     tr("replace each document that is not formatted yet"));
     command.add_flag("--check", formatting_.checkOnly,
-                     tr("change nothing; exit status 1 if a document is not in shape"));
+                     tr("change nothing; exit status 1 if a document is not formatted"));
     addOption(command, "--indent", formatting_.indent, "WIDTH",
               tr("spaces for each level, 0 to 16, or a tab; by default 2"))
         .check([](const std::string& text) {

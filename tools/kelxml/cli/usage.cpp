@@ -44,7 +44,7 @@ std::string unknownOption(const std::string& given, const Program& program, cons
     if (verb != nullptr) collect(verb->options);
     collect(program.options);
     const std::string name = given.substr(0, given.find('='));
-    return withSuggestion(tr("there is no option '%1'", name), nearest(name, names));
+    return withSuggestion(tr("unknown option '%1'", name), nearest(name, names));
 }
 
 // What was left over, if that is what went wrong; whatever else is missing follows from it.
@@ -55,7 +55,7 @@ std::string explainRest(const CLI::App& app, const Program& program, const Verb*
     if (option != rest.end()) return unknownOption(*option, program, verb);
     if (rest.empty()) return "";
     return verb == nullptr ? unknownVerb(rest.front(), program)
-                           : tr("'%1' is one argument too many", rest.front());
+                           : tr("unexpected argument '%1'", rest.front());
 }
 
 std::string explainMissing(const CLI::App& chosen, const Program& program) {
@@ -105,7 +105,7 @@ std::string unknownVerb(const std::string& name, const Program& program) {
         list += ' ' + verb.name;
     }
     const std::string meant = nearest(name, verbs);
-    const std::string sentence = tr("there is no verb '%1'", name);
+    const std::string sentence = tr("unknown verb '%1'", name);
     return meant.empty() ? tr("%1; the verbs are:%2", sentence, list) : withSuggestion(sentence, meant);
 }
 
