@@ -190,15 +190,21 @@ TEST(ElementV2, CursorLetsElementsLiveAndGo) {
     EXPECT_EQ(namesIn(r), "y");
     for (ElementV2& element : taken) r->insertChild(element.get(), nullptr);
     cursor->first();
-    ElementV2 held(kel::queryInterface<IKelDOMXmlElementV2>(cursor->getElement()));
+    ElementV2 held(cursor->getElementV2());
     cursor->next();
-    const Element next(cursor->getElement());
+    const Element next(cursor->getElement(true));
+    EXPECT_EQ(cursor->getElementV2()->getAttribute(wide("n")), next->getAttribute(wide("n")));
+    const Element apart(cursor->getElement(false));
+    EXPECT_NE(apart.get(), next.get());
+    EXPECT_EQ(apart->getAttribute(wide("n")), next->getAttribute(wide("n")));
     EXPECT_EQ(utf8(held->getAttribute(wide("n"))) + utf8(next->getAttribute(wide("n"))), "12");
     cursor.reset();
     EXPECT_EQ(utf8(held->getAttribute(wide("n"))), "1") << "it outlives the cursor";
     const ElementsV2 none(r->getChildrenNamed(wide("z")));
     EXPECT_TRUE(none->isEnd());
     EXPECT_EQ(none->takeNext(), nullptr);
+    EXPECT_EQ(none->getElementV2(), nullptr);
+    EXPECT_EQ(none->getElement(false), nullptr);
 }
 
 TEST(ElementV2, OnNothingRaisesANullPointer) {

@@ -44,6 +44,9 @@ TEST(Expressions, SelectElementsInDocumentOrder) {
     EXPECT_EQ(selected(parser, "//p:a"), "34") << "whatever the prefix in the document";
     EXPECT_TRUE(parser->setPrefix(wide("p"), wide("\"<&'")));
     EXPECT_EQ(selected(parser, "//p:a"), "");
+    EXPECT_TRUE(parser->setPrefix(wide("p"), KelString()));
+    EXPECT_EQ(parser->selectFirst(wide("//p:a"), nullptr), nullptr);
+    EXPECT_EQ(errorOf(parser).substr(0, 3), "10 ") << "the prefix is unbound";
     for (const char* wrong : {"", "xml", "xmlns", "a b", "a:b", "1", "-a", "\xCD\xBE", "\xC3\x97"})
         EXPECT_FALSE(parser->setPrefix(wide(wrong), wide("urn:p"))) << wrong;
     for (const char* good : {"_1", "a-b.c", "\xC3\xA9\xC2\xB7", "\xF0\x90\x80\x80"})

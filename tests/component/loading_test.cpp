@@ -6,6 +6,7 @@
 #include "KelBasicTypes/keltrivialtranslator.h"
 #include "KelBasicTypes/message.h"
 #include "msxml_parser/detail/engineclasses.h"
+#include "msxml_parser/ikeldomxmlv3.h"
 #include "tests/component/fixture.h"
 #include "tests/component/platform/classes.h"
 
@@ -152,6 +153,7 @@ TEST_F(WithoutDocument, EachOperationReportsItInItsOwnWay) {
         std::function<bool()> operation;
     };
     const DomParser& p = parser_;
+    auto* const v3 = kel::queryInterface<IKelDOMXmlV3>(p.get());
     const Row rows[] = {
         {"5 Error while reading c:\\ : No DOM Object", [&] { return p->loadFromFile(path); }},
         {"5 Error while reading Xml : No DOM Object", [&] { return p->loadFromString(KelString(u"<a/>")); }},
@@ -161,6 +163,8 @@ TEST_F(WithoutDocument, EachOperationReportsItInItsOwnWay) {
         {"5 Error while transforming : No DOM Object",
          [&] { return p->transformToDocument(nullptr, nullptr); }},
         {"5 Error while validating c:\\ : No DOM Object", [&] { return p->validate(KelString(), path); }},
+        {"5 Error while reading c:\\ : No DOM Object", [&] { return v3->loadFile(path, 0); }},
+        {"5 Error while writing c:\\ : No DOM Object", [&] { return v3->writeFile(path, 0, KelString()); }},
     };
     for (const Row& row : rows) {
         p->setRootElement(nullptr);

@@ -405,6 +405,7 @@ public:
 
 protected:
     int_type underflow() override { throw std::range_error("the cable is out"); }
+    int_type overflow(int_type /*unit*/) override { throw std::range_error("the cable is out"); }
 
 private:
     std::string bytes_;
@@ -428,6 +429,9 @@ TEST(Xml, StreamsCarryDocumentsAndTheirFailures) {
     std::istream throws(&brokenToo);
     throws.exceptions(std::ios::badbit);
     EXPECT_THROW(document.loadStream(throws), std::range_error);
+    std::ostream throwsToo(&brokenToo);
+    throwsToo.exceptions(std::ios::badbit);
+    EXPECT_THROW(loaded("<a/>").saveStream(throwsToo), std::range_error);
     std::ostream closed(nullptr);
     EXPECT_EQ(loaded("<a/>").trySaveStream(closed).error().code, ErrorCode::NotWritten);
 }
@@ -438,6 +442,12 @@ constexpr const char* kListSchema =
     "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='list'><s:complexType><s:sequence>"
     "<s:element name='item' type='s:integer' maxOccurs='9'/></s:sequence></s:complexType></s:element>"
     "</s:schema>";
+
+std::string tooDeep() {
+    std::string text;
+    for (int i = 0; i <= IKelSAXXmlV3::kMaxDepth; ++i) text += "<a>";
+    return text;
+}
 
 TEST(Xml, SchemasFindEveryViolation) {
     const Folder folder;
@@ -467,15 +477,22 @@ TEST(Xml, SchemasFindEveryViolation) {
     EXPECT_EQ(first.path, "/list[1]/item[1]");
     EXPECT_EQ(first.line, inTree[0].line);
     EXPECT_EQ(codeOf([&] { (void)schema.validateBytes("<list>"); }), ErrorCode::BadDocument);
+    EXPECT_EQ(codeOf([&] { (void)schema.validateBytes(tooDeep()); }), ErrorCode::LimitExceeded);
+    EXPECT_EQ(codeOf([&] { (void)schema.validateFile(folder.path("missing")); }), ErrorCode::NotReadable);
+    const component_test::FailingClass classFails(msxml::kSchemaCacheClass);
+    EXPECT_EQ(codeOf([&] { xml::Schema().addFile(folder.path("list.xsd")); }), ErrorCode::NoEngine);
 }
 
 TEST(Xml, StyleSheetsTakeParametersOfTheirTypes) {
     xml::StyleSheet made;
+    std::string warnings;
+    made.onWarning([&](std::string_view text) { warnings += text; });
     made.compileText(
         "<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>"
         "<x:output method='text'/><x:param name='p' select=\"'none'\"/><x:template match='/'>"
         "<x:message>m<x:value-of select='$p'/></x:message>"
-        "<x:value-of select='$p'/><x:if test='$p = 0'> zero</x:if></x:template></x:stylesheet>");
+        "<x:value-of select='$p'/><x:if test='$p = 0'> zero</x:if><x:if test='false()'><x:unheard/></x:if>"
+        "</x:template></x:stylesheet>");
     std::string messages;
     made.onMessage([&](std::string_view text) { messages += text; });
     xml::StyleSheet sheet = std::move(made);  // the receiver comes along
@@ -486,6 +503,7 @@ TEST(Xml, StyleSheetsTakeParametersOfTheirTypes) {
     EXPECT_EQ(sheet.transform(source), "\xE2\x82\xAC");
     if (traits::kReportsMessages == nullptr) {
         EXPECT_EQ(messages, "mnonem\xE2\x82\xAC");
+        EXPECT_NE(warnings.find("unheard"), std::string::npos);
     }
     std::ostringstream out;
     sheet.transform(source, out);
@@ -513,8 +531,11 @@ TEST(Xml, ReaderDeliversEventsAndStops) {
     events.endElement = [&](const xml::Name& name) { seen += '/' + name.local(); };
     events.text = [&](std::string_view text) { seen += text; };
     events.comment = [&](std::string_view text) { seen += '#' + std::string(text); };
-    reader.readBytes("<a k='1'><p:b xmlns:p='urn:p'>\xC3\xA9</p:b><!--c--></a>", events);
-    EXPECT_EQ(seen, "<a1><p:b->\xC3\xA9/b#c/a");
+    events.instruction = [&](std::string_view target, std::string_view data) {
+        seen += '?' + std::string(target) + '=' + std::string(data);
+    };
+    reader.readBytes("<a k='1'><p:b xmlns:p='urn:p'>\xC3\xA9</p:b><!--c--><?t d?></a>", events);
+    EXPECT_EQ(seen, "<a1><p:b->\xC3\xA9/b#c?t=d/a");
     EXPECT_FALSE(reader.wasStopped());
     seen.clear();
     std::istringstream stream("<a><stop/><c/></a>");
@@ -532,6 +553,10 @@ TEST(Xml, ReaderDeliversEventsAndStops) {
                      }});
     ASSERT_TRUE(where);
     EXPECT_EQ(where->line, 2);
+    EXPECT_EQ(codeOf([&] { reader.readFile("/no such file", xml::Events()); }), ErrorCode::NotReadable);
+    EXPECT_EQ(codeOf([&] { reader.readBytes(tooDeep(), xml::Events()); }), ErrorCode::LimitExceeded);
+    const component_test::FailingClass classFails(msxml::kSaxReader60Class);
+    EXPECT_EQ(codeOf([] { xml::Reader().readBytes("<a/>", xml::Events()); }), ErrorCode::NoEngine);
 }
 
 }  // namespace
