@@ -170,9 +170,8 @@ using VARIANTARG = VARIANT;
 
 void VariantInit(VARIANTARG* variant) noexcept;
 HRESULT VariantClear(VARIANTARG* variant) noexcept;  // releases what it holds and leaves VT_EMPTY
-HRESULT VariantCopy(VARIANTARG* target, const VARIANTARG* source) noexcept;
-// Converts between VT_EMPTY, VT_BSTR, VT_I4, VT_BOOL and, for objects, VT_DISPATCH and VT_UNKNOWN. `target`
-// may be `source`; on failure it is unchanged. VT_NULL converts to nothing but itself: DISP_E_TYPEMISMATCH.
+// Converts VT_EMPTY, VT_BSTR, VT_I4 and VT_BOOL to VT_BSTR; everything else is DISP_E_TYPEMISMATCH. `target`
+// may be `source`; on failure it is unchanged.
 HRESULT VariantChangeType(VARIANTARG* target, const VARIANTARG* source, USHORT flags, VARTYPE type) noexcept;
 
 // Error information: what the last failed call of this thread had to say.

@@ -110,11 +110,6 @@ const char* nameEnd(const char* at) noexcept {
     }
 }
 
-bool isName(std::string_view text) {
-    const std::string terminated(text);  // nameEnd stops at the NUL
-    return !text.empty() && nameEnd(terminated.c_str()) == terminated.c_str() + text.size();
-}
-
 bool isNcName(std::u16string_view text) noexcept {
     return isName(text, 0);
 }

@@ -53,8 +53,7 @@ char* writeUtf8(char* to, char32_t c) noexcept;
 
 // The end of the name at `at`, or `at` if none starts there. The text ends in a NUL, which is in no name.
 [[nodiscard]] const char* nameEnd(const char* at) noexcept;
-[[nodiscard]] bool isName(std::string_view text);                // the whole text, at least one character
-[[nodiscard]] bool isNcName(std::u16string_view text) noexcept;  // a name without a colon
+[[nodiscard]] bool isNcName(std::u16string_view text) noexcept;         // a name without a colon
 [[nodiscard]] bool isQualifiedName(std::u16string_view text) noexcept;  // with a prefix or without
 
 // How a message shows a character: quoted; by code point if it cannot be seen.

@@ -127,10 +127,6 @@ void KelCString::clear() noexcept {
     length_ = 0;
 }
 
-void KelCString::makeEmpty() noexcept {
-    if (text_ != nullptr) endText(0);
-}
-
 KelCString& KelCString::replaceAll(std::string_view from, std::string_view to) {
     if (isEmpty() || from.empty()) return *this;
     KelCString result;

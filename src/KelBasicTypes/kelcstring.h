@@ -73,7 +73,6 @@ public:
     KelCString& append(std::string_view text);  // which may be part of this string
     KelCString& operator+=(std::string_view text) { return append(text); }  // as append
     void clear() noexcept;                                                  // the storage goes back
-    void makeEmpty() noexcept;  // the storage is kept for what comes next
 
     // Every occurrence, from the left, without looking at what was put in. An empty `from` occurs nowhere.
     KelCString& replaceAll(std::string_view from, std::string_view to);

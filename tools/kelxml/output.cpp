@@ -1,14 +1,8 @@
 #include "tools/kelxml/output.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <vector>
 
-#include "host/text.h"
 #include "tools/kelxml/console.h"
-#include "tools/kelxml/exception.h"
-#include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/encoding.h"
 #include "tools/kelxml/platform/files.h"
 
@@ -112,16 +106,6 @@ void Output::drain() {
 
 void Output::finish() {
     drain();
-}
-
-void Output::copyFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::vector<char> block(kBufferSizeInBytes);
-    while (file) {
-        file.read(block.data(), static_cast<std::streamsize>(block.size()));
-        put(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
-    }
-    if (!file.eof()) throw Exception(kRejected, tr("cannot read %1 back", kelhost::utf8Of(path)));
 }
 
 void writeText(std::string_view utf8) {

@@ -1,7 +1,6 @@
 // Standard output: buffered, in colour where a person looks at it, and aware that its reader may leave.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -38,9 +37,6 @@ public:
 
     // Of the results of several documents, what comes from this one.
     void writeHeading(std::string_view file);
-
-    // The bytes of a file, as they are. Throws like write(), and Exception if the file cannot be read.
-    void copyFile(const std::filesystem::path& path);
 
 private:
     void put(std::string_view bytes);
