@@ -248,19 +248,44 @@ TEST(DataModel, DamageIsNamedWithItsByte) {
 }
 
 TEST(DataModel, ValueOfAnotherKindIsAFailureAndLeavesTheResultAlone) {
-    const Bytes file = fileOf([](IKelDataModelWriter& writer) { writer.writeInteger(kYears, 1815); });
+    struct Row {
+        const char* kinds;
+        std::function<void(IKelDataModelWriter&)> write;
+        std::function<bool(IKelDataModelReader&)> read;
+    };
+    KelString text(u"before");
+    std::int64_t year = 1;
+    double real = 2.5;
+    Bytes bytes{3};
+    KelClassId id = kId;
+    const auto years = [](IKelDataModelWriter& writer) { writer.writeInteger(kYears, 1815); };
+    const Row rows[] = {
+        {"text in 'year', found integers", years, [&](auto& reader) { return reader.readText(text); }},
+        {"reals in 'year', found integers", years, [&](auto& reader) { return reader.readReal(real); }},
+        {"bytes in 'year', found integers", years, [&](auto& reader) { return reader.readBytes(bytes); }},
+        {"class-id in 'year', found integers", years, [&](auto& reader) { return reader.readClassId(id); }},
+        {"integers in 'year', found reals", [](auto& writer) { writer.writeReal(kYears, 1.5); },
+         [&](auto& reader) { return reader.readInteger(year); }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.kinds);
+        const Bytes file = fileOf(row.write);
+        BinInputMemory stream(file);
+        KelFileRead reader(stream);
+        DataRecord record;
+        ASSERT_TRUE(reader.next(record));
+        EXPECT_FALSE(row.read(reader));
+        EXPECT_EQ(kel::toUtf8(reader.failureMessage().view()), std::string("byte 16: expected ") + row.kinds);
+        EXPECT_FALSE(reader.readInteger(year)) << "a failure stays";
+        EXPECT_FALSE(reader.next(record));
+    }
+    EXPECT_TRUE(text == u"before" && year == 1 && real == 2.5 && bytes == Bytes{3} && id == kId);
+    const Bytes file = fileOf(rows[4].write);
     BinInputMemory stream(file);
     KelFileRead reader(stream);
     DataRecord record;
-    ASSERT_TRUE(reader.next(record));
-    KelString text(u"before");
-    EXPECT_FALSE(reader.readText(text));
-    EXPECT_TRUE(text == u"before");
-    EXPECT_EQ(kel::toUtf8(reader.failureMessage().view()),
-              "byte 16: expected text in 'year', found integers");
-    std::int64_t year = 0;
-    EXPECT_FALSE(reader.readInteger(year)) << "a failure stays";
-    EXPECT_FALSE(reader.next(record));
+    EXPECT_TRUE(reader.next(record) && reader.readReal(real));
+    EXPECT_EQ(real, 1.5);
 }
 
 // A length that lies costs nothing even where the medium's own length is not known.

@@ -212,6 +212,13 @@ TEST(KelCondition, TimedWaitEndsByItselfAndHoldsTheMutexAgain) {
     condition.signal();
     condition.broadcast();  // would never return if the wait were still counted
     EXPECT_FALSE(condition.waitFor(mutex, 0));
+    KelMutex free;
+    ASSERT_TRUE(free.create());
+    EXPECT_FALSE(condition.waitFor(free, 0.001));
+    std::thread([&] { EXPECT_FALSE(free.tryLock()) << "held afterwards, if not before"; }).join();
+    free.unlock();
+    KelMutex none;
+    EXPECT_FALSE(condition.waitFor(none, 0.001));
 }
 
 // Time-outs race with signals and broadcasts: no broadcast may wait for a thread that has given up, and no

@@ -106,6 +106,10 @@ TEST(KelCString, EditsByBytes) {
     const KelCString copy = text;
     KelCString moved = std::move(text);
     EXPECT_EQ(copy, moved);
+    KelCString target("before");
+    target = std::move(moved);
+    EXPECT_EQ(copy, target);
+    EXPECT_TRUE(moved.isEmpty());  // NOLINT(bugprone-use-after-move): what a move leaves
 }
 
 TEST(KelCString, ReadsLinesUntilTheStreamEnds) {

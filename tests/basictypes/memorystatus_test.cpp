@@ -52,4 +52,9 @@ TEST(MemoryStatusContract, CountsTheTightestControlGroupAsTheMachine) {
     writeFile(groups + "/memory.max", "400000\n");
     writeFile(groups + "/memory.current", "500000\n");
     expect(400000, 0);
+
+    std::filesystem::remove(proc + "/meminfo");  // the system is asked, and knows of no page file
+    ASSERT_TRUE(readMemoryStatus(status, roots));
+    EXPECT_EQ(status.totalPhysical, 400000U);
+    EXPECT_EQ(status.totalPageFile, 0U);
 }

@@ -65,6 +65,11 @@ TEST(Substitute, FixedFormHasTenArgumentsAndTenPlaceholders) {
     kel::substitute(text, arguments);
     EXPECT_EQ(text, u"9876543210 %1 and %2") << "placeholders after the tenth stay";
 
+    const std::u16string lead(1000, u'x');
+    text = lead + u"%1%3";
+    kel::substitute(text, arguments);
+    EXPECT_EQ(std::u16string(text.view()), lead + u"02") << "longer than what is set aside";
+
     arguments[1] = nullptr;
     text = u"%1|%2|%3";
     kel::substitute(text, arguments);

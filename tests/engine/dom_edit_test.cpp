@@ -203,6 +203,7 @@ TEST_F(DomEdit, RejectsWithAStatusAndADescriptionAndChangesNothing) {
     object.vt = VT_DISPATCH;
     object.pdispVal = document.get();
     BSTR result = nullptr;
+    Node nothing;
     const Row rows[] = {
         {"second document element", [&] { return d->appendChild(loose.get(), nullptr); }, E_FAIL, "'loose'"},
         {"document element that comes back to life", [&] { return d->appendChild(b.get(), nullptr); }, E_FAIL,
@@ -258,6 +259,43 @@ TEST_F(DomEdit, RejectsWithAStatusAndADescriptionAndChangesNothing) {
              return d->validate(e.receive());
          },
          E_FAIL, "schemas"},
+        {"a node of another kind than an element",
+         [&] {
+             VARIANT kind{};
+             kind.vt = VT_I4;
+             kind.lVal = NODE_TEXT;
+             Node other;
+             return d->createNode(kind, Bstr(u"x"), nullptr, other.receive());
+         },
+         E_NOTIMPL, "elements only"},
+        {"copy of a document", [&] { return d->cloneNode(VARIANT_TRUE, nothing.receive()); }, E_NOTIMPL,
+         "document element"},
+        {"unknown property", [&] { return d->setProperty(Bstr(u"NoSuch"), object); }, E_INVALIDARG,
+         "'NoSuch'"},
+        {"prefixes that are none",
+         [&] {
+             VARIANT text{};
+             text.vt = VT_BSTR;
+             const Bstr declarations(u"k='v'");
+             text.bstrVal = declarations;
+             return d->setProperty(Bstr(u"SelectionNamespaces"), text);
+         },
+         E_INVALIDARG, "xmlns:p"},
+        {"child of an attribute", [&] { return attribute->appendChild(c.get(), nullptr); }, E_FAIL,
+         "attribute"},
+        {"child before one of an attribute",
+         [&] { return attribute->insertBefore(c.get(), object, nothing.receive()); }, E_FAIL, "attribute"},
+        {"replacement in an attribute",
+         [&] { return attribute->replaceChild(c.get(), c.get(), nothing.receive()); }, E_FAIL, "attribute"},
+        {"removal from an attribute", [&] { return attribute->removeChild(c.get(), nothing.receive()); },
+         E_FAIL, "attribute"},
+        {"nodes from an attribute",
+         [&] { return attribute->selectSingleNode(Bstr(u"."), nothing.receive()); }, E_NOTIMPL,
+         "document or an element"},
+        {"copy of an attribute", [&] { return attribute->cloneNode(VARIANT_TRUE, nothing.receive()); },
+         E_NOTIMPL, "element"},
+        {"transformation of an attribute", [&] { return attribute->transformNode(c.get(), &result); },
+         E_NOTIMPL, "attribute"},
         {"no address for the name", [&] { return a->get_nodeName(nullptr); }, E_POINTER, "get_nodeName"},
     };
     for (const Row& row : rows) {
@@ -268,6 +306,7 @@ TEST_F(DomEdit, RejectsWithAStatusAndADescriptionAndChangesNothing) {
         EXPECT_EQ(outline(*document), "<a><b><c/></>t</>");
         EXPECT_EQ(made.get(), nullptr);
         EXPECT_EQ(instruction.get(), nullptr);
+        EXPECT_EQ(nothing.get(), nullptr);
     }
 }
 

@@ -100,6 +100,8 @@ const ErrorCase kCases[] = {
     {"<?xml?><a/>", ErrorCode::BadDeclaration, 1, 6, "The XML declaration must begin with version=\"1.0\"."},
     {"<?xml version='2.0'?><a/>", ErrorCode::BadDeclaration, 1, 16,
      "XML version '2.0' is not known; \"1.0\" is."},
+    {"<?xml version='1.0' encoding='1'?><a/>", ErrorCode::BadDeclaration, 1, 31,
+     "'1' cannot be the name of an encoding."},
     {"<?xml version='1.0' standalone='maybe'?><a/>", ErrorCode::BadDeclaration, 1, 33,
      "standalone must be \"yes\" or \"no\", not 'maybe'."},
     {"<?xml version='1.0' standalone='yes' encoding='UTF-8'?><a/>", ErrorCode::BadDeclaration, 1, 38,
@@ -124,6 +126,9 @@ const ErrorCase kCases[] = {
      "The prefix 'xml' can only be bound to 'http://www.w3.org/XML/1998/namespace'."},
     {"<a xmlns='http://www.w3.org/2000/xmlns/'/>", ErrorCode::ReservedPrefix, 1, 4,
      "The namespace 'http://www.w3.org/2000/xmlns/' is reserved and must not be declared."},
+    {"<a xmlns:p='http://www.w3.org/XML/1998/namespace'/>", ErrorCode::ReservedPrefix, 1, 4,
+     "The namespace 'http://www.w3.org/XML/1998/namespace' belongs to the prefix 'xml' alone."},
+    {"<a xmlns:xmlns='u'/>", ErrorCode::ReservedPrefix, 1, 4, "The prefix 'xmlns' must not be declared."},
     {"<xmlns:a/>", ErrorCode::ReservedPrefix, 1, 1,
      "The prefix 'xmlns' is reserved: no element may have it."},
     {"<a b:c:d=''/>", ErrorCode::BadQualifiedName, 1, 4,
@@ -194,6 +199,34 @@ TEST(ReaderErrors, HaveTheSamePositionInEveryEncoding) {
     }
 }
 
+// In code page 37: the characters of these declarations.
+std::string ebcdic(std::string_view text) {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz";
+    constexpr unsigned char kStarts[] = {0x81, 0x91, 0xA2};
+    std::string bytes;
+    for (const char c : text) {
+        unsigned char byte = 0x40;
+        if (const std::size_t i = kLetters.find(c); i != kLetters.npos)
+            byte = static_cast<unsigned char>(kStarts[i < 9    ? 0
+                                                      : i < 18 ? 1
+                                                               : 2] +
+                                              (i < 18 ? i % 9 : i - 18));
+        else if (c >= 'A' && c <= 'I')
+            byte = static_cast<unsigned char>(0xC1 + (c - 'A'));
+        else if (c >= 'S' && c <= 'Z')
+            byte = static_cast<unsigned char>(0xE2 + (c - 'S'));
+        else if (c >= 'J' && c <= 'R')
+            byte = static_cast<unsigned char>(0xD1 + (c - 'J'));
+        else if (c >= '0' && c <= '9')
+            byte = static_cast<unsigned char>(0xF0 + (c - '0'));
+        else if (const std::size_t sign = std::string_view("<>?'=./-").find(c);
+                 sign != std::string_view::npos)
+            byte = static_cast<unsigned char>("\x4C\x6E\x6F\x7D\x7E\x4B\x61\x60"[sign]);
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
 // Bytes are part of these errors.
 TEST(ReaderErrors, OfEncodingsNameTheByte) {
     const struct {
@@ -230,6 +263,14 @@ TEST(ReaderErrors, OfEncodingsNameTheByte) {
          "Byte 0x81 is not valid in windows-1252."},
         {"<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x41\xFF</a>", ErrorCode::BadByte, 1, 47,
          "Byte 0xFF is not valid in Shift_JIS."},
+        {"<?xml version='1.0' encoding='Shift_JIS'?><a>\x83", ErrorCode::BadByte, 1, 46,
+         "The document ends in the middle of a character (encoding Shift_JIS)."},
+        {ebcdic("<?xml version='1.0'?><a/>"), ErrorCode::UnknownEncoding, 1, 1,
+         "The document is in an EBCDIC encoding that it does not declare."},
+        {ebcdic("<?xml version='1.0' encoding='x-nope'?><a/>"), ErrorCode::UnknownEncoding, 1, 31,
+         "The encoding 'x-nope' is not known."},
+        {ebcdic("<?xml version='1.0' encoding='UTF-8'?><a/>"), ErrorCode::EncodingConflict, 1, 31,
+         "The XML declaration says encoding 'UTF-8', but the document is written in EBCDIC."},
         {utf16Bytes("<a>", false) + "x", ErrorCode::BadByte, 1, 4,
          "The document ends in the middle of a character (encoding UTF-16)."},
     };

@@ -195,6 +195,33 @@ TEST_F(SaxTest, ReturnsTheFirstErrorAndDescribesIt) {
     EXPECT_FALSE(lastError().failed());
 }
 
+TEST_F(SaxTest, FeaturesAndPropertiesKeepWhatTheyAreSetTo) {
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    EXPECT_EQ(reader->putFeature(u"prohibit-dtd", VARIANT_TRUE), S_OK);
+    EXPECT_EQ(reader->getFeature(u"prohibit-dtd", &flag), S_OK);
+    EXPECT_EQ(flag, VARIANT_TRUE);
+    constexpr const OLECHAR* kExternal = u"http://xml.org/sax/features/external-general-entities";
+    EXPECT_EQ(reader->getFeature(kExternal, &flag), S_OK);
+    EXPECT_EQ(flag, VARIANT_FALSE);
+    EXPECT_EQ(reader->putFeature(kExternal, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(reader->putFeature(kExternal, VARIANT_TRUE), E_NOTIMPL);
+    VARIANT depth{};
+    depth.vt = VT_I4;
+    depth.lVal = 7;
+    EXPECT_EQ(reader->putProperty(u"max-element-depth", depth), S_OK);
+    depth.lVal = 0;
+    EXPECT_EQ(reader->putProperty(u"max-element-depth", depth), E_INVALIDARG);
+    EXPECT_EQ(reader->putProperty(u"schemas", depth), E_INVALIDARG);
+    EXPECT_EQ(reader->getProperty(u"max-element-depth", &depth), S_OK);
+    EXPECT_EQ(depth.lVal, 7);
+    EXPECT_EQ(reader->getProperty(u"schemas", &depth), S_OK);
+    EXPECT_TRUE(depth.vt == VT_UNKNOWN && depth.punkVal == nullptr);
+    for (const HRESULT status :
+         {reader->putFeature(u"other", VARIANT_TRUE), reader->getFeature(u"other", &flag),
+          reader->putProperty(u"other", depth), reader->getProperty(u"other", &depth)})
+        EXPECT_EQ(status, E_INVALIDARG);
+}
+
 TEST_F(SaxTest, HandlerThatFailsOrThrowsEndsTheParse) {
     class Failing final : public Recorder {
     public:

@@ -71,6 +71,11 @@ TEST(HostedComponent, IsKnownAndMakesItsObjectsByNameAndInterface) {
 
     const KelClassId dom = component.classNamed("MSDOMXml");
     EXPECT_NE(component.create<IKelDOMXmlV2>(dom).get(), component.create<IKelDOMXmlV2>(dom).get());
+    EXPECT_TRUE(loaded().host.create<IKelDOMXmlV2>(dom));
+    EXPECT_THAT(hostErrorOf([] { (void)loaded().host.create<IKelDOMXmlV2>(KelClassId{}); }),
+                HasSubstr("no component"));
+    EXPECT_THAT(hostErrorOf([] { (void)loaded().host.create<IKelDOMXmlV2>("NoSuchClass"); }),
+                HasSubstr("NoSuchClass"));
     EXPECT_THAT(hostErrorOf([&] { (void)component.create<IKelSAXXml>(dom); }),
                 AllOf(HasSubstr("MSDOMXml"), HasSubstr("IKelSAXXml")));
     EXPECT_THAT(hostErrorOf([&] { (void)component.create<IKelDOMXml>(component.classId()); }),

@@ -72,6 +72,7 @@ TEST(Messages, ComeFromTheFirstLanguageThatHasThem) {
     EXPECT_EQ(messages.text("three"), "three") << "a missing entry falls back to the key";
     EXPECT_EQ(messages.text(""), "") << "the header is no message";
     EXPECT_EQ(messages.text("plural"), "p");
+    EXPECT_EQ(messages.text("one", "several", 1), "eins");
     EXPECT_EQ(messages.format("two %1 %2", {"%2", "b%1"}), "b%1 zwei %2") << "arguments are not templates";
     EXPECT_EQ(messages.format("%1%%2%3%", {"a"}), "a%%2%3%");
     EXPECT_FALSE(Messages("other", folders, languages).hasTranslations());
@@ -140,6 +141,12 @@ TEST(Messages, HaveTheFormThatTheLanguageHasForACount) {
 TEST(Messages, DamagedCataloguesArePassedOverAndNamed) {
     const std::string whole = kel::test::catalogue({{"one", "eins"}, {"two", "zwei"}});
     EXPECT_EQ(Catalogue::parse(whole).find("two"), "zwei");
+    std::string swapped =
+        whole;  // of a machine with the other order of bytes: all numbers come before the texts
+    for (std::size_t at = 0; at < 28 + 3 * 16; at += 4)
+        std::reverse(swapped.begin() + static_cast<std::ptrdiff_t>(at),
+                     swapped.begin() + static_cast<std::ptrdiff_t>(at) + 4);
+    EXPECT_EQ(Catalogue::parse(swapped).find("two"), "zwei");
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_THROW((void)Catalogue::parse(whole.substr(0, length)), std::runtime_error) << length;
     for (std::size_t at = 0; at + 4 <= whole.size(); ++at) {

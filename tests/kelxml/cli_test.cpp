@@ -384,6 +384,9 @@ TEST_F(KelxmlTest, DumpsDataModelFilesUpToTheirDamage) {
         writer.writeIntegers(kel::dataTag("year"), years, 9);
         writer.endBlock();
         writer.writeBool(7, true);
+        writer.writeReal(kel::dataTag("wdth"), -0.5);
+        writer.writeBytes(kel::dataTag("blob"), "\x01\xFF", 2);
+        writer.writeClassId(kel::dataTag("clid"), KelClassId{});
         ASSERT_TRUE(writer.finish());
     }
     const std::string records =
@@ -391,7 +394,12 @@ TEST_F(KelxmlTest, DumpsDataModelFilesUpToTheirDamage) {
         "        32    titl text \"Em?ma\"\n"
         "        54    year integers 1 2 3 4 5 6 7 8 ... (9)\n";
     const RunResult whole = kelxml({"dump", path});
-    EXPECT_EQ(whole.output, records + "       138  0x00000007 bool true\n") << whole.errors;
+    EXPECT_EQ(whole.output, records +
+                                "       138  0x00000007 bool true\n"
+                                "       151  wdth reals -0.5\n"
+                                "       171  blob bytes 01 ff\n"
+                                "       185  clid class-id {00000000-0000-0000-0000-000000000000}\n")
+        << whole.errors;
     std::string content = readFile(path);
     content[150] = 9;  // the truth value
     const RunResult damaged = kelxml({"dump", "-"}, {.input = content});
