@@ -1,5 +1,5 @@
 // save/DOC/faithful: a document written as it was loaded, white space and comments included, to a file.
-// memory/DOC/faithful: the most memory that writing takes beyond the tree, in MB, in a child process.
+// memory/DOC/faithful: the peak of memory that writing takes beyond the tree, in MB, in a child process.
 #include <filesystem>
 #include <memory>
 #include <pugixml.hpp>

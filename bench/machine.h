@@ -11,7 +11,7 @@ namespace bench {
 // One or two lines: processor, cores, load, compiler, build type, versions of the peers.
 [[nodiscard]] std::string describeMachine();
 
-// Memory of this process that is resident now, and the most that ever was.
+// Memory of this process that is resident now, and the peak.
 struct Residency {
     std::uint64_t nowInBytes = 0;
     std::uint64_t peakInBytes = 0;

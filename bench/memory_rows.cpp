@@ -1,5 +1,5 @@
-// memory/DOC: the most memory that is resident during a load, per input byte. memory/DOC/tree: what the
-// loaded tree keeps, per input byte. memory/DOC/sax: the most that streaming takes above the empty process,
+// memory/DOC: the peak of resident memory during a load, per input byte. memory/DOC/tree: what the
+// loaded tree keeps, per input byte. memory/DOC/sax: the peak that streaming takes above the empty process,
 // in MB. Each contender does it in a child process of its own, so that no heap remembers another.
 #include <filesystem>
 #include <stdexcept>

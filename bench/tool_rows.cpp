@@ -1,5 +1,5 @@
 // tools/VERB/DOC: kelxml beside other command-line programs, whole processes: milliseconds by the clock;
-// tools/VERB/DOC/cpu: of the processors; tools/VERB/DOC/memory: the most memory that was resident, in MB.
+// tools/VERB/DOC/cpu: of the processors; tools/VERB/DOC/memory: the peak of resident memory, in MB.
 // All three come from the same runs, which alternate; the figures are medians. Before, each program runs once
 // and must find the same as the others.
 #include <algorithm>

@@ -35,7 +35,7 @@ public:
         kKeepWhiteSpace = 0x1,  // all of it
         // The internal subset of a DOCTYPE is read: entities expand, within the limits that the SAX parser
         // has, and defaults of attributes are added. Nothing external is ever opened; a reference to it
-        // stands for nothing.
+        // adds nothing.
         kAllowDoctype = 0x2,
         kValidate = 0x4,  // against the schema of the last `validate`
     };

@@ -29,7 +29,7 @@ struct ReadOptions : source::SourceOptions {
     Dtd dtd = Dtd::Prohibit;
     Parser parser = Parser::Automatic;
     // A reference to an entity that is external, or could only be declared outside, ends the read with an
-    // error; otherwise it stands for nothing.
+    // error; otherwise it adds nothing.
     bool rejectExternalEntities = false;
     std::uint32_t depthLimit = 10'000;  // elements open at once
     // Text that comes out of entities may be this many bytes, or this many times the bytes read so far if

@@ -18,10 +18,10 @@ struct Detection {
     Encoding encoding = Encoding::Utf8;
     std::string name;            // as declared, or of what was detected; for messages and foreign converters
     std::size_t markLength = 0;  // bytes of the byte-order mark
-    Fault fault;                 // unknown or contradictory; offset 0 stands for the declaration
+    Fault fault;                 // unknown or contradictory; offset 0 means the declaration
 };
 
-// What a name stands for, case ignored; Foreign: for nothing that is known here. Where the name leaves the
+// The encoding of a name, case ignored; Foreign: none that is known here. Where the name leaves the
 // order of UTF-16 open it is little.
 [[nodiscard]] Encoding encodingNamed(std::string_view name);
 

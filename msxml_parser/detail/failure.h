@@ -42,7 +42,7 @@ void setMessage(Error& error, const char* messageTemplate, const Arguments&... a
     error.setMessage(kel::translate(message, messageTemplate, arguments...));
 }
 
-// Sets both; returns false, the answer of the failing operation.
+// Sets both; returns false, for the failing operation to return.
 template <typename Error, typename... Arguments>
 bool fail(Error& error, int code, const char* messageTemplate, const Arguments&... arguments) {
     error.setCode(code);

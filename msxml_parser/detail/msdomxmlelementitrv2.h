@@ -20,7 +20,7 @@ public:
     using NodeList = msxml::ComPtr<IXMLDOMNodeList>;
 
     // New cursors with count 0, on the first element; E_OUTOFMEMORY when there is no memory. An empty name
-    // stands for all; the nodes of a list are elements.
+    // represents all; the nodes of a list are elements.
     [[nodiscard]] static MSDOMXmlElementItrV2* overChildren(msxml::Element parent, std::u16string_view name);
     [[nodiscard]] static MSDOMXmlElementItrV2* overChildrenIfAny(const msxml::Element& parent,
                                                                  std::u16string_view name);  // null: none

@@ -20,7 +20,7 @@ bool isText(const Node& node) {
     return kind == NODE_TEXT || kind == NODE_CDATA_SECTION;
 }
 
-// To an expression, texts beside each other are one node, which the first of them stands for.
+// To an expression, texts beside each other are one node, which the first of them represents.
 std::u16string joinedText(const Node& first) {
     std::u16string joined;
     for (Node node = first; node && isText(node); node = msxml::nextSiblingOf(node)) {

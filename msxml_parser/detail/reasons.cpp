@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kMaxArguments = 9;
 constexpr int kMaxNesting = 3;  // of texts that are arguments of others
 
-// What stands for %1 to %9 in a reason.
+// What replaces %1 to %9 in a reason.
 struct Arguments {
     struct Argument {
         std::u16string_view text;

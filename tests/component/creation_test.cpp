@@ -1,4 +1,4 @@
-// How a parser sets up its engine document, with a document of our own in the engine's place.
+// How a parser sets up its engine document, with a document of our own instead of the engine's.
 #include <string>
 
 #include "msxml_parser/detail/engineclasses.h"

@@ -77,7 +77,7 @@ void runEngine(const TestCase& test, const Ruling& ruling, const std::optional<s
         return;
     }
     runSaving(test, loaded, reports);
-    // Where the suite gives no output, what the stream reported is what the tree must hold.
+    // Where the suite gives no output, what the stream reported is what the tree must contain.
     reports.document.add(test, ruling, loaded,
                          judge(ruling.demand, loaded, output ? output : std::optional(read.canonical)));
 }

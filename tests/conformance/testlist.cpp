@@ -111,7 +111,7 @@ fs::path folderOf(const xmlNode* test, const fs::path& documents) {
     fs::path folder;
     for (const xmlNode* node = test; node != nullptr && node->type == XML_ELEMENT_NODE; node = node->parent)
         folder = fs::path(base(node)) / folder;
-    // The suite's own list is wrong in one place.
+    // The suite's own list is wrong at one entry.
     if (folder == fs::path("eduni/namespaces/misc/")) folder = "eduni/misc/";
     return documents / folder;
 }

@@ -118,7 +118,7 @@ TEST_F(DomLifetime, EditsWithoutEndDoNotGrowTheTree) {
     const Node kept = cloneOf(*a);
     std::size_t early = 0;
     for (int i = 0; i < 60000; ++i) {
-        // What renaming does: a new element gets copies of the children and takes the old one's place.
+        // What renaming does: a new element gets copies of the children and replaces the old one.
         const Element fresh = element(*document, i % 2 == 0 ? "c" : "b");
         const Node old = first(*a);
         const Node inner = first(*old);

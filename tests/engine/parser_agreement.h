@@ -37,10 +37,10 @@ namespace engine::reader::test {
                            libxml2.finishedEvents.starts_with(direct.finishedEvents);
     if (!isSameWay) return "events before the error";
     if (direct.error.code == libxml2.error.code && isAboutTheSource(direct.error)) {
-        const bool isSamePlace = direct.error.filePosition == libxml2.error.filePosition &&
-                                 direct.error.position.line == libxml2.error.position.line &&
-                                 direct.error.position.column == libxml2.error.position.column;
-        return isSamePlace ? "" : "position of the error";
+        const bool isSamePosition = direct.error.filePosition == libxml2.error.filePosition &&
+                                    direct.error.position.line == libxml2.error.position.line &&
+                                    direct.error.position.column == libxml2.error.position.column;
+        return isSamePosition ? "" : "position of the error";
     }
     const bool mustBeSame = isAboutNamespaces(direct.error) || isAboutNamespaces(libxml2.error);
     return mustBeSame && direct.error.code != libxml2.error.code ? "code of the error" : "";

@@ -62,7 +62,7 @@ struct Shared {
 };
 Shared* shared = nullptr;
 
-// The innermost function that is not the C library's answers for a crash.
+// A crash is that of the innermost function that is not the C library's.
 void crashed(int) {
     void* frames[64];
     const int count = backtrace(frames, 64);

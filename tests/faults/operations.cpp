@@ -125,7 +125,7 @@ private:
 std::string documentOf(Objects& objects) {
     return saved(*objects.document);
 }
-// The verdict of an operation for which "false" is an answer, too.
+// The verdict of an operation for which "false" is a result, too.
 std::string messageOf(Objects& objects) {
     return utf8(objects.document->getError()->getMessage());
 }

@@ -67,7 +67,7 @@ Element parentOf(IKelDOMXmlElement& element) {
     return Element(kel::queryInterface<IKelDOMXmlElementV2>(parent.get()));
 }
 
-// An element of its name, with its attributes and this text alone, takes the element's place.
+// An element of its name, with its attributes and this text alone, replaces the element.
 void setContent(IKelDOMXmlV3& document, IKelDOMXmlElementV2& element, const KelString& text) {
     const ElementPtr made(document.createElement(element.getName()));
     setAttributes(*made, attributesOf(element));

@@ -132,7 +132,7 @@ void Result::deliver() {
     orThrow([&] {
         settle();
         if (target_.empty()) return copyTo(nullptr);
-        if (canReplace(target_)) return temporary_->takePlaceOf(target_);
+        if (canReplace(target_)) return temporary_->replace(target_);
         copyTo(openFile(target_, "w").get());
     });
 }

@@ -53,7 +53,7 @@ void spool(Source& source, const fs::path& path) {
         throw Exception(kRejected, tr("cannot keep %1 in %2", source.name(), kelhost::utf8Of(path)));
 }
 
-std::unique_ptr<TemporaryFile> placeIn(const fs::path& folder) {
+std::unique_ptr<TemporaryFile> fileIn(const fs::path& folder) {
     try {
         return std::unique_ptr<TemporaryFile>(new TemporaryFile(TemporaryFile::namedIn(folder)));
     } catch (const std::system_error&) {
@@ -90,7 +90,7 @@ InputFile::InputFile(std::string name) : name_(std::move(name)), path_(kelhost::
     try {
         const fs::path folder = path_.parent_path();
         const bool isBeside = !isPipe && !folder.empty() && isNameForComponent(kelhost::utf8Of(folder));
-        spooled_ = placeIn(isBeside ? folder : fs::current_path());
+        spooled_ = fileIn(isBeside ? folder : fs::current_path());
     } catch (const std::system_error& error) {
         throw Exception(kRejected, tr("no temporary file for %1: %2", name_, error.what()));
     }

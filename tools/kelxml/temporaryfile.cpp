@@ -77,7 +77,7 @@ TemporaryFile::~TemporaryFile() {
     forgetTemporaryFile(path_);
 }
 
-void TemporaryFile::takePlaceOf(const fs::path& target) {
+void TemporaryFile::replace(const fs::path& target) {
     settleFile(path_, target);
     const UninterruptedWork all;  // give a name, rename and forget: a name that stays would be litter
     if (unnamed_) giveNameIn(folderOf(target));

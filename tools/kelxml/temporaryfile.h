@@ -10,10 +10,10 @@
 
 namespace kelxml {
 
-// A new, empty file that goes away with this object unless it took the place of another.
+// A new, empty file that goes away with this object unless it replaced another.
 class TemporaryFile {
 public:
-    // In the folder of `target`, so that taking its place is one rename, with the permissions a new file
+    // In the folder of `target`, so that replacing it is one rename, with the permissions a new file
     // there gets. Throws std::system_error.
     [[nodiscard]] static TemporaryFile beside(const std::filesystem::path& target);
     // In the system's folder for temporary files, readable by this user alone. Throws std::system_error.
@@ -28,9 +28,9 @@ public:
     // Under which this process can open it.
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
-    // Puts the file, safely on disk, in the place of `target`, which keeps its permissions if it exists, and
+    // Replaces `target` by the file, safely on disk; it keeps its permissions if it exists, and
     // its owner as far as the system allows. All or nothing: on std::system_error `target` is what it was.
-    void takePlaceOf(const std::filesystem::path& target);
+    void replace(const std::filesystem::path& target);
 
 private:
     enum class Name { IfNeeded, Always };
@@ -39,7 +39,7 @@ private:
     void giveNameIn(const std::filesystem::path& folder);
 
     std::optional<UnnamedFile> unnamed_;
-    std::filesystem::path path_;  // empty once the file has taken the place of another
+    std::filesystem::path path_;  // empty once the file has replaced another
 };
 
 }  // namespace kelxml

@@ -1,5 +1,5 @@
 // bench_cost OUTPUT COMMAND [ARGUMENT...]: runs a program with standard output into a file, and prints what
-// it took: seconds by the clock, seconds of the processors, the most memory that was resident in bytes, and
+// it took: seconds by the clock, seconds of the processors, the peak of resident memory in bytes, and
 // its exit status.
 //
 // A program of its own because Linux counts what was resident before exec into a child's peak: this one is

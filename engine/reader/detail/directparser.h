@@ -150,7 +150,7 @@ protected:
             if (found != 0) return {at + std::countr_zero(found), false};
         }
     }
-    // The name at `at`, which is not empty. Documents repeat themselves: `guess`, what stood in such a place
+    // The name at `at`, which is not empty. Documents repeat themselves: `guess`, what followed such a name
     // before, is tried first, and becomes what was found.
     [[nodiscard, gnu::always_inline]] Name nameAt(const char* at, NameId& guess) {
         if (guess != kNoName) [[likely]] {

@@ -84,7 +84,7 @@ Layout layoutOf(const Element& element, Layout layout) {
     return layout;
 }
 
-// A new line before `next`; an empty one stands for the end.
+// A new line before `next`; an empty one means the end.
 void breakLine(const Document& document, const Element& parent, const Node& next,
                const std::u16string& indentUnit, std::size_t depth) {
     std::u16string line = u"\n";
