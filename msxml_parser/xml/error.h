@@ -1,7 +1,7 @@
 // Errors of msxml_parser/xml.h, in two forms: thrown as an Exception, or returned in a Result by the
 // operations whose names begin with `try` and by attempt(). Memory that runs out is std::bad_alloc in the
 // first form and ErrorCode::OutOfMemory in the second. What callers' own functions and streams throw comes
-// out as it is.
+// out as it is. Threads: plain values.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 // The standard library's streams and strings as the component's, for msxml_parser/xml.h.
+// Threads: as the stream or string.
 #pragma once
 
 #include <cstddef>

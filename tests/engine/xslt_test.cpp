@@ -292,7 +292,12 @@ TEST_F(Transforming, FindsTheNodesThatTheLibraryFinds) {
         const std::string style = sheet(
             "<xsl:output method='text'/><xsl:key name='k' match='*' use='@k'/><xsl:variable name='all' "
             "select='//b'/><xsl:template match='/'><xsl:for-each select=\"" +
-            std::string(expression) + "\"><xsl:value-of select='@i'/>,</xsl:for-each></xsl:template>");
+            std::string(expression) +
+            "\"><xsl:value-of select='@i'/>,<xsl:apply-templates select='.' "
+            "mode='m'/></xsl:for-each></xsl:template>"
+            "<xsl:template mode='m' match=\"*[.//c/.. and contains('[]', ']')]\">m<xsl:number value='1' "
+            "format=\"{{{substring('}1', count(//b/c/..) div count(//b/c/..) + 1)}\"/></xsl:template>"
+            "<xsl:template mode='m' match='node()|@*'/>");
         const std::string text = std::regex_replace(style, std::regex("\"c\""), "&quot;c&quot;");
         xmlDoc* const sheetDoc = xmlReadMemory(text.data(), static_cast<int>(text.size()), "s", nullptr, 0);
         xsltStylesheet* const compiled = xsltParseStylesheetDoc(sheetDoc);
