@@ -27,6 +27,16 @@ void trimHeap() noexcept;
 // Makes the allocator do now what it has put off while memory was freed.
 void settleHeap() noexcept;
 
+// While it lives, freed memory stays with the process, whatever its size. Else the largest blocks come from
+// the system each time, page by page, and the smaller ones do not.
+class KeptHeap final {
+public:
+    KeptHeap() noexcept;
+    ~KeptHeap();
+    KeptHeap(const KeptHeap&) = delete;
+    KeptHeap& operator=(const KeptHeap&) = delete;
+};
+
 // Runs a program with these arguments and returns what it printed; throws std::runtime_error when it cannot
 // be started or does not end with 0.
 [[nodiscard]] std::string runProgram(const std::string& path, const std::vector<std::string>& arguments);

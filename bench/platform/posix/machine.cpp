@@ -88,6 +88,19 @@ void settleHeap() noexcept {
     std::free(larger);
 }
 
+KeptHeap::KeptHeap() noexcept {
+    constexpr int kMax = 1 << 30;  // bytes
+    (void)mallopt(M_MMAP_THRESHOLD, kMax);
+    (void)mallopt(M_TRIM_THRESHOLD, kMax);
+}
+
+// What the allocator itself settles on after large blocks.
+KeptHeap::~KeptHeap() {
+    constexpr int kLargestKept = 32 << 20;
+    (void)mallopt(M_MMAP_THRESHOLD, kLargestKept);
+    (void)mallopt(M_TRIM_THRESHOLD, 2 * kLargestKept);
+}
+
 std::string runProgram(const std::string& path, const std::vector<std::string>& arguments) {
     std::string command = quoted(path);
     for (const std::string& argument : arguments) command.append(" ").append(quoted(argument));
