@@ -261,10 +261,10 @@ void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_vi
 }
 
 void Tree::setAttribute(NodeId element, std::string_view name, std::string_view value) {
-    if (const std::optional<std::uint32_t> index = findAttribute(element, name)) {
-        return setAttributeValue(element, *index, value);
-    }
     const NameId id = names_.intern(name);
+    for (std::uint32_t i = 0; i < nodes_[element].count; ++i) {
+        if (attributes_[nodes_[element].first + i].name == id) return setAttributeValue(element, i, value);
+    }
     const Span span = store(value);
     growAttributes(element);
     ++otherRevision_;

@@ -2,7 +2,6 @@
 // their length is known and the text is put together in one block.
 #include "KelBasicTypes/substitute.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <functional>
@@ -76,14 +75,6 @@ public:
             out += pieces_[i].units;
         }
     }
-    // Whether a piece lies in the text that the source of the others was.
-    [[nodiscard]] bool overlaps(std::u16string_view text) const noexcept {
-        const std::less<> before;
-        return std::any_of(pieces_, pieces_ + count_, [&](const Piece& piece) {
-            return !before(piece.text + piece.units, text.data()) &&
-                   !before(text.data() + text.size(), piece.text);
-        });
-    }
 
 private:
     struct Piece {
@@ -96,6 +87,11 @@ private:
     std::size_t count_ = 0;
     std::size_t units_ = 0;
 };
+
+bool overlap(std::u16string_view a, std::u16string_view b) noexcept {
+    const std::less<> before;
+    return !before(a.data() + a.size(), b.data()) && !before(b.data() + b.size(), a.data());
+}
 
 struct Range {
     std::size_t start;
@@ -125,17 +121,21 @@ void substitute(KelString& text, std::span<const KelString* const> arguments) {
     if (isUsual) copyPiece(aside, text.c_str(), text.length());
     const std::u16string_view source(isUsual ? aside : text.c_str(), text.length());
     Pieces pieces;
+    bool isArgument = false;  // the text, or a part of it
     std::size_t copied = 0;
     for (std::size_t i = 0; i < found.count; ++i) {
         const std::size_t index = found.occurrence[i];
         const std::size_t position = found.position[index];
         if (copied < position) pieces.add(source.substr(copied, position - copied));
         copied = position + kPlaceholderUnits;
-        if (index < arguments.size() && arguments[index] != nullptr) pieces.add(arguments[index]->view());
+        if (index >= arguments.size() || arguments[index] == nullptr) continue;
+        const std::u16string_view argument = arguments[index]->view();
+        isArgument = isArgument || overlap(argument, text.view());
+        pieces.add(argument);
     }
     pieces.add(source.substr(copied));
     const auto write = [&pieces](char16_t* out) { pieces.copyTo(out); };
-    if (isUsual && !pieces.overlaps(text.view())) return text.overwrite(pieces.units(), write);
+    if (isUsual && !isArgument) return text.overwrite(pieces.units(), write);
     KelString result;
     result.overwrite(pieces.units(), write);
     text = std::move(result);
