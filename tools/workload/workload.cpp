@@ -11,6 +11,7 @@
 
 #include "KelBasicTypes/kelcstring.h"
 #include "KelBasicTypes/kelstring.h"
+#include "KelBasicTypes/message.h"
 #include "KelBasicTypes/utf8.h"
 #include "framework/object/iptr.h"
 #include "msxml_parser/msxml_parser.h"
@@ -186,6 +187,25 @@ void useTable(const Folder& folder, const std::string& path) {
     for (xml::Element record : table.select("//record[price > 400]")) record.setAttribute("dear", "yes");
 }
 
+// Strings are used in every program, most of all by itself: what is seen rarely would be compiled for size.
+void useStrings() {
+    constexpr int kStrings = 200'000;
+    const KelString reason(u"The end tag does not match the start tag.");
+    KelString joined;
+    KelString message;
+    std::size_t units = 0;
+    for (int i = 0; i < kStrings; ++i) {
+        KelString copy(reason);
+        copy = i % 3 == 0 ? KelString(u"short") : reason;
+        copy.append(u"; see there");
+        if (i % 64 == 0) joined = KelString();
+        joined.append(copy);
+        kel::translate(message, "%1, line %2: %3", copy, KelString(i), reason);
+        units += joined.length() + message.length();
+    }
+    if (units == 0) throw std::runtime_error("strings are lost");
+}
+
 void run(const Folder& folder) {
     const std::vector<std::pair<std::string, std::string>> documents{
         {"registry.xml", registry(kLong)},
@@ -198,6 +218,7 @@ void run(const Folder& folder) {
     for (const std::string& text : {configuration(), response()})
         useShortDocument(folder.write("short.xml", text), text);
     build();
+    useStrings();
 }
 
 }  // namespace
