@@ -9,8 +9,8 @@
 #include "KelBasicTypes/platform/file.h"
 #include "msxml_parser/detail/customizer.h"
 #include "msxml_parser/detail/engineclasses.h"
-#include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/failure.h"
+#include "msxml_parser/detail/inputstream.h"
 #include "msxml_parser/detail/saxcontenthandler.h"
 #include "msxml_parser/detail/text.h"
 

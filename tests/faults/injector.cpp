@@ -143,9 +143,9 @@ std::int64_t trackedLibraryBlocks() noexcept {
 
 }  // namespace faults
 
+using faults::inject;
 using faults::Kind;
 using faults::next;
-using faults::inject;
 
 // The names with which glibc lets a program put its own allocator around it.
 extern "C" {
