@@ -11,6 +11,10 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU" OR CMAKE_CXX_COMPILER_VERSION VERSIO
     message(STATUS "No optimisation by a profile: it needs GNU C++ 12 or later")
     return()
 endif()
+if(CMAKE_CROSSCOMPILING)
+    message(STATUS "No optimisation by a profile: the workload would have to run on this machine")
+    return()
+endif()
 
 get_property(kel_profiled GLOBAL PROPERTY KEL_ENGINE_PARTS)
 list(APPEND kel_profiled kel_object kel_basictypes kel_component msxml_parser_static)
@@ -41,7 +45,7 @@ function(kel_use_profile)
             -DKEL_PROFILE=RECORD -DKEL_LTO=${KEL_LTO} -DKEL_BUILD_HOST=OFF -DKEL_BUILD_TOOLS=OFF -DKEL_BUILD_TESTS=OFF
             -DKEL_INSTALL=OFF -DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE} -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
             -DCMAKE_CXX_FLAGS=${CMAKE_CXX_FLAGS} -DCMAKE_SHARED_LINKER_FLAGS=${CMAKE_SHARED_LINKER_FLAGS}
-            -DCMAKE_EXE_LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS}
+            -DCMAKE_EXE_LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS} "-DCMAKE_PREFIX_PATH=${CMAKE_PREFIX_PATH}"
         COMMAND ${CMAKE_COMMAND} --build ${recording} --target workload
         COMMAND ${recording}/tools/workload/workload ${recording}
         COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
