@@ -200,21 +200,23 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     return loadFrom(source::Input::text(textOf(text)), {}, loaded);
 }
 
-// S_FALSE means that the document was rejected; the record says why. The empty tree that stays behind then is
-// the one that the document has, if it was never used; otherwise it is made first, when there is memory.
+// S_FALSE means that the document was rejected; the record says why. The tree that stays behind then is empty.
+// One that was never used is filled where it is, unless from a stream, whose owner may use the document while
+// it is read.
 HRESULT Document::loadFrom(const source::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
-    OwnedTree empty;
+    OwnedTree content;
+    LiveTree* target = nullptr;
     const HRESULT status = guarded([&] {
-        if (!content_->isUnused()) empty = newTree();
-        OwnedTree content = newTree();
-        content->setUrl(std::move(url));
-        lastError_ = build(input, *content);
+        if (!content_->isUnused() || input.stream() != nullptr) content = newTree();
+        target = content ? content.get() : content_.get();
+        target->setUrl(std::move(url));
+        lastError_ = build(input, *target);
         if (lastError_.failed()) return S_FALSE;
-        install(std::move(content));
         *loaded = VARIANT_TRUE;
         return S_OK;
     });
-    if (status != S_OK && empty) install(std::move(empty));
+    if (status != S_OK && target != nullptr) target->reset();
+    if (content) install(std::move(content));
     if (FAILED(status)) {
         lastError_ = {};
         lastError_.code = status;

@@ -1,5 +1,6 @@
 #include "engine/dom/livetree.h"
 
+#include <cassert>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,15 @@ Binding* Binding::of(IUnknown* object) noexcept {
 void LiveTree::retire() noexcept {
     isCurrent_ = false;
     if (objects_ == 0) delete this;
+}
+
+void LiveTree::reset() noexcept {
+    assert(objects_ == 0);
+    keptStyle_.reset();
+    keptCopy_.reset();
+    positions_.reset();
+    url_.clear();
+    tree_.reset();
 }
 
 // Objects that are kept count 0, so that the first reference to one is its last.

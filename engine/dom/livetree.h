@@ -73,6 +73,8 @@ public:
     // Where it was loaded from: a path, or empty. UTF-8.
     [[nodiscard]] const std::string& url() const noexcept { return url_; }
     void setUrl(std::string url) noexcept { url_ = std::move(url); }
+    // As a new one: after a load that failed, before any node got an object.
+    void reset() noexcept;
     // Where a loaded element's start tag stands in the source; 0 and 0 for what was not loaded.
     [[nodiscard]] source::Position position(NodeId element) {
         if (positions_ == nullptr) positions_ = std::make_unique<source::PositionIndex>(tree_.source());

@@ -81,6 +81,26 @@ void Tree::adoptSource(source::SourceText source) {
     if (source.text.size() > maxText_) tables::detail::tableIsFull();
     source_ = std::move(source);
     text_ = Table<char>(maxText_ - sourceSize());
+    ++otherRevision_;
+}
+
+void Tree::reset() noexcept {
+    nodes_.truncate(kDocumentNode);
+    firstFree_ = kNoNode;
+    freeCount_ = 0;
+    (void)allocate(NodeKind::Document, 0, 0, 0);  // in the record that it had: cannot fail
+    attributes_ = Table<Attribute>();
+    source_ = {};
+    text_ = Table<char>(maxText_);
+    offsets_ = Table<std::uint32_t>();
+    names_.clear();
+    madeSinceReclaim_ = 0;
+    nodesAtReclaim_ = 0;
+    wastedBytes_ = 0;
+    roomsFrom_ = 0;
+    sharesTexts_ = false;
+    ++orderRevision_;
+    trim();
 }
 
 std::optional<Tree::Span> Tree::spanWithin(std::string_view text) noexcept {

@@ -124,6 +124,8 @@ public:
     // Takes the text that the document is about to be read from; the tree must be empty. Throws
     // com::Exception if it is longer than the tree's limit.
     void adoptSource(source::SourceText source);
+    // Back to an empty document; no id may be in use but the document's. For a tree that could not be filled.
+    void reset() noexcept;
     [[nodiscard]] std::uint32_t maxTextInBytes() const noexcept { return maxText_; }
 
     // Making nodes, which belong nowhere at first. Names are taken as they are.

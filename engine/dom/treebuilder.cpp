@@ -45,6 +45,7 @@ void TreeBuilder::startDocument(const reader::Locator& locator) {
     tree_.attributes_.reserve(expectedCount(source, '=', 32));
     const bool keepAll = whiteSpace_ == WhiteSpace::KeepAll;
     open_.reserve(16);
+    waiting_.reserve(16);
     open_.push_back({kDocumentNode, kNoNode, 0, false, keepAll, keepAll});
 }
 

@@ -47,6 +47,7 @@ bool DirectParserBase::begin() {
     if (declaration.length != 0) isEmpty_ = false;
     context_.isStandalone = declaration.isStandalone;
     makeGuesses();
+    opens_.reserve(16);
     fault_ = std::move(declaration.fault);
     return !fault_;
 }

@@ -59,12 +59,12 @@ Fault ByteSource::open() {
     return file_ < 0 ? systemFault(ErrorCode::CannotOpen, errno) : Fault{};
 }
 
-std::uint64_t ByteSource::expectedBytes() const noexcept {
+std::uint64_t ByteSource::expectedBytes() noexcept {
     if (file_ < 0) return input_.bytes().size();
     struct stat status {};
-    return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode)
-               ? static_cast<std::uint64_t>(status.st_size)
-               : 0;
+    const bool isKnown = ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+    expected_ = isKnown ? static_cast<std::uint64_t>(status.st_size) : 0;
+    return expected_;
 }
 
 std::size_t ByteSource::readStream(char* to, std::size_t count) {
@@ -82,8 +82,9 @@ std::size_t ByteSource::readStream(char* to, std::size_t count) {
 std::size_t ByteSource::read(char* to, std::size_t count) {
     if (input_.stream() != nullptr) return readStream(to, count);
     if (file_ < 0) {
-        const std::size_t given = std::min(count, input_.bytes().size() - position_);
-        if (given != 0) std::memcpy(to, input_.bytes().data() + position_, given);
+        const std::string_view rest = input_.bytes().substr(static_cast<std::size_t>(position_));
+        const std::size_t given = std::min(count, rest.size());
+        if (given != 0) std::memcpy(to, rest.data(), given);
         position_ += given;
         return given;
     }
@@ -92,6 +93,9 @@ std::size_t ByteSource::read(char* to, std::size_t count) {
         const ssize_t now = ::read(file_, to + given, count - given);
         if (now > 0) {
             given += static_cast<std::size_t>(now);
+            position_ += static_cast<std::size_t>(now);
+            // Less than was asked for, and all that the file has: its end need not be asked for.
+            if (position_ == expected_ && given != count) break;
         } else if (now == 0) {
             break;
         } else if (errno != EINTR) {

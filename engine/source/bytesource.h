@@ -19,8 +19,8 @@ public:
     // Opens the file, if it is one.
     [[nodiscard]] Fault open();
     [[nodiscard]] const Input& input() const noexcept { return input_; }
-    // How many bytes there will probably be; 0 if that cannot be known.
-    [[nodiscard]] std::uint64_t expectedBytes() const noexcept;
+    // How many bytes there will probably be; 0 if that cannot be known. Before any is read.
+    [[nodiscard]] std::uint64_t expectedBytes() noexcept;
 
     // Fills `to` as far as there are bytes: fewer than asked for only at the end or when the system fails.
     [[nodiscard]] std::size_t read(char* to, std::size_t count);
@@ -32,7 +32,8 @@ private:
 
     const Input& input_;
     int file_ = -1;
-    std::size_t position_ = 0;  // in borrowed bytes
+    std::uint64_t position_ = 0;
+    std::uint64_t expected_ = 0;  // of a file; 0: not known
     Fault fault_;
 };
 

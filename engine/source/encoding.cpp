@@ -199,7 +199,19 @@ Encoding encodingNamed(std::string_view name) {
     return directEncoding(upperCase);
 }
 
+namespace {
+
+// Most documents begin in one of two ways that leave no doubt.
+bool isPlainlyUtf8(std::string_view head) noexcept {
+    constexpr std::string_view kUsualDeclaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
+    const bool isBare = head.size() > 1 && head[0] == '<' && head[1] != '?' && head[1] != '\0';
+    return isBare || head.starts_with(kUsualDeclaration);
+}
+
+}  // namespace
+
 Detection detectEncoding(std::string_view head) {
+    if (isPlainlyUtf8(head)) return {Encoding::Utf8, "UTF-8", 0, {}};
     constexpr std::string_view kEbcdicDeclaration = "\x4C\x6F\xA7\x94";
     if (head.starts_with(kEbcdicDeclaration)) return detectEbcdic(head);
     const auto* layout = std::find_if(kLayouts.begin(), kLayouts.end(),

@@ -94,6 +94,13 @@ Sequence checkSequence(std::string_view from, bool last) {
     return {length, {}};
 }
 
+// Of a rest that is shorter than a block: the last block of the text holds it.
+bool isCleanToEnd(const char* begin, const char* at, const char* end) {
+    if (end - begin < static_cast<std::ptrdiff_t>(text::kBlock)) return false;
+    const auto before = static_cast<std::uint32_t>(text::kBlock - static_cast<std::size_t>(end - at));
+    return text::Block::load(end - text::kBlock).suspects() >> before == 0;
+}
+
 }  // namespace
 
 Checked check(std::string_view text, bool isLast) {
@@ -113,6 +120,7 @@ Checked check(std::string_view text, bool isLast) {
             }
             at += text::kBlock;
         }
+        if (end - at < static_cast<std::ptrdiff_t>(text::kBlock) && isCleanToEnd(begin, at, end)) at = end;
         if (at == end) break;
         const char c = *at;
         if (static_cast<unsigned char>(c) >= 0x80) {

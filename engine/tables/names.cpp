@@ -179,6 +179,16 @@ void Names::compact(std::span<NameId* const> kept) {
     ++generation_;
 }
 
+void Names::clear() noexcept {
+    records_ = Table<Record>(kMax);
+    bytes_ = Table<char>();
+    manySlots_ = Table<std::uint32_t>();
+    slots_ = firstSlots_;
+    mask_ = kFirstSlots - 1;
+    std::memset(firstSlots_, 0, sizeof firstSlots_);
+    ++generation_;
+}
+
 std::size_t Names::sizeInBytes() const noexcept {
     return std::size_t{records_.capacity()} * sizeof(Record) + bytes_.capacity() +
            std::size_t{manySlots_.capacity()} * sizeof(std::uint32_t);

@@ -88,6 +88,7 @@ public:
     [[nodiscard]] std::uint32_t size() const noexcept { return records_.size(); }
     [[nodiscard]] std::size_t sizeInBytes() const noexcept;
     void trim();
+    void clear() noexcept;  // forgets all names; their ids are used again
     // Forgets all names but those of `kept` and their prefixes, and replaces the ids there. The generation
     // distinguishes one set of ids from the next.
     void compact(std::span<NameId* const> kept);

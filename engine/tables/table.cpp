@@ -9,7 +9,8 @@
 namespace engine::tables {
 
 namespace {
-constinit thread_local std::int64_t requestsLeft = -1;  // negative: no limit
+// Reached by an offset, as the thread's blocks are.
+[[gnu::tls_model("initial-exec")]] constinit thread_local std::int64_t requestsLeft = -1;  // negative: no limit
 }
 
 FailingAllocation::FailingAllocation(std::int64_t requestsThatSucceed) noexcept {

@@ -139,6 +139,11 @@ public:
     void storeNarrowed(char* to) const noexcept {  // ASCII only
         for (std::size_t i = 0; i < kCount; ++i) to[i] = static_cast<char>(units_[i]);
     }
+    // Those of `high` after them.
+    void storeNarrowed(const PortableUnits& high, char* to) const noexcept {
+        storeNarrowed(to);
+        high.storeNarrowed(to + kCount);
+    }
     // Two halves, of four units each.
     [[nodiscard]] static PortableUnits load(const char16_t* low, const char16_t* high) noexcept {
         PortableUnits units;
@@ -183,6 +188,9 @@ public:
     void store(char16_t* to) const noexcept { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), units_); }
     void storeNarrowed(char* to) const noexcept {  // ASCII only
         _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(units_, units_));
+    }
+    void storeNarrowed(const Sse2Units& high, char* to) const noexcept {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(units_, high.units_));
     }
     // Two halves, of four units each.
     [[nodiscard]] static Sse2Units load(const char16_t* low, const char16_t* high) noexcept {

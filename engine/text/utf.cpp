@@ -232,6 +232,12 @@ std::size_t convertToUtf8(std::u16string_view utf16, char* out) noexcept {
     const char16_t* const end = at + utf16.size();
     char* const start = out;
     while (at != end) {
+        for (; static_cast<std::size_t>(end - at) >= kBlock; at += kBlock, out += kBlock) {
+            const Units low = Units::load(at);
+            const Units high = Units::load(at + Units::kCount);
+            if (!(low | high).isAscii()) break;
+            low.storeNarrowed(high, out);
+        }
         for (; static_cast<std::size_t>(end - at) >= Units::kCount;
              at += Units::kCount, out += Units::kCount) {
             const Units units = Units::load(at);
