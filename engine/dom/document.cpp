@@ -41,12 +41,6 @@ std::string takeDescription() {
                                : description;
 }
 
-void checkName(BSTR name, const char* what) {
-    if (text::isQualifiedName(textOf(name))) return;
-    const std::u16string shown(textOf(name).substr(0, 100));
-    throw Exception(E_INVALIDARG, "'" + text::toUtf8(shown) + "' is not a name that " + what + " can have.");
-}
-
 }  // namespace
 
 void setTransformer(Transformer* transformer) noexcept {
@@ -104,10 +98,9 @@ HRESULT Document::get_documentElement(IXMLDOMElement** element) {
 
 HRESULT Document::createElement(BSTR name, IXMLDOMElement** element) {
     return com::give(element, "createElement", [&] {
-        checkName(name, "an element");
         liveTree().makeRoom();
-        const Utf8Text tag(textOf(name));
-        return made<IXMLDOMElement>(tree().createElement(tag.view()));
+        const NameId tag = liveTree().nameFor(textOf(name), "an element");
+        return made<IXMLDOMElement>(tree().createElement(tag));
     });
 }
 
@@ -122,13 +115,11 @@ HRESULT Document::createTextNode(BSTR text, IXMLDOMText** node) {
 // The target "xml" is allowed: that is how callers ask for an XML declaration.
 HRESULT Document::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) {
     return com::give(node, "createProcessingInstruction", [&] {
-        checkName(target, "a processing instruction");
+        liveTree().makeRoom();
+        const NameId name = liveTree().nameFor(textOf(target), "a processing instruction");
         const Utf8Text content(textOf(data));
         checkInstructionData(content.view());
-        liveTree().makeRoom();
-        const Utf8Text name(textOf(target));
-        return made<IXMLDOMProcessingInstruction>(
-            tree().createProcessingInstruction(name.view(), content.view()));
+        return made<IXMLDOMProcessingInstruction>(tree().createProcessingInstruction(name, content.view()));
     });
 }
 
@@ -136,19 +127,16 @@ HRESULT Document::createNode(VARIANT type, BSTR name, BSTR namespaceUri, IXMLDOM
     return com::give(node, "createNode", [&] {
         if (type.vt != VT_I4 || type.lVal != NODE_ELEMENT)
             throw Exception(E_NOTIMPL, "createNode makes elements only.");
-        checkName(name, "an element");
-        const Utf8Text tag(textOf(name));
-        const Utf8Text uri(textOf(namespaceUri));
-        const std::string_view prefix =
-            tag.view().substr(0, std::min(tag.view().find(':'), tag.view().size()));
-        const bool isPrefixed = prefix.size() != tag.view().size();
-        if (isPrefixed && (uri.view().empty() || prefix == "xmlns" || prefix == "xml")) {
-            throw Exception(E_INVALIDARG, "The prefix '" + std::string(prefix) +
-                                              "' cannot stand for the namespace '" + std::string(uri.view()) +
-                                              "'.");
-        }
         liveTree().makeRoom();
-        auto element = made<IXMLDOMElement>(tree().createElement(tag.view()));
+        const NameId tag = liveTree().nameFor(textOf(name), "an element");
+        const Utf8Text uri(textOf(namespaceUri));
+        const std::string prefix(tree().names().text(tag).substr(0, tree().names().prefixLength(tag)));
+        const bool isPrefixed = !prefix.empty();
+        if (isPrefixed && (uri.view().empty() || prefix == "xmlns" || prefix == "xml")) {
+            throw Exception(E_INVALIDARG, "The prefix '" + prefix + "' cannot stand for the namespace '" +
+                                              std::string(uri.view()) + "'.");
+        }
+        auto element = made<IXMLDOMElement>(tree().createElement(tag));
         if (!uri.view().empty()) {
             std::string declaration = "xmlns";
             if (isPrefixed) declaration.append(":").append(prefix);
@@ -200,9 +188,9 @@ HRESULT Document::loadXML(BSTR text, VARIANT_BOOL* loaded) {
     return loadFrom(source::Input::text(textOf(text)), {}, loaded);
 }
 
-// S_FALSE means that the document was rejected; the record says why. The tree that stays behind then is empty.
-// One that was never used is filled where it is, unless from a stream, whose owner may use the document while
-// it is read.
+// S_FALSE means that the document was rejected; the record says why. The tree that stays behind then is
+// empty. One that was never used is filled where it is, unless from a stream, whose owner may use the
+// document while it is read.
 HRESULT Document::loadFrom(const source::Input& input, std::string url, VARIANT_BOOL* loaded) noexcept {
     OwnedTree content;
     LiveTree* target = nullptr;

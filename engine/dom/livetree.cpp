@@ -4,6 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "engine/com/status.h"
+#include "engine/dom/utf8text.h"
+#include "engine/text/chars.h"
+
 namespace engine::dom {
 
 Binding* Binding::of(IUnknown* object) noexcept {
@@ -98,6 +102,35 @@ NodeId LiveTree::adopt(LiveTree& source, NodeId node) {
     source.tree_.free(node);
     if (objects != 0) source.dropObjects(objects);  // the source may be gone from here on
     return copy;
+}
+
+NameId LiveTree::nameFor(std::u16string_view name, const char* what) {
+    const NameId recent = recentNames_ ? recentNames_->find(name, tree_.names()) : tables::kNoName;
+    if (recent != tables::kNoName) return recent;
+    if (!text::isQualifiedName(name)) {
+        throw com::Exception(E_INVALIDARG, "'" + text::toUtf8(name.substr(0, 100)) + "' is not a name that " +
+                                               what + " can have.");
+    }
+    const Utf8Text narrow(name);
+    const NameId id = tree_.intern(narrow.view());
+    remember(name, id);
+    return id;
+}
+
+NameId LiveTree::findName(std::u16string_view name) {
+    const NameId recent = recentNames_ ? recentNames_->find(name, tree_.names()) : tables::kNoName;
+    if (recent != tables::kNoName) return recent;
+    const Utf8Text narrow(name);
+    const std::optional<NameId> found = tree_.names().find(narrow.view());
+    if (!found) return tables::kNoName;
+    remember(name, *found);
+    return *found;
+}
+
+// Only names that stand in the table: all of them are qualified names.
+void LiveTree::remember(std::u16string_view name, NameId id) {
+    if (!recentNames_) recentNames_ = std::make_unique<RecentNames>();
+    recentNames_->remember(name, id, tree_.names());
 }
 
 void LiveTree::reclaim() {

@@ -15,6 +15,7 @@
 #include "engine/com/blocks.h"
 #include "engine/com/msxml.h"
 #include "engine/com/ref.h"
+#include "engine/dom/recentnames.h"
 #include "engine/dom/services.h"
 #include "engine/dom/tree.h"
 
@@ -80,6 +81,11 @@ public:
         if (positions_ == nullptr) positions_ = std::make_unique<source::PositionIndex>(tree_.source());
         return tree_.position(element, *positions_);
     }
+    // The id of a qualified name as a caller writes it, a new one if needed. Throws com::Exception otherwise,
+    // with words about `what`: "an element".
+    [[nodiscard]] NameId nameFor(std::u16string_view name, const char* what);
+    // The same for a name that may not occur: kNoName then.
+    [[nodiscard]] NameId findName(std::u16string_view name);
     // A node as a service takes it.
     [[nodiscard]] NodeSource source(NodeId node) noexcept {
         return {tree_, node, url_, &keptStyle_, &keptCopy_};
@@ -163,6 +169,7 @@ private:
     void vacate(std::uint32_t slot) noexcept;
     void place(const Slot& object) noexcept;  // in a free slot, which there must be
     void reclaim();
+    void remember(std::u16string_view name, NameId id);
 
     IXMLDOMDocument2* document_;  // counted while there are objects
     Tree tree_;
@@ -176,6 +183,7 @@ private:
         keptStyle_;  // what the transformer has made of it; refers to the tree and the address
     std::unique_ptr<source::PositionIndex> positions_;  // of the source, made on first use
     std::unique_ptr<Kept> keptCopy_;                    // what expressions look at
+    std::unique_ptr<RecentNames> recentNames_;          // made on first use
     bool isCurrent_ = true;
 };
 

@@ -488,8 +488,8 @@ HRESULT ElementObject::getAttribute(BSTR name, VARIANT* value) {
     if (value == nullptr) return nullPointer("getAttribute");
     VariantInit(value);
     return guarded([&] {
-        const Utf8Text wanted(textOf(name));
-        const std::optional<std::uint32_t> index = tree().findAttribute(node(), wanted.view());
+        const std::optional<std::uint32_t> index =
+            tree().findAttribute(node(), liveTree().findName(textOf(name)));
         if (!index) {
             value->vt = VT_NULL;
             return S_FALSE;
@@ -503,18 +503,14 @@ HRESULT ElementObject::getAttribute(BSTR name, VARIANT* value) {
 HRESULT ElementObject::setAttribute(BSTR name, VARIANT value) {
     VARIANT converted{};
     const HRESULT status = guarded([&] {
-        if (!text::isQualifiedName(textOf(name))) {
-            throw Exception(E_INVALIDARG,
-                            "'" + displayed(textOf(name)) + "' is not a name that an attribute can have.");
-        }
+        liveTree().makeRoom();
+        const NameId id = liveTree().nameFor(textOf(name), "an attribute");
         if (value.vt != VT_BSTR && FAILED(VariantChangeType(&converted, &value, 0, VT_BSTR))) {
             throw Exception(E_INVALIDARG, "The value for the attribute '" + displayed(textOf(name)) +
                                               "' is not a text and cannot be made one.");
         }
-        liveTree().makeRoom();
-        const Utf8Text wanted(textOf(name));
         const Utf8Text content(textOf(value.vt == VT_BSTR ? value.bstrVal : converted.bstrVal));
-        tree().setAttribute(node(), wanted.view(), content.view());
+        tree().setAttribute(node(), id, content.view());
         return S_OK;
     });
     VariantClear(&converted);
@@ -523,8 +519,8 @@ HRESULT ElementObject::setAttribute(BSTR name, VARIANT value) {
 
 HRESULT ElementObject::removeAttribute(BSTR name) {
     return guarded([&] {
-        const Utf8Text wanted(textOf(name));
-        const std::optional<std::uint32_t> index = tree().findAttribute(node(), wanted.view());
+        const std::optional<std::uint32_t> index =
+            tree().findAttribute(node(), liveTree().findName(textOf(name)));
         if (!index) return S_FALSE;
         AttributeObject::prepareRemoval(*this, *index);
         tree().removeAttribute(node(), *index);

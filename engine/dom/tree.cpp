@@ -56,16 +56,19 @@ AttributeView Tree::attribute(NodeId element, std::uint32_t index) const noexcep
     return {names_.text(record.name), names_.prefixLength(record.name), textAt(record.offset, record.length)};
 }
 
-std::optional<std::uint32_t> Tree::findAttribute(NodeId element, std::string_view name) const noexcept {
+std::optional<std::uint32_t> Tree::findAttribute(NodeId element, NameId name) const noexcept {
     const std::uint32_t count = attributeCount(element);
-    if (count == 0) return std::nullopt;
-    const std::optional<NameId> id = names_.find(name);
-    if (!id) return std::nullopt;
     const Attribute* run = attributes_.data() + nodes_[element].first;
     for (std::uint32_t i = 0; i < count; ++i) {
-        if (run[i].name == *id) return i;
+        if (run[i].name == name) return i;
     }
     return std::nullopt;
+}
+
+std::optional<std::uint32_t> Tree::findAttribute(NodeId element, std::string_view name) const noexcept {
+    if (attributeCount(element) == 0) return std::nullopt;
+    const std::optional<NameId> id = names_.find(name);
+    return id ? findAttribute(element, *id) : std::nullopt;
 }
 
 source::Position Tree::position(NodeId element) const noexcept {
@@ -184,19 +187,14 @@ void Tree::release(NodeId node) noexcept {
     ++freeCount_;
 }
 
-NodeId Tree::createElement(std::string_view name) {
-    return allocate(NodeKind::Element, names_.intern(name), 0, 0);
-}
-
 NodeId Tree::createText(NodeKind kind, std::string_view text) {
     const Span span = store(text);
     return allocate(kind, 0, span.offset, span.length);
 }
 
-NodeId Tree::createProcessingInstruction(std::string_view target, std::string_view data) {
-    const NameId name = names_.intern(target);
+NodeId Tree::createProcessingInstruction(NameId target, std::string_view data) {
     const Span span = store(data);
-    return allocate(NodeKind::ProcessingInstruction, name, span.offset, span.length);
+    return allocate(NodeKind::ProcessingInstruction, target, span.offset, span.length);
 }
 
 // Copies a subtree node by node with `copy`, which makes one unlinked node. When that throws, the nodes made
@@ -244,7 +242,7 @@ NodeId Tree::copyNode(const Tree& source, NodeId node) {
         case NodeKind::Element:
             break;
         case NodeKind::ProcessingInstruction:
-            return createProcessingInstruction(source.name(node), source.content(node));
+            return createProcessingInstruction(intern(source.name(node)), source.content(node));
         default:
             return createText(source.kind(node), source.content(node));
     }
@@ -280,16 +278,14 @@ void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_vi
     record.length = span.length;
 }
 
-void Tree::setAttribute(NodeId element, std::string_view name, std::string_view value) {
-    const NameId id = names_.intern(name);
-    for (std::uint32_t i = 0; i < nodes_[element].count; ++i) {
-        if (attributes_[nodes_[element].first + i].name == id) return setAttributeValue(element, i, value);
-    }
+void Tree::setAttribute(NodeId element, NameId name, std::string_view value) {
+    if (const std::optional<std::uint32_t> index = findAttribute(element, name))
+        return setAttributeValue(element, *index, value);
     const Span span = store(value);
     growAttributes(element);
     ++otherRevision_;
     Node& record = nodes_[element];
-    attributes_[record.first + record.count++] = {id, span.offset, span.length};
+    attributes_[record.first + record.count++] = {name, span.offset, span.length};
 }
 
 void Tree::removeAttribute(NodeId element, std::uint32_t index) noexcept {

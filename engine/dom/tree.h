@@ -95,6 +95,7 @@ public:
         return textAt(record.offset, record.length);
     }
     // Linear in the number of the element's attributes.
+    [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element, NameId name) const noexcept;
     [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element,
                                                              std::string_view name) const noexcept;
     // Where an element's start tag stands in the source, in bytes; kNoOffset for what was not loaded.
@@ -128,10 +129,13 @@ public:
     void reset() noexcept;
     [[nodiscard]] std::uint32_t maxTextInBytes() const noexcept { return maxText_; }
 
-    // Making nodes, which belong nowhere at first. Names are taken as they are.
-    [[nodiscard]] NodeId createElement(std::string_view name);
+    // The id of a name, a new one if needed. Names are taken as they are.
+    [[nodiscard]] NameId intern(std::string_view name) { return names_.intern(name); }
+    // Making nodes, which belong nowhere at first.
+    [[nodiscard]] NodeId createElement(NameId name) { return allocate(NodeKind::Element, name, 0, 0); }
+    [[nodiscard]] NodeId createElement(std::string_view name) { return createElement(intern(name)); }
     [[nodiscard]] NodeId createText(NodeKind kind, std::string_view text);  // also CData and Comment
-    [[nodiscard]] NodeId createProcessingInstruction(std::string_view target, std::string_view data);
+    [[nodiscard]] NodeId createProcessingInstruction(NameId target, std::string_view data);
     // A copy of the node, with all below it if `deep`. Attributes always come along; texts are shared, not
     // copied.
     [[nodiscard]] NodeId clone(NodeId node, bool deep);
@@ -141,7 +145,10 @@ public:
     // Changing.
     void setContent(NodeId node, std::string_view text);  // `text` may lie in this tree
     // Creates or overwrites. Constant on average but for the search.
-    void setAttribute(NodeId element, std::string_view name, std::string_view value);
+    void setAttribute(NodeId element, NameId name, std::string_view value);
+    void setAttribute(NodeId element, std::string_view name, std::string_view value) {
+        setAttribute(element, intern(name), value);
+    }
     void setAttributeValue(NodeId element, std::uint32_t index, std::string_view value);
     // Those after it move up by one. Linear in their number.
     void removeAttribute(NodeId element, std::uint32_t index) noexcept;

@@ -10,8 +10,9 @@ namespace engine::tables {
 
 namespace {
 // Reached by an offset, as the thread's blocks are.
-[[gnu::tls_model("initial-exec")]] constinit thread_local std::int64_t requestsLeft = -1;  // negative: no limit
-}
+[[gnu::tls_model("initial-exec")]] constinit thread_local std::int64_t requestsLeft =
+    -1;  // negative: no limit
+}  // namespace
 
 FailingAllocation::FailingAllocation(std::int64_t requestsThatSucceed) noexcept {
     requestsLeft = requestsThatSucceed;

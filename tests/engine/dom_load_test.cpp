@@ -120,6 +120,63 @@ TEST_F(DomLoad, FailedLoadLeavesAnEmptyDocumentAndItsRecord) {
     EXPECT_EQ(reason(*document), "");
 }
 
+// A new document is filled where it is: what was taken from it before must notice, whether that succeeds or
+// not.
+TEST_F(DomLoad, ANewDocumentsNamesAndListsFollowItsFirstLoads) {
+    const DocumentRef document = newDocument();
+    Ref<IXMLDOMNodeList> children;
+    ASSERT_EQ(document->get_childNodes(children.receive()), S_OK);
+    const auto count = [&] {
+        LONG length = -1;
+        EXPECT_EQ(children->get_length(&length), S_OK);
+        return length;
+    };
+    EXPECT_EQ(count(), 0);
+    ASSERT_FALSE(load(*document, u"<x><a b=\"1\"/><c p:d=\"2\"/></x>"));
+    EXPECT_EQ(count(), 0);
+    EXPECT_EQ(outline(*document), "");
+    ASSERT_TRUE(load(*document, u"<!--h--><d c=\"1\" b=\"2\"/>"));
+    EXPECT_EQ(count(), 2);
+    const Element d = root(*document);
+    VARIANT value{};
+    EXPECT_EQ(d->getAttribute(Bstr(u"a"), &value), S_FALSE);
+    ASSERT_EQ(d->setAttribute(Bstr(u"a"), Bstr(u"3").variant()), S_OK);
+    EXPECT_EQ(outline(*d), "<d c=\"1\" b=\"2\" a=\"3\"/>");
+}
+
+// Reads "<read/>", and meanwhile changes the document that is being loaded.
+class Meddling final : public engine::com::Object<Meddling, ISequentialStream> {
+public:
+    explicit Meddling(IXMLDOMDocument2& document) : document_(document) {}
+
+    HRESULT Read(void* to, ULONG count, ULONG* read) override {
+        Ref<IXMLDOMElement> element;
+        EXPECT_EQ(document_.createElement(Bstr(u"meddled"), element.receive()), S_OK);
+        if (left_.size() == 7) {
+            EXPECT_EQ(document_.appendChild(element.get(), nullptr), S_OK);
+        }
+        *read = static_cast<ULONG>(left_.copy(static_cast<char*>(to), std::min<std::size_t>(count, 4)));
+        left_.remove_prefix(*read);
+        return S_OK;
+    }
+    HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+
+private:
+    IXMLDOMDocument2& document_;
+    std::string_view left_ = "<read/>";
+};
+
+TEST_F(DomLoad, AStreamMayUseTheDocumentThatIsLoadedFromIt) {
+    const DocumentRef document = newDocument();
+    const auto stream = engine::com::make<Meddling>(*document);
+    VARIANT source{};
+    source.vt = VT_UNKNOWN;
+    source.punkVal = stream.get();
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    ASSERT_EQ(document->load(source, &ok), S_OK);
+    EXPECT_EQ(outline(*document), "<read/>");
+}
+
 TEST_F(DomLoad, TakesPathsAndFileAddressesAndRejectsTheRest) {
     const std::string path = testing::TempDir() + "dom load \xC3\xA9.xml";
     std::ofstream(path) << "<f/>";

@@ -1,0 +1,53 @@
+// The names that callers have used last, as they write them: an application asks for the same few again and
+// again. One place for each name, which the next that belongs there takes. Threads: as the tree.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "engine/tables/names.h"
+
+namespace engine::dom {
+
+class RecentNames final {
+public:
+    // kNoName: not used lately, or not since `names` gave out other ids.
+    [[nodiscard]] tables::NameId find(std::u16string_view name, const tables::Names& names) const noexcept {
+        const Entry& entry = entries_[placeOf(name)];
+        const bool isSame = entry.generation == names.generation() && name == textOf(entry);
+        return isSame ? entry.id : tables::kNoName;
+    }
+    void remember(std::u16string_view name, tables::NameId id, const tables::Names& names) noexcept {
+        if (name.size() > kLongest) return;
+        Entry& entry = entries_[placeOf(name)];
+        entry.id = id;
+        entry.generation = names.generation();
+        entry.length = static_cast<std::uint32_t>(name.size());
+        std::copy(name.begin(), name.end(), entry.text.begin());
+    }
+
+private:
+    static constexpr std::size_t kLongest = 26;
+    static constexpr std::size_t kEntries = 32;
+
+    struct Entry {
+        tables::NameId id = tables::kNoName;
+        std::uint32_t generation = 0;
+        std::uint32_t length = 0;
+        std::array<char16_t, kLongest> text{};
+    };
+
+    [[nodiscard]] static std::u16string_view textOf(const Entry& entry) noexcept {
+        return {entry.text.data(), entry.length};
+    }
+    [[nodiscard]] static std::size_t placeOf(std::u16string_view name) noexcept {
+        if (name.empty()) return 0;
+        return (name.size() + 7u * name.front() + 3u * name[name.size() / 2] + name.back()) % kEntries;
+    }
+
+    std::array<Entry, kEntries> entries_{};
+};
+
+}  // namespace engine::dom
