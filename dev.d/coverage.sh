@@ -17,6 +17,7 @@ verb_coverage() {
     say "counting"
     mkdir -p build-coverage/report
     gcovr --root . --object-directory build-coverage --exclude-throw-branches --gcov-ignore-parse-errors \
+        --exclude-directories '.*/CMakeFiles/[0-9].*' \
         --filter '(engine|framework|host|msxml_parser|src|tools)/' --exclude '.*/_deps/' \
         --csv build-coverage/report/files.csv --html-details build-coverage/report/index.html build-coverage
     awk -F, 'NR > 1 {

@@ -30,7 +30,7 @@ public:
 
 private:
     static constexpr std::size_t kLongest = 26;
-    static constexpr std::size_t kEntries = 32;
+    static constexpr std::size_t kEntryBits = 6;
 
     struct Entry {
         tables::NameId id = tables::kNoName;
@@ -44,10 +44,12 @@ private:
     }
     [[nodiscard]] static std::size_t placeOf(std::u16string_view name) noexcept {
         if (name.empty()) return 0;
-        return (name.size() + 7u * name.front() + 3u * name[name.size() / 2] + name.back()) % kEntries;
+        const std::size_t units =
+            name.size() + 0x1F3u * name.front() + 0x35u * name[name.size() / 2] + 0x7u * name.back();
+        return static_cast<std::uint32_t>(units * 0x9E3779B1u) >> (32 - kEntryBits);
     }
 
-    std::array<Entry, kEntries> entries_{};
+    std::array<Entry, std::size_t{1} << kEntryBits> entries_{};
 };
 
 }  // namespace engine::dom

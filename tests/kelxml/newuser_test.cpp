@@ -44,7 +44,7 @@ TEST_F(KelxmlTest, RejectedInputGivesTheParsersCodeAndMessageAndEndsWith1) {
     fs::resize_file(sparse, std::uintmax_t{1} << 33);  // 8 GB that take no room on the disk
     const std::vector<Row> rows{
         {"a missing file", missing, ": error: No such file or directory"},
-        {"an empty name", "", ": error: No such file or directory"},
+        {"an empty name", "", "'': error: No such file or directory"},
         {"a folder", folder, ": error: Is a directory"},
         {"a link to itself", loop, ": error: Too many levels of symbolic links"},
         {"no permission", locked, ": error: Permission denied"},

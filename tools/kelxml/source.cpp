@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kBlockInBytes = std::size_t{1} << 16;
 
 Exception unreadable(const std::string& name, const std::string& reason) {
-    Diagnostic diagnostic(Severity::Error, name, reason);
+    Diagnostic diagnostic(Severity::Error, name.empty() ? "''" : name, reason);  // an empty name must show
     diagnostic.code = 1;  // what the component calls a file that cannot be read
     return {kRejected, std::move(diagnostic)};
 }
