@@ -5,7 +5,7 @@
 #include "host/text.h"
 #include "msxml_parser/comerror.h"
 #include "steps.h"
-#include "tools/kelxml/outputtext.h"
+#include "tools/kelxml/report/outputtext.h"
 
 namespace demo {
 

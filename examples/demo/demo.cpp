@@ -12,8 +12,8 @@
 #include "host/text.h"
 #include "msxml_parser/comerror.h"
 #include "steps.h"
+#include "tools/kelxml/documents/session.h"
 #include "tools/kelxml/platform/startup.h"
-#include "tools/kelxml/session.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Changing a document through element handles, writing it, and reading it back.
 #include "host/text.h"
 #include "steps.h"
-#include "tools/kelxml/compare.h"
+#include "tools/kelxml/documents/compare.h"
 
 namespace demo {
 

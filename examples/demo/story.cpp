@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "host/text.h"
-#include "tools/kelxml/output.h"
+#include "tools/kelxml/report/output.h"
 
 namespace demo {
 

@@ -6,11 +6,11 @@
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
+#include "msxml_parser/detail/dom/msdomxml.h"
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/enginereports.h"
 #include "msxml_parser/detail/failure.h"
 #include "msxml_parser/detail/inputstream.h"
-#include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"
 

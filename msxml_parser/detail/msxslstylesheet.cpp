@@ -5,9 +5,9 @@
 
 #include "KelBasicTypes/pathnormalise.h"
 #include "KelBasicTypes/platform/file.h"
+#include "msxml_parser/detail/dom/msdomxml.h"
 #include "msxml_parser/detail/engineclasses.h"
 #include "msxml_parser/detail/failure.h"
-#include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/outputstream.h"
 #include "msxml_parser/detail/reasons.h"
 #include "msxml_parser/detail/text.h"

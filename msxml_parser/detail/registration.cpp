@@ -12,8 +12,8 @@
 #include "framework/object/implements.h"
 #include "framework/object/iptr.h"
 #include "msxml_parser/detail/customizer.h"
-#include "msxml_parser/detail/msdomxml.h"
-#include "msxml_parser/detail/mssaxxml.h"
+#include "msxml_parser/detail/dom/msdomxml.h"
+#include "msxml_parser/detail/sax/mssaxxml.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // How a parser sets up its engine document, with a document of our own instead of the engine's.
 #include <string>
 
+#include "msxml_parser/detail/dom/msdomxml.h"
 #include "msxml_parser/detail/engineclasses.h"
-#include "msxml_parser/detail/msdomxml.h"
 #include "tests/component/fixture.h"
 #include "tests/component/platform/classes.h"
 #include "unimplemented.h"

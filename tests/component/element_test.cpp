@@ -1,4 +1,4 @@
-#include "msxml_parser/detail/msdomxmlelement.h"
+#include "msxml_parser/detail/dom/msdomxmlelement.h"
 
 #include <functional>
 

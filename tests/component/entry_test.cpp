@@ -16,8 +16,8 @@
 #include "framework/object/ikelselftest.h"
 #include "framework/object/implements.h"
 #include "framework/object/kelweakref.h"
+#include "msxml_parser/detail/dom/msdomxml.h"
 #include "msxml_parser/detail/engineclasses.h"
-#include "msxml_parser/detail/msdomxml.h"
 #include "tests/component/fixture.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Escaping against the procedure that defines it, inserting in the middle of the text as it goes.
-#include "msxml_parser/detail/escapexml.h"
+#include "msxml_parser/detail/dom/escapexml.h"
 
 #include <gtest/gtest.h>
 

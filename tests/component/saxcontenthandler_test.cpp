@@ -1,5 +1,5 @@
 // The content handler fed as the engine's reader feeds it, for what no document shows.
-#include "msxml_parser/detail/saxcontenthandler.h"
+#include "msxml_parser/detail/sax/saxcontenthandler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
+#include "msxml_parser/detail/dom/msdomxml.h"
 #include "msxml_parser/detail/engineclasses.h"
-#include "msxml_parser/detail/msdomxml.h"
 #include "msxml_parser/detail/text.h"
 #include "tests/component/fixture.h"
 #include "tests/component/platform/classes.h"

@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "tools/kelxml/cli/commandline.h"
-#include "tools/kelxml/exception.h"
 #include "tools/kelxml/platform/files.h"
 #include "tools/kelxml/platform/interruption.h"
 #include "tools/kelxml/platform/startup.h"
+#include "tools/kelxml/report/exception.h"
 
 namespace kelxml {
 

@@ -6,12 +6,12 @@
 #include <CLI/CLI.hpp>
 
 #include "host/text.h"
-#include "tools/kelxml/batch.h"
 #include "tools/kelxml/cli/pages.h"
 #include "tools/kelxml/cli/usage.h"
-#include "tools/kelxml/exception.h"
-#include "tools/kelxml/message.h"
-#include "tools/kelxml/output.h"
+#include "tools/kelxml/files/batch.h"
+#include "tools/kelxml/report/exception.h"
+#include "tools/kelxml/report/message.h"
+#include "tools/kelxml/report/output.h"
 
 namespace kelxml {
 

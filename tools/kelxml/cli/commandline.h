@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tools/kelxml/cli/program.h"
-#include "tools/kelxml/verbs.h"
+#include "tools/kelxml/verbs/verbs.h"
 
 namespace CLI {
 class App;

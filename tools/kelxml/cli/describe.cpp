@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/kelxml/cli/commandline.h"
-#include "tools/kelxml/message.h"
+#include "tools/kelxml/report/message.h"
 
 namespace kelxml {
 

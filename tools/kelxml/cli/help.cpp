@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "tools/kelxml/cli/textwidth.h"
-#include "tools/kelxml/message.h"
 #include "tools/kelxml/platform/terminal.h"
+#include "tools/kelxml/report/message.h"
 
 namespace kelxml {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "tools/kelxml/cli/textwidth.h"
-#include "tools/kelxml/message.h"
+#include "tools/kelxml/report/message.h"
 
 namespace kelxml {
 

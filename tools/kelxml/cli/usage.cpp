@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/kelxml/message.h"
+#include "tools/kelxml/report/message.h"
 
 namespace kelxml {
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "engine/com/extension.h"
+#include "msxml_parser/detail/dom/writesettings.h"
 #include "msxml_parser/detail/nodes.h"
 #include "msxml_parser/detail/text.h"
-#include "msxml_parser/detail/writesettings.h"
 
 namespace msxml {
 

@@ -2,9 +2,9 @@
 // which gives the same functions; here nothing is known beyond those interfaces.
 #pragma once
 
+#include "msxml_parser/detail/dom/writesettings.h"
 #include "msxml_parser/detail/nodes.h"
 #include "msxml_parser/detail/text.h"
-#include "msxml_parser/detail/writesettings.h"
 
 namespace msxml {
 

@@ -1,0 +1,65 @@
+// Writes an element and what is below it as indented XML text: the component's own layout, one element a
+// line. Threads: one at a time, the document's thread.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KelBasicTypes/kelstring.h"
+#include "msxml_parser/detail/dom/escapexml.h"
+#include "msxml_parser/detail/dom/textbuffer.h"
+#include "msxml_parser/detail/nodes.h"
+
+namespace msxml {
+
+struct WriterOptions {
+    std::FILE* file;  // borrowed; null: all text goes to the output string
+    std::u16string_view indent;
+    std::u16string_view indentUnit;
+    bool wide;
+};
+
+class ElementWriter final {
+public:
+    // The options' texts and `out` are borrowed for the writer's life.
+    ElementWriter(const WriterOptions& options, KelString& out);
+
+    // Runs once. On failure raises _com_error; `out` then holds what was written and not flushed to the file.
+    void write(const Element& root);
+
+private:
+    // An element whose start tag is written and whose children are being written.
+    struct OpenElement {
+        Element nextChild;         // the next child element; empty after the last
+        std::size_t nameStart;     // of its escaped name in names_
+        std::size_t indentLength;  // of its own line in indent_
+    };
+
+    void writeTree(const Element& root);
+    void openElement(const Element& element);
+    void closeElement();
+    void appendAttributes(const Element& element);
+    void appendEscaped(std::u16string_view text);
+    void appendEndTag(std::size_t nameStart);
+    void endLine(std::size_t depth);
+    void writeToFile();
+    void writeNarrow();
+    void flushIfLong();
+    void flush();
+
+    [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }
+
+    const WriterOptions options_;
+    KelString& out_;
+    TextBuffer buffer_;      // the text not yet in the file or in `out`
+    std::string narrow_;     // its 8-bit form
+    KelString chunk_;        // itself on its way to `out`
+    std::u16string indent_;  // of the deepest open line; each line uses a beginning of it
+    TextBuffer names_;       // escaped names of the open elements, one after the other
+    std::vector<OpenElement> open_;
+    XmlEscaper escaper_;
+};
+
+}  // namespace msxml
