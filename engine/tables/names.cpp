@@ -54,6 +54,18 @@ bool isNameText(std::string_view name) {
     return true;
 }
 
+bool isAscii(std::string_view text) noexcept {
+    unsigned all = 0;
+    for (const char c : text) all |= static_cast<unsigned char>(c);
+    return all < 0x80;
+}
+
+bool startsName(const char* at) noexcept {
+    const std::uint8_t found = text::classOf(*at);
+    if ((found & text::kNonAscii) != 0) return text::isNameStart(text::decodeAt(at).character);
+    return (found & text::kNameStart) != 0;
+}
+
 }  // namespace
 
 const unsigned char Names::kMasks[2 * kReadableBytes] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
@@ -99,7 +111,7 @@ std::optional<NameId> Names::find(std::string_view name) const noexcept {
 NameId Names::add(std::string_view name, const Start& start, std::uint32_t hash, Origin origin) {
     if (name.size() > bytes_.max()) detail::tableIsFull();
     const bool isPlain = origin == Origin::Scanned ? isPlainStart(start, name.size()) : isPlainName(name);
-    const std::uint32_t prefixAndFlags = isPlain ? 0 : examine(name);
+    const std::uint32_t prefixAndFlags = isPlain ? 0 : examine(name, origin);
     if (std::uint64_t{records_.size()} * 2 > mask_) growSlots();
     if (records_.capacity() == 0) {
         records_.reserve(kFirstSlots / 2);
@@ -135,23 +147,29 @@ bool Names::isPlainStart(const Start& start, std::size_t length) noexcept {
 }
 
 // What is to be known about a new name. Its prefix, or the prefix that it declares, becomes a name by itself.
-std::uint32_t Names::examine(std::string_view name) {
+std::uint32_t Names::examine(std::string_view name, Origin origin) {
     if (name == "xmlns") return kDeclaration;
-    std::uint32_t flags = isNameText(name) ? 0 : kNotAName;
+    const bool isSeen = origin == Origin::Scanned && isAscii(name);
+    std::uint32_t flags = isSeen || isNameText(name) ? 0 : kNotAName;
     const std::size_t colon = name.find(':');
     if (colon == std::string_view::npos) return flags;
     const std::string_view prefix = name.substr(0, colon);
     const std::string_view local = name.substr(colon + 1);
     const bool isQualified = !prefix.empty() && !local.empty() && local.find(':') == std::string_view::npos &&
-                             text::isNameStart(text::decodeAt(local.data()).character);
+                             startsName(local.data());
     if (!isQualified) flags |= kNotQualified;
     const bool isDeclaration = prefix == "xmlns";
     flags |= isDeclaration ? kDeclaration : kPrefixed;
     const std::string_view named = isDeclaration ? local : prefix;
-    if (named.empty()) return flags;
-    // The name may stand in our own bytes, which move when there are more.
-    const std::string copy(named);
-    return (intern(copy) + 1) << kFlagBits | flags;
+    return named.empty() ? flags : (prefixFor(named) + 1) << kFlagBits | flags;
+}
+
+NameId Names::prefixFor(std::string_view prefix) {
+    if (lastPrefix_ == kNoName || text(lastPrefix_) != prefix) {
+        const std::string copy(prefix);  // it may stand in our own bytes, which move when there are more
+        lastPrefix_ = intern(copy);
+    }
+    return lastPrefix_;
 }
 
 void Names::growSlots() {
@@ -174,6 +192,7 @@ void Names::compact(std::span<NameId* const> kept) {
     for (const NameId* id : kept) texts.emplace_back(text(*id));
     records_.truncate(0);
     bytes_.truncate(0);
+    lastPrefix_ = kNoName;
     std::memset(slots_, 0, (std::size_t{mask_} + 1) * sizeof(std::uint32_t));
     for (std::size_t i = 0; i < kept.size(); ++i) *kept[i] = intern(texts[i]);
     ++generation_;
@@ -186,6 +205,7 @@ void Names::clear() noexcept {
     slots_ = firstSlots_;
     mask_ = kFirstSlots - 1;
     std::memset(firstSlots_, 0, sizeof firstSlots_);
+    lastPrefix_ = kNoName;
     ++generation_;
 }
 

@@ -151,7 +151,8 @@ private:
     [[nodiscard]] NameId add(std::string_view name, const Start& start, std::uint32_t hash, Origin origin);
     [[nodiscard]] static bool isPlainStart(const Start& start, std::size_t length) noexcept;
     // Not part of `add`, which has registers enough without them.
-    [[nodiscard, gnu::noinline]] std::uint32_t examine(std::string_view name);
+    [[nodiscard, gnu::noinline]] std::uint32_t examine(std::string_view name, Origin origin);
+    [[nodiscard]] NameId prefixFor(std::string_view prefix);
     [[gnu::noinline]] void growSlots();
 
     // Differs from document to document, so that no document can be written whose names all meet in one slot.
@@ -165,6 +166,7 @@ private:
     Table<std::uint32_t> manySlots_;
     std::uint32_t firstSlots_[kFirstSlots] = {};
     std::uint32_t generation_ = 0;
+    NameId lastPrefix_ = kNoName;  // names of one prefix come together
 };
 
 }  // namespace engine::tables

@@ -106,7 +106,8 @@ public:
 private:
     [[nodiscard]] __m128i suspectBytes() const noexcept {
         const __m128i layout = _mm_or_si128(is('\t'), is('\n'));
-        return _mm_or_si128(_mm_andnot_si128(layout, isControl()), bytes_);
+        const __m128i below = _mm_cmplt_epi8(bytes_, _mm_set1_epi8(' '));  // as signed bytes: non-ASCII, too
+        return _mm_andnot_si128(layout, below);
     }
     [[nodiscard]] __m128i is(char c) const noexcept { return _mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c)); }
     [[nodiscard]] __m128i isControl() const noexcept {

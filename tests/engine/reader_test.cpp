@@ -383,6 +383,30 @@ TEST(Reader, LeavesLibxml2AsItWas) {
     xmlSetStructuredErrorFunc(nullptr, nullptr);
 }
 
+// So many names that the direct parser forgets them again and again, but for those of open elements and their
+// prefixes: what comes back must be what it was.
+TEST(Reader, NamesThatWereForgottenComeBackAsTheyWere) {
+    std::string document = "<p:all xmlns:p='urn:p' xmlns:q='urn:q' p:a='1'>\n";
+    for (int i = 0; i < 60'000; ++i) {
+        const std::string number = std::to_string(i);
+        document.append("<p:n")
+            .append(number)
+            .append(" q:a")
+            .append(number)
+            .append("='1'><q:same/><own xmlns='urn:")
+            .append(number)
+            .append("'/></p:n")
+            .append(number)
+            .append(">\n");
+    }
+    document += "<p:last p:a='2'/></p:all>";
+    const Input input = Input::bytes(document);
+    const Reading direct = readAll(input, with(Parser::Direct, std::size_t{1} << 16));
+    const Reading libxml2 = readAll(input, with(Parser::Libxml2, std::size_t{1} << 16));
+    EXPECT_FALSE(direct.error.failed()) << direct.error.reason;
+    EXPECT_EQ(disagreement(direct, libxml2), "") << libxml2.error.reason;
+}
+
 // A thing like a document, broken at random: each parser by itself must come to the same result. What the
 // callers get is the direct parser's.
 TEST(Reader, BothParsersAgreeOnMutatedDocuments) {
