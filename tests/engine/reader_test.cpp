@@ -391,7 +391,7 @@ TEST(Reader, NamesThatWereForgottenComeBackAsTheyWere) {
         const std::string number = std::to_string(i);
         document.append("<p:n")
             .append(number)
-            .append(" q:a")
+            .append(" p:a")
             .append(number)
             .append("='1'><q:same/><own xmlns='urn:")
             .append(number)
