@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "KelBasicTypes/detail/lanes.h"
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "KelBasicTypes/stringsupport.h"
 #include "msxml_parser/detail/text.h"
@@ -50,27 +51,27 @@ Content lookAtContent(const Element& element) {
     return content;
 }
 
+// How many units at the start of the text are ASCII.
+std::size_t asciiLength(std::u16string_view text) noexcept {
+    constexpr std::size_t kAtOnce = 4;
+    std::size_t at = 0;
+    while (at + kAtOnce <= text.size() && kel::detail::isAscii(kel::detail::loadLanes(text.data() + at)))
+        at += kAtOnce;
+    while (at < text.size() && text[at] < kFirstNonAscii) ++at;
+    return at;
+}
+
 // The units that are ASCII, in `out`; the others are dropped. What a string does without string support, in
 // one pass.
 std::string_view keepAscii(std::u16string_view text, std::string& out) {
-    constexpr std::size_t kBlock = 16;
     if (out.size() < text.size()) out.resize(text.size());
     char* to = out.data();
-    for (std::size_t at = 0; at < text.size(); at += kBlock) {
-        const std::u16string_view block = text.substr(at, kBlock);
-        unsigned short all = 0;
-        if (block.size() == kBlock) {
-            for (std::size_t i = 0; i < kBlock; ++i) all = static_cast<unsigned short>(all | block[i]);
-            for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<char>(block[i]);
-        }
-        if (block.size() == kBlock && all < kFirstNonAscii) {
-            to += kBlock;
-            continue;
-        }
-        for (const char16_t unit : block) {
-            *to = static_cast<char>(unit);
-            to += unit < kFirstNonAscii ? 1 : 0;
-        }
+    while (!text.empty()) {
+        const std::size_t length = asciiLength(text);
+        for (std::size_t i = 0; i < length; ++i) to[i] = static_cast<char>(text[i]);
+        to += length;
+        text.remove_prefix(length);
+        while (!text.empty() && text.front() >= kFirstNonAscii) text.remove_prefix(1);
     }
     return {out.data(), static_cast<std::size_t>(to - out.data())};
 }

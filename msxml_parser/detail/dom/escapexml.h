@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "KelBasicTypes/detail/lanes.h"
 #include "KelBasicTypes/kelstring.h"
 
 // Replaces & < > " by their entities, in place, skipping some that look escaped already; not every text comes
@@ -24,32 +25,19 @@ public:
     }
 
 private:
-    static constexpr std::size_t kBlock = 8;
-
-    // Not 0 if one of the units is to be escaped. The compiler looks at all of them at once.
-    [[nodiscard]] static unsigned short specialInBlock(const char16_t* units) noexcept {
-        unsigned short found = 0;
-        for (std::size_t i = 0; i < kBlock; ++i) {
-            const char16_t unit = units[i];
-            const bool isSpecial = (unit == u'&') | (unit == u'<') | (unit == u'>') | (unit == u'"');
-            found = static_cast<unsigned short>(found | static_cast<unsigned short>(isSpecial));
-        }
-        return found;
+    [[nodiscard]] static bool holdsSpecialAt(const char16_t* four) noexcept {
+        const std::uint64_t lanes = kel::detail::loadLanes(four);
+        return kel::detail::hasEither(lanes, u'"', u'&') || kel::detail::hasEither(lanes, u'<', u'>');
     }
     // Most texts hold none, and are then copied as they are.
     [[nodiscard]] static bool holdsSpecial(std::u16string_view text) noexcept {
-        if (text.size() >= kBlock) {
-            const std::size_t last = text.size() - kBlock;
-            for (std::size_t at = 0; at < last; at += kBlock) {
-                if (specialInBlock(text.data() + at) != 0) return true;
-            }
-            return specialInBlock(text.data() + last) != 0;
+        constexpr std::size_t kAtOnce = 4;
+        if (text.size() < kAtOnce) return text.find_first_of(u"&<>\"") != text.npos;
+        const std::size_t last = text.size() - kAtOnce;
+        for (std::size_t at = 0; at < last; at += kAtOnce) {
+            if (holdsSpecialAt(text.data() + at)) return true;
         }
-        // All four are below 64.
-        constexpr std::uint64_t kSpecial = 1ull << u'&' | 1ull << u'<' | 1ull << u'>' | 1ull << u'"';
-        std::uint64_t found = 0;
-        for (const char16_t unit : text) found |= unit < 64 ? kSpecial >> unit : 0;
-        return (found & 1) != 0;
+        return holdsSpecialAt(text.data() + last);
     }
     [[nodiscard]] std::u16string_view escapeSpecial(std::u16string_view text);
 

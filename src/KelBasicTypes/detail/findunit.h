@@ -4,26 +4,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
+#include "KelBasicTypes/detail/lanes.h"
+
 namespace kel::detail {
-
-inline constexpr std::uint64_t kOneInEachLane = 0x0001'0001'0001'0001;
-
-[[nodiscard]] constexpr bool hasZeroLane(std::uint64_t lanes) noexcept {
-    return ((lanes - kOneInEachLane) & ~lanes & (kOneInEachLane << 15)) != 0;
-}
 
 // The first position from `from` on; the text's size when there is none.
 [[nodiscard]] inline std::size_t findUnit(std::u16string_view text, char16_t unit,
                                           std::size_t from = 0) noexcept {
     const std::uint64_t pattern = kOneInEachLane * unit;
-    const auto hasUnitAt = [&](std::size_t at) {
-        std::uint64_t lanes = 0;
-        std::memcpy(&lanes, text.data() + at, sizeof lanes);
-        return hasZeroLane(lanes ^ pattern);
-    };
+    const auto hasUnitAt = [&](std::size_t at) { return hasZeroLane(loadLanes(text.data() + at) ^ pattern); };
     std::size_t at = from;
     for (; at + 4 <= text.size(); at += 4) {
         if (hasUnitAt(at)) break;  // where in the four is predicted better than computed
