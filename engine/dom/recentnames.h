@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "engine/tables/names.h"
@@ -15,10 +16,13 @@ class RecentNames final {
 public:
     // kNoName: not used lately, or not since `names` gave out other ids.
     [[nodiscard]] tables::NameId find(std::u16string_view name, const tables::Names& names) const noexcept {
+        if (name.empty()) return tables::kNoName;
         const Entry& entry = entries_[placeOf(name)];
-        const bool isSame = entry.generation == names.generation() && name == textOf(entry);
+        const bool isSame = entry.generation == names.generation() && entry.length == name.size() &&
+                            std::memcmp(entry.text.data(), name.data(), name.size() * sizeof(char16_t)) == 0;
         return isSame ? entry.id : tables::kNoName;
     }
+    // Of a name that is not empty.
     void remember(std::u16string_view name, tables::NameId id, const tables::Names& names) noexcept {
         if (name.size() > kLongest) return;
         Entry& entry = entries_[placeOf(name)];
@@ -39,11 +43,7 @@ private:
         std::array<char16_t, kLongest> text{};
     };
 
-    [[nodiscard]] static std::u16string_view textOf(const Entry& entry) noexcept {
-        return {entry.text.data(), entry.length};
-    }
     [[nodiscard]] static std::size_t placeOf(std::u16string_view name) noexcept {
-        if (name.empty()) return 0;
         const std::size_t units =
             name.size() + 0x1F3u * name.front() + 0x35u * name[name.size() / 2] + 0x7u * name.back();
         return static_cast<std::uint32_t>(units * 0x9E3779B1u) >> (32 - kEntryBits);
