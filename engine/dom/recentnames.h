@@ -1,5 +1,5 @@
-// The names that callers have used last, as they write them: an application asks for the same few again and
-// again. One place for each name, which the next that belongs there takes. Threads: as the tree.
+// The names that callers have used last, in UTF-16 as they write them: an application asks for the same few
+// again and again. A direct-mapped cache: a name replaces the one whose slot it has. Threads: as the tree.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,7 @@ public:
     // kNoName: not used lately, or not since `names` gave out other ids.
     [[nodiscard]] tables::NameId find(std::u16string_view name, const tables::Names& names) const noexcept {
         if (name.empty()) return tables::kNoName;
-        const Entry& entry = entries_[placeOf(name)];
+        const Entry& entry = entries_[slotOf(name)];
         const bool isSame = entry.generation == names.generation() && entry.length == name.size() &&
                             std::memcmp(entry.text.data(), name.data(), name.size() * sizeof(char16_t)) == 0;
         return isSame ? entry.id : tables::kNoName;
@@ -25,7 +25,7 @@ public:
     // Of a name that is not empty.
     void remember(std::u16string_view name, tables::NameId id, const tables::Names& names) noexcept {
         if (name.size() > kLongest) return;
-        Entry& entry = entries_[placeOf(name)];
+        Entry& entry = entries_[slotOf(name)];
         entry.id = id;
         entry.generation = names.generation();
         entry.length = static_cast<std::uint32_t>(name.size());
@@ -43,7 +43,7 @@ private:
         std::array<char16_t, kLongest> text{};
     };
 
-    [[nodiscard]] static std::size_t placeOf(std::u16string_view name) noexcept {
+    [[nodiscard]] static std::size_t slotOf(std::u16string_view name) noexcept {
         const std::size_t units =
             name.size() + 0x1F3u * name.front() + 0x35u * name[name.size() / 2] + 0x7u * name.back();
         return static_cast<std::uint32_t>(units * 0x9E3779B1u) >> (32 - kEntryBits);
