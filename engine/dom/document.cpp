@@ -11,7 +11,6 @@
 #include "engine/dom/parseerror.h"
 #include "engine/dom/utf8text.h"
 #include "engine/source/comstream.h"
-#include "engine/text/chars.h"
 #include "engine/text/utf.h"
 #include "engine/text/worded.h"
 

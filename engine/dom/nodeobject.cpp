@@ -11,7 +11,6 @@
 #include "engine/com/status.h"
 #include "engine/dom/services.h"
 #include "engine/dom/utf8text.h"
-#include "engine/text/chars.h"
 #include "engine/text/utf.h"
 
 namespace engine::dom {
