@@ -1,8 +1,7 @@
-// The writer walks with a stack of its own, so depth costs memory and never call stack. What an open element
-// needs again for its end tag stands in shared buffers that grow and shrink with the depth: its escaped name
-// in names_, its indentation as a beginning of indent_. Every unit of output is appended once, and each
-// element's children are looked at twice at most (once for the first text and the first element among them,
-// once to write them), so the cost is linear in tree and output.
+// The writer walks with a stack of its own, so depth costs memory and never call stack. Every unit of output
+// is appended once, and each element's children are looked at twice at most: once for the first text and the
+// first element among them, once to write them; of those without text the first few are kept from the one
+// time to the other. So the cost is linear in tree and output.
 #include "msxml_parser/detail/dom/elementwriter.h"
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include "KelBasicTypes/detail/lanes.h"
 #include "KelBasicTypes/ikelstrsupport.h"
 #include "KelBasicTypes/stringsupport.h"
-#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 namespace {
@@ -24,32 +22,8 @@ constexpr std::size_t kFlushLength =
 constexpr std::size_t kLongText = 1 << 16;
 constexpr char16_t kFirstNonAscii = 128;
 
-struct Content {
-    BStr text;                 // of the first text node
-    bool textIsWhole = false;  // there is no other child
-    Element firstElement;
-};
-
-Content lookAtContent(const Element& element) {
-    Content content;
-    bool textSeen = false;
-    bool isFirst = true;
-    Node child = firstChildOf(element);
-    while (child && !(textSeen && content.firstElement)) {
-        const DOMNodeType type = typeOf(child);
-        Node next = nextSiblingOf(child);
-        if (type == NODE_TEXT && !textSeen) {
-            check(child->get_text(content.text.receive()), child);
-            content.textIsWhole = isFirst && !next;
-            textSeen = true;
-        } else if (type == NODE_ELEMENT && !content.firstElement) {
-            content.firstElement = child.as<IXMLDOMElement>();
-        }
-        child = std::move(next);
-        isFirst = false;
-    }
-    return content;
-}
+// How many child elements of one element are kept while its text is looked for: all that most have.
+constexpr std::size_t kMostAhead = 8;
 
 // How many units at the start of the text are ASCII.
 std::size_t asciiLength(std::u16string_view text) noexcept {
@@ -79,7 +53,7 @@ std::string_view keepAscii(std::u16string_view text, std::string& out) {
 }  // namespace
 
 ElementWriter::ElementWriter(const WriterOptions& options, KelString& out)
-    : options_(options), out_(out), indent_(options.indent) {
+    : options_(options), lineEnd_(options.wide ? u"\r\n" : u"\n"), out_(out), indent_(options.indent) {
     if (options_.file == nullptr) return;
     buffer_.append(out_.view());
     out_.makeEmpty();
@@ -98,15 +72,23 @@ void ElementWriter::write(const Element& root) {
 void ElementWriter::writeTree(const Element& root) {
     openElement(root);
     while (!open_.empty()) {
-        OpenElement& parent = open_.back();
-        if (!parent.nextChild) {
+        if (open_.back().nextAhead == ahead_.size()) {
             closeElement();
-            continue;
+        } else {
+            openElement(takeChild());
         }
-        const Element child = std::move(parent.nextChild);
-        parent.nextChild = skipToElement(nextSiblingOf(child));
-        openElement(child);
     }
+}
+
+// The next child of the innermost open element; the one after it is ahead then, if there is one.
+Element ElementWriter::takeChild() {
+    OpenElement& parent = open_.back();
+    Element child = std::move(ahead_[parent.nextAhead++]);
+    if (parent.nextAhead == ahead_.size() && !parent.isAllAhead) {
+        Element next = skipToElement(nextSiblingOf(child));
+        if (next) ahead_[--parent.nextAhead] = std::move(next);
+    }
+    return child;
 }
 
 // Writes the element's line up to its child elements; without any, the whole element.
@@ -116,17 +98,16 @@ void ElementWriter::openElement(const Element& element) {
 
     BStr name;
     check(element->get_nodeName(name.receive()), element);
-    const std::size_t nameStart = names_.size();
-    names_.append(escaper_.escape(name.view()));
     buffer_.append(u'<');
-    buffer_.append(names_.view().substr(nameStart));
+    appendEscaped(name.view());
     appendAttributes(element);
 
+    const std::size_t aheadStart = ahead_.size();
     Content content = lookAtContent(element);
     const bool hasText = !content.text.view().empty();
-    if (!hasText && !content.firstElement) {
+    const bool hasElements = ahead_.size() > aheadStart;
+    if (!hasText && !hasElements) {
         buffer_.append(u" />");
-        names_.truncate(nameStart);
         endLine(depth);
         return;
     }
@@ -137,24 +118,51 @@ void ElementWriter::openElement(const Element& element) {
         if (!content.textIsWhole) check(element->get_text(content.text.receive()), element);
         appendEscaped(content.text.view());
     }
-    if (!content.firstElement) {
-        appendEndTag(nameStart);
+    if (!hasElements) {
+        appendEndTag(name);
         endLine(depth);
         return;
     }
-    buffer_.append(lineEnd());
+    buffer_.append(lineEnd_);
     // A file gets text at the ends of elements only; a string may have it now.
     if (options_.file == nullptr) flushIfLong();
-    open_.push_back({std::move(content.firstElement), nameStart, indent_.size()});
+    open_.push_back({std::move(name), aheadStart, aheadStart, content.isAllAhead, indent_.size()});
     indent_ += options_.indentUnit;
 }
 
+// The text of the first text node; appends the first child elements to ahead_, among them the very first.
+ElementWriter::Content ElementWriter::lookAtContent(const Element& element) {
+    Content content;
+    const std::size_t start = ahead_.size();
+    bool textSeen = false;
+    bool isFirst = true;
+    bool isPassed = false;  // is there a child element that is not kept?
+    Node child = firstChildOf(element);
+    while (child && !(textSeen && ahead_.size() > start)) {
+        const DOMNodeType type = typeOf(child);
+        Node next = nextSiblingOf(child);
+        if (type == NODE_TEXT && !textSeen) {
+            check(child->get_text(content.text.receive()), child);
+            content.textIsWhole = isFirst && !next;
+            textSeen = true;
+        } else if (type == NODE_ELEMENT) {
+            isPassed = ahead_.size() - start == kMostAhead;
+            if (!isPassed) ahead_.push_back(child.as<IXMLDOMElement>());
+        }
+        child = std::move(next);
+        isFirst = false;
+    }
+    content.isAllAhead = !child && !isPassed;
+    return content;
+}
+
 void ElementWriter::closeElement() {
-    const std::size_t nameStart = open_.back().nameStart;
-    indent_.resize(open_.back().indentLength);
+    const OpenElement element = std::move(open_.back());
     open_.pop_back();
+    ahead_.resize(element.aheadStart);
+    indent_.resize(element.indentLength);
     buffer_.append(indent_);
-    appendEndTag(nameStart);
+    appendEndTag(element.name);
     endLine(open_.size());
 }
 
@@ -171,30 +179,33 @@ void ElementWriter::appendAttributes(const Element& element) {
         BStr name;
         check(attribute->get_nodeValue(value.receive()), attribute);
         check(attribute->get_nodeName(name.receive()), attribute);
-        buffer_.append(u' ');
-        buffer_.append(name.view());
-        buffer_.append(u"=\"");
+        buffer_.append(u' ', name.view(), u"=\"");
         appendEscaped(value.text());
         buffer_.append(u'"');
     }
 }
 
 void ElementWriter::appendEscaped(std::u16string_view text) {
-    const std::u16string_view escaped = escaper_.escape(text);
-    if (options_.file != nullptr || escaped.size() < kLongText) return buffer_.append(escaped);
-    flush();
-    out_.append(escaped);
+    if (options_.file == nullptr && text.size() >= kLongText) {
+        flush();
+        out_.append(escaper_.escape(text));
+        return;
+    }
+    if (const char16_t* const end = XmlEscaper::copyPlain(text, buffer_.room(text.size()))) {
+        buffer_.endAt(end);
+    } else {
+        buffer_.append(escaper_.escape(text));
+    }
 }
 
-void ElementWriter::appendEndTag(std::size_t nameStart) {
+void ElementWriter::appendEndTag(const BStr& name) {
     buffer_.append(u"</");
-    buffer_.append(names_.view().substr(nameStart));
+    appendEscaped(name.view());
     buffer_.append(u'>');
-    names_.truncate(nameStart);
 }
 
 void ElementWriter::endLine(std::size_t depth) {
-    buffer_.append(lineEnd());
+    buffer_.append(lineEnd_);
     if (options_.file == nullptr) {
         flushIfLong();
     } else if (depth == 0 || buffer_.size() > kChunkLength) {

@@ -11,6 +11,7 @@
 #include "msxml_parser/detail/dom/escapexml.h"
 #include "msxml_parser/detail/dom/textbuffer.h"
 #include "msxml_parser/detail/nodes.h"
+#include "msxml_parser/detail/text.h"
 
 namespace msxml {
 
@@ -32,33 +33,43 @@ public:
 private:
     // An element whose start tag is written and whose children are being written.
     struct OpenElement {
-        Element nextChild;         // the next child element; empty after the last
-        std::size_t nameStart;     // of its escaped name in names_
+        BStr name;
+        std::size_t aheadStart;    // of its child elements in ahead_
+        std::size_t nextAhead;     // the next one to write; the end of ahead_ after the last
+        bool isAllAhead;           // no child element comes after those
         std::size_t indentLength;  // of its own line in indent_
+    };
+    struct Content {
+        BStr text;                 // of the first text node
+        bool textIsWhole = false;  // there is no other child
+        bool isAllAhead = false;   // as above
     };
 
     void writeTree(const Element& root);
+    [[nodiscard]] Element takeChild();
     void openElement(const Element& element);
+    [[nodiscard]] Content lookAtContent(const Element& element);
     void closeElement();
     void appendAttributes(const Element& element);
     void appendEscaped(std::u16string_view text);
-    void appendEndTag(std::size_t nameStart);
+    void appendEndTag(const BStr& name);
     void endLine(std::size_t depth);
     void writeToFile();
     void writeNarrow();
     void flushIfLong();
     void flush();
 
-    [[nodiscard]] std::u16string_view lineEnd() const { return options_.wide ? u"\r\n" : u"\n"; }
-
     const WriterOptions options_;
+    const std::u16string_view lineEnd_;
     KelString& out_;
     TextBuffer buffer_;      // the text not yet in the file or in `out`
     std::string narrow_;     // its 8-bit form
     KelString chunk_;        // itself on its way to `out`
     std::u16string indent_;  // of the deepest open line; each line uses a beginning of it
-    TextBuffer names_;       // escaped names of the open elements, one after the other
     std::vector<OpenElement> open_;
+    // Child elements that were met while an open element's text was looked for; each is emptied when it is
+    // written.
+    std::vector<Element> ahead_;
     XmlEscaper escaper_;
 };
 

@@ -65,9 +65,19 @@ std::size_t runPass(std::size_t row, std::u16string_view text, std::u16string& o
     return counter;
 }
 
+bool holdsSpecial(std::u16string_view text) noexcept {
+    using namespace kel::detail;
+    for (; text.size() >= kVectorLength; text.remove_prefix(kVectorLength)) {
+        const Vector units = loadVector(text.data());
+        if (isAnySet(areEither(units, u'"', u'&') | areEither(units, u'<', u'>'))) return true;
+    }
+    return text.find_first_of(kCharacters) != text.npos;
+}
+
 }  // namespace
 
-std::u16string_view XmlEscaper::escapeSpecial(std::u16string_view text) {
+std::u16string_view XmlEscaper::escape(std::u16string_view text) {
+    if (!holdsSpecial(text)) return text;
     for (std::size_t row = 0; row < kEntities.size(); ++row) {
         to_.clear();
         row = runPass(row, text, to_);

@@ -16,30 +16,55 @@ bool escapeXml(KelString& text);
 
 namespace msxml {
 
-// The same without touching the text. Keeps its own buffers between calls.
+// The same without touching the text, for many texts: most hold nothing to escape. Keeps its own buffers
+// between calls.
 class XmlEscaper final {
 public:
     // The escaped text: `text` itself where nothing is to be escaped, else valid until the next call.
-    [[nodiscard]] std::u16string_view escape(std::u16string_view text) {
-        return holdsSpecial(text) ? escapeSpecial(text) : text;
+    [[nodiscard]] std::u16string_view escape(std::u16string_view text);
+
+    // Copies a text in which nothing is to be escaped, and returns the end of the copy; null where something
+    // is: what was written then is to be overwritten. There must be room for the text.
+    [[nodiscard]] static char16_t* copyPlain(std::u16string_view text, char16_t* to) noexcept {
+        if (text.size() >= kel::detail::kVectorLength) return copyVectors(text, to);
+        if (text.size() >= kLanes) return copyLanes(text, to);
+        for (const char16_t unit : text) {
+            if (isSpecial(unit)) return nullptr;
+            *to++ = unit;
+        }
+        return to;
     }
 
 private:
-    [[nodiscard]] static bool holdsSpecialAt(const char16_t* four) noexcept {
-        const std::uint64_t lanes = kel::detail::loadLanes(four);
-        return kel::detail::hasEither(lanes, u'"', u'&') || kel::detail::hasEither(lanes, u'<', u'>');
+    static constexpr std::size_t kLanes = 4;
+
+    [[nodiscard]] static constexpr bool isSpecial(char16_t unit) noexcept {
+        return unit == u'"' || unit == u'&' || unit == u'<' || unit == u'>';
     }
-    // Most texts hold none, and are then copied as they are.
-    [[nodiscard]] static bool holdsSpecial(std::u16string_view text) noexcept {
-        constexpr std::size_t kAtOnce = 4;
-        if (text.size() < kAtOnce) return text.find_first_of(u"&<>\"") != text.npos;
-        const std::size_t last = text.size() - kAtOnce;
-        for (std::size_t at = 0; at < last; at += kAtOnce) {
-            if (holdsSpecialAt(text.data() + at)) return true;
+    // In both the last piece overlaps the one before.
+    [[nodiscard]] static char16_t* copyVectors(std::u16string_view text, char16_t* to) noexcept {
+        using namespace kel::detail;
+        const std::size_t last = text.size() - kVectorLength;
+        Vector special{};
+        const auto copyAt = [&](std::size_t at) {
+            const Vector units = loadVector(text.data() + at);
+            storeVector(units, to + at);
+            special |= areEither(units, u'"', u'&') | areEither(units, u'<', u'>');
+        };
+        for (std::size_t at = 0; at < last; at += kVectorLength) copyAt(at);
+        copyAt(last);
+        return isAnySet(special) ? nullptr : to + text.size();
+    }
+    [[nodiscard]] static char16_t* copyLanes(std::u16string_view text, char16_t* to) noexcept {
+        using namespace kel::detail;
+        const std::size_t last = text.size() - kLanes;
+        for (const std::size_t at : {std::size_t{0}, last}) {
+            const std::uint64_t units = loadLanes(text.data() + at);
+            storeLanes(units, to + at);
+            if (hasEither(units, u'"', u'&') || hasEither(units, u'<', u'>')) return nullptr;
         }
-        return holdsSpecialAt(text.data() + last);
+        return to + text.size();
     }
-    [[nodiscard]] std::u16string_view escapeSpecial(std::u16string_view text);
 
     std::u16string from_;
     std::u16string to_;

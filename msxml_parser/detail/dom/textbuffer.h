@@ -24,48 +24,65 @@ public:
     [[nodiscard]] std::u16string_view view() const noexcept { return {units_, size_}; }
     // Zero-terminated; valid until the next change.
     [[nodiscard]] const char16_t* c_str() {
-        *extend(1) = u'\0';
-        --size_;
+        *room(1) = u'\0';
         return units_;
     }
 
-    // The text must lie elsewhere.
-    void append(std::u16string_view text) { copy(text.data(), text.size(), extend(text.size())); }
-    void append(char16_t unit) { *extend(1) = unit; }
+    // Texts and single units, one after the other. They must lie elsewhere.
+    template <typename... Parts>
+    void append(const Parts&... parts) {
+        char16_t* to = room((lengthOf(parts) + ...));
+        ((to = put(parts, to)), ...);
+        endAt(to);
+    }
+    // Where the next units go: room for `count` of them, which count once endAt says where they end.
+    [[nodiscard]] char16_t* room(std::size_t count) {
+        if (count > capacity_ - size_) grow(count);
+        return units_ + size_;
+    }
+    void endAt(const char16_t* end) noexcept { size_ = static_cast<std::size_t>(end - units_); }
     void truncate(std::size_t size) noexcept { size_ = size; }
     void clear() noexcept { size_ = 0; }
 
 private:
+    [[nodiscard]] static std::size_t lengthOf(char16_t) noexcept { return 1; }
+    [[nodiscard]] static std::size_t lengthOf(std::u16string_view text) noexcept { return text.size(); }
+    [[nodiscard]] static char16_t* put(char16_t unit, char16_t* to) noexcept {
+        *to = unit;
+        return to + 1;
+    }
+    template <std::size_t kSize>
+    [[nodiscard]] static std::size_t lengthOf(const char16_t (&)[kSize]) noexcept {
+        return kSize - 1;
+    }
+    // Of a literal the length is known; followed into the other form, compilers warn of what cannot happen.
+    template <std::size_t kSize>
+    [[nodiscard]] static char16_t* put(const char16_t (&literal)[kSize], char16_t* to) noexcept {
+        std::memcpy(to, literal, (kSize - 1) * sizeof(char16_t));
+        return to + kSize - 1;
+    }
+    // Most texts are short.
+    [[nodiscard]] static char16_t* put(std::u16string_view text, char16_t* to) noexcept {
+        if (text.size() > 64) {
+            std::memcpy(to, text.data(), text.size() * sizeof(char16_t));
+        } else if (text.size() >= 8) {
+            copyPieces<8>(text, to);
+        } else if (text.size() >= 4) {
+            copyPieces<4>(text, to);
+        } else {
+            for (std::size_t i = 0; i < text.size(); ++i) to[i] = text[i];
+        }
+        return to + text.size();
+    }
     // In pieces of fixed length, the last of which overlaps the one before.
     template <std::size_t kUnits>
-    static void copyPieces(const char16_t* from, std::size_t size, char16_t* to) noexcept {
-        const std::size_t last = size - kUnits;
+    static void copyPieces(std::u16string_view text, char16_t* to) noexcept {
+        const std::size_t last = text.size() - kUnits;
         for (std::size_t at = 0; at < last; at += kUnits)
-            std::memcpy(to + at, from + at, kUnits * sizeof(char16_t));
-        std::memcpy(to + last, from + last, kUnits * sizeof(char16_t));
-    }
-    // Most pieces are short. Not inline: g++ 12 would follow a literal into the branch for long ones, and
-    // warn.
-    [[gnu::noinline]] static void copy(const char16_t* from, std::size_t size, char16_t* to) noexcept {
-        if (size > 64) {
-            std::memcpy(to, from, size * sizeof(char16_t));
-        } else if (size >= 8) {
-            copyPieces<8>(from, size, to);
-        } else if (size >= 4) {
-            copyPieces<4>(from, size, to);
-        } else if (size >= 2) {
-            copyPieces<2>(from, size, to);
-        } else if (size == 1) {
-            *to = *from;
-        }
+            std::memcpy(to + at, text.data() + at, kUnits * sizeof(char16_t));
+        std::memcpy(to + last, text.data() + last, kUnits * sizeof(char16_t));
     }
 
-    char16_t* extend(std::size_t count) {
-        if (count > capacity_ - size_) grow(count);
-        char16_t* const end = units_ + size_;
-        size_ += count;
-        return end;
-    }
     void grow(std::size_t count) {
         constexpr std::size_t kMax = std::numeric_limits<std::size_t>::max() / sizeof(char16_t) / 2;
         if (count > kMax - size_) throw std::bad_alloc();

@@ -1,7 +1,8 @@
-// Four 16-bit units in one word, to be tested at once. Compilers do not find this by themselves in loops of
-// so few rounds.
+// Several 16-bit units at once, four in a word or eight in a vector. Compilers do not find this by themselves
+// in loops of so few rounds.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -14,6 +15,9 @@ inline constexpr std::uint64_t kOneInEachLane = 0x0001'0001'0001'0001;
     std::memcpy(&lanes, four, sizeof lanes);
     return lanes;
 }
+inline void storeLanes(std::uint64_t lanes, char16_t* four) noexcept {
+    std::memcpy(four, &lanes, sizeof lanes);
+}
 [[nodiscard]] constexpr bool hasZeroLane(std::uint64_t lanes) noexcept {
     return ((lanes - kOneInEachLane) & ~lanes & (kOneInEachLane << 15)) != 0;
 }
@@ -24,6 +28,28 @@ inline constexpr std::uint64_t kOneInEachLane = 0x0001'0001'0001'0001;
 }
 [[nodiscard]] constexpr bool isAscii(std::uint64_t lanes) noexcept {
     return (lanes & kOneInEachLane * 0xFF80) == 0;
+}
+
+inline constexpr std::size_t kVectorLength = 8;
+using Vector = std::uint16_t __attribute__((vector_size(kVectorLength * sizeof(std::uint16_t))));
+
+[[nodiscard]] inline Vector loadVector(const char16_t* eight) noexcept {
+    Vector units;
+    std::memcpy(&units, eight, sizeof units);
+    return units;
+}
+inline void storeVector(Vector units, char16_t* eight) noexcept {
+    std::memcpy(eight, &units, sizeof units);
+}
+// All bits set where the unit is `first` or `second`, which differ in one bit.
+[[nodiscard]] inline Vector areEither(Vector units, char16_t first, char16_t second) noexcept {
+    const auto bit = static_cast<std::uint16_t>(first ^ second);
+    return Vector((units | bit) == static_cast<std::uint16_t>(first | bit));
+}
+[[nodiscard]] inline bool isAnySet(Vector units) noexcept {
+    std::uint64_t halves[2];
+    std::memcpy(halves, &units, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
 }
 
 }  // namespace kel::detail

@@ -29,6 +29,13 @@ bool isDirectory(int descriptor) {
     return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+// The owner's own bit decides for the owner, whatever an access list says of others; for anybody else the
+// system is asked, which looks the path up once more.
+bool mayRead(const struct stat& about, const std::string& native) {
+    if (about.st_uid == geteuid() && (about.st_mode & S_IRUSR) != 0) return true;
+    return faccessat(AT_FDCWD, native.c_str(), R_OK, AT_EACCESS) == 0;
+}
+
 }  // namespace
 
 FileHandle openFile(std::u16string_view path, const char* mode) {
@@ -49,8 +56,7 @@ bool canOpenForReading(std::u16string_view path) {
     const std::string native = nativePath(path);
     // Not opened: a pipe's writer that waits for a reader would have had its only one.
     struct stat about {};
-    return stat(native.c_str(), &about) == 0 && !S_ISDIR(about.st_mode) &&
-           faccessat(AT_FDCWD, native.c_str(), R_OK, AT_EACCESS) == 0;
+    return stat(native.c_str(), &about) == 0 && !S_ISDIR(about.st_mode) && mayRead(about, native);
 }
 
 }  // namespace kel::platform
