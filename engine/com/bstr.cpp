@@ -7,6 +7,7 @@
 #include "engine/com/blocks.h"
 #include "engine/com/com.h"
 #include "engine/com/status.h"
+#include "engine/text/block.h"
 #include "engine/text/utf.h"
 
 namespace engine::com {
@@ -49,6 +50,24 @@ BSTR makeBstr(std::string_view utf8) {
     const std::size_t length = text::convertToUtf16(utf8, result);
     headerOf(result)->lengthInBytes = static_cast<std::uint32_t>(length * sizeof(OLECHAR));
     result[length] = 0;
+    return result;
+}
+
+// Two rounds at most, of fixed length: the zeros after the text are written, too, and end it.
+BSTR makeBstrOfBlock(const char* block, std::size_t length) {
+    using text::Units;
+    const Units low = Units::widened(block);
+    const Units high = Units::widened(block + Units::kCount);
+    if (!(low | high).isAscii()) return makeBstr(std::string_view(block, length));
+    const bool isShort = length < Units::kCount;
+    BSTR result = takeString(isShort ? Units::kCount : text::kBlock);
+    if (result == nullptr) throw std::bad_alloc();
+    headerOf(result)->lengthInBytes = static_cast<std::uint32_t>(length * sizeof(OLECHAR));
+    low.store(result);
+    if (!isShort) {
+        high.store(result + Units::kCount);
+        result[length] = 0;
+    }
     return result;
 }
 

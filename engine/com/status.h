@@ -67,6 +67,9 @@ HRESULT give(T** out, std::string_view operation, Make&& make) noexcept {
 // A new string holding `utf8` as UTF-16, never null for a text. Throws std::bad_alloc.
 [[nodiscard]] BSTR makeBstr(std::string_view utf8);
 [[nodiscard]] BSTR makeBstr(std::u16string_view text);
+// The same for the first `length` of text::kBlock bytes, zeros after a shorter text, as tables of names have
+// them.
+[[nodiscard]] BSTR makeBstrOfBlock(const char* block, std::size_t length);
 
 // The text of a BSTR; null counts as empty. Borrowed from it.
 [[nodiscard]] inline std::u16string_view textOf(const OLECHAR* text) noexcept {

@@ -1,6 +1,5 @@
 // Attributes as objects. An attribute is an index into its element's attributes; the element keeps a list of
 // the live ones to correct their indices when one goes.
-#include "engine/com/status.h"
 #include "engine/dom/nodeobject.h"
 #include "engine/dom/utf8text.h"
 
@@ -99,18 +98,16 @@ AttributeView AttributeObject::view() const noexcept {
     return element_->tree().attribute(element_->node(), index_);
 }
 
-std::string_view AttributeObject::name() const noexcept {
-    if (isRemoved_) return removed_->name;
-    const Tree& tree = element_->tree();
-    return tree.names().text(tree.attributeNameId(element_->node(), index_));
-}
-
 std::string_view AttributeObject::value() const noexcept {
     return isRemoved_ ? removed_->value : element_->tree().attributeValue(element_->node(), index_);
 }
 
 HRESULT AttributeObject::get_nodeName(BSTR* name) {
-    return com::give(name, "get_nodeName", [&] { return com::makeBstr(this->name()); });
+    return com::give(name, "get_nodeName", [&] {
+        if (isRemoved_) return com::makeBstr(removed_->name);
+        const Tree& tree = element_->tree();
+        return makeBstr(tree.names(), tree.attributeNameId(element_->node(), index_));
+    });
 }
 
 HRESULT AttributeObject::get_nodeValue(VARIANT* value) {

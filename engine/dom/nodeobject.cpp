@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "engine/com/status.h"
 #include "engine/dom/services.h"
 #include "engine/dom/utf8text.h"
 #include "engine/text/utf.h"
@@ -210,7 +209,11 @@ NodeObject<Interface>::~NodeObject() {
 
 template <typename Interface>
 HRESULT NodeObject<Interface>::get_nodeName(BSTR* name) {
-    return com::give(name, "get_nodeName", [&] { return com::makeBstr(nameOf(tree(), node())); });
+    return com::give(name, "get_nodeName", [&] {
+        const Tree& tree = this->tree();
+        if (tree.kind(node()) == NodeKind::Element) return makeBstr(tree.names(), tree.nameId(node()));
+        return com::makeBstr(nameOf(tree, node()));
+    });
 }
 
 template <typename Interface>

@@ -10,13 +10,23 @@
 
 #include "engine/com/object.h"
 #include "engine/com/ref.h"
+#include "engine/com/status.h"
 #include "engine/dom/lists.h"
 #include "engine/dom/livetree.h"
+#include "engine/tables/names.h"
+#include "engine/text/block.h"
 
 namespace engine::dom {
 
 // What the data of a processing instruction must not hold. Throws com::Exception.
 void checkInstructionData(std::string_view data);
+
+// A qualified name as callers get it. Throws std::bad_alloc.
+[[nodiscard]] inline BSTR makeBstr(const tables::Names& names, NameId id) {
+    const std::size_t length = names.length(id);
+    return length <= text::kBlock ? com::makeBstrOfBlock(names.start(id), length)
+                                  : com::makeBstr(names.text(id));
+}
 
 // Each operation keeps the rules of COM: out-parameters cleared first, no exception, error information with
 // every failure.
@@ -159,7 +169,6 @@ private:
     };
 
     [[nodiscard]] AttributeView view() const noexcept;
-    [[nodiscard]] std::string_view name() const noexcept;
     [[nodiscard]] std::string_view value() const noexcept;
 
     const com::Ref<ElementObject> element_;

@@ -66,6 +66,8 @@ public:
         const Record& record = records_[id];
         return {bytes_.data() + record.offset, record.length};
     }
+    // The first kReadableBytes of a name, zeros after a shorter one; lives as long.
+    [[nodiscard]] const char* start(NameId id) const noexcept { return records_[id].start.bytes(); }
     [[nodiscard]] std::uint32_t length(NameId id) const noexcept { return records_[id].length; }
     [[nodiscard]] std::uint8_t flags(NameId id) const noexcept {
         return static_cast<std::uint8_t>(records_[id].prefixAndFlags & kFlagMask);

@@ -1,6 +1,8 @@
 // Checked steps through the engine's tree. Failures raise _com_error, empty references E_POINTER.
 #pragma once
 
+#include <utility>
+
 #include "msxml_parser/detail/comptr.h"
 
 namespace msxml {
@@ -29,11 +31,13 @@ template <typename T>
 }
 
 // `node` itself or the first sibling after it that is an element; empty if there is none.
+[[nodiscard]] inline Node skipToElementNode(Node node) {
+    while (node && typeOf(node) != NODE_ELEMENT) node = nextSiblingOf(node);
+    return node;
+}
+// The same, for what only elements can do.
 [[nodiscard]] inline Element skipToElement(Node node) {
-    for (; node; node = nextSiblingOf(node)) {
-        if (typeOf(node) == NODE_ELEMENT) return node.as<IXMLDOMElement>();
-    }
-    return {};
+    return skipToElementNode(std::move(node)).as<IXMLDOMElement>();
 }
 
 }  // namespace msxml

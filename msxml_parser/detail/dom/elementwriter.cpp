@@ -59,7 +59,7 @@ ElementWriter::ElementWriter(const WriterOptions& options, KelString& out)
     out_.makeEmpty();
 }
 
-void ElementWriter::write(const Element& root) {
+void ElementWriter::write(const Node& root) {
     try {
         writeTree(root);
     } catch (...) {
@@ -69,7 +69,7 @@ void ElementWriter::write(const Element& root) {
     flush();
 }
 
-void ElementWriter::writeTree(const Element& root) {
+void ElementWriter::writeTree(const Node& root) {
     openElement(root);
     while (!open_.empty()) {
         if (open_.back().nextAhead == ahead_.size()) {
@@ -81,18 +81,18 @@ void ElementWriter::writeTree(const Element& root) {
 }
 
 // The next child of the innermost open element; the one after it is ahead then, if there is one.
-Element ElementWriter::takeChild() {
+Node ElementWriter::takeChild() {
     OpenElement& parent = open_.back();
-    Element child = std::move(ahead_[parent.nextAhead++]);
+    Node child = std::move(ahead_[parent.nextAhead++]);
     if (parent.nextAhead == ahead_.size() && !parent.isAllAhead) {
-        Element next = skipToElement(nextSiblingOf(child));
+        Node next = skipToElementNode(nextSiblingOf(child));
         if (next) ahead_[--parent.nextAhead] = std::move(next);
     }
     return child;
 }
 
 // Writes the element's line up to its child elements; without any, the whole element.
-void ElementWriter::openElement(const Element& element) {
+void ElementWriter::openElement(const Node& element) {
     const std::size_t depth = open_.size();
     buffer_.append(indent_);
 
@@ -131,7 +131,7 @@ void ElementWriter::openElement(const Element& element) {
 }
 
 // The text of the first text node; appends the first child elements to ahead_, among them the very first.
-ElementWriter::Content ElementWriter::lookAtContent(const Element& element) {
+ElementWriter::Content ElementWriter::lookAtContent(const Node& element) {
     Content content;
     const std::size_t start = ahead_.size();
     bool textSeen = false;
@@ -147,7 +147,7 @@ ElementWriter::Content ElementWriter::lookAtContent(const Element& element) {
             textSeen = true;
         } else if (type == NODE_ELEMENT) {
             isPassed = ahead_.size() - start == kMostAhead;
-            if (!isPassed) ahead_.push_back(child.as<IXMLDOMElement>());
+            if (!isPassed) ahead_.push_back(std::move(child));
         }
         child = std::move(next);
         isFirst = false;
@@ -166,7 +166,7 @@ void ElementWriter::closeElement() {
     endLine(open_.size());
 }
 
-void ElementWriter::appendAttributes(const Element& element) {
+void ElementWriter::appendAttributes(const Node& element) {
     ComPtr<IXMLDOMNamedNodeMap> attributes;
     check(element->get_attributes(attributes.receive()), element);
     LONG count = 0;

@@ -28,7 +28,7 @@ public:
     ElementWriter(const WriterOptions& options, KelString& out);
 
     // Runs once. On failure raises _com_error; `out` then holds what was written and not flushed to the file.
-    void write(const Element& root);
+    void write(const Node& root);
 
 private:
     // An element whose start tag is written and whose children are being written.
@@ -45,12 +45,13 @@ private:
         bool isAllAhead = false;   // as above
     };
 
-    void writeTree(const Element& root);
-    [[nodiscard]] Element takeChild();
-    void openElement(const Element& element);
-    [[nodiscard]] Content lookAtContent(const Element& element);
+    void writeTree(const Node& root);
+    [[nodiscard]] Node takeChild();
+    void openElement(const Node& element);
     void closeElement();
-    void appendAttributes(const Element& element);
+    // By themselves: compilers bring the calls that a function makes into it only up to a certain size.
+    [[gnu::noinline]] void appendAttributes(const Node& element);
+    [[nodiscard, gnu::noinline]] Content lookAtContent(const Node& element);
     void appendEscaped(std::u16string_view text);
     void appendEndTag(const BStr& name);
     void endLine(std::size_t depth);
@@ -69,7 +70,7 @@ private:
     std::vector<OpenElement> open_;
     // Child elements that were met while an open element's text was looked for; each is emptied when it is
     // written.
-    std::vector<Element> ahead_;
+    std::vector<Node> ahead_;
     XmlEscaper escaper_;
 };
 
