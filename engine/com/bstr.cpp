@@ -1,5 +1,4 @@
 // Strings with their length before them, in blocks of the thread's cache.
-#include <cstring>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -83,7 +82,7 @@ BSTR makeBstr(std::u16string_view text) {
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) noexcept {
     BSTR result = engine::com::takeString(length);
     if (result == nullptr) return nullptr;
-    if (text != nullptr && length != 0) std::memcpy(result, text, length * sizeof(OLECHAR));
+    if (text != nullptr) engine::text::copyUnits(text, length, result);
     result[length] = 0;
     return result;
 }

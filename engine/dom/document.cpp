@@ -106,8 +106,7 @@ HRESULT Document::createElement(BSTR name, IXMLDOMElement** element) {
 HRESULT Document::createTextNode(BSTR text, IXMLDOMText** node) {
     return com::give(node, "createTextNode", [&] {
         liveTree().makeRoom();
-        const Utf8Text content(textOf(text));
-        return made<IXMLDOMText>(tree().createText(NodeKind::Text, content.view()));
+        return made<IXMLDOMText>(tree().createText(NodeKind::Text, textOf(text)));
     });
 }
 

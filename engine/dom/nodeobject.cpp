@@ -511,11 +511,10 @@ HRESULT ElementObject::setAttribute(BSTR name, VARIANT value) {
             throw Exception(E_INVALIDARG, "The value for the attribute '" + displayed(textOf(name)) +
                                               "' is not a text and cannot be made one.");
         }
-        const Utf8Text content(textOf(value.vt == VT_BSTR ? value.bstrVal : converted.bstrVal));
-        tree().setAttribute(node(), id, content.view());
+        tree().setAttribute(node(), id, textOf(value.vt == VT_BSTR ? value.bstrVal : converted.bstrVal));
         return S_OK;
     });
-    VariantClear(&converted);
+    if (converted.vt != VT_EMPTY) VariantClear(&converted);
     return status;
 }
 

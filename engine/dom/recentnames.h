@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "engine/tables/names.h"
@@ -18,9 +17,9 @@ public:
     [[nodiscard]] tables::NameId find(std::u16string_view name, const tables::Names& names) const noexcept {
         if (name.empty()) return tables::kNoName;
         const Entry& entry = entries_[slotOf(name)];
-        const bool isSame = entry.generation == names.generation() && entry.length == name.size() &&
-                            std::memcmp(entry.text.data(), name.data(), name.size() * sizeof(char16_t)) == 0;
-        return isSame ? entry.id : tables::kNoName;
+        const bool isIt = entry.generation == names.generation() && entry.length == name.size() &&
+                          isSame(name, entry.text.data());
+        return isIt ? entry.id : tables::kNoName;
     }
     // Of a name that is not empty.
     void remember(std::u16string_view name, tables::NameId id, const tables::Names& names) noexcept {
@@ -43,6 +42,13 @@ private:
         std::array<char16_t, kLongest> text{};
     };
 
+    // Names are too short to be worth a call.
+    [[nodiscard]] static bool isSame(std::u16string_view name, const char16_t* text) noexcept {
+        for (std::size_t i = 0; i < name.size(); ++i) {
+            if (name[i] != text[i]) return false;
+        }
+        return true;
+    }
     [[nodiscard]] static std::size_t slotOf(std::u16string_view name) noexcept {
         const std::size_t units =
             name.size() + 0x1F3u * name.front() + 0x35u * name[name.size() / 2] + 0x7u * name.back();

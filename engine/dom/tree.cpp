@@ -14,11 +14,20 @@
 #include <cassert>
 #include <cstring>
 
+#include "engine/dom/utf8text.h"
+#include "engine/text/utf.h"
+
 namespace engine::dom {
 
 namespace {
-constinit std::atomic<std::uint64_t> lastSerial{0};
+
+// How many bytes a text of an edit is given, so that it may grow a little.
+constexpr std::size_t roomFor(std::size_t lengthInBytes) noexcept {
+    constexpr std::size_t kRoundedTo = 8;
+    return (lengthInBytes + kRoundedTo - 1) / kRoundedTo * kRoundedTo;
 }
+constinit std::atomic<std::uint64_t> lastSerial{0};
+}  // namespace
 
 Tree::Tree(std::uint32_t maxTextInBytes)
     : maxText_(maxTextInBytes), text_(maxTextInBytes), serial_(++lastSerial) {
@@ -118,8 +127,7 @@ std::optional<Tree::Span> Tree::spanWithin(std::string_view text) noexcept {
 
 Tree::Span Tree::store(std::string_view text) {
     if (const std::optional<Span> span = spanWithin(text)) return *span;
-    constexpr std::size_t kRoundedTo = 8;  // so that a text may grow a little
-    const std::size_t room = (text.size() + kRoundedTo - 1) / kRoundedTo * kRoundedTo;
+    const std::size_t room = roomFor(text.size());
     if (text_.max() < sizeof(Room) || room > text_.max() - sizeof(Room)) tables::detail::tableIsFull();
     const std::uint32_t offset = sourceSize() + text_.size() + std::uint32_t{sizeof(Room)};
     const auto recorded = static_cast<Room>(room);
@@ -127,6 +135,25 @@ Tree::Span Tree::store(std::string_view text) {
     std::memcpy(to, &recorded, sizeof recorded);
     std::memcpy(to + sizeof(Room), text.data(), text.size());
     return {offset, static_cast<std::uint32_t>(text.size())};
+}
+
+// A short text is converted where it stays; there must be room for the most that it may take.
+Tree::Span Tree::store(std::u16string_view text) {
+    if (text.empty()) return {0, 0};
+    const auto most = static_cast<std::uint32_t>(
+        sizeof(Room) + roomFor(std::min(text.size(), Utf8Text::kShort) * Utf8Text::kBytesForUnit));
+    if (text.size() > Utf8Text::kShort || most > text_.max() - text_.size()) {
+        const Utf8Text narrow(text);
+        return store(narrow.view());
+    }
+    text_.reserve(most);
+    const std::uint32_t offset = sourceSize() + text_.size() + std::uint32_t{sizeof(Room)};
+    char* const to = text_.data() + text_.size();
+    const std::size_t length = text::convertToUtf8(text, to + sizeof(Room));
+    const auto room = static_cast<Room>(roomFor(length));
+    std::memcpy(to, &room, sizeof room);
+    (void)text_.extend(room + std::uint32_t{sizeof(Room)});
+    return {offset, static_cast<std::uint32_t>(length)};
 }
 
 Tree::Span Tree::storeLoaded(std::string_view text) {
@@ -188,6 +215,11 @@ void Tree::release(NodeId node) noexcept {
 }
 
 NodeId Tree::createText(NodeKind kind, std::string_view text) {
+    const Span span = store(text);
+    return allocate(kind, 0, span.offset, span.length);
+}
+
+NodeId Tree::createText(NodeKind kind, std::u16string_view text) {
     const Span span = store(text);
     return allocate(kind, 0, span.offset, span.length);
 }
@@ -281,11 +313,22 @@ void Tree::setAttributeValue(NodeId element, std::uint32_t index, std::string_vi
 void Tree::setAttribute(NodeId element, NameId name, std::string_view value) {
     if (const std::optional<std::uint32_t> index = findAttribute(element, name))
         return setAttributeValue(element, *index, value);
-    const Span span = store(value);
+    addAttribute(element, name, store(value));
+}
+
+void Tree::setAttribute(NodeId element, NameId name, std::u16string_view value) {
+    if (const std::optional<std::uint32_t> index = findAttribute(element, name)) {
+        const Utf8Text narrow(value);
+        return setAttributeValue(element, *index, narrow.view());
+    }
+    addAttribute(element, name, store(value));
+}
+
+void Tree::addAttribute(NodeId element, NameId name, Span value) {
     growAttributes(element);
     ++otherRevision_;
     Node& record = nodes_[element];
-    attributes_[record.first + record.count++] = {name, span.offset, span.length};
+    attributes_[record.first + record.count++] = {name, value.offset, value.length};
 }
 
 void Tree::removeAttribute(NodeId element, std::uint32_t index) noexcept {

@@ -135,6 +135,7 @@ public:
     [[nodiscard]] NodeId createElement(NameId name) { return allocate(NodeKind::Element, name, 0, 0); }
     [[nodiscard]] NodeId createElement(std::string_view name) { return createElement(intern(name)); }
     [[nodiscard]] NodeId createText(NodeKind kind, std::string_view text);  // also CData and Comment
+    [[nodiscard]] NodeId createText(NodeKind kind, std::u16string_view text);
     [[nodiscard]] NodeId createProcessingInstruction(NameId target, std::string_view data);
     // A copy of the node, with all below it if `deep`. Attributes always come along; texts are shared, not
     // copied.
@@ -146,6 +147,7 @@ public:
     void setContent(NodeId node, std::string_view text);  // `text` may lie in this tree
     // Creates or overwrites. Constant on average but for the search.
     void setAttribute(NodeId element, NameId name, std::string_view value);
+    void setAttribute(NodeId element, NameId name, std::u16string_view value);
     void setAttribute(NodeId element, std::string_view name, std::string_view value) {
         setAttribute(element, intern(name), value);
     }
@@ -228,6 +230,7 @@ private:
     // that were loaded have none: they are many, and seldom replaced.
     using Room = std::uint32_t;
     Span store(std::string_view text);
+    Span store(std::u16string_view text);
     Span storeLoaded(std::string_view text);
     [[nodiscard]] std::optional<Span> spanWithin(
         std::string_view text) noexcept;  // if it stands here already
@@ -249,6 +252,7 @@ private:
     NodeId copyNode(const Tree& source, NodeId node);
     template <typename Copy>
     NodeId copySubtree(const Tree& source, NodeId node, Copy copy);
+    void addAttribute(NodeId element, NameId name, Span value);
     void growAttributes(NodeId element);
     void markSubtree(NodeId root) noexcept;
     void compact();

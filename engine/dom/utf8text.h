@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,9 +12,12 @@ namespace engine::dom {
 
 class Utf8Text final {
 public:
+    static constexpr std::size_t kBytesForUnit = 3;  // at most
+    static constexpr std::size_t kShort = 256;       // in units
+
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the buffer is written before it is read.
     explicit Utf8Text(std::u16string_view text) {
-        if (text.size() * 3 <= buffer_.size()) {
+        if (text.size() <= kShort) {
             view_ = {buffer_.data(), text::convertToUtf8(text, buffer_.data())};
         } else {
             long_ = text::toUtf8(text);
@@ -27,7 +31,7 @@ public:
     std::string_view view() && = delete;
 
 private:
-    std::array<char, 768> buffer_;
+    std::array<char, kShort * kBytesForUnit> buffer_;
     std::string long_;
     std::string_view view_;
 };

@@ -222,4 +222,22 @@ using Units = Sse2Units;
 using Units = PortableUnits;
 #endif
 
+// Copies units, few of them without a call: in pieces, the last of which overlaps the one before.
+inline void copyUnits(const char16_t* from, std::size_t count, char16_t* to) noexcept {
+    constexpr std::size_t kMany = 64;
+    constexpr std::size_t kHalf = Units::kCount / 2;
+    if (count > kMany) {
+        std::memcpy(to, from, count * sizeof(char16_t));
+    } else if (count >= Units::kCount) {
+        const std::size_t last = count - Units::kCount;
+        for (std::size_t at = 0; at < last; at += Units::kCount) Units::load(from + at).store(to + at);
+        Units::load(from + last).store(to + last);
+    } else if (count >= kHalf) {
+        std::memcpy(to, from, kHalf * sizeof(char16_t));
+        std::memcpy(to + count - kHalf, from + count - kHalf, kHalf * sizeof(char16_t));
+    } else {
+        for (std::size_t i = 0; i < count; ++i) to[i] = from[i];
+    }
+}
+
 }  // namespace engine::text
