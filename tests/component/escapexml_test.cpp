@@ -112,6 +112,10 @@ TEST(EscapeXml, FindsACharacterAtEveryOffset) {
                 std::string text(length, 'b');
                 text[at] = special;
                 ASSERT_EQ(escaped(text), oracle(text));
+                std::u16string copy(length, u'\0');
+                const bool isCopied = msxml::XmlEscaper::copyPlain(widen(text), copy.data()) != nullptr;
+                ASSERT_EQ(isCopied, special == '\'') << text;
+                ASSERT_TRUE(!isCopied || copy == widen(text)) << text;
             }
         }
     }

@@ -92,6 +92,21 @@ TEST(Saving, WritesAFileAndReadsTheSameBack) {
     EXPECT_EQ(folder.read("out.xml"), saved(parser));
 }
 
+// The first children are kept from the look for text to their own turn, however many come after them.
+TEST(Saving, WritesFamiliesOfEverySize) {
+    std::string family;
+    std::string lines;
+    std::string texts;
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = "e" + std::to_string(i);
+        family += "<" + name + "><f/><!--c--><g>t</g></" + name + "><?p i?>";
+        lines += "\t<" + name + ">\n\t\t<f />\n\t\t<g>t</g>\n\t</" + name + ">\n";
+        texts += "t";
+        EXPECT_EQ(saved(load("<a>" + family + "</a>")), "<a>\n" + lines + "</a>\n");
+        EXPECT_EQ(saved(load("<a>" + family + "x</a>")), "<a>" + texts + "x\n" + lines + "</a>\n");
+    }
+}
+
 // Pieces of text are copied and narrowed in blocks.
 TEST(Saving, WritesTextsOfEveryLength) {
     const Folder folder;
@@ -103,6 +118,8 @@ TEST(Saving, WritesTextsOfEveryLength) {
         ASSERT_EQ(saved(parser), line + "\xC3\xA9</" + text + ">\n");
         ASSERT_TRUE(parser->saveToFile(path));
         ASSERT_EQ(folder.read("out.xml"), line + "</" + text + ">\n");
+        const std::string foreign = "<" + text + "\xC3\xA9 " + text + "\xC3\xA9=\"\" />\n";
+        ASSERT_EQ(saved(load(foreign)), foreign);
     }
     const std::string huge(200'000, 'y');
     EXPECT_EQ(saved(load("<a b='" + huge + "'>" + huge + "<c/></a>")),
