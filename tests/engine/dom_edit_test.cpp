@@ -125,6 +125,30 @@ TEST_F(DomEdit, LoneSurrogatesAndZerosComeBackUnchanged) {
     EXPECT_EQ(textOfNode(*first(*e)), u"\xD83D");
 }
 
+// Short texts are converted where they stay, of up to three bytes a unit; longer ones elsewhere.
+TEST_F(DomEdit, TextsOfEveryLengthComeBack) {
+    const DocumentRef document = loaded(u"<a/>");
+    const Element a = root(*document);
+    for (const char16_t unit : {u'a', u'\u00E9', u'\u4E2D'}) {
+        for (std::size_t length = 0; length < 300; ++length) {
+            const std::u16string text(length, unit);
+            const std::string name = "n" + std::to_string(unit) + "." + std::to_string(length);
+            ASSERT_EQ(setAttribute(*a, name, text), S_OK);
+            Ref<IXMLDOMText> made;
+            ASSERT_EQ(document->createTextNode(Bstr(text), made.receive()), S_OK);
+            BSTR content = nullptr;
+            ASSERT_EQ(made->get_text(&content), S_OK);
+            EXPECT_EQ(textOf(content), text);
+            SysFreeString(content);
+        }
+    }
+    for (const std::size_t length : {0u, 1u, 7u, 8u, 9u, 255u, 256u, 257u, 299u}) {
+        const std::string suffix = "." + std::to_string(length);
+        EXPECT_EQ(attribute(*a, "n97" + suffix), std::u16string(length, u'a'));
+        EXPECT_EQ(attribute(*a, "n20013" + suffix), std::u16string(length, u'\u4E2D'));
+    }
+}
+
 TEST_F(DomEdit, ChildListFollowsEditsAndCursors) {
     const DocumentRef document = loaded(u"<a><b/><c/><d/></a>");
     const Element a = root(*document);
