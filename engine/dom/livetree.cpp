@@ -104,9 +104,7 @@ NodeId LiveTree::adopt(LiveTree& source, NodeId node) {
     return copy;
 }
 
-NameId LiveTree::nameFor(std::u16string_view name, const char* what) {
-    const NameId recent = recentNames_ ? recentNames_->find(name, tree_.names()) : tables::kNoName;
-    if (recent != tables::kNoName) return recent;
+NameId LiveTree::lookUpName(std::u16string_view name, const char* what) {
     if (!text::isQualifiedName(name)) {
         throw com::Exception(E_INVALIDARG, "'" + text::toUtf8(name.substr(0, 100)) + "' is not a name that " +
                                                what + " can have.");

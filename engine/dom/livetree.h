@@ -83,7 +83,10 @@ public:
     }
     // The id of a qualified name as a caller writes it, a new one if needed. Throws com::Exception otherwise,
     // with words about `what`: "an element".
-    [[nodiscard]] NameId nameFor(std::u16string_view name, const char* what);
+    [[nodiscard]] NameId nameFor(std::u16string_view name, const char* what) {
+        const NameId recent = recentNames_ ? recentNames_->find(name, tree_.names()) : tables::kNoName;
+        return recent != tables::kNoName ? recent : lookUpName(name, what);
+    }
     // The same for a name that may not occur: kNoName then.
     [[nodiscard]] NameId findName(std::u16string_view name);
     // A node as a service takes it.
@@ -169,6 +172,7 @@ private:
     void vacate(std::uint32_t slot) noexcept;
     void place(const Slot& object) noexcept;  // in a free slot, which there must be
     void reclaim();
+    [[nodiscard]] NameId lookUpName(std::u16string_view name, const char* what);
     void remember(std::u16string_view name, NameId id);
 
     IXMLDOMDocument2* document_;  // counted while there are objects

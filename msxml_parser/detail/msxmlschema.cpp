@@ -15,6 +15,7 @@
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
+using msxml::BStrArgument;
 using msxml::check;
 using msxml::ComPtr;
 using msxml::fail;
@@ -163,7 +164,7 @@ bool MSXmlSchema::addFile(const KelString& namespaceUri, const KelString& path) 
         return fail(error_, IKelXmlError::kNoEngine, "Error %1 instantiating XMLSchemaCache60",
                     KelString(static_cast<int>(created)));
     }
-    const BStr targetNamespace(namespaceUri.view());
+    const BStrArgument targetNamespace(namespaceUri.view());
     const Variant source(normalised.view());
     try {
         check(schemas->add(targetNamespace.get(), source.get()), schemas);

@@ -13,6 +13,7 @@
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
+using msxml::BStrArgument;
 using msxml::check;
 using msxml::ComPtr;
 using msxml::fail;
@@ -139,7 +140,7 @@ bool MSXslStyleSheet::compileFile(const KelString& path) try {
 
 bool MSXslStyleSheet::compileString(const KelString& text) try {
     const Busy busy(*this);
-    const BStr xml(text.view());
+    const BStrArgument xml(text.view());
     return compile(nullptr, [&](IXMLDOMDocument2& document, VARIANT_BOOL& isLoaded) {
         return document.loadXML(xml.get(), &isLoaded);
     });
@@ -191,8 +192,8 @@ bool MSXslStyleSheet::transform(IKelDOMXml* source, Before&& before, After&& aft
         const Variant input(ours->engineDocument().get());
         check(processor->put_input(input.get()), processor);
         for (const Parameter& one : parameters_) {
-            const BStr name(one.name.view());
-            const BStr uri(one.namespaceUri.view());
+            const BStrArgument name(one.name.view());
+            const BStrArgument uri(one.namespaceUri.view());
             const BStr text = textOf(one.value);
             check(processor->addParameter(name.get(), variantOf(one.value, text), uri.get()), processor);
         }

@@ -3,9 +3,13 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
+#include "KelBasicTypes/detail/lanes.h"
 #include "KelBasicTypes/kelcstring.h"
 #include "KelBasicTypes/kelstring.h"
 #include "msxml_parser/comerror.h"
@@ -52,6 +56,46 @@ public:
 
 private:
     BSTR text_ = nullptr;
+};
+
+// A text on its way into an engine call, which reads it and keeps nothing of it. A short one needs no
+// allocation, only the layout of a BSTR: the length in bytes before the text, and a zero after it.
+class BStrArgument final {
+public:
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): of the storage only what is used is written.
+    explicit BStrArgument(std::u16string_view text) {  // raises _com_error with E_OUTOFMEMORY
+        if (text.size() > kShort) {
+            long_ = BStr(text);
+            return;
+        }
+        const auto lengthInBytes = static_cast<std::uint32_t>(text.size() * sizeof(OLECHAR));
+        std::memcpy(storage_ + kLengthAt, &lengthInBytes, sizeof lengthInBytes);
+        *kel::detail::copyUnits(text, reinterpret_cast<char16_t*>(storage_ + kTextAt)) = u'\0';
+    }
+    BStrArgument(const BStrArgument&) = delete;
+    BStrArgument& operator=(const BStrArgument&) = delete;
+
+    // Borrowed, as is what the variant holds.
+    [[nodiscard]] BSTR get() const noexcept {
+        return long_.get() != nullptr
+                   ? long_.get()
+                   : reinterpret_cast<BSTR>(const_cast<unsigned char*>(storage_) + kTextAt);
+    }
+    [[nodiscard]] VARIANT variant() const noexcept {
+        VARIANT result;
+        VariantInit(&result);
+        result.vt = VT_BSTR;
+        result.bstrVal = get();
+        return result;
+    }
+
+private:
+    static constexpr std::size_t kShort = 128;  // in units
+    static constexpr std::size_t kTextAt = 8;
+    static constexpr std::size_t kLengthAt = kTextAt - sizeof(std::uint32_t);
+
+    BStr long_;
+    alignas(kTextAt) unsigned char storage_[kTextAt + (kShort + 1) * sizeof(OLECHAR)];
 };
 
 // An owned variant.

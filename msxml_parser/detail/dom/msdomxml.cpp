@@ -24,6 +24,7 @@
 #include "msxml_parser/detail/text.h"
 
 using msxml::BStr;
+using msxml::BStrArgument;
 using msxml::check;
 using msxml::fail;
 
@@ -54,15 +55,15 @@ IKelDOMXmlElement* MSDOMXml::getRootElement() {
 }
 
 IKelDOMXmlElement* MSDOMXml::createElement(const KelString& name) {
-    const BStr tagName(name.view());
+    const BStrArgument tagName(name.view());
     msxml::Element element;
     check(document_->createElement(tagName.get(), element.receive()), document_);
     return MSDOMXmlElement::create(std::move(element));
 }
 
 IKelDOMXmlElementV2* MSDOMXml::createElementInNamespace(const KelString& uri, const KelString& name) {
-    const BStr tagName(name.view());
-    const BStr namespaceUri(uri.view());
+    const BStrArgument tagName(name.view());
+    const BStrArgument namespaceUri(uri.view());
     VARIANT type;
     VariantInit(&type);
     type.vt = VT_I4;
@@ -99,8 +100,8 @@ void MSDOMXml::replaceRootElement(IKelDOMXmlElement* element) {
 }
 
 bool MSDOMXml::addProcessingInstruction(const KelString& target, const KelString& data) {
-    const BStr targetText(target.view());
-    const BStr dataText(data.view());
+    const BStrArgument targetText(target.view());
+    const BStrArgument dataText(data.view());
     msxml::ComPtr<IXMLDOMProcessingInstruction> instruction;
     check(document_->createProcessingInstruction(targetText.get(), dataText.get(), instruction.receive()),
           document_);
@@ -157,7 +158,7 @@ bool MSDOMXml::loadFromString(const KelString& text) {
     error_.clear();
     if (!document_) return fail(error_, kNoDocument, "Error while reading Xml : No DOM Object");
     {
-        const msxml::BStr xml(text.view());
+        const msxml::BStrArgument xml(text.view());
         VARIANT_BOOL loaded = VARIANT_FALSE;
         check(document_->loadXML(xml.get(), &loaded), document_);
         if (loaded == VARIANT_TRUE) return true;
@@ -341,7 +342,7 @@ bool MSDOMXml::validate(const KelString& namespaceUri, const KelString& schemaPa
         return fail(error_, kValidationNotSetUp, "Error %1 instantiating XMLSchemaCache60",
                     KelString(static_cast<int>(status)));
     }
-    const BStr targetNamespace(namespaceUri.view());
+    const BStrArgument targetNamespace(namespaceUri.view());
     const Variant schemaSource(normalised.view());
     status = schemas->add(targetNamespace.get(), schemaSource.get());
     check(status, schemas);

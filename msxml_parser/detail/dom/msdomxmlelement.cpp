@@ -13,6 +13,7 @@
 
 using msxml::assign;
 using msxml::BStr;
+using msxml::BStrArgument;
 using msxml::check;
 using msxml::ComPtr;
 using msxml::Element;
@@ -63,7 +64,7 @@ void MSDOMXmlElement::setName(const KelString& name) {
     if (current.view() == name.view()) return;
 
     Element renamed;
-    const BStr tagName(name.view());
+    const BStrArgument tagName(name.view());
     const ComPtr<IXMLDOMDocument> document = ownerDocument();
     check(document->createElement(tagName.get(), renamed.receive()), document);
     for (Node child = firstChildOf(element_); child; child = nextSiblingOf(child)) {
@@ -125,7 +126,7 @@ KelString MSDOMXmlElement::getAttributeValueCopy(int index) {
 
 template <typename String>
 String& MSDOMXmlElement::readAttribute(const KelString& name, String& out) const {
-    const BStr attributeName(name.view());
+    const BStrArgument attributeName(name.view());
     Variant value;
     check(element_->getAttribute(attributeName.get(), value.receive()), element_);
     assign(out, value.text());
@@ -145,9 +146,9 @@ KelString MSDOMXmlElement::getAttributeCopy(const KelString& name) {
 }
 
 void MSDOMXmlElement::setAttribute(const KelString& name, const KelString& value) {
-    const BStr attributeName(name.view());
-    const Variant attributeValue(value.view());
-    check(element_->setAttribute(attributeName.get(), attributeValue.get()), element_);
+    const BStrArgument attributeName(name.view());
+    const BStrArgument attributeValue(value.view());
+    check(element_->setAttribute(attributeName.get(), attributeValue.variant()), element_);
 }
 
 int MSDOMXmlElement::getAttributeCount() {
@@ -208,7 +209,7 @@ KelString MSDOMXmlElement::getTextCopy() {
 }
 
 void MSDOMXmlElement::setText(const KelString& text) {
-    const BStr content(text.view());
+    const BStrArgument content(text.view());
     Node child = firstChildOf(element_);
     while (child && typeOf(child) != NODE_TEXT) child = nextSiblingOf(child);
     if (child) {

@@ -9,6 +9,7 @@
 
 using msxml::assign;
 using msxml::BStr;
+using msxml::BStrArgument;
 using msxml::check;
 using msxml::Element;
 using msxml::Node;
@@ -25,7 +26,7 @@ const Element& engineElementOf(IKelDOMXmlElement* element) {
 }  // namespace
 
 bool MSDOMXmlElement::hasAttribute(const KelString& name) {
-    const BStr attributeName(name.view());
+    const BStrArgument attributeName(name.view());
     Variant value;
     const HRESULT status = element_->getAttribute(attributeName.get(), value.receive());
     check(status, element_);
@@ -33,7 +34,7 @@ bool MSDOMXmlElement::hasAttribute(const KelString& name) {
 }
 
 bool MSDOMXmlElement::removeAttribute(const KelString& name) {
-    const BStr attributeName(name.view());
+    const BStrArgument attributeName(name.view());
     if (!hasAttribute(name)) return false;  // engines differ in what they say of an absent one
     check(element_->removeAttribute(attributeName.get()), element_);
     msxml::attributeRemovals.fetch_add(1, std::memory_order_relaxed);

@@ -11,6 +11,8 @@
 #include <new>
 #include <string_view>
 
+#include "KelBasicTypes/detail/lanes.h"
+
 namespace msxml {
 
 class TextBuffer final {
@@ -61,26 +63,8 @@ private:
         std::memcpy(to, literal, (kSize - 1) * sizeof(char16_t));
         return to + kSize - 1;
     }
-    // Most texts are short.
     [[nodiscard]] static char16_t* put(std::u16string_view text, char16_t* to) noexcept {
-        if (text.size() > 64) {
-            std::memcpy(to, text.data(), text.size() * sizeof(char16_t));
-        } else if (text.size() >= 8) {
-            copyPieces<8>(text, to);
-        } else if (text.size() >= 4) {
-            copyPieces<4>(text, to);
-        } else {
-            for (std::size_t i = 0; i < text.size(); ++i) to[i] = text[i];
-        }
-        return to + text.size();
-    }
-    // In pieces of fixed length, the last of which overlaps the one before.
-    template <std::size_t kUnits>
-    static void copyPieces(std::u16string_view text, char16_t* to) noexcept {
-        const std::size_t last = text.size() - kUnits;
-        for (std::size_t at = 0; at < last; at += kUnits)
-            std::memcpy(to + at, text.data() + at, kUnits * sizeof(char16_t));
-        std::memcpy(to + last, text.data() + last, kUnits * sizeof(char16_t));
+        return kel::detail::copyUnits(text, to);
     }
 
     void grow(std::size_t count) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace kel::detail {
 
@@ -50,6 +51,28 @@ inline void storeVector(Vector units, char16_t* eight) noexcept {
     std::uint64_t halves[2];
     std::memcpy(halves, &units, sizeof halves);
     return (halves[0] | halves[1]) != 0;
+}
+
+// Copies units, few of them without a call: in pieces of fixed length, the last of which overlaps the one
+// before. Returns the end of the copy.
+inline char16_t* copyUnits(std::u16string_view text, char16_t* to) noexcept {
+    constexpr std::size_t kMany = 64;
+    constexpr std::size_t kLanes = 4;
+    if (text.size() > kMany) {
+        std::memcpy(to, text.data(), text.size() * sizeof(char16_t));
+    } else if (text.size() >= kVectorLength) {
+        const std::size_t last = text.size() - kVectorLength;
+        for (std::size_t at = 0; at < last; at += kVectorLength)
+            storeVector(loadVector(text.data() + at), to + at);
+        storeVector(loadVector(text.data() + last), to + last);
+    } else if (text.size() >= kLanes) {
+        const std::size_t last = text.size() - kLanes;
+        storeLanes(loadLanes(text.data()), to);
+        storeLanes(loadLanes(text.data() + last), to + last);
+    } else {
+        for (std::size_t i = 0; i < text.size(); ++i) to[i] = text[i];
+    }
+    return to + text.size();
 }
 
 }  // namespace kel::detail
