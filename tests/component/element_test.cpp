@@ -126,6 +126,21 @@ TEST(Attributes, AreCreatedAndOverwritten) {
     EXPECT_EQ(saved(parser), "<a b=\"&lt;2&gt;\" c=\"\" />\n");
 }
 
+// Short texts reach the engine on the stack, longer ones from the heap.
+TEST(Attributes, TakeNamesAndValuesOfEveryLength) {
+    const DomParser parser = load("<a/>");
+    const Element root = rootOf(parser);
+    for (std::size_t length = 1; length < 300; ++length) {
+        const KelString text(std::u16string(length, length % 2 == 0 ? u'n' : u'\u00E9'));
+        root->setAttribute(text, text);
+        ASSERT_EQ(root->getAttribute(text), text);
+        root->setText(text);
+        ASSERT_EQ(root->getText(), text);
+        ASSERT_EQ(Element(parser->createElement(text))->getName(), text);
+    }
+    EXPECT_EQ(root->getAttributeCount(), 299);
+}
+
 TEST(ElementText, IsThatOfTheElementsOwnTextNodes) {
     const DomParser parser = load("<a>x<b>z</b><![CDATA[cdata]]><!--c-->y</a>");
     const Element root = rootOf(parser);
