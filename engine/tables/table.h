@@ -1,6 +1,6 @@
-// A growing array of plain records with 32-bit indices. Grows by half, so that appending is cheap and little
-// is left over, and gives back the rest when asked. Small ones live in the thread's blocks, for a short
-// document fills a dozen tables and drops them at once. Threads: as the object it belongs to.
+// A growing array of plain records with 32-bit indices. Doubles, as moving what it holds is a tenth of
+// building a tree; gives back what is left over when asked. Small ones live in the thread's blocks, for a
+// short document fills a dozen tables and drops them at once. Threads: as the object it belongs to.
 #pragma once
 
 #include <cstddef>
@@ -91,7 +91,7 @@ private:
     void grow(std::uint32_t count) {
         if (count > max_ - size_) detail::tableIsFull();
         const std::uint64_t wanted = std::uint64_t{size_} + count;
-        const std::uint64_t roomy = std::uint64_t{capacity_} + capacity_ / 2 + 16;
+        const std::uint64_t roomy = std::uint64_t{capacity_} * 2 + 16;
         const std::uint64_t next = wanted > roomy ? wanted : roomy;
         const std::uint64_t room = detail::roomOfBlock(sizeInBytes(next)) / sizeof(T);
         resize(static_cast<std::uint32_t>(room < max_ ? room : max_));

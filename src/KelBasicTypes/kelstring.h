@@ -168,6 +168,14 @@ public:
         endText(units);
     }
 
+    // The same after the text that is there.
+    template <class Write>
+    void extend(std::size_t units, Write write) {
+        const std::size_t before = length();
+        write(beginAppend(units));
+        endText(before + units);
+    }
+
     void clear() noexcept;            // the null string; all storage goes back
     void makeEmpty() noexcept;        // the empty string; an own buffer is kept for what comes next
     void reserve(std::size_t units);  // room for so many without another buffer; the text stays

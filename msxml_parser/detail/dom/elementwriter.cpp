@@ -238,12 +238,7 @@ void ElementWriter::flushIfLong() {
 void ElementWriter::flush() {
     // The engine's texts hold no NUL, so that none has to be looked for.
     const std::u16string_view text = buffer_.view();
-    if (text.size() < kLongText) {
-        chunk_.overwrite(text.size(), [&](char16_t* to) { std::copy(text.begin(), text.end(), to); });
-        out_.append(chunk_);
-    } else {
-        out_.append(text);
-    }
+    out_.extend(text.size(), [&](char16_t* to) { std::copy(text.begin(), text.end(), to); });
     buffer_.clear();
 }
 

@@ -65,7 +65,6 @@ private:
     KelString& out_;
     TextBuffer buffer_;      // the text not yet in the file or in `out`
     std::string narrow_;     // its 8-bit form
-    KelString chunk_;        // itself on its way to `out`
     std::u16string indent_;  // of the deepest open line; each line uses a beginning of it
     std::vector<OpenElement> open_;
     // Child elements that were met while an open element's text was looked for; each is emptied when it is
