@@ -5,7 +5,9 @@
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
+#include <cstddef>
 #include <cstring>
 #include <unordered_map>
 #include <unordered_set>
@@ -26,6 +28,7 @@ using text::worded;
 
 constexpr std::size_t kFirstBlock = std::size_t{16} << 10;  // bytes; each block is twice the one before
 constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
+constexpr std::size_t kRoomInText = offsetof(xmlNode, psvi) - offsetof(xmlNode, properties);
 
 // Memory for one copy: blocks of our own that go together, or libxml2's, piece by piece.
 class Memory final {
@@ -40,15 +43,33 @@ public:
     }
 
     xmlChar* copyOf(std::string_view text) {
-        auto* copy = static_cast<xmlChar*>(take(text.size() + 1));
-        if (!text.empty()) std::memcpy(copy, text.data(), text.size());
-        copy[text.size()] = 0;
-        return copy;
+        return write(text, static_cast<xmlChar*>(take(text.size() + 1)));
+    }
+
+    // What nobody changes need not be there twice: documents repeat their indentation and their usual values.
+    // The last text of each length is remembered, which costs next to nothing and finds half of them.
+    xmlChar* contentOf(xmlNode& node, std::string_view text) {
+        if (!inBlocks_) return copyOf(text);
+        // as libxml2's own parser keeps short texts: in fields that only an element uses
+        if (node.type == XML_TEXT_NODE && text.size() < kRoomInText)
+            return write(text, reinterpret_cast<xmlChar*>(&node.properties));
+        Text& known = known_[text.size() % known_.size()];
+        if (known.text == nullptr || known.size != text.size() ||
+            std::memcmp(known.text, text.data(), text.size()) != 0) {
+            known = {copyOf(text), text.size()};
+        }
+        return known.text;
     }
 
     std::vector<std::unique_ptr<char[]>> takeBlocks() noexcept { return std::move(blocks_); }
 
 private:
+    static xmlChar* write(std::string_view text, xmlChar* copy) {
+        if (!text.empty()) std::memcpy(copy, text.data(), text.size());
+        copy[text.size()] = 0;
+        return copy;
+    }
+
     void* take(std::size_t size) {
         if (!inBlocks_) return orThrow(xmlMalloc(size));
         size = (size + 7) & ~std::size_t{7};
@@ -67,7 +88,13 @@ private:
         blockSize_ = std::min(2 * blockSize_, kLargestBlock);
     }
 
+    struct Text {
+        xmlChar* text = nullptr;  // null: none yet
+        std::size_t size = 0;
+    };
+
     bool inBlocks_;
+    std::array<Text, 64> known_{};  // by length
     std::vector<std::unique_ptr<char[]>> blocks_;
     char* next_ = nullptr;
     std::size_t left_ = 0;
@@ -219,7 +246,7 @@ private:
     void setContent(xmlNode& node, std::string_view content) {
         (void)length(content);
         extent_.textInBytes += content.size();
-        node.content = memory_.copyOf(content);
+        node.content = memory_.contentOf(node, content);
     }
 
     void copyInstruction(NodeId node, xmlNode* parent) {
