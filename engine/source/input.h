@@ -55,7 +55,7 @@ private:
 struct SourceOptions {
     // Of the decoded document; longer ones are rejected.
     std::uint64_t lengthLimitInBytes = ~std::uint64_t{0};
-    std::size_t chunkInBytes = std::size_t{64} << 10;  // read at a time
+    std::size_t chunkInBytes = std::size_t{32} << 10;  // read at a time
 };
 
 }  // namespace engine::source
