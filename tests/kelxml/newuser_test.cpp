@@ -199,6 +199,11 @@ TEST_F(KelxmlTest, MessagesAreInTheEncodingOfTheTerminal) {
         {.environment = {"LOCPATH=" + folder_.path().string(), "LC_ALL=de_DE.ISO-8859-1", "LANGUAGE=fr"}});
     EXPECT_THAT(result.errors, HasSubstr("l'option"));
     EXPECT_THAT(result.errors, HasSubstr("erreur\xA0: "));
+    // English needs no locale for its words, but one for what they name
+    const RunResult english = kelxml(
+        {"check", "caf\xC3\xA9.xml"},
+        {.environment = {"LOCPATH=" + folder_.path().string(), "LC_ALL=de_DE.ISO-8859-1", "LANGUAGE=en"}});
+    EXPECT_THAT(english.errors, HasSubstr("caf\xE9.xml"));
 }
 
 // The system's loader lists what a program needs. ICU's part of the host took a sixth of each start.

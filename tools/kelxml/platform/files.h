@@ -54,7 +54,7 @@ void replaceFile(const std::filesystem::path& target, const std::filesystem::pat
 [[nodiscard]] bool isDumbTerminal() noexcept;  // one that says that it knows no control sequences
 
 // From here on the system words its own messages in the user's language, if it knows it.
-void speakUsersLanguage() noexcept;
+void speakUsersLanguage();
 
 // From here on, writing to a pipe without a reader is an error of the write and does not end the program.
 void ignoreClosedPipes() noexcept;

@@ -5,25 +5,46 @@
 
 #include <iconv.h>
 #include <langinfo.h>
+#include <locale.h>
 
 namespace kelxml {
 
 namespace {
 
-// Empty: texts stay as they are.
-std::string foreignEncoding() {
-    std::string name = ::nl_langinfo(CODESET);
-    return name == "UTF-8" || name == "ANSI_X3.4-1968" || name == "US-ASCII" ? std::string() : name;
-}
+// The characters of the locale that the environment names. Loaded when something is first shown, for most
+// runs show nothing; and not into the process's locale, which other threads may be using by then.
+class Locale {
+public:
+    Locale() : handle_(::newlocale(LC_CTYPE_MASK, "", nullptr)) {}
+    Locale(const Locale&) = delete;
+    Locale& operator=(const Locale&) = delete;
+    ~Locale() = delete;  // lives as long as the program
 
+    [[nodiscard]] ::locale_t handle() const { return handle_; }
+
+    // Empty: texts stay as they are, as where the system does not know the locale.
+    [[nodiscard]] std::string foreignEncoding() const {
+        if (handle_ == nullptr) return {};
+        std::string name = ::nl_langinfo_l(CODESET, handle_);
+        return name == "UTF-8" || name == "ANSI_X3.4-1968" || name == "US-ASCII" ? std::string() : name;
+    }
+
+private:
+    ::locale_t handle_;
+};
+
+// What a character is spelt with where the encoding lacks it depends on the language: the calling thread is
+// in the user's locale meanwhile.
 class Converter {
 public:
-    explicit Converter(const std::string& encoding)
-        : handle_(::iconv_open((encoding + "//TRANSLIT").c_str(), "UTF-8")) {}
+    Converter(const Locale& locale, const std::string& encoding)
+        : before_(::uselocale(locale.handle())),
+          handle_(::iconv_open((encoding + "//TRANSLIT").c_str(), "UTF-8")) {}
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
     ~Converter() {
         if (isThere()) ::iconv_close(handle_);
+        ::uselocale(before_);
     }
 
     [[nodiscard]] bool isThere() const {
@@ -50,15 +71,17 @@ public:
     }
 
 private:
+    ::locale_t before_;
     iconv_t handle_;
 };
 
 }  // namespace
 
 std::string inTerminalEncoding(std::string_view utf8) {
-    static const std::string encoding = foreignEncoding();
+    static const Locale& locale = *new Locale;
+    static const std::string encoding = locale.foreignEncoding();
     if (encoding.empty()) return std::string(utf8);
-    const Converter converter(encoding);
+    const Converter converter(locale, encoding);
     return converter.isThere() ? converter.convert(utf8) : std::string(utf8);
 }
 

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/messages.h"
 #include "host/text.h"
 
 namespace kelxml {
@@ -115,7 +116,9 @@ bool isDumbTerminal() noexcept {
     return kind != nullptr && std::strcmp(kind, "dumb") == 0;
 }
 
-void speakUsersLanguage() noexcept {
+void speakUsersLanguage() {
+    // English is what it speaks without a locale, and that costs nothing to load
+    if (kelhost::userLanguages().empty()) return;
     std::setlocale(LC_MESSAGES, "");
     std::setlocale(LC_CTYPE, "");  // the encoding of these messages
 }

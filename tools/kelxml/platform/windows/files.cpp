@@ -106,7 +106,7 @@ bool isDumbTerminal() noexcept {
     return SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0;
 }
 
-void speakUsersLanguage() noexcept {}  // this system knows it
+void speakUsersLanguage() {}  // this system knows it
 
 void ignoreClosedPipes() noexcept {}  // they are errors of the write already
 
