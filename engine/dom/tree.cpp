@@ -104,7 +104,7 @@ void Tree::reset() noexcept {
     attributes_ = Table<Attribute>();
     source_ = {};
     text_ = Table<char>(maxText_);
-    offsets_ = Table<std::uint32_t>();
+    startTags_ = {};
     names_.clear();
     madeSinceReclaim_ = 0;
     nodesAtReclaim_ = 0;
@@ -208,7 +208,7 @@ void Tree::release(NodeId node) noexcept {
     } else {
         waste(record.first, record.count);
     }
-    if (node < offsets_.size()) offsets_[node] = kNoOffset;
+    startTags_.forget(node);
     record = {kNoNode, kNoNode, firstFree_, kNoNode, 0, 0, 0, 0};
     firstFree_ = node;
     ++freeCount_;
@@ -430,7 +430,7 @@ void Tree::trim() noexcept {
         nodes_.trim();
         attributes_.trim();
         text_.trim();
-        offsets_.trim();
+        startTags_.trim();
         names_.trim();
     } catch (const std::bad_alloc&) {  // a table then keeps what it has, which is as good
     }
@@ -439,8 +439,7 @@ void Tree::trim() noexcept {
 std::size_t Tree::sizeInBytes() const noexcept {
     return std::size_t{nodes_.capacity()} * sizeof(Node) +
            std::size_t{attributes_.capacity()} * sizeof(Attribute) + text_.capacity() +
-           std::size_t{offsets_.capacity()} * sizeof(std::uint32_t) + source_.text.size() +
-           names_.sizeInBytes();
+           startTags_.sizeInBytes() + source_.text.size() + names_.sizeInBytes();
 }
 
 std::string_view namespaceOf(const Tree& tree, NodeId element, std::string_view prefix) {

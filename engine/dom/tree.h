@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/dom/starttags.h"
 #include "engine/reader/events.h"
 #include "engine/source/position.h"
 #include "engine/source/sourcetext.h"
@@ -98,11 +99,11 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element, NameId name) const noexcept;
     [[nodiscard]] std::optional<std::uint32_t> findAttribute(NodeId element,
                                                              std::string_view name) const noexcept;
-    // Where an element's start tag stands in the source, in bytes; kNoOffset for what was not loaded.
-    static constexpr std::uint32_t kNoOffset = 0xFFFFFFFF;
+    // Where an element's start tag stands in the source, in bytes; kNoOffset for what was not loaded. Linear
+    // in the source of a few elements before it.
+    static constexpr std::uint32_t kNoOffset = StartTags::kNoOffset;
     [[nodiscard]] std::uint32_t sourceOffset(NodeId element) const noexcept {
-        return kind(element) == NodeKind::Element && element < offsets_.size() ? offsets_[element]
-                                                                               : kNoOffset;
+        return startTags_.offsetOf(element, source_.text);
     }
     // The same as line and column, 0 and 0 for what was not loaded. Linear in the source before it: for
     // many positions use an index.
@@ -261,8 +262,8 @@ private:
     Table<Attribute> attributes_;
     std::uint32_t maxText_;  // in source and store together
     source::SourceText source_;
-    Table<char> text_;              // the store
-    Table<std::uint32_t> offsets_;  // in the source, by id; of loaded elements, other nodes' mean nothing
+    Table<char> text_;  // the store
+    StartTags startTags_;
     Names names_;
     NodeId firstFree_ = kNoNode;
     std::uint32_t freeCount_ = 0;

@@ -41,7 +41,7 @@ void TreeBuilder::startDocument(const reader::Locator& locator) {
     hasSource_ = source.data() != nullptr;
     const std::uint32_t expected = expectedCount(source, '<', 24);
     tree_.nodes_.reserve(expected + 8);
-    if (hasSource_) tree_.offsets_.reserve(expected + 8);
+    if (hasSource_) tree_.startTags_.reserve(expected + 8);
     tree_.attributes_.reserve(expectedCount(source, '=', 32));
     const bool keepAll = whiteSpace_ == WhiteSpace::KeepAll;
     open_.reserve(16);
@@ -60,8 +60,10 @@ void TreeBuilder::endDocument() {
 }
 
 source::Position TreeBuilder::position() const noexcept {
-    const std::uint32_t count = tree_.offsets_.size();
-    return count == 0 ? source::Position{} : tree_.position(count - 1);
+    for (NodeId node = tree_.nodes_.size() - 1; node > kDocumentNode; --node) {
+        if (tree_.sourceOffset(node) != Tree::kNoOffset) return tree_.position(node);
+    }
+    return {};
 }
 
 bool TreeBuilder::preservesWhiteSpace(std::span<const reader::IdAttribute> attributes,

@@ -127,13 +127,12 @@ private:
         return {static_cast<std::uint32_t>(text.data() - tree_.source_.text.data()),
                 static_cast<std::uint32_t>(text.size())};
     }
-    // The offsets of the nodes between this element and the one before stay undefined: they are never read.
     void setOffset(NodeId element, std::string_view name) {
-        const std::uint32_t added = element + 1 - tree_.offsets_.size();
-        tree_.offsets_.extend(added)[added - 1] =
-            Tree::isWithin(name.data(), tree_.source_.text)
-                ? static_cast<std::uint32_t>(name.data() - tree_.source_.text.data()) - 1
-                : static_cast<std::uint32_t>(locator_->offset());
+        if (!Tree::isWithin(name.data(), tree_.source_.text)) [[unlikely]]
+            return tree_.startTags_.addReported(element, static_cast<std::uint32_t>(locator_->offset()),
+                                                tree_.source_.text);
+        tree_.startTags_.add(element,
+                             static_cast<std::uint32_t>(name.data() - tree_.source_.text.data()) - 1);
     }
     void addText(Tree::Span span, bool isWhite) {
         Open& parent = open_.back();

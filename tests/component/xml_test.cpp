@@ -2,6 +2,7 @@
 #include "msxml_parser/xml.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <ranges>
 #include <sstream>
@@ -240,6 +241,102 @@ TEST(Xml, AbsentIsNotEmpty) {
     EXPECT_TRUE(xml::Document().isEmpty());
     if (traits::kKnowsItsDocuments != nullptr) GTEST_SKIP() << traits::kKnowsItsDocuments;
     EXPECT_EQ(document.selectFirst("*", root)->name(), "b");
+}
+
+// "line:column", as an editor shows the last place in `text`; "-" for none.
+std::string placeAfter(std::string_view text) {
+    const auto isCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+    const std::string_view line = text.substr(text.rfind('\n') + 1);
+    return std::to_string(1 + std::ranges::count(text, '\n')) + ':' +
+           std::to_string(1 + std::ranges::count_if(line, isCharacter));
+}
+std::string placeOf(const xml::Element& element) {
+    const std::optional<xml::Position> found = element.position();
+    return found ? std::to_string(found->line) + ':' + std::to_string(found->column) : "-";
+}
+std::string utf16Of(std::string_view utf8) {
+    const std::u16string units = u"\uFEFF" + std::u16string(kel::fromUtf8(utf8));
+    return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
+}
+
+// All kinds of start tags among all that may be taken for one, in numbers that do not divide each other.
+struct Placed {
+    std::string text;
+    std::vector<std::string> places;  // of the root's children
+};
+Placed placedElements(std::string text) {
+    constexpr std::array kBetween{
+        "",      "t&lt;e&gt;'\"", "<!-- <e/> ' - -->", "<![CDATA[<e/>]] >]]>", "<?p <e/> ?>",
+        "\n\n ", "\xC3\xA9>"};
+    constexpr std::array kTags{"<e/>", "<e a='1'/>", "<e a = '>&lt;e/>&#10;' b=\"'\"/>", "<e xmlns:p='u'/>",
+                               "<p:e\n\txmlns:p='u' a='\n'></p:e >"};
+    Placed made;
+    for (std::size_t i = 0; i < 20 * kBetween.size() * kTags.size(); ++i) {
+        text += kBetween[i % kBetween.size()];
+        made.places.push_back(placeAfter(text));
+        text += kTags[i % kTags.size()];
+    }
+    made.text = text + "</r>";
+    return made;
+}
+
+TEST(Xml, ElementsKnowWhereTheirStartTagsStood) {
+    if (traits::kKeepsPositions != nullptr) GTEST_SKIP() << traits::kKeepsPositions;
+    const Placed plain = placedElements("<r>");
+    const Placed declared = placedElements("<!DOCTYPE r [<!ENTITY e '<r/>'><!-- <e/> -->]>\n<r>");
+    for (const auto& [bytes, expected] :
+         {std::pair(plain.text, &plain.places), std::pair(utf16Of(plain.text), &plain.places),
+          std::pair(declared.text, &declared.places)}) {
+        const xml::Document document = loaded(bytes, {.allowDoctype = true});
+        std::vector<std::string> places;
+        for (const xml::Element child : document.root().children()) places.push_back(placeOf(child));
+        EXPECT_EQ(places, *expected);
+    }
+}
+
+// What an entity holds has the place of the reference.
+TEST(Xml, ElementsOfEntitiesStandWhereTheReferenceStood) {
+    if (traits::kKeepsPositions != nullptr) GTEST_SKIP() << traits::kKeepsPositions;
+    const xml::Document document =
+        loaded("<!DOCTYPE r [<!ENTITY e '<b/><b/>'>]>\n<r><a/>&e;<a/>&e;\n<a/></r>", {.allowDoctype = true});
+    std::string places;
+    for (const xml::Element child : document.root().children()) places += child.name() + placeOf(child) + ' ';
+    EXPECT_EQ(places, "a2:4 b2:8 b2:11 a2:11 b2:15 b2:18 a3:1 ");
+}
+
+TEST(Xml, PlacesOutliveEditsButAreNotInherited) {
+    if (traits::kKeepsPositions != nullptr) GTEST_SKIP() << traits::kKeepsPositions;
+    const Placed placed = placedElements("<r>");
+    const xml::Document document = loaded(placed.text);
+    xml::Element root = document.root();
+    std::vector<xml::Element> children = root.children().toVector();
+    std::vector<std::string> expected = placed.places;
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        if (i % 2 == 0) children[i].removeAttribute("a");
+        if (i % 3 == 0) children[i].setAttribute("z", std::string(i % 50, 'z'));
+        if (i % 4 == 0) children[i].setAttribute("b", "<e/>");
+        if (i % 7 == 0) {
+            EXPECT_EQ(placeOf(children[i].clone()), "-");
+        }
+    }
+    // Those that go leave their ids to new ones.
+    for (std::size_t i = children.size(); i-- != 0;) {
+        if (i % 5 != 1) continue;
+        children[i].remove();
+        children.erase(children.begin() + static_cast<std::ptrdiff_t>(i));
+        expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    for (int i = 0; i < 5000; ++i) {
+        xml::Element made = document.createElement("n");
+        if (i % 10 != 0) continue;
+        made.setAttribute("a", "1");
+        root.append(made);
+        children.push_back(made);
+        expected.emplace_back("-");
+    }
+    std::vector<std::string> places;
+    for (const xml::Element& child : children) places.push_back(placeOf(child));
+    EXPECT_EQ(places, expected);
 }
 
 TEST(Xml, AttributesAreListed) {
