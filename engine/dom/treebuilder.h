@@ -37,8 +37,13 @@ public:
         const NodeId element = addElement(tag);
         bool preserves = open_.back().preserves;
         if ((tag.flags & Names::kPrefixed) != 0) preserves = preservesWhiteSpace(tag.attributes, preserves);
-        open_.push_back(
-            {element, kNoNode, static_cast<std::uint32_t>(waiting_.size()), false, preserves, preserves});
+        // Part by part: a record made elsewhere would be loaded as a whole right after its parts are stored,
+        // for which a processor waits.
+        Open& open = open_.emplace_back();
+        open.node = element;
+        open.waiting = static_cast<std::uint32_t>(waiting_.size());
+        open.keepsWhiteSpace = preserves;
+        open.preserves = preserves;
     }
     // Start and end at once.
     void emptyElement(const reader::StartTag& tag) { (void)addElement(tag); }
@@ -68,12 +73,12 @@ public:
 
 private:
     struct Open {
-        NodeId node;
-        NodeId lastChild;
-        std::uint32_t waiting;  // where its waiting texts start
-        bool hasElements;
-        bool keepsWhiteSpace;  // xml:space, the tree's mode, or other text seen before
-        bool preserves;        // the same without the other text: what its children inherit
+        NodeId node = kNoNode;
+        NodeId lastChild = kNoNode;
+        std::uint32_t waiting = 0;  // where its waiting texts start
+        bool hasElements = false;
+        bool keepsWhiteSpace = false;  // xml:space, the tree's mode, or other text seen before
+        bool preserves = false;        // the same without the other text: what its children inherit
     };
     struct alignas(16) Waiting {
         NodeId previous;  // the sibling it follows, kNoNode for the first

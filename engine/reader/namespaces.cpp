@@ -35,8 +35,10 @@ bool Namespaces::enterAttributes(std::uint8_t flags) {
     if ((flags & (Names::kPrefixed | Names::kNotQualified)) == 0) return true;
     std::size_t prefixed = 0;
     for (std::size_t i = 0; i < attributes_.size(); ++i) {
+        const std::uint8_t own = names_.flags(attributes_[i].name);
+        if (own == 0 || (own & Names::kDeclaration) != 0) continue;  // `declare` has looked at those
         if (!checkName(attributes_[i].name, i)) return false;
-        if ((names_.flags(attributes_[i].name) & Names::kPrefixed) != 0) ++prefixed;
+        if ((own & Names::kPrefixed) != 0) ++prefixed;
     }
     return prefixed < 2 || checkDuplicates();
 }
@@ -45,7 +47,7 @@ bool Namespaces::declare(std::size_t index) {
     const NameId name = attributes_[index].name;
     const std::string_view uri = attributes_[index].value;
     const bool isDefault = names_.prefixLength(name) == 0;
-    if (!isDefault && !checkName(name, index)) return false;
+    if (names_.flags(name) != Names::kDeclaration && !checkName(name, index)) return false;
     const std::string_view prefix = isDefault ? std::string_view() : names_.localName(name);
     if (prefix == "xmlns")
         return reject(ErrorCode::ReservedPrefix, index, worded("The prefix 'xmlns' must not be declared."));

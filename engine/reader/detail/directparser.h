@@ -325,7 +325,12 @@ private:
         nextElement_ = guessAfter(tag.id, isEmpty ? After::EndTag : After::StartTag);
         if (!isEmpty) {
             startElement(tag);
-            opens_.push_back({context_.event, tag.id, declared});
+            // Written, and read in endTag, part by part: a processor waits with loading the whole of what has
+            // just been stored in parts.
+            Open& open = opens_.emplace_back();
+            open.offset = context_.event;
+            open.name = tag.id;
+            open.declared = declared;
         } else if constexpr (requires { sink_.emptyElement(tag); }) {
             sink_.emptyElement(tag);
             namespaces_.leave(declared);
@@ -407,9 +412,10 @@ private:
     [[nodiscard]] const char* endTag(const char* at) {
         if (opens_.empty()) [[unlikely]]
             return failEndTag(at + 2);
-        const Open open = opens_.back();
+        const NameId name = opens_.back().name;
+        const std::uint32_t declared = opens_.back().declared;
         const char* const nameStart = at + 2;
-        const char* const nameEnd = names_.endAt(open.name, nameStart);
+        const char* const nameEnd = names_.endAt(name, nameStart);
         if (nameEnd == nullptr) [[unlikely]]
             return failEndTag(nameStart);
         at = nameEnd;
@@ -418,11 +424,11 @@ private:
             if (*at != '>') return failEndTag(nameStart);
         }
         event(cursor_);
-        namespaces_.beginLeave(open.name, open.declared);
+        namespaces_.beginLeave(name, declared);
         sink_.endElement(view(nameStart, nameEnd));
-        namespaces_.leave(open.declared);
+        namespaces_.leave(declared);
         opens_.pop_back();
-        nextElement_ = guessAfter(open.name, After::EndTag);
+        nextElement_ = guessAfter(name, After::EndTag);
         return at + 1;
     }
 
