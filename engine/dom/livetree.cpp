@@ -71,7 +71,9 @@ void LiveTree::vacate(std::uint32_t slot) noexcept {
 
 void LiveTree::leave(Binding& binding) noexcept {
     vacate(binding.slot_);
-    if (binding.node_ != kNoNode) dropObjects(1);
+    if (binding.node_ == kNoNode) return;
+    tree_.giveUp(binding.node_);
+    dropObjects(1);
 }
 
 void LiveTree::dropDocument() noexcept {

@@ -116,6 +116,7 @@ public:
         Idle* const idle = idleFor(binding.node_);
         if (idle == nullptr || idle->count == idle->slots.size()) return false;
         idle->slots[idle->count++] = binding.slot_;
+        tree_.giveUp(binding.node_);
         binding.node_ = kNoNode;
         dropObjects(1);
         return true;

@@ -381,7 +381,11 @@ HRESULT NodeObject<Interface>::put_text(BSTR text) {
         }
         const NodeId only = tree().createText(NodeKind::Text, content.view());
         while (tree().firstChild(node()) != kNoNode) tree().unlink(tree().firstChild(node()));
-        if (!content.view().empty()) tree().append(node(), only);
+        if (content.view().empty()) {
+            tree().giveUp(only);
+        } else {
+            tree().append(node(), only);
+        }
         return S_OK;
     });
 }

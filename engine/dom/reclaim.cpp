@@ -1,11 +1,11 @@
 // Taking back what edits left behind.
 //
 // Nodes cut out of the document live while there is a COM object for a node of their subtree. When
-// as many nodes were made as there were, the document and those subtrees are marked, and the unmarked rest
-// goes to the free list. Replaced texts and moved attribute runs are only counted; when half of the stores
-// may be waste, the live ones are copied together. The source stays as it is: positions refer to it. Both
-// cost time linear in the tree (texts: a sort on top) and come seldom enough to be constant on average for
-// each edit.
+// as many nodes were made as there were, and some were cut out or never put in, the document and those
+// subtrees are marked, and the unmarked rest goes to the free list. Replaced texts and moved attribute runs
+// are only counted; when half of the stores may be waste, the live ones are copied together. The source stays
+// as it is: positions refer to it. Both cost time linear in the tree (texts: a sort on top) and come seldom
+// enough to be constant on average for each edit.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -18,12 +18,14 @@ namespace engine::dom {
 
 namespace {
 constexpr std::uint32_t kNodesNotWorthIt = 1024;
+constexpr std::uint64_t kTimesWithoutLoose = 8;  // for what an operation that failed half-way left behind
 constexpr std::uint64_t kBytesNotWorthIt = std::uint64_t{64} << 10;
 }  // namespace
 
 bool Tree::wantsReclaim() const noexcept {
     const std::uint64_t stored = text_.size() + std::uint64_t{attributes_.size()} * sizeof(Attribute);
-    return madeSinceReclaim_ > kNodesNotWorthIt + nodesAtReclaim_ ||
+    const std::uint64_t times = mayHoldLoose_ ? 1 : kTimesWithoutLoose;
+    return madeSinceReclaim_ > times * (kNodesNotWorthIt + std::uint64_t{nodesAtReclaim_}) ||
            wastedBytes_ > kBytesNotWorthIt + stored / 2;
 }
 
@@ -33,10 +35,14 @@ void Tree::markSubtree(NodeId root) noexcept {
 
 void Tree::reclaim(std::span<const NodeId> roots) noexcept {
     markSubtree(kDocumentNode);
-    for (NodeId root : roots) {
-        if ((nodes_[root].kindAndName & kMark) != 0) continue;  // so that a shared way up is gone only once
+    mayHoldLoose_ = false;
+    for (const NodeId held : roots) {
+        if ((nodes_[held].kindAndName & kMark) != 0) continue;  // so that a shared way up is gone only once
+        NodeId root = held;
         while (nodes_[root].parent != kNoNode) root = nodes_[root].parent;
         markSubtree(root);
+        // The object of a subtree's own root says when it goes; one below it does not.
+        if (root != held) mayHoldLoose_ = true;
     }
     for (NodeId node = kDocumentNode; node < nodes_.size(); ++node) {
         std::uint32_t& kindAndName = nodes_[node].kindAndName;

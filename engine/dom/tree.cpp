@@ -108,6 +108,7 @@ void Tree::reset() noexcept {
     names_.clear();
     madeSinceReclaim_ = 0;
     nodesAtReclaim_ = 0;
+    mayHoldLoose_ = false;
     wastedBytes_ = 0;
     roomsFrom_ = 0;
     sharesTexts_ = false;
@@ -399,6 +400,7 @@ void Tree::unlink(NodeId node) noexcept {
     removed.parent = kNoNode;
     removed.next = kNoNode;
     removed.previous = node;
+    mayHoldLoose_ = true;
 }
 
 void Tree::replace(NodeId replacement, NodeId replaced) noexcept {

@@ -180,6 +180,10 @@ public:
     // What a node's owner keeps with it: its live COM object's index in a table of theirs, 0 for none.
     [[nodiscard]] std::uint32_t handle(NodeId node) const noexcept { return nodes_[node].handle; }
     void setHandle(NodeId node, std::uint32_t handle) noexcept { nodes_[node].handle = handle; }
+    // The owner needs the node no longer. If it stands nowhere, it may be taken back.
+    void giveUp(NodeId node) noexcept {
+        if (nodes_[node].parent == kNoNode) mayHoldLoose_ = true;
+    }
 
     // Gives back what the tables have left over. Throws nothing.
     void trim() noexcept;
@@ -272,6 +276,7 @@ private:
     std::uint64_t otherRevision_ = 0;
     std::uint32_t madeSinceReclaim_ = 0;
     std::uint32_t nodesAtReclaim_ = 0;
+    bool mayHoldLoose_ = false;      // nodes that were cut out or given up, since the last reclaim
     std::uint64_t wastedBytes_ = 0;  // estimate of what compact would give back
     std::uint32_t roomsFrom_ = 0;    // the offset from which on texts of the store have their room in front
     bool sharesTexts_ = false;       // a text of the store may belong to two nodes

@@ -1,4 +1,5 @@
 #include <array>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -134,6 +135,30 @@ TEST_F(DomLifetime, EditsWithoutEndDoNotGrowTheTree) {
     const std::string last(100, static_cast<char>('a' + 59999 % 20));
     EXPECT_EQ(outline(*a), "<a><b k=\"" + last + "\">" + last + "</></>");
     EXPECT_EQ(outline(*kept), "<a><b k=\"v\">some text</></>");
+}
+
+// Whichever of its objects goes last, and though nothing was ever cut out.
+TEST_F(DomLifetime, WhatIsMadeAndGivenUpDoesNotGrowTheTree) {
+    const std::function<void(IXMLDOMDocument2&)> ways[] = {
+        [](IXMLDOMDocument2& document) { (void)element(document, "e"); },
+        [](IXMLDOMDocument2& document) { (void)cloneOf(*root(document)); },
+        [](IXMLDOMDocument2& document) {
+            Element outer = element(document, "outer");
+            const Element inner = element(document, "inner");
+            ASSERT_EQ(outer->appendChild(inner.get(), nullptr), S_OK);
+            outer = {};
+        },
+        [](IXMLDOMDocument2& document) {
+            EXPECT_EQ(root(document)->put_text(Bstr(std::u16string(50, u'x'))), S_OK);
+            EXPECT_EQ(root(document)->put_text(Bstr(u"")), S_OK);
+        },
+    };
+    for (const auto& makeAndGiveUp : ways) {
+        const DocumentRef document = loaded(u"<a/>");
+        for (int i = 0; i < 20000; ++i) makeAndGiveUp(*document);
+        EXPECT_LT(treeOf(*root(*document)).nodeCount(), 3000u);
+        EXPECT_EQ(outline(*document), "<a/>");
+    }
 }
 
 // Far deeper than any stack allows: building, moving, copying, reading and letting go.
