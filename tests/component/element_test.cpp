@@ -134,8 +134,10 @@ TEST(Attributes, TakeNamesAndValuesOfEveryLength) {
         const KelString text(std::u16string(length, length % 2 == 0 ? u'n' : u'\u00E9'));
         root->setAttribute(text, text);
         ASSERT_EQ(root->getAttribute(text), text);
-        root->setText(text);
-        ASSERT_EQ(root->getText(), text);
+        if (traits::kSetsTextsAsTheyAre == nullptr) {
+            root->setText(text);
+            ASSERT_EQ(root->getText(), text);
+        }
         ASSERT_EQ(Element(parser->createElement(text))->getName(), text);
     }
     EXPECT_EQ(root->getAttributeCount(), 299);
