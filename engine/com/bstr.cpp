@@ -52,7 +52,7 @@ BSTR makeBstr(std::string_view utf8) {
     return result;
 }
 
-// Two rounds at most, of fixed length: the zeros after the text are written, too, and end it.
+// Two stores at most, of fixed length: the zeros after the text are written, too, and end a short one.
 BSTR makeBstrOfBlock(const char* block, std::size_t length) {
     using text::Units;
     const Units low = Units::widened(block);

@@ -46,8 +46,9 @@ public:
         return write(text, static_cast<xmlChar*>(take(text.size() + 1)));
     }
 
-    // What nobody changes need not be there twice: documents repeat their indentation and their usual values.
-    // The last text of each length is remembered, which costs next to nothing and finds half of them.
+    // A copy in blocks is never changed, so that equal texts can share one: documents repeat their
+    // indentation and their values. The last text of each length is remembered, which finds half of the
+    // repeats.
     xmlChar* contentOf(xmlNode& node, std::string_view text) {
         if (!inBlocks_) return copyOf(text);
         // as libxml2's own parser keeps short texts: in fields that only an element uses
